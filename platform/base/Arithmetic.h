@@ -1,0 +1,25 @@
+// Number helpers with the framework's meaning where C++ has another or none.
+#pragma once
+
+#include <cstdint>
+
+namespace vantorel {
+
+// A double cut to a signed 32-bit integer, toward zero. What does not fit, NaN included, gives
+// INT32_MIN, as the processor's own conversion does.
+std::int32_t RuntimeCvtReal64ToSInt32(double value);
+double RuntimeCvtSInt32ToReal64(std::int32_t value);
+
+// Two's-complement wrap-around, for record fields that are handled as signed 32-bit numbers.
+constexpr std::int32_t ToSInt32(std::uint64_t value) {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
+}
+// A signed 32-bit position widened by sign, as a stream position: 2^31 and above lands beyond any file.
+constexpr std::uint64_t ToPosition(std::int32_t value) {
+  return static_cast<std::uint64_t>(static_cast<std::int64_t>(value));
+}
+constexpr std::int32_t AddSInt32(std::int32_t a, std::int32_t b) {
+  return ToSInt32(static_cast<std::uint64_t>(static_cast<std::int64_t>(a) + b));
+}
+
+}  // namespace vantorel

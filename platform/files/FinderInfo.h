@@ -1,0 +1,24 @@
+// The classic Finder attributes of a file, as they lie in the 32 bytes of FInfo and FXInfo.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace vantorel {
+
+struct FinderInfo {
+  std::array<char, 4> type{};
+  std::array<char, 4> creator{};
+  std::uint16_t flags = 0;
+  std::int16_t location_v = 0;
+  std::int16_t location_h = 0;
+  std::int16_t folder = 0;
+  std::uint8_t script = 0;          // fdScript
+  std::uint8_t extended_flags = 0;  // fdXFlags
+
+  bool operator==(const FinderInfo&) const = default;
+  // True if nothing is set, so that nothing need be stored.
+  bool IsEmpty() const { return *this == FinderInfo{}; }
+};
+
+}  // namespace vantorel

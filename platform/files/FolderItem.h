@@ -1,0 +1,111 @@
+// A reference to a file or folder that may or may not exist. Making one touches nothing on disk. No operation
+// raises on a failed file operation: what cannot be opened or made is nil, what cannot be read is empty or 0.
+//
+// Classic attributes (type, creator, Finder flags, resource fork) lie in an AppleDouble v2 file `._name`
+// beside `name` (RFC 1740). It is made only when there is something to hold, is hidden from listings while
+// `name` exists, and follows rename and delete.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/base/Ref.h"
+#include "platform/files/BinaryStream.h"
+#include "platform/files/Date.h"
+#include "platform/files/FinderInfo.h"
+#include "platform/files/TextInputStream.h"
+#include "platform/files/TextOutputStream.h"
+#include "platform/text/String.h"
+
+namespace vantorel {
+
+class FolderItem : public Object {
+ public:
+  // The item at a POSIX path; a trailing slash plays no part. Use GetFolderItem.
+  explicit FolderItem(std::string path);
+
+  // The item called `name` in this folder, existing or not; a symbolic link is followed (TrueChild: is not).
+  // nil if `name` is empty or could not be a leaf name.
+  Ref<FolderItem> Child(const String& name) const;
+  Ref<FolderItem> TrueChild(const String& name) const;
+  // The folder that holds this item; nil for the root.
+  Ref<FolderItem> Parent() const;
+
+  bool Exists() const;     // a dangling symbolic link exists
+  bool Directory() const;  // a link to a folder is no folder
+  bool Alias() const;      // a symbolic link, also a dangling one
+
+  String Name() const;
+  // Renames on disk; the item then refers to the new name. Nothing happens on failure or if the name is
+  // taken.
+  void SetName(const String& name);
+  String DisplayName() const;
+  // The POSIX path; that of an existing folder ends in a slash.
+  String AbsolutePath() const;
+  // The path without a trailing slash, escaped for /bin/sh.
+  String ShellPath() const;
+
+  std::uint64_t Length() const;
+  std::int32_t ResourceForkLength() const;
+
+  // nil if the item does not exist. Setting the creation date does nothing on this system.
+  Ref<Date> ModificationDate() const;
+  void SetModificationDate(const Ref<Date>& date);
+  Ref<Date> CreationDate() const;
+  void SetCreationDate(const Ref<Date>& date);
+
+  // 4 bytes, or empty where the file has none.
+  String MacType() const;
+  void SetMacType(const String& type);
+  String MacCreator() const;
+  void SetMacCreator(const String& creator);
+  FinderInfo GetFinderInfo() const;
+  // False if it could not be stored.
+  bool SetFinderInfo(const FinderInfo& info);
+
+  bool Locked() const;  // no write bit for the owner
+  void SetLocked(bool locked);
+  bool Visible() const;  // the name does not begin with a dot
+
+  // Identity of the folder that holds this item: from device and inode.
+  std::int32_t MacVRefNum() const;
+  std::int32_t MacDirID() const;
+
+  // The full 16-bit mode word. Both give 0 on success, else a negative error code (-errno).
+  std::int32_t GetUnixMode(std::uint16_t& mode) const;
+  std::int32_t SetUnixMode(std::uint16_t mode);
+
+  Ref<BinaryStream> OpenAsBinaryFile(bool writable) const;
+  // Makes a new file and opens it for reading and writing; nil if the item exists.
+  Ref<BinaryStream> CreateBinaryFile(const String& file_type);
+  Ref<TextInputStream> OpenAsTextFile() const;
+  // Creates or truncates.
+  Ref<TextOutputStream> CreateTextFile();
+
+  // Removes a file, a link or an empty folder, with its side file. Harmless if it is not there or cannot go.
+  void Delete();
+  void CreateAsFolder();
+
+  // Members of a folder in byte order of their names, from 1; nil past the last. The listing is read once for
+  // index 1 and kept; asking for index 1 reads it anew. Item follows symbolic links, TrueItem does not.
+  Ref<FolderItem> TrueItem(std::int32_t index);
+  Ref<FolderItem> Item(std::int32_t index);
+
+  // The POSIX path without a trailing slash.
+  const std::string& Path() const { return path_; }
+
+ private:
+  std::string path_;
+  std::vector<std::string> listing_;
+};
+
+// The item at a path string; nil for an empty path. `mode` is always 0.
+Ref<FolderItem> GetFolderItem(const String& path, std::int32_t mode = 0);
+
+namespace SpecialFolder {
+// $XDG_DATA_HOME, else ~/.local/share; made if missing. nil if neither can be had.
+Ref<FolderItem> ApplicationData();
+}  // namespace SpecialFolder
+
+}  // namespace vantorel

@@ -1,0 +1,62 @@
+// A buffer of fixed size with a byte-order flag. Every numeric accessor works at a byte offset, from 0, under
+// that flag; one that would leave the block raises OutOfBoundsException.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+
+#include "platform/base/Ref.h"
+#include "platform/text/String.h"
+
+namespace vantorel {
+
+class MemoryBlock : public Object {
+ public:
+  // A zero-filled block in the machine's byte order. Raises OutOfMemoryException if it cannot be had.
+  explicit MemoryBlock(std::int32_t size);
+
+  std::int32_t Size() const { return size_; }
+  bool LittleEndian() const { return little_endian_; }
+  void SetLittleEndian(bool value) { little_endian_ = value; }
+
+  std::uint8_t Byte(std::int32_t offset) const;
+  void SetByte(std::int32_t offset, std::int32_t value);
+  std::int16_t Short(std::int32_t offset) const;
+  void SetShort(std::int32_t offset, std::int32_t value);
+  std::uint16_t UShort(std::int32_t offset) const;
+  void SetUShort(std::int32_t offset, std::int32_t value);
+  std::int32_t Long(std::int32_t offset) const;
+  void SetLong(std::int32_t offset, std::int32_t value);
+  // `length` bytes as a string with the given label.
+  String StringValue(std::int32_t offset, std::int32_t length, const Ref<TextEncoding>& encoding = nil) const;
+  // Copies `text` in: `length` bytes, cut or filled up with zeros.
+  void SetStringValue(std::int32_t offset, std::int32_t length, const String& text);
+  // A string with a length byte in front.
+  String PString(std::int32_t offset) const;
+  // At most 255 bytes of `text` are stored.
+  void SetPString(std::int32_t offset, const String& text);
+
+  // The block's bytes, valid while it lives.
+  std::string_view View() const;
+
+ private:
+  friend Ref<MemoryBlock> NewMemoryBlock(std::int64_t size);
+  struct Free {
+    void operator()(std::uint8_t* p) const { std::free(p); }  // NOLINT(cppcoreguidelines-no-malloc)
+  };
+  // The `count` bytes at `offset`, after the bounds check.
+  std::uint8_t* At(std::int32_t offset, std::int32_t count) const;
+
+  std::unique_ptr<std::uint8_t, Free> bytes_;
+  std::int32_t size_ = 0;
+  bool little_endian_;
+};
+
+// A zero-filled block, or nil when memory is short or the size is negative or beyond 2^31 - 1. Costs no
+// touched memory for a large size.
+Ref<MemoryBlock> NewMemoryBlock(std::int64_t size);
+
+}  // namespace vantorel
