@@ -8,7 +8,7 @@
 
 namespace vantorel {
 
-class SocketCore : public virtual Object {
+class SocketCore : public Object {
  public:
   // Codes of LastErrorCode. They name what failed; the system's errno is not passed on.
   enum ErrorCode : std::int32_t {

@@ -1,0 +1,22 @@
+// What the program can learn of itself and of the system.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "platform/text/String.h"
+
+namespace vantorel::System {
+
+// The full command line as one string, the path of the program's file first, then the arguments, with blanks
+// between. No label.
+String CommandLine();
+
+// The path of the program's file, as it was at the start.
+const std::string& ExecutablePath();
+
+// Answers "sysv", the system's version in the classic coding, with a modern one (0x1060). False, with
+// `response` as it was, for any other selector.
+bool Gestalt(const String& selector, std::int32_t& response);
+
+}  // namespace vantorel::System
