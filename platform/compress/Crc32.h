@@ -1,0 +1,16 @@
+// The CRC-32 of Zip and gzip (RFC 1952, section 8).
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "platform/text/String.h"
+
+namespace vantorel {
+
+// The sum continued from `crc`, which is 0 before the first bytes.
+std::int32_t Crc32(const String& bytes, std::int32_t crc);
+// The same over bytes that are in no String.
+std::int32_t Crc32OfBytes(std::string_view bytes, std::int32_t crc);
+
+}  // namespace vantorel
