@@ -1,0 +1,237 @@
+#!/usr/bin/env python3
+"""The update check as a user meets it: the real launcher, a real window, a server that behaves or does not."""
+
+import socket
+import time
+import unittest
+
+from desktop import Desktop, wait_for
+from launcher import (BUTTON_ACCEPT, BUTTON_CANCEL, CHANGELOG, NOTICE_INSTALL, NOTICE_UPDATE, PROGRAM, UPDATE, VERSION,
+                      Launcher, centre, update_archive)
+from updateserver import UpdateServer, page, silent
+
+SPLASH = "<"
+
+
+def request(path):
+    """The bytes of a request, as they must come over the wire."""
+    return (f"GET {path} HTTP/1.0\r\nAccept: */*\r\nAccept-Language: en\r\n"
+            "Host: 127.0.0.1:47800\r\n\r\n").encode()
+
+
+class ProgramTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.desktop = cls.enterClassContext(Desktop()) if hasattr(cls, "enterClassContext") else Desktop().__enter__()
+
+    @classmethod
+    def tearDownClass(cls):
+        if not hasattr(cls, "enterClassContext"):
+            cls.desktop.__exit__()
+
+    def launcher(self):
+        launcher = Launcher(self.desktop)
+        launcher.__enter__()
+        self.addCleanup(launcher.__exit__)
+        return launcher
+
+    def serve(self, answers):
+        server = UpdateServer(answers)
+        server.__enter__()
+        self.addCleanup(server.__exit__)
+        return server
+
+    def message_box(self, launcher):
+        """The window of the run that is neither splash nor notice."""
+        found = []
+
+        def look():
+            every = self.desktop._run("xdotool", "search", "--onlyvisible", "--pid", str(launcher.process.pid)).split()
+            titles = {w: self.desktop._run("xdotool", "getwindowname", w).strip() for w in every}
+            found[:] = [w for w, title in titles.items() if title not in (SPLASH, NOTICE_INSTALL, NOTICE_UPDATE)]
+            return found
+
+        wait_for(look, "a message box")
+        return found[-1]
+
+
+class HandOver(ProgramTest):
+    def test_versions_that_count_as_equal_start_the_target(self):
+        cases = [
+            # what would be broken, recorded version, the server's answer
+            ("the same text", "17", b"17"),
+            ("letter case plays no part", "17-beta", b"17-BETA"),
+            ("a line end is part of both", "17\n", b"17\n"),
+        ]
+        for name, recorded, answer in cases:
+            with self.subTest(name), Launcher(self.desktop) as launcher, UpdateServer({VERSION: page(answer)}) as server:
+                launcher.install(recorded)
+                launcher.start()
+                self.assertEqual(launcher.finish(), 0, launcher.errors)
+                self.assertEqual(launcher.wait_started(), "installed")
+                self.assertEqual(server.requests, [request(VERSION)])
+                self.assertEqual((launcher.folder / "checkfile").read_bytes(), b"check")
+                self.assertEqual((launcher.folder / "version").read_text(), "mac_" + recorded)
+
+    def test_an_installed_target_starts_when_the_server_has_nothing_to_say(self):
+        def reset(connection):
+            connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, b"\1\0\0\0\0\0\0\0")
+            connection.close()
+
+        for name, answer in [("empty body", page(b"")), ("nothing at all", b""), ("reset", reset)]:
+            with self.subTest(name), Launcher(self.desktop) as launcher, UpdateServer({VERSION: answer}):
+                launcher.install("17")
+                launcher.start()
+                self.assertEqual(launcher.finish(), 0, launcher.errors)
+                self.assertEqual(launcher.wait_started(), "installed")
+
+    def test_nobody_listens(self):
+        launcher = self.launcher()
+        launcher.install("17")
+        launcher.start()
+        self.assertEqual(launcher.finish(), 0, launcher.errors)
+        self.assertEqual(launcher.wait_started(), "installed")
+
+    def test_thirty_seconds_of_silence_are_waited_for(self):
+        launcher = self.launcher()
+        server = self.serve({VERSION: silent})
+        launcher.install("17")
+        launcher.start()
+        self.assertEqual(launcher.finish(), 0, launcher.errors)
+        self.assertGreater(time.monotonic() - server.accepted_at[0], 29)
+        self.assertEqual(launcher.wait_started(), "installed")
+
+    def test_checkfile_stays_and_updatepath_is_written_anew(self):
+        launcher = self.launcher()
+        launcher.install("17")
+        (launcher.folder / "checkfile").write_text("older")
+        (launcher.folder / "updatepath").write_text("a much longer text than the path of the launcher" * 9)
+        launcher.start(arguments=["--ignored", "/x/My.app/y.app"])
+        self.assertEqual(launcher.finish(), 0, launcher.errors)
+        self.assertEqual((launcher.folder / "checkfile").read_text(), "older")
+        written = (launcher.folder / "updatepath").read_text()
+        self.assertEqual(written, f"{PROGRAM} --ignored /x/My.app")
+
+
+class FirstInstallation(ProgramTest):
+    def test_unreachable_server_is_told_and_the_run_ends(self):
+        launcher = self.launcher()
+        launcher.start()
+        self.desktop.key(self.message_box(launcher), "Return")
+        self.assertEqual(launcher.finish(), 0, launcher.errors)
+        self.assertFalse((launcher.folder / "version").exists())
+
+    def test_a_recorded_version_without_a_target_counts_for_nothing(self):
+        launcher = self.launcher()
+        self.serve({VERSION: page(b"17"), CHANGELOG: page(b"notes")})
+        launcher.folder.mkdir()
+        (launcher.folder / "version").write_text("mac_17")
+        launcher.start()
+        self.desktop.key(self.desktop.window(NOTICE_INSTALL, launcher.process), "Escape")
+        self.assertEqual(launcher.finish(), 0, launcher.errors)
+
+    def test_an_error_page_is_taken_for_a_version(self):
+        launcher = self.launcher()
+        server = self.serve({VERSION: page(b"<html>gone</html>", "404 Not Found"), CHANGELOG: page(b"")})
+        launcher.start()
+        self.desktop.key(self.desktop.window(NOTICE_INSTALL, launcher.process), "Escape")
+        self.assertEqual(launcher.finish(), 0, launcher.errors)
+        self.assertEqual(server.paths(), [VERSION, CHANGELOG])
+
+
+class Notice(ProgramTest):
+    def test_cancelling_drops_the_update(self):
+        ways = {"keyboard": lambda window: self.desktop.key(window, "Escape"),
+                "mouse": lambda window: self.desktop.click(window, *centre(BUTTON_CANCEL))}
+        for name, cancel in ways.items():
+            with self.subTest(name), Launcher(self.desktop) as launcher, \
+                    UpdateServer({VERSION: page(b"18"), CHANGELOG: page("Größer".encode())}) as server:
+                launcher.install("17")
+                launcher.start()
+                cancel(self.desktop.window(NOTICE_UPDATE, launcher.process))
+                self.assertEqual(launcher.finish(), 0, launcher.errors)
+                self.assertEqual(server.requests, [request(VERSION), request(CHANGELOG)])
+                self.assertIsNone(launcher.started())
+                self.assertEqual((launcher.folder / "version").read_text(), "mac_17")
+
+    def test_accepting_installs_and_starts_the_new_version(self):
+        ways = {"keyboard": lambda window: self.desktop.key(window, "Return"),
+                "mouse": lambda window: self.desktop.click(window, *centre(BUTTON_ACCEPT))}
+        for name, accept in ways.items():
+            with self.subTest(name), Launcher(self.desktop) as launcher, \
+                    UpdateServer({VERSION: page(b"18"), CHANGELOG: page(b""), UPDATE: page(update_archive("new"))}) as server:
+                launcher.start()
+                accept(self.desktop.window(NOTICE_INSTALL, launcher.process))
+                self.assertEqual(launcher.finish(), 0, launcher.errors)
+                self.assertEqual(launcher.wait_started(), "new")
+                self.assertEqual(server.requests, [request(VERSION), request(CHANGELOG), request(UPDATE)])
+                self.assertEqual((launcher.folder / "version").read_text(), "mac_18")
+                self.assertFalse((launcher.folder / "Vantorel.zip").exists())
+
+    def test_the_keys_of_the_window_manager_do_not_close_it(self):
+        launcher = self.launcher()
+        self.serve({VERSION: page(b"18"), CHANGELOG: page(b"")})
+        launcher.start()
+        window = self.desktop.window(NOTICE_INSTALL, launcher.process)
+        self.desktop.key(window, "alt+F4")
+        self.desktop.key(window, "Tab")
+        self.assertEqual(self.desktop.window(NOTICE_INSTALL, launcher.process), window)
+        self.desktop.key(window, "Escape")
+        self.assertEqual(launcher.finish(), 0, launcher.errors)
+
+
+class Splash(ProgramTest):
+    def corner(self, picture):
+        """Starts a run with this content of the file `splash` and returns the colour near the splash's top left."""
+        with Launcher(self.desktop) as launcher, UpdateServer({VERSION: silent}) as server:
+            launcher.install("17")
+            if picture is not None:
+                (launcher.folder / "splash").write_bytes(picture)
+            launcher.start()
+            window = self.desktop.window(SPLASH, launcher.process)
+            wait_for(lambda: server.requests, "the version request")
+            left, top, width, height = self.desktop.geometry(window)
+            self.assertEqual((width, height), (475, 337))
+            self.assertAlmostEqual(left + width / 2, 512, delta=1)
+            self.assertAlmostEqual(top + height / 2, 384, delta=1)
+            return self.desktop.pixel(left + 20, top + 20)
+
+    def test_a_picture_file_replaces_the_backdrop(self):
+        green = b"P6 475 337 255\n" + bytes((0, 200, 0)) * (475 * 337)
+        own = self.corner(None)
+        self.assertNotIn(own, [(0, 200, 0), (0xC5, 0xC4, 0xC4)])
+        self.assertEqual(self.corner(green), (0, 200, 0))
+
+    def test_a_broken_picture_file_leaves_the_plain_colour(self):
+        self.assertEqual(self.corner(b"no picture"), (0xC5, 0xC4, 0xC4))
+
+
+class Faults(ProgramTest):
+    def test_a_fault_is_reported_in_words_and_the_run_ends(self):
+        def data_is_a_file(launcher):
+            launcher.data.rmdir()
+            launcher.data.write_text("")
+
+        def folder_is_a_file(launcher):
+            launcher.folder.write_text("")
+
+        def unreadable_version(launcher):
+            launcher.install("17")
+            (launcher.folder / "version").chmod(0)
+
+        def read_only(launcher):
+            launcher.install("17")
+            launcher.folder.chmod(0o555)
+
+        cases = [("no place for application data", data_is_a_file), ("the launcher folder is a file", folder_is_a_file),
+                 ("the version file cannot be read", unreadable_version), ("nothing can be written", read_only)]
+        for name, prepare in cases:
+            with self.subTest(name), Launcher(self.desktop) as launcher, UpdateServer({VERSION: page(b"17")}):
+                prepare(launcher)
+                launcher.start(as_nobody=True)
+                self.assertNotEqual(launcher.finish(), 0)
+                self.assertIn(str(launcher.data), launcher.errors)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

@@ -1,0 +1,74 @@
+"""An update server that answers as it is told and keeps every request as it came over the wire."""
+
+import socket
+import threading
+import time
+
+ADDRESS = ("127.0.0.1", 47800)
+
+
+def page(body, status="200 OK", headers=()):
+    """A whole response, as a real server would send it."""
+    lines = [f"HTTP/1.0 {status}", f"Content-Length: {len(body)}", *headers]
+    return "\r\n".join(lines).encode() + b"\r\n\r\n" + body
+
+
+class UpdateServer:
+    """`answers` maps a path to the bytes of a response, or to a function that is given the connection. A path that is
+    missing gets a 404 with an empty body. Use as a context manager."""
+
+    def __init__(self, answers):
+        self.answers = dict(answers)
+        self.requests = []
+        self.accepted_at = []
+
+    def __enter__(self):
+        self._listener = socket.create_server(ADDRESS, backlog=20, reuse_port=False)
+        self._open = []
+        self._thread = threading.Thread(target=self._serve, daemon=True)
+        self._thread.start()
+        return self
+
+    def __exit__(self, *_):
+        self._listener.shutdown(socket.SHUT_RDWR)
+        self._listener.close()
+        for connection in self._open:
+            connection.close()
+        self._thread.join()
+
+    def paths(self):
+        return [request.split(b" ")[1].decode() for request in self.requests]
+
+    def _serve(self):
+        while True:
+            try:
+                connection, _ = self._listener.accept()
+            except OSError:
+                return
+            self.accepted_at.append(time.monotonic())
+            self._open.append(connection)
+            threading.Thread(target=self._answer, args=(connection,), daemon=True).start()
+
+    def _answer(self, connection):
+        request = b""
+        while b"\r\n\r\n" not in request:
+            data = connection.recv(65536)
+            if not data:
+                return
+            request += data
+        self.requests.append(request)
+        answer = self.answers.get(request.split(b" ")[1].decode(), page(b"", "404 Not Found"))
+        try:
+            if callable(answer):
+                answer(connection)
+            else:
+                connection.sendall(answer)
+                connection.shutdown(socket.SHUT_WR)
+                connection.recv(65536)
+                connection.close()
+        except OSError:
+            pass
+
+
+def silent(_connection):
+    """Accepts, reads the request, and never says a word."""
