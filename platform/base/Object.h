@@ -15,6 +15,8 @@ class Object {
   void Retain() const { ++references_; }
   // True when that was the last reference; the caller then deletes the object.
   bool Release() const { return --references_ == 0; }
+  // True if more than one Ref holds the object.
+  bool IsShared() const { return references_ > 1; }
 
  protected:
   Object() = default;

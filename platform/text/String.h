@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/base/Ref.h"
 #include "platform/text/TextEncoding.h"
@@ -16,13 +17,26 @@ class String {
   String() = default;
   // A text of the program's own, labelled UTF-8.
   String(const char* literal);  // NOLINT(google-explicit-constructor): literals are texts
+  String(std::nullptr_t) = delete;
+  String(const String&) = default;
+  String(String&& other) noexcept
+      : buffer_(std::move(other.buffer_)),
+        offset_(std::exchange(other.offset_, 0)),
+        length_(std::exchange(other.length_, 0)),
+        encoding_(std::move(other.encoding_)) {}
+  String& operator=(const String&) = default;
+  String& operator=(String&& other) noexcept;
+  ~String() = default;
+
   // A copy of `bytes` without a label.
   static String Bytes(std::string_view bytes);
   // The bytes taken over without a copy, with the given label (nil: none).
   static String Adopt(std::string bytes, const Ref<TextEncoding>& encoding);
 
-  // The bytes, valid while this String or a copy of it lives.
-  std::string_view view() const;
+  // The bytes. Valid while this String lives unchanged, or another that shares its bytes.
+  std::string_view view() const {
+    return buffer_ ? std::string_view(buffer_->bytes.data() + offset_, length_) : std::string_view();
+  }
   std::size_t size() const { return length_; }
   bool empty() const { return length_ == 0; }
 
@@ -30,7 +44,7 @@ class String {
   String Slice(std::size_t offset, std::size_t count = static_cast<std::size_t>(-1)) const;
 
   // Concatenation. The label is the left side's, or the right side's where the left is empty or has none.
-  // Appending to a string that is not shared works in place.
+  // Appending to a string that shares its bytes with no other works in place.
   String& operator+=(const String& other);
   friend String operator+(String left, const String& right) {
     left += right;
@@ -48,6 +62,9 @@ class String {
     explicit Buffer(std::string bytes_in) : bytes(std::move(bytes_in)) {}
     std::string bytes;
   };
+
+  // Appends bytes from elsewhere to the buffer, which no other String shares.
+  void AppendInPlace(std::string_view bytes);
 
   Ref<Buffer> buffer_;
   std::size_t offset_ = 0;

@@ -8,11 +8,18 @@
 
 namespace vantorel {
 
-// Made only by GetTextEncoding and Encodings, one object per code, so that labels are cheap to compare.
+// Made only by GetTextEncoding and Encodings, one object per code, so that labels are cheap to compare. All
+// encodings here hold ASCII characters as their ASCII bytes.
 class TextEncoding : public Object {
  public:
   // How the bytes of a text fall into characters.
-  enum class Units { kOneByte, kUtf8, kUtf16, kUtf32, kShiftJis, kEucLike };
+  enum class Units {
+    kOneByte,
+    kUtf8,
+    kShiftJis,    // two bytes after a lead byte of 81-9F or E0-FC
+    kEucJp,       // two bytes after a lead byte of 8E or A1-FE, three after 8F
+    kDoubleByte,  // two bytes after a lead byte of 81-FE
+  };
 
   // The numeric codes of the Mac OS text encoding converter.
   std::int32_t base() const { return base_; }
@@ -35,15 +42,18 @@ class TextEncoding : public Object {
   std::string iconv_name_;
 };
 
-// The encoding of a base, variant and format; nil for one that this system does not know.
+// The encoding of a base, variant and format; nil for one that this system does not know. Bases below 128 are
+// the Mac scripts; base 256 is the Unicode group, which is held as UTF-8 here (format 2, or 0 for the
+// default).
 Ref<TextEncoding> GetTextEncoding(std::int32_t base, std::int32_t variant, std::int32_t format);
-// The encoding of a named font: nil here, as this system has no font encodings.
+// The encoding of a named font. Here only "System" has one: the classic system font's, Mac Roman.
 Ref<TextEncoding> GetFontTextEncoding(const std::string& font);
 
 namespace Encodings {
 Ref<TextEncoding> UTF8();
 Ref<TextEncoding> WindowsANSI();
 Ref<TextEncoding> MacRoman();
+// UTF-8 here.
 Ref<TextEncoding> SystemDefault();
 }  // namespace Encodings
 

@@ -2,6 +2,8 @@
 // others count characters of the string's encoding. None of them fails: what is out of range is cut.
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -21,10 +23,12 @@ String LeftB(const String& text, std::int32_t count);
 String MidB(const String& text, std::int32_t start);
 String MidB(const String& text, std::int32_t start, std::int32_t count);
 
-// Position of the first match at or after `start` (0: from the beginning), ignoring ASCII case; 0 if none.
+// Position of the first match at or after `start` (0: from the beginning), ignoring ASCII case; 0 if there is
+// none. An empty pattern is found nowhere.
 std::int32_t InStr(std::int32_t start, const String& text, const String& pattern);
 std::int32_t InStr(const String& text, const String& pattern);
-// The n-th field (from 1) between occurrences of `separator`; empty if there are fewer.
+// The n-th field (from 1) between occurrences of `separator`, found as InStr finds it; empty if there are
+// fewer.
 String NthField(const String& text, const String& separator, std::int32_t n);
 std::vector<String> Split(const String& text, const String& separator);
 String ReplaceAll(const String& text, const String& old_text, const String& new_text);
@@ -36,7 +40,9 @@ double Val(const String& text);
 // The one pattern in use is "0": a whole number in plain digits.
 String Format(double number, const String& pattern);
 String Hex(std::int64_t number);
+// Code of the first character, of a UTF-8 text its code point; 0 if the text is empty.
 std::int32_t Asc(const String& text);
+// The character of a code point, in UTF-8.
 String Chr(std::int32_t code);
 
 // The same text, ignoring ASCII letter case; labels play no part.
@@ -58,7 +64,21 @@ Ref<TextEncoding> GuessJapaneseEncoding(const String& text);
 // The break is CR LF and a blank, the folded form, so that a long text can stand in a message header.
 String EncodeBase64(const String& data, std::int32_t line_wrap);
 
-std::uint64_t BitwiseAnd(std::uint64_t a, std::uint64_t b);
-std::uint64_t BitwiseOr(std::uint64_t a, std::uint64_t b);
+// A negative 32-bit argument is widened by sign.
+inline std::uint64_t BitwiseAnd(std::uint64_t a, std::uint64_t b) {
+  return a & b;
+}
+inline std::uint64_t BitwiseOr(std::uint64_t a, std::uint64_t b) {
+  return a | b;
+}
+inline double Min(double a, double b) {
+  return std::min(a, b);
+}
+inline double Max(double a, double b) {
+  return std::max(a, b);
+}
+inline double Pow(double a, double b) {
+  return std::pow(a, b);
+}
 
 }  // namespace vantorel

@@ -1,0 +1,114 @@
+// The text functions that take a string apart by characters or bytes.
+#include <algorithm>
+#include <limits>
+
+#include "platform/text/CharacterUnits.h"
+#include "platform/text/TextFunctions.h"
+
+namespace vantorel {
+namespace {
+
+std::int32_t AsLength(std::size_t count) {
+  constexpr auto limit = static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max());
+  return static_cast<std::int32_t>(std::min(count, limit));
+}
+
+std::size_t AsCount(std::int32_t count) {
+  return static_cast<std::size_t>(std::max(count, 0));
+}
+
+// Characters or bytes before a position, which counts from 1.
+std::size_t Before(std::int32_t position) {
+  return AsCount(position) - (position > 0 ? 1 : 0);
+}
+
+std::size_t BytesBefore(const String& text, std::int32_t position) {
+  return BytesOfCharacters(text.view(), UnitsOf(text), Before(position));
+}
+
+// Code point of the well-formed UTF-8 character `bytes`; the first byte of anything else.
+std::int32_t Utf8CodePoint(std::string_view bytes) {
+  const auto lead = static_cast<unsigned char>(bytes[0]);
+  const std::size_t width = lead < 0xC2 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 1;
+  if (width == 1 || bytes.size() != width) return lead;
+  std::int32_t code = lead & (0x7F >> width);
+  for (const char c : bytes.substr(1)) code = code << 6 | (static_cast<unsigned char>(c) & 0x3F);
+  return code;
+}
+
+std::string Utf8Bytes(std::uint32_t code) {
+  if (code < 0x80) return {static_cast<char>(code)};
+  std::string bytes;
+  std::uint32_t lead_mark = 0x80;
+  std::uint32_t lead_limit = 0x40;
+  while (code >= lead_limit) {
+    bytes.insert(bytes.begin(), static_cast<char>(0x80 | (code & 0x3F)));
+    code >>= 6;
+    lead_mark = lead_mark >> 1 | 0x80;
+    lead_limit = lead_limit == 0x40 ? 0x20 : lead_limit >> 1;
+  }
+  bytes.insert(bytes.begin(), static_cast<char>(lead_mark | code));
+  return bytes;
+}
+
+}  // namespace
+
+std::int32_t Len(const String& text) {
+  return AsLength(CharacterCount(text.view(), UnitsOf(text)));
+}
+
+String Left(const String& text, std::int32_t count) {
+  return text.Slice(0, BytesOfCharacters(text.view(), UnitsOf(text), AsCount(count)));
+}
+
+String Right(const String& text, std::int32_t count) {
+  const TextEncoding::Units units = UnitsOf(text);
+  const std::size_t all = CharacterCount(text.view(), units);
+  return text.Slice(BytesOfCharacters(text.view(), units, all - std::min(all, AsCount(count))));
+}
+
+String Mid(const String& text, std::int32_t start) {
+  return text.Slice(BytesBefore(text, start));
+}
+
+String Mid(const String& text, std::int32_t start, std::int32_t count) {
+  return Left(Mid(text, start), count);
+}
+
+std::int32_t LenB(const String& text) {
+  return AsLength(text.size());
+}
+
+String LeftB(const String& text, std::int32_t count) {
+  return text.Slice(0, AsCount(count));
+}
+
+String MidB(const String& text, std::int32_t start) {
+  return text.Slice(Before(start));
+}
+
+String MidB(const String& text, std::int32_t start, std::int32_t count) {
+  return text.Slice(Before(start), AsCount(count));
+}
+
+String LTrim(const String& text) {
+  const std::size_t first = text.view().find_first_not_of(" \t\n\v\f\r");
+  return text.Slice(std::min(first, text.size()));
+}
+
+std::int32_t Asc(const String& text) {
+  if (text.empty()) return 0;
+  const String first = Left(text, 1);
+  if (UnitsOf(text) == TextEncoding::Units::kUtf8) return Utf8CodePoint(first.view());
+  std::int32_t code = 0;
+  for (const char c : first.view()) code = code << 8 | static_cast<unsigned char>(c);
+  return code;
+}
+
+String Chr(std::int32_t code) {
+  constexpr std::int32_t kLastCodePoint = 0x10FFFF;
+  return String::Adopt(Utf8Bytes(static_cast<std::uint32_t>(std::clamp(code, 0, kLastCodePoint))),
+                       Encodings::UTF8());
+}
+
+}  // namespace vantorel

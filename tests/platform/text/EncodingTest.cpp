@@ -1,0 +1,110 @@
+#include <gtest/gtest.h>
+
+#include "platform/text/TextFunctions.h"
+
+namespace vantorel {
+namespace {
+
+TEST(Encodings, NumbersAndNames) {
+  EXPECT_EQ(GetTextEncoding(1024, 0, 0)->base(), 1024);
+  EXPECT_EQ(GetTextEncoding(1280, 0, 0), Encodings::WindowsANSI());
+  EXPECT_EQ(GetTextEncoding(0, 0, 0), Encodings::MacRoman());
+  EXPECT_EQ(Encodings::UTF8()->base(), 256);
+  EXPECT_TRUE(Encodings::UTF8()->Equals(Encodings::SystemDefault()));
+  EXPECT_FALSE(Encodings::UTF8()->Equals(nil));
+  EXPECT_EQ(GetTextEncoding(127, 0, 0), nil);
+  EXPECT_EQ(GetFontTextEncoding("System"), Encodings::MacRoman());
+}
+
+TEST(Encodings, DefiningConvertsNothing) {
+  const String text = DefineEncoding("\xC3\xBC", Encodings::WindowsANSI());
+  EXPECT_EQ(LenB(text), 2);
+  EXPECT_EQ(Len(text), 2);
+  EXPECT_EQ(Encoding(DefineEncoding(text, nil)), nil);
+}
+
+TEST(Encodings, Conversion) {
+  const struct {
+    const char* name;
+    const char* from;
+    Ref<TextEncoding> from_encoding;
+    Ref<TextEncoding> to;
+    const char* expected;
+  } cases[] = {
+      {"u umlaut to Windows", "\xC3\xBC", Encodings::UTF8(), Encodings::WindowsANSI(), "\xFC"},
+      {"on to DOS", "\xFC", Encodings::WindowsANSI(), GetTextEncoding(1024, 0, 0), "\x81"},
+      {"and to the Mac", "\x81", GetTextEncoding(1024, 0, 0), Encodings::MacRoman(), "\x9F"},
+      {"no label counts as UTF-8", "a\xC3\xBC", nil, Encodings::MacRoman(), "a\x9F"},
+      {"one mark for one character",
+       "a\xE2\x82\xAC"
+       "b",
+       nil, GetTextEncoding(1024, 0, 0), "a?b"},
+      {"ill-formed bytes", "\xFFx\xC3", nil, Encodings::WindowsANSI(), "?x?"},
+      {"a byte that means nothing", "\x81y", Encodings::WindowsANSI(), Encodings::UTF8(), "?y"},
+      {"same encoding, whatever the bytes", "\xFF\xFE", Encodings::UTF8(), Encodings::UTF8(), "\xFF\xFE"},
+      {"Japanese", "\x83\x5C", GetTextEncoding(1, 0, 0), Encodings::UTF8(), "\xE3\x82\xBD"},
+      {"output longer than twice the input", "\xB1\xB2\xB3", GetTextEncoding(1, 0, 0), Encodings::UTF8(),
+       "\xEF\xBD\xB1\xEF\xBD\xB2\xEF\xBD\xB3"},
+  };
+  for (const auto& c : cases) {
+    const String result = ConvertEncoding(DefineEncoding(String::Bytes(c.from), c.from_encoding), c.to);
+    EXPECT_EQ(result.view(), c.expected) << c.name;
+    EXPECT_EQ(Encoding(result), c.to) << c.name;
+  }
+}
+
+TEST(Encodings, LongTextsConvertWhole) {
+  std::string source;
+  std::string expected;
+  for (int i = 0; i < 100'000; ++i) {
+    source += i % 1000 == 0 ? "\xFF" : "\xB1";
+    expected += i % 1000 == 0 ? "?" : "\xEF\xBD\xB1";
+  }
+  const String text = String::Adopt(source, GetTextEncoding(1, 0, 0));
+  EXPECT_EQ(ConvertEncoding(text, Encodings::UTF8()).view(), expected);
+}
+
+TEST(Encodings, EachKnownOneConverts) {
+  for (std::int32_t base = 0; base < 4096; ++base) {
+    const Ref<TextEncoding> encoding = GetTextEncoding(base, 0, 0);
+    if (!encoding || base == 1536) continue;  // plain ASCII has nothing to convert
+    bool any = false;
+    for (const char* sample : {"\xC3\xA6", "\xC4\x80", "\xD0\xB9", "\xE0\xB8\x81", "\xE4\xB8\x80"}) {
+      const String there = ConvertEncoding(sample, encoding);
+      if (there.view() == "?") continue;
+      any = true;
+      EXPECT_EQ(ConvertEncoding(there, Encodings::UTF8()).view(), sample) << base;
+    }
+    EXPECT_TRUE(any) << base;
+  }
+}
+
+TEST(Encodings, JapaneseGuess) {
+  const struct {
+    const char* name;
+    const char* bytes;
+    std::int32_t base;  // -1: none
+  } cases[] = {
+      {"ASCII says nothing", "plain", -1},        {"UTF-8", "\xC3\xBC.txt", 256},
+      {"Shift-JIS", "\x83\x5C\x81\x5B", 2561},    {"EUC", "\xA5\xBD\xA1\xBC", 2336},
+      {"overlong UTF-8 is none", "\xC0\x80", -1}, {"cut short", "a\xE3", -1},
+      {"Mac Roman umlauts", "\xFF\xFE", -1},
+  };
+  for (const auto& c : cases) {
+    const Ref<TextEncoding> guess = GuessJapaneseEncoding(String::Bytes(c.bytes));
+    EXPECT_EQ(guess ? guess->base() : -1, c.base) << c.name;
+  }
+}
+
+TEST(Encodings, Base64) {
+  EXPECT_EQ(EncodeBase64("", 76).view(), "");
+  EXPECT_EQ(EncodeBase64("f", 76).view(), "Zg==");
+  EXPECT_EQ(EncodeBase64("fo", 76).view(), "Zm8=");
+  EXPECT_EQ(EncodeBase64(String::Bytes("\xFF\xEF\xBE"), 76).view(), "/+++");
+  EXPECT_EQ(EncodeBase64("foobar", 8).view(), "Zm9vYmFy");  // no break where nothing follows
+  EXPECT_EQ(EncodeBase64("foobarx", 8).view(), "Zm9vYmFy\r\n eA==");
+  EXPECT_EQ(EncodeBase64("foobarx", 0).view(), "Zm9vYmFyeA==");
+}
+
+}  // namespace
+}  // namespace vantorel
