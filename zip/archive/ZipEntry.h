@@ -1,0 +1,155 @@
+// One member of an archive. Its core is the central file header as it stands in the file: accessors read the
+// block in place and setters write there, so that the directory writer can put it back as it is. An entry
+// outlives the closing of its archive; then only what needs the file fails, with a message in errmsg.
+//
+// The operations lie in
+//   ZipEntry.cpp            construction, z_setup, z_setAppleDoubleEntry
+//   ZipEntryFields.cpp      accessors over the header block, comment, extra fields
+//   ZipEntryNames.cpp       RawPath, Name, GetPath, SameRawPath, z_checkRawPath, z_origEncoded…
+//   ZipEntryTimes.cpp       Time, UTCOffsetInMinutes, z_ulongToDouble
+//   zip/extract             Extract, Verify, z_unzip, MakeDestination…, z_icMapFilename, GetMacBinaryHeader,
+//                           z_MBHdrLevel, ApplyMacBinaryInformation, z_CRC, z_adjustMacFilename,
+//                           ApplyUnixPermissions, z_unzipMBHdr
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "platform/base/Ref.h"
+#include "platform/files/Date.h"
+#include "platform/files/FolderItem.h"
+#include "platform/files/MemoryBlock.h"
+#include "platform/text/String.h"
+#include "zip/archive/ZipArchiveData.h"
+#include "zip/archive/ZipPath.h"
+#include "zip/write/ZipExtraField.h"
+
+namespace vantorel {
+
+class SeqDataOutputStream;
+
+class ZipEntry : public Object {
+ public:
+  String sysEncComment;          // the comment as text, in the archive's encoding
+  String zipEncName;             // the name as stored: bytes without a label
+  Ref<MemoryBlock> header;       // the 46-byte central header (CentralHeader), little-endian
+  Ref<ZipExtraField> extra;      // the central extra field, locked; never nil
+  Ref<MemoryBlock> zlib_prefix;  // the gzip header that goes ahead of deflated data; shared, never written
+  String errmsg;                 // message of the last failure; not cleared by a success
+  ZipPath path;                  // the name split at "/"
+  bool isFolder = false;         // the name ends in "/"
+  static constexpr double maxIntPlus1 = 2147483648.0;
+  Ref<ZipArchiveData> d;                   // the shared state of the archive
+  String sysEncName;                       // the name as text, in the archive's encoding: the raw path
+  String zipEncComment;                    // the comment as stored: bytes without a label
+  bool supportMB1 = false;                 // accept MacBinary I headers
+  bool lockFiles = false;                  // apply the locked state on extraction
+  Ref<ZipEntry> appleDoubleEntry;          // the companion with the resource fork and Finder data, or nil
+  bool z_hasDittoName = false;             // the name has the form of such a companion's
+  bool thisIsTheAppleDoubleEntry = false;  // this entry is another one's companion
+  bool runningOnClassic = false;           // the system version is below 10
+
+  // Signed: sizes of 2^31 bytes and more read as negative numbers.
+  virtual std::int32_t CompressedSize();
+  // The whole name as text; a folder's ends in "/".
+  virtual String RawPath();
+  virtual void GetPath(std::vector<String>& result);
+  // Only the name decides.
+  virtual bool IsDirectory();
+  // Local time as the header states it, without a range check; nil if date and time are both 0.
+  virtual Ref<Date> Time();
+  virtual bool IsEncrypted();
+  // Stored or deflated, not encrypted, and no folder.
+  virtual bool CanExtract();
+  virtual std::int32_t CompressionMethod();
+  // As Extract(destination, true).
+  virtual bool Extract(const Ref<FolderItem>& destination);
+
+  // `header_block` and `extra_field` may be nil; `name` and `comment` are stored bytes.
+  ZipEntry(const Ref<ZipArchiveData>& data, const Ref<MemoryBlock>& header_block, const String& name,
+           const Ref<ZipExtraField>& extra_field, const String& comment);
+  ~ZipEntry() override;
+
+  // Decompresses the member and throws the bytes away. False with a message if it is damaged.
+  virtual bool Verify();
+  virtual String Comment();
+  // Streams the member's bytes into the outputs, either of which may be nil. They come unopened; what was
+  // opened is closed. `header_block` is set to nil, and to the MacBinary header if one was found. False with
+  // a message on a fault.
+  virtual bool z_unzip(const Ref<SeqDataOutputStream>& data_out, const Ref<SeqDataOutputStream>& rsrc_out,
+                       bool mac_binary, bool header_only, Ref<MemoryBlock>& header_block);
+  // Raises OutOfMemoryException.
+  virtual void z_setup();
+  virtual String ErrorMessage();
+  // Where this member belongs below `root`. The folders on the way are made, the item itself is not. Does not
+  // keep to `root` if the name holds ".." components.
+  virtual Ref<FolderItem> MakeDestination(const Ref<FolderItem>& root, bool resolve_aliases);
+  // Extraction into the caller's streams; one of them or `mac_binary` must be given, else RuntimeException.
+  virtual bool Extract(bool mac_binary, const Ref<SeqDataOutputStream>& data_out,
+                       const Ref<SeqDataOutputStream>& rsrc_out, Ref<MemoryBlock>& header_block);
+  // Signed, as CompressedSize.
+  virtual std::int32_t Size();
+  // Changes the entry in memory and marks the directory as dirty, also in a read-only archive.
+  virtual void SetComment(const String& text);
+  // The central extra field, never nil. Raises RuntimeException if it is not locked.
+  virtual Ref<ZipExtraField> ExtraFieldInCentralDir();
+  // The block itself, not a copy.
+  virtual Ref<MemoryBlock> z_Header();
+  // Builds path, isFolder and z_hasDittoName from sysEncName.
+  virtual void z_checkRawPath();
+  // The type and creator that go with a file name; false, with both untouched, if none are known.
+  virtual bool z_icMapFilename(const String& name, String& type, String& creator);
+  // As Extract(destination, true, true), whatever `flag` says.
+  virtual bool Extract(const Ref<FolderItem>& destination, bool flag);
+  // The member's header block, or nil in `header_block` if it has none. False with a message on a fault.
+  virtual bool GetMacBinaryHeader(Ref<MemoryBlock>& header_block);
+  // The MacBinary level of a 128-byte big-endian block: 0 (none) to 4.
+  virtual std::int32_t z_MBHdrLevel(const Ref<MemoryBlock>& block);
+  // Gives the item the dates, name, type, creator and Finder flags of a header block, as far as they can be
+  // had.
+  virtual void ApplyMacBinaryInformation(const Ref<FolderItem>& item, const Ref<MemoryBlock>& header_block);
+  // MacBinary's CRC-16 of the first `length` bytes, 0 to 65535.
+  virtual std::int32_t z_CRC(const Ref<MemoryBlock>& block, std::int32_t length);
+  // The 32-bit pattern read as an unsigned number.
+  virtual double z_ulongToDouble(std::int32_t value);
+  virtual String z_origEncodedName();
+  virtual String z_origEncodedComment();
+  // Gives the item its exact Mac name, if that is clearly the same name.
+  virtual void z_adjustMacFilename(const String& name, std::int32_t script, const Ref<FolderItem>& item);
+  // Whether this is the stored name, ignoring case.
+  virtual bool SameRawPath(const String& raw_path);
+  // One step of MakeDestination.
+  virtual Ref<FolderItem> MakeDestinationChild(const Ref<FolderItem>& parent, const String& name,
+                                               bool resolve_aliases);
+  virtual bool IsTextFile();
+  // The three setters over the header do not mark the directory as dirty.
+  virtual void SetTextFileFlag(bool flag);
+  virtual std::int32_t OSMadeBy();
+  virtual void SetOSMadeBy(std::int32_t value);
+  // Locks and stores the field (nil: an empty one) and marks the directory as dirty.
+  virtual void SetExtraFieldInCentralDir(const Ref<ZipExtraField>& field);
+  // The local extra field, read from the file each time; the stream's position is put back. nil with a
+  // message if the archive is closed or the local header damaged.
+  virtual Ref<ZipExtraField> ExtraField();
+  virtual void EnableMacBinary1Detection(bool flag);
+  virtual void EnableFileLocking(bool flag);
+  // The last component. Raises OutOfBoundsException if there is none.
+  virtual String Name();
+  virtual std::int32_t ExternalFileAttributes();
+  virtual void SetExternalFileAttributes(std::int32_t value);
+  // Applies the Unix mode in the member's own external attributes. True if it was set.
+  virtual bool ApplyUnixPermissions(const Ref<FolderItem>& item);
+  // Extraction to a file or folder, with forks and metadata. `mac_binary`: unwrap MacBinary and use the
+  // companion; `make_executable`: a file of no known mode that is no text gets the execute bits. An existing
+  // file is replaced, and lost if the extraction fails. False with a message.
+  virtual bool Extract(const Ref<FolderItem>& destination, bool mac_binary, bool make_executable);
+  virtual bool ApplyUnixPermissions(const Ref<FolderItem>& item, std::int32_t attributes);
+  virtual void z_setAppleDoubleEntry(const Ref<ZipEntry>& companion);
+  // Looks at the first bytes of a member's stream for a header; false only for a bad AppleDouble one.
+  virtual bool z_unzipMBHdr(bool is_apple_double, const String& data, Ref<MemoryBlock>& header_block,
+                            std::int32_t& resource_offset);
+  // Minutes east of UTC of the local time zone at this moment.
+  virtual std::int32_t UTCOffsetInMinutes();
+};
+
+}  // namespace vantorel
