@@ -16,7 +16,7 @@
 
 namespace vantorel {
 
-class Deflater;
+class MemberDeflater;
 class GzipReader;
 
 class ZStream : public Object {
@@ -45,7 +45,7 @@ class ZStream : public Object {
 
  private:
   std::unique_ptr<GzipReader> inflating_;
-  std::unique_ptr<Deflater> deflating_;
+  std::unique_ptr<MemberDeflater> deflating_;
   Ref<IStreamWriter> writer_;
   std::int32_t error_value_ = 0;
 };

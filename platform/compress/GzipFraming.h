@@ -1,0 +1,33 @@
+// The frame of a gzip member (RFC 1952, section 2.3): a header of 10 bytes where no optional field is
+// announced, and a trailer of CRC-32 and length, both little-endian.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace vantorel {
+
+inline constexpr std::size_t kGzipHeaderLength = 10;
+inline constexpr std::size_t kGzipFlagsOffset = 3;
+inline constexpr std::size_t kGzipTrailerLength = 8;
+inline constexpr std::size_t kGzipSizeFromEnd = 4;
+
+// True for a member of which at least header and trailer can be there and whose header has no optional
+// fields.
+inline bool HasPlainGzipHeader(std::string_view member) {
+  constexpr std::string_view kDeflateMember = "\x1F\x8B\x08";
+  return member.size() >= kGzipHeaderLength + kGzipTrailerLength && member.substr(0, 3) == kDeflateMember &&
+         member[kGzipFlagsOffset] == 0;
+}
+
+// The uncompressed size, modulo 2^32, that stands in the last four bytes of a member.
+inline std::uint32_t SizeInGzipTrailer(std::string_view member) {
+  std::uint32_t size = 0;
+  for (std::size_t i = member.size(); i > member.size() - kGzipSizeFromEnd; --i) {
+    size = size << 8U | static_cast<std::uint8_t>(member[i - 1]);
+  }
+  return size;
+}
+
+}  // namespace vantorel

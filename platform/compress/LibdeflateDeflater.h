@@ -1,0 +1,26 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/compress/MemberDeflater.h"
+#include "platform/compress/ZlibDeflater.h"
+
+namespace vantorel {
+
+// Holds the data of a member and deflates it as a whole when it ends; one that grows past the limit goes
+// through zlib's stream instead.
+class LibdeflateDeflater : public MemberDeflater {
+ public:
+  static constexpr std::size_t kLimit = 8U << 20U;
+
+  void Write(std::string_view data, IStreamWriter& writer) override;
+  void Finish(IStreamWriter& writer) override;
+
+ private:
+  std::string held_;
+  // Set once the member has grown past the limit.
+  std::unique_ptr<ZlibDeflater> stream_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,30 @@
+// One engine inflating one gzip member piece by piece.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace vantorel {
+
+// What a member has come to; the numbers are zlib's and reach people in messages.
+enum class MemberStatus : std::int32_t {
+  Going = 0,
+  End = 1,
+  BadData = -3,
+  OutOfMemory = -4,
+  Truncated = -5,
+};
+
+class MemberInflater {
+ public:
+  virtual ~MemberInflater() = default;
+
+  // Takes bytes from the front of `input` and puts at most `room` inflated ones at `output`; `produced` tells
+  // how many. Going: the room is full or the input used up. End: the trailer has been checked and is right.
+  // BadData: `produced` bytes in front of the fault are good.
+  virtual MemberStatus Inflate(std::string_view& input, char* output, std::size_t room,
+                               std::size_t& produced) = 0;
+};
+
+}  // namespace vantorel

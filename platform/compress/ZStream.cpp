@@ -1,0 +1,43 @@
+#include "platform/compress/ZStream.h"
+
+#include "platform/base/Exceptions.h"
+#include "platform/compress/Engines.h"
+#include "platform/compress/GzipReader.h"
+
+namespace vantorel {
+
+ZStream::ZStream(bool write, const Ref<IStreamWriter>& writer, const Ref<IStreamReader>& reader,
+                 CompressEngine engine) {
+  if (write) {
+    deflating_ = NewDeflater(engine);
+    writer_ = writer;
+  } else {
+    inflating_ = std::make_unique<GzipReader>(reader, engine);
+  }
+}
+
+ZStream::~ZStream() = default;
+
+String ZStream::Read(std::int32_t count) {
+  if (inflating_ == nullptr) throw RuntimeException("a ZStream made for writing was read");
+  if (count <= 0) return {};
+  MemberStatus status = MemberStatus::Going;
+  String bytes = inflating_->Read(static_cast<std::size_t>(count), status);
+  error_value_ = static_cast<std::int32_t>(status);
+  return bytes;
+}
+
+void ZStream::Write(const String& data) {
+  if (deflating_ == nullptr) throw RuntimeException("a ZStream made for reading, or closed, was written");
+  deflating_->Write(data.view(), *writer_);
+  error_value_ = writer_->LastError();
+}
+
+void ZStream::Close() {
+  if (deflating_ == nullptr) return;
+  const std::unique_ptr<MemberDeflater> last = std::move(deflating_);
+  last->Finish(*writer_);
+  error_value_ = writer_->LastError();
+}
+
+}  // namespace vantorel

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "platform/compress/MemberDeflater.h"
+#include "platform/compress/PooledState.h"
+
+namespace vantorel {
+
+struct ZlibDeflateState;
+
+// Deflates as the data comes, at zlib's default level.
+class ZlibDeflater : public MemberDeflater {
+ public:
+  ZlibDeflater();
+  ~ZlibDeflater() override;
+  ZlibDeflater(const ZlibDeflater&) = delete;
+  ZlibDeflater& operator=(const ZlibDeflater&) = delete;
+
+  void Write(std::string_view data, IStreamWriter& writer) override;
+  void Finish(IStreamWriter& writer) override;
+
+ private:
+  void Run(std::string_view data, int flush, IStreamWriter& writer);
+
+  PooledState<ZlibDeflateState> state_;
+};
+
+}  // namespace vantorel

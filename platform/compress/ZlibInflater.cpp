@@ -1,0 +1,61 @@
+#include "platform/compress/ZlibInflater.h"
+
+#define ZLIB_CONST
+#include <zlib.h>
+
+#include "platform/base/Exceptions.h"
+
+namespace vantorel {
+
+namespace {
+// The largest window, and a gzip member around the data.
+constexpr int kGzipWindowBits = 15 + 16;
+
+// zlib counts in 32 bits.
+uInt Clip(std::size_t count) {
+  constexpr std::size_t kMost = 1U << 30;
+  return static_cast<uInt>(count < kMost ? count : kMost);
+}
+}  // namespace
+
+struct ZlibInflateState {
+  ZlibInflateState() {
+    if (inflateInit2(&stream, kGzipWindowBits) != Z_OK) RaiseOutOfMemoryException();
+  }
+  ~ZlibInflateState() { inflateEnd(&stream); }
+  ZlibInflateState(const ZlibInflateState&) = delete;
+  ZlibInflateState& operator=(const ZlibInflateState&) = delete;
+  void Reset() { inflateReset(&stream); }
+
+  z_stream stream{};
+};
+
+ZlibInflater::ZlibInflater() = default;
+ZlibInflater::~ZlibInflater() = default;
+
+MemberStatus ZlibInflater::Inflate(std::string_view& input, char* output, std::size_t room,
+                                   std::size_t& produced) {
+  z_stream& stream = state_->stream;
+  const uInt offered = Clip(input.size());
+  const uInt wanted = Clip(room);
+  stream.next_in = reinterpret_cast<const Bytef*>(input.data());
+  stream.avail_in = offered;
+  stream.next_out = reinterpret_cast<Bytef*>(output);
+  stream.avail_out = wanted;
+  const int result = inflate(&stream, Z_NO_FLUSH);
+  input.remove_prefix(offered - stream.avail_in);
+  produced = wanted - stream.avail_out;
+  switch (result) {
+    case Z_STREAM_END:
+      return MemberStatus::End;
+    case Z_OK:
+    case Z_BUF_ERROR:  // neither input nor room was left to do anything with
+      return MemberStatus::Going;
+    case Z_MEM_ERROR:
+      return MemberStatus::OutOfMemory;
+    default:
+      return MemberStatus::BadData;
+  }
+}
+
+}  // namespace vantorel
