@@ -31,6 +31,8 @@ class HTTPSocket : public TCPSocket, public Writeable, public Readable, public _
  public:
   static constexpr std::int32_t kUnusableDownloadFile = 1;
   static constexpr std::int32_t kTimedOut = -1;
+  // The status of a page that needs a name and a password.
+  static constexpr std::int32_t kUnauthorized = 401;
 
   // As Constructor.
   HTTPSocket();
@@ -151,6 +153,9 @@ class HTTPSocket : public TCPSocket, public Writeable, public Readable, public _
   virtual void Event_HTTPError(std::int32_t /*code*/) {}
 
  private:
+  // A synchronous call, but for its result.
+  void ConnectAndWait(const String& url, const String& action, const Ref<FolderItem>& file,
+                      std::int32_t timeout);
   // Takes the header block out of the receive buffer and acts on it, if it is complete.
   void ReceiveHeaders();
 
