@@ -1,0 +1,36 @@
+#include "zip/extract/MemberData.h"
+
+#include "zip/extract/ZipBinaryStreamReader.h"
+
+namespace vantorel {
+
+namespace {
+
+constexpr std::int32_t kEndOfMember = 1;
+
+// What ends a gzip member (RFC 1952): its sum and size.
+String GzipTrailer(std::int32_t crc, std::int32_t size) {
+  const Ref<MemoryBlock> trailer = New<MemoryBlock>(8);
+  trailer->SetLittleEndian(true);
+  trailer->SetLong(0, crc);
+  trailer->SetLong(4, size);
+  return trailer->StringValue(0, trailer->Size());
+}
+
+}  // namespace
+
+MemberData::MemberData(const Ref<BinaryStream>& stream, std::int32_t compressed_size,
+                       const Ref<MemoryBlock>& gzip_header, std::int32_t crc, std::int32_t size)
+    : stream_(stream) {
+  const String prefix = gzip_header->StringValue(0, gzip_header->Size());
+  const String suffix = GzipTrailer(crc, size);
+  inflate_ = New<ZStream>(false, nil, New<ZipBinaryStreamReader>(stream, compressed_size, prefix, suffix));
+}
+
+std::int32_t MemberData::Fault() const {
+  if (!inflate_) return 0;
+  const std::int32_t code = inflate_->ErrorValue();
+  return code == kEndOfMember ? 0 : code;
+}
+
+}  // namespace vantorel

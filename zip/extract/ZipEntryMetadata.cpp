@@ -1,0 +1,87 @@
+// ZipEntry: dates, type and creator, Finder flags, exact name and Unix mode of an extracted item. All of it
+// is best effort: nothing here fails an extraction.
+#include "platform/text/TextFunctions.h"
+#include "zip/archive/ZipEntry.h"
+#include "zip/extract/MacBinaryHeader.h"
+
+namespace vantorel {
+
+namespace {
+
+namespace Mac = MacBinaryHeader;
+
+// Drops the name-locked and the has-been-inited flag: they are the Finder's own business.
+constexpr std::uint8_t kFinderFlagsHighMask = 0xEE;
+constexpr std::int32_t kScriptIsValid = 0x80;
+
+Ref<Date> MacDate(double seconds) {
+  const Ref<Date> date = New<Date>();
+  date->SetTotalSeconds(seconds);
+  return date;
+}
+
+// The encoding that the system's standard font shows; where fonts have none, that of its texts.
+Ref<TextEncoding> SystemEncoding() {
+  const Ref<TextEncoding> encoding = GetFontTextEncoding("System");
+  return encoding ? encoding : Encodings::SystemDefault();
+}
+
+void CopyCode(const MemoryBlock& block, std::int32_t offset, std::array<char, 4>& code) {
+  block.View().copy(code.data(), code.size(), static_cast<std::size_t>(offset));
+}
+
+// A folder has neither type nor creator.
+void ApplyFinderInfo(FolderItem& item, const MemoryBlock& block) {
+  FinderInfo info = item.GetFinderInfo();
+  if (!item.Directory()) {
+    CopyCode(block, Mac::kType, info.type);
+    CopyCode(block, Mac::kCreator, info.creator);
+  }
+  const int high = block.Byte(Mac::kFinderFlagsHigh) & kFinderFlagsHighMask;
+  info.flags = static_cast<std::uint16_t>((high << 8) | block.Byte(Mac::kFinderFlagsLow));
+  info.script = block.Byte(Mac::kScript);
+  info.extended_flags = block.Byte(Mac::kExtendedFlags);
+  item.SetFinderInfo(info);
+}
+
+}  // namespace
+
+void ZipEntry::ApplyMacBinaryInformation(const Ref<FolderItem>& item, const Ref<MemoryBlock>& header_block) {
+  if (!item->Exists() || !header_block) return;
+  header_block->SetLittleEndian(false);
+  // A companion without times has 0 in both fields: the file then gets the first moment of 1904, and not the
+  // time that its entry states.
+  item->SetCreationDate(MacDate(z_ulongToDouble(header_block->Long(Mac::kCreated))));
+  item->SetModificationDate(MacDate(z_ulongToDouble(header_block->Long(Mac::kModified))));
+  z_adjustMacFilename(header_block->PString(Mac::kName), header_block->Byte(Mac::kScript), item);
+  ApplyFinderInfo(*item, *header_block);
+  if (lockFiles && header_block->Byte(Mac::kProtected) != 0 && !item->Directory()) item->SetLocked(true);
+}
+
+void ZipEntry::z_adjustMacFilename(const String& name, std::int32_t script, const Ref<FolderItem>& item) {
+  const Ref<TextEncoding> encoding =
+      (script & kScriptIsValid) == 0 ? SystemEncoding() : GetTextEncoding(script & ~kScriptIsValid, 0, 0);
+  if (!encoding) return;
+  const String exact = DefineEncoding(name, encoding);
+  const String present = item->Name();
+  if (exact.empty() || SameText(exact, present)) return;
+  if (SameText(present, d->cleanName(exact)) && SameText(present, path.back())) item->SetName(exact);
+}
+
+bool ZipEntry::ApplyUnixPermissions(const Ref<FolderItem>& item) {
+  const std::int32_t attributes = ExternalFileAttributes();
+  return attributes < 0 && ApplyUnixPermissions(item, attributes);
+}
+
+bool ZipEntry::ApplyUnixPermissions(const Ref<FolderItem>& item, std::int32_t attributes) {
+  const Ref<MemoryBlock> reference = d->makeFSRef(item);
+  if (!reference) return false;
+  return d->updateUnixPermissions(reference, 0, d->shiftRight16(attributes)) == 0;
+}
+
+// This system has no table that tells a file's type and creator from its name.
+bool ZipEntry::z_icMapFilename(const String& /*name*/, String& /*type*/, String& /*creator*/) {
+  return false;
+}
+
+}  // namespace vantorel
