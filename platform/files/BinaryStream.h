@@ -1,38 +1,53 @@
-// An open file as a stream of bytes and numbers. Buffered; writes reach the kernel at the latest when Length
-// is read or set, on Close, or when the position jumps. Positions count from 0, in 64 bits.
+// An open file as a stream of bytes and numbers. Positions count from 0, in 64 bits. Buffered: writes reach
+// the kernel at the latest when Length is read or set, on Flush or Close, or on a transfer elsewhere in the
+// file; transfers of `kDirect` bytes or more go straight between the caller's memory and the file. A read
+// sees what was written before it on the same stream. The file is taken to change through this stream only.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
+#include <memory>
 #include <string_view>
 
 #include "platform/base/Ref.h"
+#include "platform/files/ByteOrder.h"
 #include "platform/text/String.h"
 
 namespace vantorel {
 
 class BinaryStream : public Object {
  public:
-  // Takes over an open descriptor. `writable` tells whether writing is allowed.
-  BinaryStream(int descriptor, bool writable);
+  // From this size on a transfer bypasses the buffer.
+  static constexpr std::size_t kDirect = 8192;
+
+  // Takes over the descriptor of a regular file of `length` bytes, open for reading and, if `writable`, for
+  // writing.
+  BinaryStream(int descriptor, bool writable, std::uint64_t length);
   // Closes the file if Close was not called.
   ~BinaryStream() override;
 
   bool LittleEndian() const { return little_endian_; }
   void SetLittleEndian(bool value) { little_endian_ = value; }
 
-  std::uint64_t Position() const;
-  void SetPosition(std::uint64_t position);
-  std::uint64_t Length() const;
+  std::uint64_t Position() const { return position_; }
+  void SetPosition(std::uint64_t position) { position_ = position; }
+  // The length after what is buffered went to the kernel, so that it tells whether all of it found room.
+  std::uint64_t Length();
   // Truncates or extends the file; the position stays.
   void SetLength(std::uint64_t length);
   // True when the position has reached the length. (The bare name is a macro of the C library.)
-  bool AtEOF() const;
+  bool AtEOF() const { return position_ >= length_; }
 
-  // The next 4 or 2 bytes as a signed number; 0 past the end.
-  std::int32_t ReadLong();
-  std::int16_t ReadShort();
+  // The next 4 or 2 bytes as a signed number. Bytes past the end count as 0; the position moves on all the
+  // same.
+  std::int32_t ReadLong() {
+    char scratch[4];
+    return static_cast<std::int32_t>(Load32(Take(scratch, sizeof scratch), little_endian_));
+  }
+  std::int16_t ReadShort() {
+    char scratch[2];
+    return static_cast<std::int16_t>(Load16(Take(scratch, sizeof scratch), little_endian_));
+  }
   // Up to `count` bytes; fewer at the end of the file; none for a count of 0 or less. Memory grows only with
   // what the file really holds.
   String Read(std::int32_t count, const Ref<TextEncoding>& encoding = nil);
@@ -41,17 +56,53 @@ class BinaryStream : public Object {
 
   void WriteLong(std::int32_t value);
   void WriteShort(std::int32_t value);
-  void Write(const String& bytes);
+  void Write(const String& bytes) { WriteBytes(bytes.view()); }
   void WriteBytes(std::string_view bytes);
 
   // True once a write or a change of length has failed; stays so.
-  bool WriteError() const;
+  bool WriteError() const { return write_error_; }
   // Hands what is buffered to the kernel. False if that or an earlier write failed.
   bool Flush();
+  // Flushes and closes. Afterwards the stream is an empty file that takes nothing.
   void Close();
 
  private:
+  // The `count` buffered bytes at the position; nullptr if they are not all there.
+  const char* Buffered(std::size_t count) const {
+    const std::uint64_t at = position_ - window_start_;  // huge for a position before the window
+    return window_size_ >= count && at <= window_size_ - count ? window_.get() + at : nullptr;
+  }
+  // The next `count` bytes, buffered or read into `scratch`.
+  const char* Take(char* scratch, std::size_t count) {
+    const char* bytes = Buffered(count);
+    if (bytes == nullptr) return TakeUnbuffered(scratch, count);
+    position_ += count;
+    return bytes;
+  }
+  const char* TakeUnbuffered(char* scratch, std::size_t count);
+  // Reads the window anew from the position on.
+  void Fill();
+  std::size_t ReadDirect(char* buffer, std::size_t count);
+  void WriteBuffered(std::string_view bytes);
+  void WriteDirect(std::string_view bytes);
+  bool Put(std::string_view bytes, std::uint64_t position);
+  void Fail();
+
+  int descriptor_;
+  bool writable_;
   bool little_endian_ = false;
+  bool write_error_ = false;
+  std::uint64_t position_ = 0;
+  std::uint64_t length_;  // with what is buffered
+
+  // The window holds the bytes of the file from window_start_ on, as this stream sees them. Those from
+  // dirty_begin_ to before dirty_end_, offsets in the window, have yet to be written.
+  std::unique_ptr<char[]> window_;
+  std::uint64_t window_start_ = 0;
+  std::size_t window_size_ = 0;
+  std::size_t dirty_begin_ = 0;
+  std::size_t dirty_end_ = 0;
+  std::size_t next_fill_;
 };
 
 }  // namespace vantorel

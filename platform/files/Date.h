@@ -15,28 +15,44 @@ class Date : public Object {
   Date();
   // The moment of a system time stamp.
   static Ref<Date> FromUnixTime(std::time_t seconds);
+  // The other way. A local time that occurs twice means one of the two; one that is skipped, one close by.
   std::time_t UnixTime() const;
 
-  std::int32_t Year() const;
-  std::int32_t Month() const;
-  std::int32_t Day() const;
-  std::int32_t Hour() const;
-  std::int32_t Minute() const;
-  std::int32_t Second() const;
-  void SetYear(std::int32_t value);
-  void SetMonth(std::int32_t value);
-  void SetDay(std::int32_t value);
-  void SetHour(std::int32_t value);
-  void SetMinute(std::int32_t value);
-  void SetSecond(std::int32_t value);
+  std::int32_t Year() const { return Normalised().year; }
+  std::int32_t Month() const { return Normalised().month; }
+  std::int32_t Day() const { return Normalised().day; }
+  std::int32_t Hour() const { return Normalised().hour; }
+  std::int32_t Minute() const { return Normalised().minute; }
+  std::int32_t Second() const { return Normalised().second; }
+  void SetYear(std::int32_t value) { set_.year = value; }
+  void SetMonth(std::int32_t value) { set_.month = value; }
+  void SetDay(std::int32_t value) { set_.day = value; }
+  void SetHour(std::int32_t value) { set_.hour = value; }
+  void SetMinute(std::int32_t value) { set_.minute = value; }
+  void SetSecond(std::int32_t value) { set_.second = value; }
 
   // Seconds since the start of 1904 in local time (no time zone takes part in the count).
   double TotalSeconds() const;
+  // A fraction is dropped. What lies beyond the years that a field can hold is cut.
   void SetTotalSeconds(double value);
 
  private:
-  // Fields as they were set; month counts from 1.
-  std::int32_t year_, month_, day_, hour_, minute_, second_;
+  // Month and day count from 1.
+  struct Fields {
+    std::int32_t year, month, day, hour, minute, second;
+  };
+
+  explicit Date(const Fields& fields) : set_(fields) {}
+  template <typename T, typename... Args>
+  friend Ref<T> New(Args&&... args);
+
+  // Seconds from the start of 1970 to these fields, by the calendar alone.
+  static std::int64_t CalendarSeconds(const Fields& fields);
+  static Fields FromCalendarSeconds(std::int64_t seconds);
+  static Fields LocalFields(std::time_t seconds);
+  Fields Normalised() const { return FromCalendarSeconds(CalendarSeconds(set_)); }
+
+  Fields set_;
 };
 
 }  // namespace vantorel

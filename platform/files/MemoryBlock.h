@@ -43,7 +43,6 @@ class MemoryBlock : public Object {
   std::string_view View() const;
 
  private:
-  friend Ref<MemoryBlock> NewMemoryBlock(std::int64_t size);
   struct Free {
     void operator()(std::uint8_t* p) const { std::free(p); }  // NOLINT(cppcoreguidelines-no-malloc)
   };

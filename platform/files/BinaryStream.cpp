@@ -1,0 +1,218 @@
+#include "platform/files/BinaryStream.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <utility>
+
+namespace vantorel {
+namespace {
+
+constexpr std::size_t kWindow = 65536;
+// A read that does not go on where the last one ended fetches this much; each that does fetches twice as much
+// as the one before. So scattered reads stay cheap and a run of small ones takes few system calls.
+constexpr std::size_t kFirstFill = 4096;
+constexpr std::uint64_t kLastPosition = std::numeric_limits<off_t>::max();
+
+off_t AsOffset(std::uint64_t position) {
+  return static_cast<off_t>(std::min(position, kLastPosition));
+}
+
+}  // namespace
+
+BinaryStream::BinaryStream(int descriptor, bool writable, std::uint64_t length)
+    : descriptor_(descriptor), writable_(writable), length_(length), next_fill_(kFirstFill) {}
+
+BinaryStream::~BinaryStream() {
+  Close();
+}
+
+std::uint64_t BinaryStream::Length() {
+  Flush();
+  return length_;
+}
+
+void BinaryStream::SetLength(std::uint64_t length) {
+  Flush();
+  if (length == length_) return;
+  if (!writable_ || length > kLastPosition || ftruncate(descriptor_, AsOffset(length)) != 0) {
+    write_error_ = true;
+    return;
+  }
+  length_ = length;
+  if (window_start_ + window_size_ > length) window_size_ = 0;
+}
+
+String BinaryStream::Read(std::int32_t count, const Ref<TextEncoding>& encoding) {
+  if (count <= 0 || AtEOF()) return DefineEncoding(String(), encoding);
+  const std::size_t wanted = std::min<std::uint64_t>(static_cast<std::uint64_t>(count), length_ - position_);
+  std::string bytes;
+  if (const char* buffered = Buffered(wanted)) {
+    bytes.assign(buffered, wanted);
+    position_ += wanted;
+  } else {
+    bytes.resize(wanted);
+    bytes.resize(ReadInto(bytes.data(), wanted));
+  }
+  return String::Adopt(std::move(bytes), encoding);
+}
+
+std::size_t BinaryStream::ReadInto(char* buffer, std::size_t count) {
+  if (AtEOF()) return 0;
+  count = std::min<std::uint64_t>(count, length_ - position_);
+  std::size_t done = 0;
+  while (done < count) {
+    if (Buffered(1) == nullptr) {
+      Flush();
+      if (count - done >= kDirect) return done + ReadDirect(buffer + done, count - done);
+      Fill();
+    }
+    const char* bytes = Buffered(1);
+    if (bytes == nullptr) break;
+    const auto left = static_cast<std::size_t>(window_.get() + window_size_ - bytes);
+    const std::size_t part = std::min(left, count - done);
+    std::memcpy(buffer + done, bytes, part);
+    done += part;
+    position_ += part;
+  }
+  return done;
+}
+
+void BinaryStream::Fill() {
+  if (!window_) window_ = std::make_unique_for_overwrite<char[]>(kWindow);
+  const bool goes_on = window_size_ > 0 && position_ == window_start_ + window_size_;
+  next_fill_ = goes_on ? std::min(next_fill_ * 2, kWindow) : kFirstFill;
+  window_start_ = position_;
+  window_size_ = 0;
+  ssize_t got = 0;
+  do {
+    got = pread(descriptor_, window_.get(), next_fill_, AsOffset(position_));
+  } while (got < 0 && errno == EINTR);
+  if (got > 0) window_size_ = static_cast<std::size_t>(got);
+}
+
+std::size_t BinaryStream::ReadDirect(char* buffer, std::size_t count) {
+  std::size_t done = 0;
+  while (done < count) {
+    const ssize_t got = pread(descriptor_, buffer + done, count - done, AsOffset(position_));
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    done += static_cast<std::size_t>(got);
+    position_ += static_cast<std::uint64_t>(got);
+  }
+  return done;
+}
+
+const char* BinaryStream::TakeUnbuffered(char* scratch, std::size_t count) {
+  const std::uint64_t end = position_ + count;
+  std::memset(scratch, 0, count);
+  ReadInto(scratch, count);
+  position_ = end;
+  return scratch;
+}
+
+void BinaryStream::WriteLong(std::int32_t value) {
+  char bytes[4];
+  Store32(bytes, static_cast<std::uint32_t>(value), little_endian_);
+  WriteBytes(std::string_view(bytes, sizeof bytes));
+}
+
+void BinaryStream::WriteShort(std::int32_t value) {
+  char bytes[2];
+  Store16(bytes, static_cast<std::uint16_t>(value), little_endian_);
+  WriteBytes(std::string_view(bytes, sizeof bytes));
+}
+
+void BinaryStream::WriteBytes(std::string_view bytes) {
+  if (bytes.empty()) return;
+  if (!writable_ || position_ > kLastPosition - bytes.size()) {
+    write_error_ = true;
+    position_ += bytes.size();
+    return;
+  }
+  if (bytes.size() < kDirect) {
+    WriteBuffered(bytes);
+  } else {
+    WriteDirect(bytes);
+  }
+  position_ += bytes.size();
+}
+
+void BinaryStream::WriteBuffered(std::string_view bytes) {
+  if (!window_) window_ = std::make_unique_for_overwrite<char[]>(kWindow);
+  std::uint64_t at = position_ - window_start_;
+  if (at > window_size_ || at + bytes.size() > kWindow) {
+    Flush();
+    window_start_ = position_;
+    window_size_ = 0;
+    at = 0;
+  }
+  const auto begin = static_cast<std::size_t>(at);
+  const std::size_t end = begin + bytes.size();
+  if (dirty_begin_ != dirty_end_ && (begin > dirty_end_ || end < dirty_begin_)) Flush();
+  if (dirty_begin_ == dirty_end_) {
+    dirty_begin_ = begin;
+    dirty_end_ = end;
+  }
+  std::memcpy(window_.get() + begin, bytes.data(), bytes.size());
+  dirty_begin_ = std::min(dirty_begin_, begin);
+  dirty_end_ = std::max(dirty_end_, end);
+  window_size_ = std::max(window_size_, end);
+  length_ = std::max(length_, position_ + bytes.size());
+}
+
+void BinaryStream::WriteDirect(std::string_view bytes) {
+  Flush();
+  window_size_ = 0;
+  if (!Put(bytes, position_)) {
+    Fail();
+    return;
+  }
+  length_ = std::max(length_, position_ + bytes.size());
+}
+
+bool BinaryStream::Flush() {
+  if (dirty_begin_ == dirty_end_) return !write_error_;
+  const std::string_view dirty(window_.get() + dirty_begin_, dirty_end_ - dirty_begin_);
+  const std::uint64_t start = window_start_ + dirty_begin_;
+  dirty_begin_ = dirty_end_ = 0;
+  if (!Put(dirty, start)) Fail();
+  return !write_error_;
+}
+
+// Writes all of `bytes`, or says no after having written what could be.
+bool BinaryStream::Put(std::string_view bytes, std::uint64_t position) {
+  while (!bytes.empty()) {
+    const ssize_t put = pwrite(descriptor_, bytes.data(), bytes.size(), AsOffset(position));
+    if (put < 0 && errno == EINTR) continue;
+    if (put <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(put));
+    position += static_cast<std::uint64_t>(put);
+  }
+  return true;
+}
+
+// Remembers the failed write and forgets what it left unwritten, so that the stream shows the file as it is.
+void BinaryStream::Fail() {
+  write_error_ = true;
+  window_size_ = 0;
+  struct stat info {};
+  if (fstat(descriptor_, &info) == 0) length_ = static_cast<std::uint64_t>(info.st_size);
+}
+
+void BinaryStream::Close() {
+  if (descriptor_ < 0) return;
+  Flush();
+  if (close(descriptor_) != 0) write_error_ = true;
+  descriptor_ = -1;
+  writable_ = false;
+  window_size_ = 0;
+  length_ = 0;
+}
+
+}  // namespace vantorel

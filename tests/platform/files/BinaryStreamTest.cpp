@@ -1,0 +1,187 @@
+#include "platform/files/BinaryStream.h"
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <random>
+#include <string>
+
+namespace vantorel {
+namespace {
+
+// A file in memory with the given content, and a second descriptor to see what has reached the kernel.
+class File {
+ public:
+  explicit File(const std::string& content = "") : descriptor_(memfd_create("file", MFD_CLOEXEC)) {
+    EXPECT_EQ(write(descriptor_, content.data(), content.size()), static_cast<ssize_t>(content.size()));
+    stream = New<BinaryStream>(dup(descriptor_), true, content.size());
+  }
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+  ~File() { close(descriptor_); }
+
+  std::string Content() const {
+    std::string content(static_cast<std::size_t>(lseek(descriptor_, 0, SEEK_END)), '\0');
+    EXPECT_EQ(pread(descriptor_, content.data(), content.size(), 0), static_cast<ssize_t>(content.size()));
+    return content;
+  }
+
+  Ref<BinaryStream> stream;
+
+ private:
+  int descriptor_;
+};
+
+std::string Bytes(std::size_t count, unsigned seed) {
+  std::string bytes(count, '\0');
+  for (std::size_t i = 0; i < count; ++i) bytes[i] = static_cast<char>(i * 7 + i / 251 + seed);
+  return bytes;
+}
+
+TEST(BinaryStream, NumbersInBothOrders) {
+  File file(std::string("\x12\x34\x56\x78\xFF\xFE", 6));
+  EXPECT_EQ(file.stream->ReadLong(), 0x12345678);
+  EXPECT_EQ(file.stream->ReadShort(), -2);
+  EXPECT_TRUE(file.stream->AtEOF());
+  file.stream->SetLittleEndian(true);
+  file.stream->SetPosition(0);
+  EXPECT_EQ(file.stream->ReadLong(), 0x78563412);
+  file.stream->SetPosition(4);
+  EXPECT_EQ(file.stream->ReadLong(), 0xFEFF);  // cut short by the end
+  EXPECT_EQ(file.stream->Position(), 8U);
+  file.stream->SetPosition(0);
+  file.stream->WriteLong(-2);
+  file.stream->WriteShort(0x8001);
+  EXPECT_TRUE(file.stream->Flush());
+  EXPECT_EQ(file.Content(), std::string("\xFE\xFF\xFF\xFF\x01\x80", 6));
+}
+
+TEST(BinaryStream, ReadsAreCutAtTheEnd) {
+  const std::string content = Bytes(100'000, 1);
+  File file(content);
+  EXPECT_TRUE(file.stream->Read(0).empty());
+  EXPECT_TRUE(file.stream->Read(-5).empty());
+  EXPECT_EQ(file.stream->Position(), 0U);
+  EXPECT_EQ(file.stream->Read(10).view(), content.substr(0, 10));
+  EXPECT_EQ(file.stream->Read(0x7FFFFFFF).view(), content.substr(10));
+  EXPECT_TRUE(file.stream->AtEOF());
+  EXPECT_TRUE(file.stream->Read(1).empty());
+  file.stream->SetPosition(static_cast<std::uint64_t>(std::int64_t{-1} << 31));  // a stored offset of 2^31
+  EXPECT_TRUE(file.stream->Read(16384).empty());
+  EXPECT_EQ(file.stream->ReadLong(), 0);
+  EXPECT_TRUE(file.stream->AtEOF());
+}
+
+TEST(BinaryStream, LengthBelowThePosition) {
+  File file("0123456789");
+  file.stream->SetPosition(8);
+  file.stream->SetLength(4);
+  EXPECT_EQ(file.stream->Position(), 8U);
+  EXPECT_EQ(file.Content(), "0123");
+  file.stream->Write("x");
+  EXPECT_EQ(file.stream->Length(), 9U);
+  EXPECT_EQ(file.Content(), std::string("0123\0\0\0\0x", 9));
+}
+
+TEST(BinaryStream, WhatReachesTheKernelWhen) {
+  File file;
+  file.stream->Write("head");
+  EXPECT_EQ(file.stream->Length(), 4U);
+  EXPECT_EQ(file.Content(), "head");
+  file.stream->SetPosition(0);
+  file.stream->Write("H");  // patched in the buffer
+  file.stream->SetPosition(1'000'000);
+  EXPECT_EQ(file.stream->ReadShort(), 0);
+  file.stream->SetPosition(2'000'000);
+  file.stream->Write("far");
+  EXPECT_EQ(file.Content(), "Head");
+  file.stream->Close();
+  EXPECT_EQ(file.Content().size(), 2'000'003U);
+  EXPECT_FALSE(file.stream->WriteError());
+}
+
+TEST(BinaryStream, WritingWithoutLeaveIsAnErrorAndNoMore) {
+  File file("abc");
+  const Ref<BinaryStream> reader = New<BinaryStream>(memfd_create("other", MFD_CLOEXEC), false, 0);
+  reader->Write("x");
+  EXPECT_TRUE(reader->WriteError());
+  EXPECT_EQ(reader->Length(), 0U);
+  file.stream->SetPosition(~std::uint64_t{0} - 1);
+  file.stream->Write("beyond any file");
+  EXPECT_TRUE(file.stream->WriteError());
+  EXPECT_EQ(file.Content(), "abc");
+}
+
+TEST(BinaryStream, AFullDiskShowsInTheLength) {
+  // A limit on the size of files stands in for the full disk: the kernel takes the part that fits, then none.
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit before{};
+  getrlimit(RLIMIT_FSIZE, &before);
+  for (const std::size_t size : {std::size_t{10}, BinaryStream::kDirect + 10}) {
+    File file;
+    const rlimit limit{4, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    file.stream->Write(String::Adopt(std::string(size, 'x'), nil));
+    const std::uint64_t length = file.stream->Length();
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(length, 4U);
+    EXPECT_TRUE(file.stream->WriteError());
+    file.stream->SetPosition(0);
+    EXPECT_EQ(file.stream->Read(100).view(), "xxxx");
+  }
+}
+
+// Any mixture of operations does to the file what it does to a string in memory.
+TEST(BinaryStream, BehavesLikeAStringOfBytes) {
+  std::mt19937 random(1);
+  const auto upto = [&](std::size_t limit) { return random() % (limit + 1); };
+  for (int round = 0; round < 20; ++round) {
+    std::string model = Bytes(upto(200'000), 0);
+    File file(model);
+    std::size_t position = 0;
+    for (unsigned step = 0; step < 400; ++step) {
+      const bool large = upto(9) == 0;
+      const std::size_t count = upto(large ? 70'000 : 300);
+      switch (upto(7)) {
+        case 0:
+          position = upto(model.size() + 100);
+          break;
+        case 1:
+          position -= std::min(position, count);  // a step back, as to patch a header
+          break;
+        case 2:
+          model.resize(upto(1) == 0 ? model.size() : upto(200'000));
+          file.stream->SetLength(model.size());
+          break;
+        case 3:
+        case 4: {
+          const std::string bytes = Bytes(count, step);
+          file.stream->SetPosition(position);
+          file.stream->Write(String::Bytes(bytes));
+          if (!bytes.empty()) model.resize(std::max(model.size(), position + count));
+          model.replace(std::min(position, model.size()), count, bytes);
+          position += count;
+          break;
+        }
+        default: {
+          file.stream->SetPosition(position);
+          const std::string expected = position < model.size() ? model.substr(position, count) : "";
+          ASSERT_EQ(file.stream->Read(static_cast<std::int32_t>(count)).view(), expected)
+              << round << ' ' << step;
+          position += expected.size();
+          break;
+        }
+      }
+    }
+    ASSERT_EQ(file.stream->Length(), model.size());
+    ASSERT_TRUE(file.Content() == model) << round;
+    ASSERT_FALSE(file.stream->WriteError());
+  }
+}
+
+}  // namespace
+}  // namespace vantorel

@@ -1,0 +1,71 @@
+#include "platform/files/MemoryBlock.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <bit>
+#include <functional>
+
+namespace vantorel {
+namespace {
+
+TEST(MemoryBlock, ByteOrder) {
+  const Ref<MemoryBlock> block = New<MemoryBlock>(8);
+  EXPECT_EQ(block->LittleEndian(), std::endian::native == std::endian::little);
+  block->SetLittleEndian(false);
+  block->SetLong(0, 0x12345678);
+  EXPECT_EQ(block->UShort(0), 0x1234);
+  EXPECT_EQ(block->Byte(3), 0x78);
+  block->SetLittleEndian(true);
+  EXPECT_EQ(block->UShort(0), 0x3412);
+  block->SetShort(4, 33188);
+  EXPECT_EQ(block->Short(4), -32348);
+  EXPECT_EQ(block->View(), std::string_view("\x12\x34\x56\x78\xA4\x81\0\0", 8));
+}
+
+TEST(MemoryBlock, Strings) {
+  const Ref<MemoryBlock> block = New<MemoryBlock>(300);
+  block->SetStringValue(0, 4, "abcdef");
+  EXPECT_EQ(block->StringValue(0, 5).view(), std::string_view("abcd\0", 5));
+  block->SetStringValue(0, 4, "x");
+  EXPECT_EQ(block->StringValue(0, 4).view(), std::string_view("x\0\0\0", 4));
+  block->SetPString(10, String::Adopt(std::string(300, 'n'), nil));
+  EXPECT_EQ(block->PString(10).view(), std::string(255, 'n'));
+  EXPECT_EQ(block->Byte(10), 255);
+  EXPECT_TRUE(block->PString(299).empty());
+}
+
+TEST(MemoryBlock, NothingOutsideIsTouched) {
+  const Ref<MemoryBlock> block = New<MemoryBlock>(4);
+  const std::function<void()> cases[] = {
+      [&] { block->Byte(4); },
+      [&] { block->Byte(-1); },
+      [&] { block->UShort(3); },
+      [&] { block->SetLong(1, 0); },
+      [&] { block->Long(0x7FFFFFFF); },
+      [&] { block->StringValue(2, 3); },
+      [&] { block->StringValue(2, -1); },
+      [&] { block->SetPString(0, "abcd"); },
+      [&] { block->SetByte(3, 1), block->PString(3); },
+  };
+  for (const auto& touch : cases) EXPECT_THROW(touch(), OutOfBoundsException) << &touch - cases;
+  EXPECT_EQ(block->StringValue(4, 0).size(), 0U);
+}
+
+TEST(MemoryBlock, AProbeForMemoryCostsNone) {
+  rusage before{};
+  getrusage(RUSAGE_SELF, &before);
+  const Ref<MemoryBlock> block = NewMemoryBlock(1 << 28);
+  ASSERT_TRUE(block);
+  EXPECT_EQ(block->Byte((1 << 28) - 1), 0);
+  rusage after{};
+  getrusage(RUSAGE_SELF, &after);
+  EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 10'000);  // KiB
+  EXPECT_EQ(NewMemoryBlock(-1), nil);
+  EXPECT_EQ(NewMemoryBlock(std::int64_t{1} << 31), nil);
+  EXPECT_EQ(NewMemoryBlock(0)->Size(), 0);
+  EXPECT_THROW(New<MemoryBlock>(-1), OutOfMemoryException);
+}
+
+}  // namespace
+}  // namespace vantorel
