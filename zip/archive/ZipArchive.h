@@ -194,6 +194,20 @@ class ZipArchive : public Object {
   // Whether companions were folded into their main entries.
   virtual bool UsesAppleDittoFormat();
   virtual std::vector<String> AllEntriesAsRawPaths();
+
+ private:
+  // Open without its guard, and its two ways.
+  bool OpenUnguarded(const Ref<FolderItem>& file, bool writable, const Ref<TextEncoding>& encoding);
+  bool OpenCreating();
+  bool OpenExisting(bool writable);
+
+  // The steps of z_readDirectory; false with a message. FindEndRecord leaves the stream behind the signature
+  // of the end record.
+  bool CheckFirstRecord();
+  bool FindEndRecord();
+  bool ReadEndRecord(std::int32_t& count, std::int32_t& size);
+  bool ReadRecords(std::int32_t count, std::int32_t size);
+  bool Fail(const char* message);
 };
 
 }  // namespace vantorel

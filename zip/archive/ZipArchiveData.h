@@ -17,6 +17,7 @@
 #include "platform/files/MemoryBlock.h"
 #include "platform/text/String.h"
 #include "platform/text/TextEncoding.h"
+#include "zip/archive/ZipPath.h"
 #include "zip/archive/ZipProgressNotifier.h"
 
 namespace vantorel {
@@ -86,6 +87,18 @@ class ZipArchiveData : public Object {
 
   // Upper bound of entries_1: the count of entries.
   std::int32_t UpperBound() const { return static_cast<std::int32_t>(entries_1.size()) - 1; }
+  // The key of a name, which carries no trailing "/", in the index that checkDirectory takes.
+  static String IndexKey(const String& name);
+  // The components of a raw path. A name that is carried over from record to record is split once.
+  ZipPath PathOf(const String& raw_path);
+
+ private:
+  // Whether the entry is to leave the list: as a companion, now held by its main entry, or as a folder of the
+  // __MACOSX tree.
+  bool IsFolded(const Ref<ZipEntry>& entry, const Ref<Dictionary>& index);
+
+  String last_name_;
+  ZipPath last_path_;
 };
 
 }  // namespace vantorel

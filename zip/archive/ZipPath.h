@@ -53,7 +53,9 @@ class ZipPath {
   struct Parts : Object {
     String text;  // the name without its ":" bytes
     std::vector<Span> spans;
-    bool ends_open = false;  // no "/" behind the last component
+    std::size_t leaf_begin = 0;  // behind the last "/"
+
+    void Add(std::size_t begin, std::size_t end);
   };
 
   Ref<Parts> parts_;
