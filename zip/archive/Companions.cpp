@@ -21,6 +21,10 @@ bool EndsInSlash(const String& name) {
   return name.view().ends_with('/');
 }
 
+String WithoutTrailingSlash(const String& name) {
+  return EndsInSlash(name) ? name.Slice(0, name.size() - 1) : name;
+}
+
 // Names are stored bytes, and so are the literals joined to them: a label would make positions count
 // characters.
 const String& MacosxFolder() {
@@ -63,10 +67,13 @@ bool ZipArchiveData::IsFolded(const Ref<ZipEntry>& entry, const Ref<Dictionary>&
   // The slash in front makes a mark at the very start of the name count as well.
   const std::int32_t at = lastInStr(Slash() + name, CompanionMark());
   if (at < 1) return false;
-  const String key = IndexKey(Left(name, at - 1) + Mid(name, at + 2));
+  const String base = Left(name, at - 1) + Mid(name, at + 2);
+  const String key = IndexKey(base);
   if (!index->HasKey(key)) return false;
-
   const Ref<ZipEntry> main = Cast<ZipEntry>(std::get<Ref<Object>>(index->Value(key)));
+  // The index ignores case and Base64 minds it: names with one key need not be the same.
+  if (StrComp(WithoutTrailingSlash(main->z_origEncodedName()), base, 0) != 0) return false;
+
   index->Remove(key);
   main->z_setAppleDoubleEntry(entry);
   dittoFormat = true;
