@@ -21,5 +21,8 @@ constexpr std::uint64_t ToPosition(std::int32_t value) {
 constexpr std::int32_t AddSInt32(std::int32_t a, std::int32_t b) {
   return ToSInt32(static_cast<std::uint64_t>(static_cast<std::int64_t>(a) + b));
 }
+constexpr std::int32_t SubtractSInt32(std::int32_t a, std::int32_t b) {
+  return ToSInt32(static_cast<std::uint64_t>(static_cast<std::int64_t>(a) - b));
+}
 
 }  // namespace vantorel

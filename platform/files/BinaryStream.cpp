@@ -41,7 +41,7 @@ void BinaryStream::SetLength(std::uint64_t length) {
   Flush();
   if (length == length_) return;
   if (!writable_ || length > kLastPosition || ftruncate(descriptor_, AsOffset(length)) != 0) {
-    write_error_ = true;
+    ++write_faults_;
     return;
   }
   length_ = length;
@@ -131,7 +131,7 @@ void BinaryStream::WriteShort(std::int32_t value) {
 void BinaryStream::WriteBytes(std::string_view bytes) {
   if (bytes.empty()) return;
   if (!writable_ || position_ > kLastPosition - bytes.size()) {
-    write_error_ = true;
+    ++write_faults_;
     position_ += bytes.size();
     return;
   }
@@ -177,12 +177,12 @@ void BinaryStream::WriteDirect(std::string_view bytes) {
 }
 
 bool BinaryStream::Flush() {
-  if (dirty_begin_ == dirty_end_) return !write_error_;
+  if (dirty_begin_ == dirty_end_) return write_faults_ == 0;
   const std::string_view dirty(window_.get() + dirty_begin_, dirty_end_ - dirty_begin_);
   const std::uint64_t start = window_start_ + dirty_begin_;
   dirty_begin_ = dirty_end_ = 0;
   if (!Put(dirty, start)) Fail();
-  return !write_error_;
+  return write_faults_ == 0;
 }
 
 // Writes all of `bytes`, or says no after having written what could be.
@@ -199,7 +199,7 @@ bool BinaryStream::Put(std::string_view bytes, std::uint64_t position) {
 
 // Remembers the failed write and forgets what it left unwritten, so that the stream shows the file as it is.
 void BinaryStream::Fail() {
-  write_error_ = true;
+  ++write_faults_;
   window_size_ = 0;
   struct stat info {};
   if (fstat(descriptor_, &info) == 0) length_ = static_cast<std::uint64_t>(info.st_size);
@@ -208,7 +208,7 @@ void BinaryStream::Fail() {
 void BinaryStream::Close() {
   if (descriptor_ < 0) return;
   Flush();
-  if (close(descriptor_) != 0) write_error_ = true;
+  if (close(descriptor_) != 0) ++write_faults_;
   descriptor_ = -1;
   writable_ = false;
   window_size_ = 0;

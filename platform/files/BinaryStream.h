@@ -60,7 +60,10 @@ class BinaryStream : public Object {
   void WriteBytes(std::string_view bytes);
 
   // True once a write or a change of length has failed; stays so.
-  bool WriteError() const { return write_error_; }
+  bool WriteError() const { return write_faults_ != 0; }
+  // How many times that has happened: whether a stretch of writing went well shows in the count before and
+  // after it, once Flush was called.
+  std::uint32_t WriteFaults() const { return write_faults_; }
   // Hands what is buffered to the kernel. False if that or an earlier write failed.
   bool Flush();
   // Flushes and closes. Afterwards the stream is an empty file that takes nothing.
@@ -91,7 +94,7 @@ class BinaryStream : public Object {
   int descriptor_;
   bool writable_;
   bool little_endian_ = false;
-  bool write_error_ = false;
+  std::uint32_t write_faults_ = 0;
   std::uint64_t position_ = 0;
   std::uint64_t length_;  // with what is buffered
 
