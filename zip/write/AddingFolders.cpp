@@ -1,0 +1,97 @@
+// Turning the contents of a folder into members. Only files become members: a folder's own first, in the
+// order of the file system, then those of its subfolders, depth first. Nothing keeps the archive itself out
+// of the folder it is filled from: that is the caller's to see to.
+#include <deque>
+#include <vector>
+
+#include "platform/base/Arithmetic.h"
+#include "platform/run/BackgroundTask.h"
+#include "platform/text/TextFunctions.h"
+#include "zip/archive/ZipArchive.h"
+#include "zip/write/AddResult.h"
+
+namespace vantorel {
+
+namespace {
+
+constexpr double kLargestTotal = 2147483648.0;
+
+struct FolderContents {
+  std::vector<Ref<FolderItem>> files;
+  std::deque<Ref<FolderItem>> folders;
+};
+
+// The file that an alias leads to; nil if it leads to a folder or nowhere.
+Ref<FolderItem> FileBehindAlias(const Ref<FolderItem>& folder, std::int32_t index) {
+  Ref<FolderItem> target = folder->Item(index);
+  if (!target || target->Alias() || target->Directory() || !target->Exists()) return nil;
+  return target;
+}
+
+// Aliases are left out, or followed if they lead to files; never to folders, so that a walk ends.
+FolderContents ContentsOf(const Ref<FolderItem>& folder, bool follow_aliases) {
+  FolderContents contents;
+  for (std::int32_t index = 1;; ++index) {
+    Ref<FolderItem> child = folder->TrueItem(index);
+    if (!child) return contents;
+    if (child->Alias()) child = follow_aliases ? FileBehindAlias(folder, index) : nil;
+    if (child) {
+      if (child->Directory()) {
+        contents.folders.push_back(child);
+      } else {
+        contents.files.push_back(child);
+      }
+    }
+    RuntimeBackgroundTask();
+  }
+}
+
+}  // namespace
+
+bool ZipArchive::AddFolderContents(const Ref<FolderItem>& folder, const String& prefix, std::int32_t mode,
+                                   bool followAliases) {
+  if (!writeMode) {
+    z_noWriteMsg();
+    return false;
+  }
+  // An empty prefix becomes "/", which is dropped from the front of each name later.
+  const String closed_prefix = ReplaceAll(prefix + "/", "//", "/");
+  return z_addFolder(folder, closed_prefix, followAliases, mode, d->addUnixPerm, false) == 0;
+}
+
+std::int32_t ZipArchive::z_addFolder(const Ref<FolderItem>& folder, const String& prefix, bool followAliases,
+                                     std::int32_t mode, bool unixPermissions, bool sizeOnly) {
+  if (!folder) {
+    errmsg = "no folder reference given";
+    return AddResult::kWalkEnded;
+  }
+  FolderContents contents = ContentsOf(folder, followAliases);
+  double total = 0;
+  for (const Ref<FolderItem>& file : contents.files) {
+    bool stop = false;
+    if (d->monitor) d->monitor->ItemStarting(file, stop);
+    if (stop) return AddResult::kWalkEnded;
+    const String path = sizeOnly ? String() : prefix + d->cleanName(file->Name());
+    const std::int32_t result = z_addItem(file, path, mode, unixPermissions, sizeOnly);
+    if (result < 0 || (result == 0 && !sizeOnly)) {
+      if (z_abort(file, result, errmsg, true)) return AddResult::kWalkEnded;
+    } else if (sizeOnly) {
+      total += result;
+    }
+    RuntimeBackgroundTask();
+  }
+  contents.files.clear();
+  while (!contents.folders.empty()) {
+    const Ref<FolderItem> subfolder = contents.folders.front();
+    contents.folders.pop_front();
+    const String path = sizeOnly ? String() : prefix + d->cleanName(subfolder->Name()) + "/";
+    const std::int32_t result = z_addFolder(subfolder, path, followAliases, mode, unixPermissions, sizeOnly);
+    if (result < 0) return result;
+    if (sizeOnly) total += result;
+    RuntimeBackgroundTask();
+  }
+  if (!sizeOnly) return 0;
+  return total > kLargestTotal ? AddResult::kWalkEnded : RuntimeCvtReal64ToSInt32(total);
+}
+
+}  // namespace vantorel

@@ -1,0 +1,41 @@
+// Dropping and replacing entries. The file is not touched; the bytes of a dropped member stay until Compact.
+#include <utility>
+
+#include "zip/archive/ZipArchive.h"
+
+namespace vantorel {
+
+namespace {
+
+// The place of entry `index`. Raises for an index that is not there; then the mark is gone all the same.
+std::size_t ClaimEntry(ZipArchive& archive, std::int32_t index) {
+  if (!archive.entriesRead) throw RuntimeException("an entry of an archive whose directory is not read");
+  if (index < 1) RaiseOutOfBoundsException();
+  // A mark counts the members that were appended after it.
+  archive.marked = false;
+  archive.d->dirty = true;
+  if (index > archive.d->UpperBound()) RaiseOutOfBoundsException();
+  return static_cast<std::size_t>(index);
+}
+
+}  // namespace
+
+bool ZipArchive::RemoveEntry(std::int32_t index) {
+  if (!writeMode) {
+    z_noWriteMsg();
+    return false;
+  }
+  const std::size_t place = ClaimEntry(*this, index);
+  d->entries_1.erase(d->entries_1.begin() + static_cast<std::ptrdiff_t>(place));
+  return true;
+}
+
+Ref<ZipEntry> ZipArchive::ReplaceEntry(std::int32_t index, const Ref<ZipEntry>& newEntry) {
+  if (!writeMode) {
+    z_noWriteMsg();
+    return nil;
+  }
+  return std::exchange(d->entries_1[ClaimEntry(*this, index)], newEntry);
+}
+
+}  // namespace vantorel
