@@ -1,0 +1,186 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "GzipSamples.h"
+#include "platform/compress/ZStream.h"
+
+namespace vantorel {
+namespace {
+
+using testing::Gzip;
+using testing::kHeader;
+using testing::Noise;
+using testing::Words;
+
+// Delivers a string in pieces of at most `piece` bytes.
+class PieceReader : public IStreamReader {
+ public:
+  PieceReader(std::string bytes, std::size_t piece) : bytes_(std::move(bytes)), piece_(piece) {}
+  String Read(std::int32_t count) override {
+    const std::size_t n = std::min({piece_, static_cast<std::size_t>(count), bytes_.size() - position_});
+    position_ += n;
+    return String::Bytes(std::string_view(bytes_).substr(position_ - n, n));
+  }
+  std::int32_t LastError() override { return 0; }
+
+ private:
+  std::string bytes_;
+  std::size_t piece_;
+  std::size_t position_ = 0;
+};
+
+struct Outcome {
+  std::string bytes;
+  std::int32_t error = 0;
+};
+
+// Reads to the end or to the first fault.
+Outcome Inflate(CompressEngine engine, const std::string& member, std::int32_t count = 16384,
+                std::size_t piece = 1U << 30U) {
+  ZStream stream(false, nil, New<PieceReader>(member, piece), engine);
+  Outcome outcome;
+  while (stream.ErrorValue() == 0) {
+    const String bytes = stream.Read(count);
+    outcome.bytes += bytes.view();
+    if (stream.ErrorValue() == 0 && bytes.size() != static_cast<std::size_t>(count)) {
+      ADD_FAILURE() << "a short read without end or fault";
+      break;
+    }
+  }
+  outcome.error = stream.ErrorValue();
+  EXPECT_TRUE(stream.Read(count).empty()) << "bytes behind the end";
+  EXPECT_EQ(stream.ErrorValue(), outcome.error) << "the outcome does not last";
+  return outcome;
+}
+
+class Inflating : public ::testing::TestWithParam<CompressEngine> {};
+
+INSTANTIATE_TEST_SUITE_P(Engines, Inflating, ::testing::Values(CompressEngine::Zlib, CompressEngine::Fast),
+                         testing::EngineName);
+
+const std::string& LargeText() {
+  static const std::string text = Words(3'000'000);
+  return text;
+}
+
+TEST_P(Inflating, GivesBackWhatWasCompressed) {
+  struct Case {
+    const char* name;
+    std::string contents;
+    std::int32_t count;
+    std::size_t piece;
+  };
+  const Case cases[] = {
+      {"nothing", "", 16384, 100000},
+      {"one byte", "x", 1, 100000},
+      {"small, read exactly", Words(5000), 5000, 100000},
+      {"small, byte by byte in and out", Words(2000), 1, 1},
+      {"stored blocks beyond a piece of input", Noise(300'000), 16384, 100000},
+      {"large at 16 KiB", LargeText(), 16384, 1U << 30U},
+      {"large in one read", LargeText(), 3'000'000, 1U << 30U},
+      {"large from small pieces", LargeText(), 16256, 777},
+      {"runs that compress a thousandfold", std::string(5'000'000, '\0'), 16384, 1U << 30U},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const Outcome outcome = Inflate(GetParam(), Gzip(c.contents), c.count, c.piece);
+    EXPECT_TRUE(outcome.bytes == c.contents);
+    EXPECT_EQ(outcome.error, 1);
+  }
+}
+
+TEST_P(Inflating, TheReadOfTheLastByteTellsTheEnd) {
+  for (const std::size_t size : {1000UL, 65536UL, 1'000'000UL}) {
+    const std::string contents = Words(size);
+    std::string member = Gzip(contents);
+    const auto half = static_cast<std::int32_t>(size / 2);
+    for (const std::int32_t expected : {1, -3}) {
+      SCOPED_TRACE(std::to_string(size) + (expected == 1 ? "" : " with a wrong checksum"));
+      ZStream stream(false, nil, New<PieceReader>(member, 1U << 30U), GetParam());
+      EXPECT_EQ(stream.Read(half).size(), size / 2);
+      EXPECT_EQ(stream.ErrorValue(), 0);
+      EXPECT_EQ(stream.Read(half).size(), size / 2);
+      EXPECT_EQ(stream.ErrorValue(), expected);
+      member[member.size() - 8] ^= 1;
+    }
+  }
+}
+
+TEST_P(Inflating, TellsFaultsApart) {
+  struct Case {
+    const char* name;
+    std::string (*damage)(std::string member);
+    std::int32_t error;
+  };
+  const Case cases[] = {
+      {"bytes behind the member are no fault", [](std::string m) { return m + std::string(70000, 'x'); }, 1},
+      {"a second member is not read", [](std::string m) { return m + m; }, 1},
+      {"wrong checksum", [](std::string m) { return m[m.size() - 5] ^= 1, m; }, -3},
+      {"wrong length", [](std::string m) { return m[m.size() - 4] ^= 1, m; }, -3},
+      {"absurd length", [](std::string m) { return m[m.size() - 1] ^= 0x7F, m; }, -3},
+      {"no gzip at all", [](std::string m) { return m[0] = 'P', m; }, -3},
+      {"a method other than deflate", [](std::string m) { return m[2] = 9, m; }, -3},
+      {"reserved flag set", [](std::string m) { return m[3] = '\x80', m; }, -3},
+      {"a block type that does not exist", [](std::string m) { return m[kHeader] |= 6, m; }, -3},
+      {"nothing there", [](std::string) { return std::string(); }, -5},
+      {"cut in the header", [](std::string m) { return m.substr(0, 7); }, -5},
+      {"cut behind the header", [](std::string m) { return m.substr(0, kHeader); }, -5},
+      {"cut in the data", [](std::string m) { return m.substr(0, m.size() / 2); }, -5},
+      {"cut before the trailer", [](std::string m) { return m.substr(0, m.size() - 8); }, -5},
+      {"cut in the trailer", [](std::string m) { return m.substr(0, m.size() - 3); }, -5},
+  };
+  for (const std::string& contents : {std::string(), Words(900), Noise(50'000), LargeText()}) {
+    const std::string member = Gzip(contents);
+    for (const Case& c : cases) {
+      SCOPED_TRACE(std::string(c.name) + ", contents of " + std::to_string(contents.size()));
+      const Outcome outcome = Inflate(GetParam(), c.damage(member));
+      EXPECT_EQ(outcome.error, c.error);
+      EXPECT_TRUE(contents.starts_with(outcome.bytes)) << "bytes that were never compressed";
+    }
+  }
+}
+
+TEST_P(Inflating, SkipsOptionalHeaderFields) {
+  std::string extra(40000, 'e');
+  std::string name = "name";
+  gz_header header{};
+  header.extra = reinterpret_cast<Bytef*>(extra.data());
+  header.extra_len = static_cast<uInt>(extra.size());
+  header.name = reinterpret_cast<Bytef*>(name.data());
+  header.hcrc = 1;
+  EXPECT_EQ(Inflate(GetParam(), Gzip("contents", &header), 100, 1000).bytes, "contents");
+}
+
+TEST_P(Inflating, KeepsNothingOfTheStreamBefore) {
+  const std::string large = Gzip(LargeText());
+  const std::string small = Gzip(Words(3000));
+  for (int round = 0; round < 4; ++round) {
+    Inflate(GetParam(), large.substr(0, large.size() / 3));
+    EXPECT_EQ(Inflate(GetParam(), small).error, 1);
+    EXPECT_EQ(Inflate(GetParam(), large).error, 1);
+  }
+}
+
+// Both engines say the same about whatever may stand in an archive.
+TEST(InflatingDamaged, EnginesAgree) {
+  std::mt19937 random(5);
+  for (const std::string& contents : {Words(300), Words(20'000), Noise(20'000), Words(800'000)}) {
+    const std::string member = Gzip(contents);
+    for (int round = 0; round < 150; ++round) {
+      std::string damaged = member;
+      const std::size_t at = random() % damaged.size();
+      damaged[at] = static_cast<char>(random());
+      if (random() % 4 == 0) damaged.resize(at + 1);
+      const Outcome slow = Inflate(CompressEngine::Zlib, damaged);
+      const Outcome fast = Inflate(CompressEngine::Fast, damaged);
+      ASSERT_EQ(fast.error, slow.error) << "byte " << at << " of " << member.size();
+      ASSERT_TRUE(fast.bytes.starts_with(slow.bytes) || slow.bytes.starts_with(fast.bytes));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace vantorel
