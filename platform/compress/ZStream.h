@@ -40,7 +40,8 @@ class ZStream : public Object {
   void Close();
 
   // 0: no fault. 1: the end of the member was reached, and its trailer is right. Otherwise a fault, by zlib's
-  // codes: -3 bad data, checksum or length; -5 the input ends too early; or the writer's LastError.
+  // codes: -3 bad data, checksum or length; -5 the input ends too early; or the writer's LastError. Of a
+  // member that is both bad and cut, the engines may tell either.
   std::int32_t ErrorValue() const { return error_value_; }
 
  private:
