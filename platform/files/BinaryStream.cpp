@@ -40,8 +40,12 @@ std::uint64_t BinaryStream::Length() {
 void BinaryStream::SetLength(std::uint64_t length) {
   Flush();
   if (length == length_) return;
-  if (!writable_ || length > kLastPosition || ftruncate(descriptor_, AsOffset(length)) != 0) {
-    ++write_faults_;
+  if (!writable_ || length > kLastPosition) {
+    NoteError(writable_ ? EFBIG : EBADF);
+    return;
+  }
+  if (ftruncate(descriptor_, AsOffset(length)) != 0) {
+    NoteError(errno);
     return;
   }
   length_ = length;
@@ -131,7 +135,7 @@ void BinaryStream::WriteShort(std::int32_t value) {
 void BinaryStream::WriteBytes(std::string_view bytes) {
   if (bytes.empty()) return;
   if (!writable_ || position_ > kLastPosition - bytes.size()) {
-    ++write_faults_;
+    NoteError(writable_ ? EFBIG : EBADF);
     position_ += bytes.size();
     return;
   }
@@ -169,20 +173,20 @@ void BinaryStream::WriteBuffered(std::string_view bytes) {
 void BinaryStream::WriteDirect(std::string_view bytes) {
   Flush();
   window_size_ = 0;
-  if (!Put(bytes, position_)) {
-    Fail();
-    return;
+  if (Put(bytes, position_)) {
+    length_ = std::max(length_, position_ + bytes.size());
+  } else {
+    ShowFileAsItIs();
   }
-  length_ = std::max(length_, position_ + bytes.size());
 }
 
 bool BinaryStream::Flush() {
-  if (dirty_begin_ == dirty_end_) return write_faults_ == 0;
+  if (dirty_begin_ == dirty_end_) return !WriteError();
   const std::string_view dirty(window_.get() + dirty_begin_, dirty_end_ - dirty_begin_);
   const std::uint64_t start = window_start_ + dirty_begin_;
   dirty_begin_ = dirty_end_ = 0;
-  if (!Put(dirty, start)) Fail();
-  return write_faults_ == 0;
+  if (!Put(dirty, start)) ShowFileAsItIs();
+  return !WriteError();
 }
 
 // Writes all of `bytes`, or says no after having written what could be.
@@ -190,16 +194,23 @@ bool BinaryStream::Put(std::string_view bytes, std::uint64_t position) {
   while (!bytes.empty()) {
     const ssize_t put = pwrite(descriptor_, bytes.data(), bytes.size(), AsOffset(position));
     if (put < 0 && errno == EINTR) continue;
-    if (put <= 0) return false;
+    if (put <= 0) {
+      NoteError(put < 0 ? errno : EIO);
+      return false;
+    }
     bytes.remove_prefix(static_cast<std::size_t>(put));
     position += static_cast<std::uint64_t>(put);
   }
   return true;
 }
 
-// Remembers the failed write and forgets what it left unwritten, so that the stream shows the file as it is.
-void BinaryStream::Fail() {
+void BinaryStream::NoteError(int error) {
   ++write_faults_;
+  if (first_error_ == 0) first_error_ = error;
+}
+
+// Forgets what a failed write left unwritten.
+void BinaryStream::ShowFileAsItIs() {
   window_size_ = 0;
   struct stat info {};
   if (fstat(descriptor_, &info) == 0) length_ = static_cast<std::uint64_t>(info.st_size);
@@ -208,7 +219,7 @@ void BinaryStream::Fail() {
 void BinaryStream::Close() {
   if (descriptor_ < 0) return;
   Flush();
-  if (close(descriptor_) != 0) ++write_faults_;
+  if (close(descriptor_) != 0) NoteError(errno);
   descriptor_ = -1;
   writable_ = false;
   window_size_ = 0;

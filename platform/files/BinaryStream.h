@@ -64,6 +64,8 @@ class BinaryStream : public Object {
   // How many times that has happened: whether a stretch of writing went well shows in the count before and
   // after it, once Flush was called.
   std::uint32_t WriteFaults() const { return write_faults_; }
+  // The system's number for the first such failure, negative; 0 if there was none.
+  std::int32_t WriteErrorCode() const { return -first_error_; }
   // Hands what is buffered to the kernel. False if that or an earlier write failed.
   bool Flush();
   // Flushes and closes. Afterwards the stream is an empty file that takes nothing.
@@ -89,12 +91,14 @@ class BinaryStream : public Object {
   void WriteBuffered(std::string_view bytes);
   void WriteDirect(std::string_view bytes);
   bool Put(std::string_view bytes, std::uint64_t position);
-  void Fail();
+  void NoteError(int error);
+  void ShowFileAsItIs();
 
   int descriptor_;
   bool writable_;
   bool little_endian_ = false;
   std::uint32_t write_faults_ = 0;
+  int first_error_ = 0;
   std::uint64_t position_ = 0;
   std::uint64_t length_;  // with what is buffered
 

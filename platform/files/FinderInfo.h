@@ -19,6 +19,11 @@ struct FinderInfo {
   bool operator==(const FinderInfo&) const = default;
   // True if nothing is set, so that nothing need be stored.
   bool IsEmpty() const { return *this == FinderInfo{}; }
+
+  // From and to the 32 bytes of AppleDouble's Finder info entry. Storing leaves the bytes that no field here
+  // stands for as they are.
+  static FinderInfo Load(const char* bytes);
+  void Store(char* bytes) const;
 };
 
 }  // namespace vantorel

@@ -7,13 +7,14 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
-#include <vector>
 
 #include "platform/base/Ref.h"
 #include "platform/files/BinaryStream.h"
 #include "platform/files/Date.h"
 #include "platform/files/FinderInfo.h"
+#include "platform/files/FolderListing.h"
 #include "platform/files/TextInputStream.h"
 #include "platform/files/TextOutputStream.h"
 #include "platform/text/String.h"
@@ -22,11 +23,13 @@ namespace vantorel {
 
 class FolderItem : public Object {
  public:
-  // The item at a POSIX path; a trailing slash plays no part. Use GetFolderItem.
+  // The item at a POSIX path, relative to the working directory of the moment or absolute; a trailing slash,
+  // a doubled one and a `.` play no part. Use GetFolderItem.
   explicit FolderItem(std::string path);
 
   // The item called `name` in this folder, existing or not; a symbolic link is followed (TrueChild: is not).
-  // nil if `name` is empty or could not be a leaf name.
+  // nil if `name` could not be a leaf name: empty, with a slash or a zero byte, `.` or `..`. A labelled name
+  // is converted to the system's default encoding, one without a label is taken as it stands.
   Ref<FolderItem> Child(const String& name) const;
   Ref<FolderItem> TrueChild(const String& name) const;
   // The folder that holds this item; nil for the root.
@@ -37,8 +40,8 @@ class FolderItem : public Object {
   bool Alias() const;      // a symbolic link, also a dangling one
 
   String Name() const;
-  // Renames on disk; the item then refers to the new name. Nothing happens on failure or if the name is
-  // taken.
+  // Renames on disk; the item then refers to the new name. Nothing happens on failure or if the name, or that
+  // of the side file, is taken.
   void SetName(const String& name);
   String DisplayName() const;
   // The POSIX path; that of an existing folder ends in a slash.
@@ -49,13 +52,15 @@ class FolderItem : public Object {
   std::uint64_t Length() const;
   std::int32_t ResourceForkLength() const;
 
-  // nil if the item does not exist. Setting the creation date does nothing on this system.
+  // Of the item itself where it is a link. nil if it does not exist; a creation date that the file system
+  // does not tell is the modification date. Setting the creation date does nothing on this system, nor does
+  // nil.
   Ref<Date> ModificationDate() const;
   void SetModificationDate(const Ref<Date>& date);
   Ref<Date> CreationDate() const;
   void SetCreationDate(const Ref<Date>& date);
 
-  // 4 bytes, or empty where the file has none.
+  // 4 bytes, or empty where the file has none. A shorter one is filled up with blanks, a longer one cut.
   String MacType() const;
   void SetMacType(const String& type);
   String MacCreator() const;
@@ -68,7 +73,7 @@ class FolderItem : public Object {
   void SetLocked(bool locked);
   bool Visible() const;  // the name does not begin with a dot
 
-  // Identity of the folder that holds this item: from device and inode.
+  // Identity of the folder that holds this item: from device and inode. 0 if there is no such folder.
   std::int32_t MacVRefNum() const;
   std::int32_t MacDirID() const;
 
@@ -85,6 +90,7 @@ class FolderItem : public Object {
 
   // Removes a file, a link or an empty folder, with its side file. Harmless if it is not there or cannot go.
   void Delete();
+  // Makes the folder in one that exists.
   void CreateAsFolder();
 
   // Members of a folder in byte order of their names, from 1; nil past the last. The listing is read once for
@@ -96,8 +102,15 @@ class FolderItem : public Object {
   const std::string& Path() const { return path_; }
 
  private:
+  // The path of a member of this folder, empty if the name could not be one.
+  std::string MemberPath(const String& name) const;
+  // Whether a side file need not be looked for.
+  bool HasNoSideFile() const;
+
   std::string path_;
-  std::vector<std::string> listing_;
+  std::optional<FolderListing> listing_;
+  // For an item from a listing that showed no side file beside it: SideFile::CountMade of that moment.
+  std::optional<std::uint64_t> no_side_file_at_;
 };
 
 // The item at a path string; nil for an empty path. `mode` is always 0.

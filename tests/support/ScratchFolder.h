@@ -25,7 +25,7 @@ class ScratchFolder {
   ~ScratchFolder() {
     namespace fs = std::filesystem;
     for (const auto& each : fs::recursive_directory_iterator(path_))
-      if (each.is_directory() && !each.is_symlink())
+      if (!each.is_symlink() && each.is_directory())
         fs::permissions(each, fs::perms::owner_all, fs::perm_options::add);
     fs::remove_all(path_);
   }

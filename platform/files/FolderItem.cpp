@@ -1,0 +1,138 @@
+// FolderItem: paths and names.
+#include "platform/files/FolderItem.h"
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <utility>
+
+#include "platform/files/SideFile.h"
+#include "platform/text/TextFunctions.h"
+
+namespace vantorel {
+namespace {
+
+// An absolute path without empty components, `.` and a trailing slash.
+std::string Normalised(std::string path) {
+  if (path.empty() || path[0] != '/') {
+    std::error_code failure;  // an empty working directory then leads to what does not exist
+    path = std::filesystem::current_path(failure).string() + '/' + path;
+  }
+  std::string result;
+  for (std::size_t begin = 0; begin < path.size();) {
+    const std::size_t end = std::min(path.find('/', begin), path.size());
+    const std::string_view component = std::string_view(path).substr(begin, end - begin);
+    if (!component.empty() && component != ".") result.append("/").append(component);
+    begin = end + 1;
+  }
+  return result.empty() ? "/" : result;
+}
+
+// The bytes under which a name lies on disk.
+std::string LeafBytes(const String& name) {
+  const Ref<TextEncoding> encoding = Encoding(name);
+  const bool convert = encoding && !encoding->Equals(Encodings::SystemDefault());
+  return std::string(convert ? ConvertEncoding(name, Encodings::SystemDefault()).view() : name.view());
+}
+
+bool CanBeLeafName(std::string_view name) {
+  return !name.empty() && name != "." && name != ".." &&
+         name.find_first_of(std::string_view("/\0", 2)) == name.npos;
+}
+
+// Renames without replacing anything. 0, or the system's error number.
+int RenameToFree(const std::string& from, const std::string& to) {
+  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
+  if (errno != EINVAL && errno != ENOSYS) return errno;
+  // A file system without this: two steps have to do.
+  if (faccessat(AT_FDCWD, to.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0) return EEXIST;
+  return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+}
+
+}  // namespace
+
+FolderItem::FolderItem(std::string path) : path_(Normalised(std::move(path))) {}
+
+Ref<FolderItem> GetFolderItem(const String& path, std::int32_t /*mode*/) {
+  if (path.empty() || path.view().find('\0') != std::string_view::npos) return nil;
+  return New<FolderItem>(std::string(path.view()));
+}
+
+std::string FolderItem::MemberPath(const String& name) const {
+  const std::string leaf = LeafBytes(name);
+  if (!CanBeLeafName(leaf)) return {};
+  return (path_ == "/" ? path_ : path_ + '/') + leaf;
+}
+
+Ref<FolderItem> FolderItem::TrueChild(const String& name) const {
+  std::string path = MemberPath(name);
+  return path.empty() ? nil : New<FolderItem>(std::move(path));
+}
+
+Ref<FolderItem> FolderItem::Child(const String& name) const {
+  Ref<FolderItem> child = TrueChild(name);
+  if (!child || !child->Alias()) return child;
+  const std::unique_ptr<char, decltype(&std::free)> target(realpath(child->path_.c_str(), nullptr),
+                                                           &std::free);
+  return target ? New<FolderItem>(std::string(target.get())) : child;
+}
+
+Ref<FolderItem> FolderItem::Parent() const {
+  if (path_ == "/") return nil;
+  return New<FolderItem>(path_.substr(0, path_.rfind('/') + 1));
+}
+
+String FolderItem::Name() const {
+  return String::Adopt(path_ == "/" ? path_ : path_.substr(path_.rfind('/') + 1), Encodings::SystemDefault());
+}
+
+String FolderItem::DisplayName() const {
+  return Name();
+}
+
+void FolderItem::SetName(const String& name) {
+  const Ref<FolderItem> parent = Parent();
+  const Ref<FolderItem> renamed = parent ? parent->TrueChild(name) : nil;
+  if (!renamed || renamed->path_ == path_) return;
+  const std::string side_file = SideFile::PathFor(path_);
+  const std::string new_side_file = SideFile::PathFor(renamed->path_);
+  const int side_error = RenameToFree(side_file, new_side_file);
+  if (side_error != 0 && side_error != ENOENT) return;
+  if (RenameToFree(path_, renamed->path_) == 0) {
+    path_ = renamed->path_;
+    no_side_file_at_.reset();
+  } else if (side_error == 0) {
+    RenameToFree(new_side_file, side_file);
+  }
+}
+
+String FolderItem::AbsolutePath() const {
+  std::error_code failure;
+  const bool slash = path_ != "/" && std::filesystem::is_directory(path_, failure);
+  return String::Adopt(slash ? path_ + '/' : path_, Encodings::SystemDefault());
+}
+
+String FolderItem::ShellPath() const {
+  constexpr std::string_view kPlain =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789/._-+,:=@%";
+  if (path_.find_first_not_of(kPlain) == std::string::npos) {
+    return String::Adopt(path_, Encodings::SystemDefault());
+  }
+  std::string quoted = "'";
+  for (const char c : path_) {
+    if (c == '\'') {
+      quoted += "'\\''";
+    } else {
+      quoted += c;
+    }
+  }
+  return String::Adopt(quoted + '\'', Encodings::SystemDefault());
+}
+
+}  // namespace vantorel

@@ -1,0 +1,59 @@
+// FolderItem: opening, making and removing files and folders, and the members of a folder.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/files/FolderItem.h"
+#include "platform/files/OpenFile.h"
+#include "platform/files/SideFile.h"
+
+namespace vantorel {
+
+Ref<BinaryStream> FolderItem::OpenAsBinaryFile(bool writable) const {
+  return OpenRegularFile(path_, writable ? O_RDWR : O_RDONLY);
+}
+
+Ref<BinaryStream> FolderItem::CreateBinaryFile(const String& /*file_type*/) {
+  if (SideFile::IsNamedLikeOne(Name().view())) SideFile::CountOneMade();
+  return MakeFile(path_);
+}
+
+Ref<TextInputStream> FolderItem::OpenAsTextFile() const {
+  const Ref<BinaryStream> stream = OpenRegularFile(path_, O_RDONLY);
+  return stream ? New<TextInputStream>(stream) : nil;
+}
+
+Ref<TextOutputStream> FolderItem::CreateTextFile() {
+  const Ref<BinaryStream> stream = OpenRegularFile(path_, O_WRONLY | O_CREAT | O_TRUNC);
+  return stream ? New<TextOutputStream>(stream) : nil;
+}
+
+void FolderItem::Delete() {
+  if (unlink(path_.c_str()) != 0 && (errno != EISDIR || rmdir(path_.c_str()) != 0)) return;
+  const std::string side_file = SideFile::PathFor(path_);
+  if (!HasNoSideFile() && SideFile::IsOne(side_file)) unlink(side_file.c_str());
+}
+
+void FolderItem::CreateAsFolder() {
+  mkdir(path_.c_str(), 0777);
+}
+
+Ref<FolderItem> FolderItem::TrueItem(std::int32_t index) {
+  if (index < 1) return nil;
+  if (index == 1 || !listing_) listing_.emplace(path_);
+  const auto position = static_cast<std::size_t>(index) - 1;
+  if (position >= listing_->Names().size()) return nil;
+  const std::string& name = listing_->Names()[position];
+  Ref<FolderItem> item = TrueChild(String::Bytes(name));
+  if (item && !listing_->HasSideFile(name)) item->no_side_file_at_ = SideFile::CountMade();
+  return item;
+}
+
+Ref<FolderItem> FolderItem::Item(std::int32_t index) {
+  Ref<FolderItem> item = TrueItem(index);
+  return item && item->Alias() ? Child(item->Name()) : item;
+}
+
+}  // namespace vantorel

@@ -1,0 +1,69 @@
+// FolderItem: the classic attributes, which lie in the side file.
+#include <algorithm>
+#include <array>
+
+#include "platform/files/FolderItem.h"
+#include "platform/files/SideFile.h"
+
+namespace vantorel {
+namespace {
+
+using Code = std::array<char, 4>;
+
+String CodeText(const Code& code) {
+  return code == Code{} ? String() : String::Bytes({code.data(), code.size()});
+}
+
+Code CodeOf(const String& text) {
+  Code code{};
+  if (!text.empty()) code.fill(' ');
+  const std::string_view bytes = text.view().substr(0, code.size());
+  std::copy(bytes.begin(), bytes.end(), code.begin());
+  return code;
+}
+
+}  // namespace
+
+bool FolderItem::HasNoSideFile() const {
+  return no_side_file_at_ == SideFile::CountMade();
+}
+
+FinderInfo FolderItem::GetFinderInfo() const {
+  if (HasNoSideFile()) return {};
+  return SideFile(path_, SideFile::Access::kRead).GetFinderInfo();
+}
+
+bool FolderItem::SetFinderInfo(const FinderInfo& info) {
+  if (info.IsEmpty() && HasNoSideFile()) return true;
+  SideFile side_file(path_, SideFile::Access::kReadWrite);
+  side_file.SetFinderInfo(info);
+  return side_file.Close() == 0;
+}
+
+String FolderItem::MacType() const {
+  return CodeText(GetFinderInfo().type);
+}
+
+void FolderItem::SetMacType(const String& type) {
+  FinderInfo info = GetFinderInfo();
+  if (info.type == CodeOf(type)) return;
+  info.type = CodeOf(type);
+  SetFinderInfo(info);
+}
+
+String FolderItem::MacCreator() const {
+  return CodeText(GetFinderInfo().creator);
+}
+
+void FolderItem::SetMacCreator(const String& creator) {
+  FinderInfo info = GetFinderInfo();
+  if (info.creator == CodeOf(creator)) return;
+  info.creator = CodeOf(creator);
+  SetFinderInfo(info);
+}
+
+std::int32_t FolderItem::ResourceForkLength() const {
+  return HasNoSideFile() ? 0 : SideFile(path_, SideFile::Access::kRead).ForkLength();
+}
+
+}  // namespace vantorel

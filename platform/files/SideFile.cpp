@@ -1,0 +1,229 @@
+#include "platform/files/SideFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <limits>
+#include <optional>
+#include <utility>
+
+#include "platform/files/AppleDouble.h"
+#include "platform/files/OpenFile.h"
+
+namespace vantorel {
+namespace {
+
+constexpr std::string_view kPrefix = "._";
+constexpr mode_t kReadWriteBits = 0666;
+constexpr std::uint64_t kLongestFork = std::numeric_limits<std::int32_t>::max();
+
+std::uint64_t files_made = 0;
+
+using FinderBytes = std::array<char, AppleDouble::Finder::kSize>;
+
+// The Finder info that a table names; nullptr if it is missing or too short to be one.
+AppleDoubleEntry* FindFinderInfo(AppleDoubleTable& table) {
+  AppleDoubleEntry* entry = table.Find(AppleDouble::kFinderInfoId);
+  return entry != nullptr && entry->length >= AppleDouble::Finder::kSize ? entry : nullptr;
+}
+
+AppleDoubleEntry* FindFork(AppleDoubleTable& table) {
+  return table.Find(AppleDouble::kResourceForkId);
+}
+
+FinderBytes ReadFinderBytes(BinaryStream& file, const AppleDoubleEntry& entry) {
+  FinderBytes bytes{};
+  file.SetPosition(entry.offset);
+  file.ReadInto(bytes.data(), bytes.size());
+  return bytes;
+}
+
+}  // namespace
+
+std::string SideFile::PathFor(const std::string& item_path) {
+  std::string path = item_path;
+  return path.insert(path.rfind('/') + 1, kPrefix);
+}
+
+bool SideFile::IsNamedLikeOne(std::string_view name) {
+  return name.size() > kPrefix.size() && name.substr(0, kPrefix.size()) == kPrefix;
+}
+
+std::string SideFile::ItemNameOf(const std::string& name) {
+  return name.substr(kPrefix.size());
+}
+
+bool SideFile::IsOne(const std::string& path) {
+  const Ref<BinaryStream> stream = OpenRegularFile(path, O_RDONLY | O_NOFOLLOW);
+  return stream && AppleDoubleTable::Read(*stream).has_value();
+}
+
+std::uint64_t SideFile::CountMade() {
+  return files_made;
+}
+
+void SideFile::CountOneMade() {
+  ++files_made;
+}
+
+SideFile::SideFile(const std::string& item_path, Access access)
+    : item_path_(item_path), path_(PathFor(item_path)) {
+  const bool read_only = access == Access::kRead;
+  stream_ = OpenRegularFile(path_, (read_only ? O_RDONLY : O_RDWR) | O_NOFOLLOW);
+  if (!stream_) {
+    if (errno != ENOENT && errno != ENAMETOOLONG) Fail(-errno);
+    return;
+  }
+  std::optional<AppleDoubleTable> table = AppleDoubleTable::Read(*stream_);
+  if (table) {
+    table_ = std::move(*table);
+  } else {
+    stream_ = nil;
+    if (!read_only) Fail(-EEXIST);
+  }
+}
+
+SideFile::~SideFile() {
+  Close();
+}
+
+void SideFile::Fail(std::int32_t error) {
+  if (error_ == 0) error_ = error;
+}
+
+FinderInfo SideFile::GetFinderInfo() {
+  const AppleDoubleEntry* entry = stream_ ? FindFinderInfo(table_) : nullptr;
+  if (entry == nullptr) return {};
+  return FinderInfo::Load(ReadFinderBytes(*stream_, *entry).data());
+}
+
+void SideFile::SetFinderInfo(const FinderInfo& info) {
+  if (error_ != 0 || info == GetFinderInfo()) return;
+  if (!EnsureFile() || !EnsureEntries()) return;
+  const AppleDoubleEntry* entry = FindFinderInfo(table_);
+  FinderBytes bytes = ReadFinderBytes(*stream_, *entry);
+  info.Store(bytes.data());
+  stream_->SetPosition(entry->offset);
+  stream_->WriteBytes({bytes.data(), bytes.size()});
+  changed_ = true;
+}
+
+std::int32_t SideFile::ForkLength() {
+  const AppleDoubleEntry* fork = stream_ ? FindFork(table_) : nullptr;
+  return fork == nullptr ? 0 : static_cast<std::int32_t>(std::min<std::uint64_t>(fork->length, kLongestFork));
+}
+
+void SideFile::SetForkLength(std::int32_t length) {
+  if (error_ != 0 || length == ForkLength()) return;
+  if (!EnsureForkIsLast()) return;
+  AppleDoubleEntry* fork = FindFork(table_);
+  fork->length = static_cast<std::uint32_t>(std::max(length, 0));
+  stream_->SetLength(fork->End());
+  changed_ = true;
+}
+
+std::size_t SideFile::ReadFork(std::int32_t position, char* buffer, std::size_t count) {
+  const std::int32_t length = ForkLength();
+  if (position < 0 || position >= length) return 0;
+  stream_->SetPosition(FindFork(table_)->offset + static_cast<std::uint64_t>(position));
+  return stream_->ReadInto(buffer, std::min(count, static_cast<std::size_t>(length - position)));
+}
+
+void SideFile::WriteFork(std::int32_t position, std::string_view bytes) {
+  if (error_ != 0 || bytes.empty()) return;
+  const std::uint64_t end = static_cast<std::uint64_t>(position) + bytes.size();
+  if (position < 0 || end > kLongestFork) return Fail(position < 0 ? -EINVAL : -EFBIG);
+  if (!EnsureForkIsLast()) return;
+  AppleDoubleEntry* fork = FindFork(table_);
+  stream_->SetPosition(fork->offset + static_cast<std::uint64_t>(position));
+  stream_->WriteBytes(bytes);
+  fork->length = std::max(fork->length, static_cast<std::uint32_t>(end));
+  changed_ = true;
+}
+
+bool SideFile::EnsureFile() {
+  if (error_ != 0) return false;
+  if (stream_) return true;
+  struct stat item {};
+  if (lstat(item_path_.c_str(), &item) == 0) {
+    stream_ = MakeFile(path_, item.st_mode & kReadWriteBits);  // no one may read more of an item than before
+  }
+  if (!stream_) {
+    Fail(-errno);
+    return false;
+  }
+  CountOneMade();
+  is_new_ = true;
+  table_.Write(*stream_);
+  const FinderBytes nothing{};
+  stream_->WriteBytes({nothing.data(), nothing.size()});
+  return true;
+}
+
+bool SideFile::EnsureEntries() {
+  return (FindFinderInfo(table_) != nullptr && FindFork(table_) != nullptr) || Rebuild();
+}
+
+// The fork grows and shrinks in place, so it has to lie behind all else.
+bool SideFile::EnsureForkIsLast() {
+  if (error_ != 0) return false;
+  if (fork_is_last_) return true;
+  if (!EnsureFile() || !EnsureEntries()) return false;
+  const AppleDoubleEntry* fork = FindFork(table_);
+  const std::uint64_t end = table_.EndOfOthers(*fork);
+  if (fork->offset < end && !MoveFork(end)) return false;
+  stream_->SetLength(FindFork(table_)->End());
+  fork_is_last_ = true;
+  return true;
+}
+
+// Copies the fork to `offset`, which lies behind its beginning. The old place stays as a gap, so that no
+// other data moves.
+bool SideFile::MoveFork(std::uint64_t offset) {
+  AppleDoubleEntry* fork = FindFork(table_);
+  if (offset + fork->length > std::numeric_limits<std::uint32_t>::max()) {
+    Fail(-EFBIG);
+    return false;
+  }
+  // From the back, as the two places may overlap.
+  std::array<char, 16384> chunk{};
+  for (std::uint64_t left = fork->length; left > 0;) {
+    const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(left, chunk.size()));
+    left -= count;
+    stream_->SetPosition(fork->offset + left);
+    stream_->ReadInto(chunk.data(), count);
+    stream_->SetPosition(offset + left);
+    stream_->WriteBytes({chunk.data(), count});
+  }
+  fork->offset = static_cast<std::uint32_t>(offset);
+  changed_ = true;
+  return true;
+}
+
+bool SideFile::HoldsNothing() {
+  for (const AppleDoubleEntry& entry : table_.Entries()) {
+    const bool is_finder_info =
+        &entry == FindFinderInfo(table_) && entry.length == AppleDouble::Finder::kSize;
+    if (is_finder_info ? ReadFinderBytes(*stream_, entry) != FinderBytes{} : entry.length != 0) return false;
+  }
+  return true;
+}
+
+std::int32_t SideFile::Close() {
+  if (!stream_) return error_;
+  if (changed_ && (HoldsNothing() || (is_new_ && !stream_->Flush()))) {
+    unlink(path_.c_str());
+  } else if (changed_ && FindFork(table_) != nullptr) {
+    table_.WriteEntry(*stream_, *FindFork(table_));
+  }
+  stream_->Close();
+  Fail(stream_->WriteErrorCode());
+  stream_ = nil;
+  return error_;
+}
+
+}  // namespace vantorel

@@ -1,0 +1,75 @@
+// The side file of an item, open for a while: the AppleDouble file `._name` beside `name` that holds the
+// classic attributes. It is made when there is first something to hold and goes when nothing is left. Entries
+// that mean nothing here are kept. A file of that name that is no AppleDouble file is never read nor written.
+//
+// Errors are negative system numbers and stick: once there is one, nothing more is done.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/files/AppleDoubleTable.h"
+#include "platform/files/FinderInfo.h"
+
+namespace vantorel {
+
+class SideFile {
+ public:
+  enum class Access { kRead, kReadWrite };
+
+  SideFile(const std::string& item_path, Access access);
+  SideFile(const SideFile&) = delete;
+  SideFile& operator=(const SideFile&) = delete;
+  // Closes if Close was not called.
+  ~SideFile();
+
+  static std::string PathFor(const std::string& item_path);
+  // True for a name of the form of a side file's; the second gives the name of its item.
+  static bool IsNamedLikeOne(std::string_view name);
+  static std::string ItemNameOf(const std::string& name);
+  // True if there is an AppleDouble file at `path`.
+  static bool IsOne(const std::string& path);
+  // How many side files this process has made. While it stays the same, an item that had none has none.
+  static std::uint64_t CountMade();
+  static void CountOneMade();
+
+  // Whether the item's side file, or the lack of one, could be made out.
+  std::int32_t Error() const { return error_; }
+
+  FinderInfo GetFinderInfo();
+  void SetFinderInfo(const FinderInfo& info);
+
+  // At most 2^31 - 1.
+  std::int32_t ForkLength();
+  void SetForkLength(std::int32_t length);
+  // Returns the count of bytes read; fewer than `count` at the end of the fork.
+  std::size_t ReadFork(std::int32_t position, char* buffer, std::size_t count);
+  // A gap between the end of the fork and `position` fills with zeros.
+  void WriteFork(std::int32_t position, std::string_view bytes);
+
+  // Writes what is outstanding and returns the error, 0 if there was none.
+  std::int32_t Close();
+
+ private:
+  void Fail(std::int32_t error);
+  // Each of these makes sure of something before a write; false, with the error set, if it cannot be had.
+  bool EnsureFile();
+  bool EnsureEntries();
+  bool EnsureForkIsLast();
+  bool MoveFork(std::uint64_t offset);
+  bool Rebuild();
+  bool HoldsNothing();
+
+  std::string item_path_;
+  std::string path_;
+  Ref<BinaryStream> stream_;  // nil while there is no file
+  AppleDoubleTable table_;
+  bool is_new_ = false;  // made by this object
+  bool changed_ = false;
+  bool fork_is_last_ = false;
+  std::int32_t error_ = 0;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,99 @@
+// SideFile: writing the side file anew where its table lacks an entry that is needed.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+
+#include "platform/files/AppleDouble.h"
+#include "platform/files/SideFile.h"
+
+namespace vantorel {
+namespace {
+
+struct Move {
+  AppleDoubleEntry from;  // id 0: there was none, and the new place is zeros
+  AppleDoubleEntry to;
+};
+
+// The entries in their new order: those of the old table but for a damaged Finder info, and the two that are
+// needed; the fork last.
+std::vector<Move> PlanMoves(AppleDoubleTable& old_table) {
+  const AppleDoubleEntry* finder = old_table.Find(AppleDouble::kFinderInfoId);
+  const AppleDoubleEntry* fork = old_table.Find(AppleDouble::kResourceForkId);
+  const bool finder_is_whole = finder != nullptr && finder->length >= AppleDouble::Finder::kSize;
+  std::vector<Move> moves;
+  if (!finder_is_whole) {
+    moves.push_back({{}, {AppleDouble::kFinderInfoId, 0, AppleDouble::Finder::kSize}});
+  }
+  for (const AppleDoubleEntry& entry : old_table.Entries()) {
+    if (entry.id == AppleDouble::kResourceForkId) continue;
+    if (entry.id == AppleDouble::kFinderInfoId && &entry != finder) continue;
+    if (&entry == finder && !finder_is_whole) continue;
+    moves.push_back({entry, entry});
+  }
+  if (fork != nullptr) {
+    moves.push_back({*fork, *fork});
+  } else {
+    moves.push_back({{}, {AppleDouble::kResourceForkId, 0, 0}});
+  }
+  return moves;
+}
+
+void CopyEntry(BinaryStream& source, const Move& move, BinaryStream& target) {
+  std::array<char, 16384> chunk{};
+  for (std::uint32_t done = 0; done < move.to.length;) {
+    const std::uint32_t count = std::min<std::uint32_t>(move.to.length - done, chunk.size());
+    source.SetPosition(std::uint64_t{move.from.offset} + done);
+    if (move.from.id != 0) source.ReadInto(chunk.data(), count);
+    target.SetPosition(std::uint64_t{move.to.offset} + done);
+    target.WriteBytes({chunk.data(), count});
+    done += count;
+  }
+}
+
+}  // namespace
+
+bool SideFile::Rebuild() {
+  std::vector<Move> moves = PlanMoves(table_);
+  AppleDoubleTable table;
+  table.Entries().clear();
+  for (const Move& move : moves) table.Entries().push_back(move.to);
+  std::uint64_t end = table.Size();
+  for (std::size_t i = 0; i < moves.size(); ++i) {
+    moves[i].to.offset = table.Entries()[i].offset = static_cast<std::uint32_t>(end);
+    end += moves[i].to.length;
+  }
+  // Entries that share their data would make the new file larger than all that there is to hold.
+  const std::uint64_t added = AppleDouble::Finder::kSize + 2 * AppleDouble::Entry::kSize;
+  if (moves.size() > 0xFFFF || end > stream_->Length() + added) {
+    Fail(-EINVAL);
+    return false;
+  }
+
+  std::string path = path_.substr(0, path_.rfind('/') + 1) + ".vantorel-XXXXXX";
+  const int descriptor = mkostemp(path.data(), O_CLOEXEC);
+  if (descriptor < 0) {
+    Fail(-errno);
+    return false;
+  }
+  struct stat old_file {};
+  if (stat(path_.c_str(), &old_file) == 0) fchmod(descriptor, old_file.st_mode);
+  const Ref<BinaryStream> file = New<BinaryStream>(descriptor, true, std::uint64_t{0});
+  table.Write(*file);
+  for (const Move& move : moves) CopyEntry(*stream_, move, *file);
+  if (!file->Flush() || rename(path.c_str(), path_.c_str()) != 0) {
+    Fail(file->WriteError() ? file->WriteErrorCode() : -errno);
+    unlink(path.c_str());
+    return false;
+  }
+  stream_ = file;
+  table_ = table;
+  changed_ = true;
+  return true;
+}
+
+}  // namespace vantorel
