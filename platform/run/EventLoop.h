@@ -64,11 +64,10 @@ class EventLoop {
   EventLoop();
   ~EventLoop() = default;
 
-  // Waits if it may, then queues the handlers of descriptors that are ready and of timers that are due.
-  void WaitAndCollect(bool may_block);
+  void Wait(bool may_block);
+  // Queues the handlers of descriptors that are ready and of timers that are due.
+  void Collect();
   void CollectTimers();
-  void AddTimer(TimerState& timer, Clock::time_point deadline);
-  void RemoveTimer(TimerState& timer);
   // Sets the timer descriptor to the earliest deadline.
   void ArmTimerDescriptor();
   // Runs up to `count` queued handlers; stops when `done`.

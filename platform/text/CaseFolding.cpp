@@ -63,6 +63,17 @@ std::array<std::uint64_t, 2> MakeSeeds() {
   return seeds;
 }
 
+template <typename Map>
+std::uint64_t HashOf(std::string_view text, const Map& map) {
+  static const std::array<std::uint64_t, 2> seeds = MakeSeeds();
+  std::uint64_t hash = seeds[0] ^ text.size();
+  std::size_t at = 0;
+  for (; text.size() - at >= kWord; at += kWord) {
+    hash = Mix(hash ^ map(Load(text.data() + at, kWord)), seeds[1]);
+  }
+  return Mix(hash ^ map(Load(text.data() + at, text.size() - at)), seeds[1]);
+}
+
 }  // namespace
 
 bool EqualIgnoringCase(std::string_view a, std::string_view b) {
@@ -92,13 +103,11 @@ std::size_t FindIgnoringCase(std::string_view text, std::string_view pattern, st
 }
 
 std::size_t HashIgnoringCase(std::string_view text) {
-  static const std::array<std::uint64_t, 2> seeds = MakeSeeds();
-  std::uint64_t hash = seeds[0] ^ text.size();
-  std::size_t at = 0;
-  for (; text.size() - at >= kWord; at += kWord) {
-    hash = Mix(hash ^ Fold(Load(text.data() + at, kWord)), seeds[1]);
-  }
-  return Mix(hash ^ Fold(Load(text.data() + at, text.size() - at)), seeds[1]);
+  return HashOf(text, Fold);
+}
+
+std::size_t HashMindingCase(std::string_view text) {
+  return HashOf(text, [](std::uint64_t word) { return word; });
 }
 
 }  // namespace vantorel

@@ -1,5 +1,6 @@
-// Byte comparison that ignores ASCII letter case, for this folder's text functions. All of it runs at
-// memory speed: blocks of a megabyte are searched and tables of 65,535 names are built with it.
+// Byte comparison that ignores ASCII letter case, and hashes, for the text functions and for tables of names.
+// All of it runs at memory speed: blocks of a megabyte are searched and tables of 65,535 names are built with
+// it.
 #pragma once
 
 #include <cstddef>
@@ -13,5 +14,7 @@ std::size_t FindIgnoringCase(std::string_view text, std::string_view pattern, st
 // Equal for all that is EqualIgnoringCase. Seeded anew in each process, so that no file can hold names that
 // were chosen to collide.
 std::size_t HashIgnoringCase(std::string_view text);
+// The same for bytes as they stand.
+std::size_t HashMindingCase(std::string_view text);
 
 }  // namespace vantorel

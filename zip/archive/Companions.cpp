@@ -1,10 +1,14 @@
 // The folding of AppleDouble companions, which Apple's tools store as members of their own, into the entries
 // that they belong to.
-#include <algorithm>
+#include <string>
+#include <utility>
 #include <variant>
+#include <vector>
 
 #include "platform/run/BackgroundTask.h"
+#include "platform/text/CaseFolding.h"
 #include "platform/text/TextFunctions.h"
+#include "zip/archive/NameIndex.h"
 #include "zip/archive/ZipArchiveData.h"
 #include "zip/archive/ZipEntry.h"
 
@@ -12,69 +16,65 @@ namespace vantorel {
 
 namespace {
 
+constexpr std::string_view kMacosxFolder = "__MACOSX/";
+constexpr std::string_view kMark = "._";
+
 // Only a member whose whole central extra field is one Unix type-1 record is ever taken for a companion.
 bool MayBeCompanion(const Ref<ZipEntry>& entry) {
   return entry->ExtraFieldInCentralDir()->IsUnixType1Only() && entry->z_hasDittoName;
 }
 
-bool EndsInSlash(const String& name) {
-  return name.view().ends_with('/');
-}
-
-String WithoutTrailingSlash(const String& name) {
-  return EndsInSlash(name) ? name.Slice(0, name.size() - 1) : name;
-}
-
-// Names are stored bytes, and so are the literals joined to them: a label would make positions count
-// characters.
-const String& MacosxFolder() {
-  static const String text = String::Bytes("__MACOSX/");
-  return text;
-}
-const String& Slash() {
-  static const String text = String::Bytes("/");
-  return text;
-}
-const String& CompanionMark() {
-  static const String text = String::Bytes("/._");
-  return text;
+// Where the last mark stands that begins a component; npos if none does.
+std::size_t FindMark(std::string_view name) {
+  const std::size_t slash = name.rfind("/._");
+  if (slash != std::string_view::npos) return slash + 1;
+  return name.starts_with(kMark) ? 0 : std::string_view::npos;
 }
 
 }  // namespace
 
-String ZipArchiveData::IndexKey(const String& name) {
-  return EncodeBase64(name, 76);
+void ZipArchiveData::checkDirectory(const Ref<Dictionary>& index) {
+  FoldCompanions([&index](const String& name) -> Ref<ZipEntry> {
+    const String key = EncodeBase64(name, 76);
+    if (!index->HasKey(key)) return nil;
+    Ref<ZipEntry> entry = Cast<ZipEntry>(std::get<Ref<Object>>(index->Value(key)));
+    index->Remove(key);
+    return entry;
+  });
 }
 
-void ZipArchiveData::checkDirectory(const Ref<Dictionary>& index) {
-  // Entries that leave the list become nil first and are dropped together at the end.
+void ZipArchiveData::FoldCompanions() {
+  NameIndex index(entries_1);
+  FoldCompanions([&index](const String& name) { return index.Take(name.view()); });
+}
+
+void ZipArchiveData::FoldCompanions(const TakeEntry& take_entry) {
+  // The list stays as it is during the walk: an entry that leaves it may yet be asked for by its name.
+  std::vector<bool> folded(entries_1.size());
   for (std::size_t i = entries_1.size() - 1; i >= 1; --i) {
-    if (IsFolded(entries_1[i], index)) entries_1[i] = nil;
+    folded[i] = IsFolded(entries_1[i], take_entry);
     RuntimeBackgroundTask();
   }
-  const auto first = entries_1.begin() + 1;
-  entries_1.erase(std::remove(first, entries_1.end(), nil), entries_1.end());
+  std::size_t kept = 1;
+  for (std::size_t i = 1; i < entries_1.size(); ++i) {
+    if (!folded[i]) std::swap(entries_1[kept++], entries_1[i]);
+  }
+  entries_1.resize(kept);
 }
 
-bool ZipArchiveData::IsFolded(const Ref<ZipEntry>& entry, const Ref<Dictionary>& index) {
+bool ZipArchiveData::IsFolded(const Ref<ZipEntry>& entry, const TakeEntry& take_entry) {
   if (!MayBeCompanion(entry)) return false;
-  String name = entry->z_origEncodedName();
-  const bool in_macosx = SameText(Left(name, LenB(MacosxFolder())), MacosxFolder());
-  if (in_macosx) {
-    name = Mid(name, LenB(MacosxFolder()) + 1);
-    if (name.empty() || EndsInSlash(name)) return true;
+  const String stored = entry->z_origEncodedName();
+  std::string_view name = stored.view();
+  if (EqualIgnoringCase(name.substr(0, kMacosxFolder.size()), kMacosxFolder)) {
+    name.remove_prefix(kMacosxFolder.size());
+    if (name.empty() || name.ends_with('/')) return true;
   }
-  // The slash in front makes a mark at the very start of the name count as well.
-  const std::int32_t at = lastInStr(Slash() + name, CompanionMark());
-  if (at < 1) return false;
-  const String base = Left(name, at - 1) + Mid(name, at + 2);
-  const String key = IndexKey(base);
-  if (!index->HasKey(key)) return false;
-  const Ref<ZipEntry> main = Cast<ZipEntry>(std::get<Ref<Object>>(index->Value(key)));
-  // The index ignores case and Base64 minds it: names with one key need not be the same.
-  if (StrComp(WithoutTrailingSlash(main->z_origEncodedName()), base, 0) != 0) return false;
-
-  index->Remove(key);
+  const std::size_t mark = FindMark(name);
+  if (mark == std::string_view::npos) return false;
+  std::string base(name);
+  const Ref<ZipEntry> main = take_entry(String::Adopt(base.erase(mark, kMark.size()), nil));
+  if (!main) return false;
   main->z_setAppleDoubleEntry(entry);
   dittoFormat = true;
   return true;

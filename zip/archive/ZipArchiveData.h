@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "platform/base/Ref.h"
@@ -87,15 +88,19 @@ class ZipArchiveData : public Object {
 
   // Upper bound of entries_1: the count of entries.
   std::int32_t UpperBound() const { return static_cast<std::int32_t>(entries_1.size()) - 1; }
-  // The key of a name, which carries no trailing "/", in the index that checkDirectory takes.
-  static String IndexKey(const String& name);
+  // As checkDirectory, with an index of its own making.
+  void FoldCompanions();
   // The components of a raw path. A name that is carried over from record to record is split once.
   ZipPath PathOf(const String& raw_path);
 
  private:
+  // Gives out the entry of a name, at most once.
+  using TakeEntry = std::function<Ref<ZipEntry>(const String& name)>;
+
+  void FoldCompanions(const TakeEntry& take_entry);
   // Whether the entry is to leave the list: as a companion, now held by its main entry, or as a folder of the
   // __MACOSX tree.
-  bool IsFolded(const Ref<ZipEntry>& entry, const Ref<Dictionary>& index);
+  bool IsFolded(const Ref<ZipEntry>& entry, const TakeEntry& take_entry);
 
   String last_name_;
   ZipPath last_path_;

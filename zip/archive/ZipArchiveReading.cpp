@@ -24,18 +24,6 @@ bool IsCompanionShaped(const ZipEntry& entry) {
   return entry.extra->hasUXonly && entry.z_hasDittoName;
 }
 
-// Every entry by its name. Of two with the same name the later one stands.
-Ref<Dictionary> IndexByName(const std::vector<Ref<ZipEntry>>& entries) {
-  Ref<Dictionary> index = New<Dictionary>();
-  for (std::size_t i = 1; i < entries.size(); ++i) {
-    const String& name = entries[i]->zipEncName;
-    const bool slash = name.view().ends_with('/');
-    index->SetValue(ZipArchiveData::IndexKey(slash ? name.Slice(0, name.size() - 1) : name),
-                    Ref<Object>(entries[i]));
-  }
-  return index;
-}
-
 Ref<MemoryBlock> HeaderBlock(const String& bytes) {
   Ref<MemoryBlock> header = New<MemoryBlock>(CentralHeader::kSize);
   header->SetLittleEndian(true);
@@ -144,8 +132,7 @@ bool ZipArchive::ReadRecords(std::int32_t count, std::int32_t size) {
     --count;
     RuntimeBackgroundTask();
   } while (window.Position() < end);
-  // Without such a member there is nothing to fold, and the index need not be made.
-  if (companions) d->checkDirectory(IndexByName(d->entries_1));
+  if (companions) d->FoldCompanions();
   return true;
 }
 

@@ -1,0 +1,153 @@
+#include "platform/text/TextFunctions.h"
+#include "tests/zip/archive/OpenedZip.h"
+
+namespace vantorel {
+namespace {
+
+using namespace testing;
+
+TEST(Entry, ReadsTheHeader) {
+  const OpenedZip zip({ZipMember{.name = "a",
+                                 .data = "12345",
+                                 .method = 8,
+                                 .os_made_by = 7,
+                                 .external_attributes = 0x81A40001,
+                                 .uncompressed_size = 0x80000000}});
+  const Ref<ZipEntry> e = zip.First();
+  EXPECT_EQ(e->CompressedSize(), 5);
+  EXPECT_EQ(e->Size(), INT32_MIN);
+  EXPECT_EQ(e->CompressionMethod(), 8);
+  EXPECT_EQ(e->OSMadeBy(), 7);
+  EXPECT_EQ(e->ExternalFileAttributes(), static_cast<std::int32_t>(0x81A40001));
+  EXPECT_FALSE(e->IsTextFile());
+}
+
+TEST(Entry, SettersLeaveTheirNeighboursAlone) {
+  const OpenedZip zip({ZipMember{.name = "a", .internal_attributes = 0xFFFE}});
+  const Ref<ZipEntry> e = zip.First();
+  e->SetTextFileFlag(true);
+  EXPECT_TRUE(e->IsTextFile());
+  e->SetTextFileFlag(false);
+  e->SetOSMadeBy(19);
+  EXPECT_EQ(e->z_Header()->UShort(CentralHeader::kInternalAttributes), 0xFFFE);
+  EXPECT_EQ(e->z_Header()->UShort(CentralHeader::kVersionMadeBy), 19 << 8 | 20);
+  EXPECT_EQ(e->z_Header()->UShort(CentralHeader::kVersionNeeded), 20);
+  EXPECT_FALSE(zip.archive->d->dirty);
+}
+
+TEST(Entry, TellsWhatItCanExtract) {
+  struct Case {
+    ZipMember member;
+    bool can;
+  };
+  const Case cases[] = {
+      {{.name = "stored", .method = 0}, true},
+      {{.name = "deflated", .method = 8}, true},
+      {{.name = "bzip2", .method = 12}, false},
+      {{.name = "encrypted", .method = 8, .flags = 1}, false},
+      {{.name = "folder/", .method = 8, .uncompressed_size = 1000}, false},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(OpenedZip({c.member}).First()->CanExtract(), c.can) << c.member.name;
+  }
+}
+
+TEST(Entry, PassesTimesOnAsTheyStand) {
+  const OpenedZip zip({{.name = "none"},
+                       {.name = "odd second", .time = 0x5F7F, .date = 0x5A21},
+                       {.name = "time only", .time = 1}});
+  EXPECT_EQ(zip.archive->Entry(1)->Time(), nil);
+  const Ref<Date> odd = zip.archive->Entry(2)->Time();  // 11:59:62 on 1 January 2025
+  EXPECT_EQ(odd->Hour() * 10000 + odd->Minute() * 100 + odd->Second(), 120002);
+  EXPECT_EQ(odd->Year() * 10000 + odd->Month() * 100 + odd->Day(), 20250101);
+  EXPECT_EQ(zip.archive->Entry(3)->Time()->Year(), 1979);  // day 0 of month 0 of 1980
+}
+
+TEST(Entry, CommentsGoInWithoutAskingWhetherTheyMay) {
+  const OpenedZip zip({{"a"}});
+  zip.First()->SetComment("größer");
+  EXPECT_EQ(zip.First()->Comment().view(), "größer");
+  EXPECT_EQ(zip.First()->z_origEncodedComment().view(), "größer");
+  EXPECT_TRUE(zip.archive->d->dirty);
+  EXPECT_EQ(zip.Message(), "");
+}
+
+TEST(Entry, KeepsLocalAndCentralExtraApart) {
+  const std::string local = ExtraRecordBytes(0x7875, "local");
+  const OpenedZip zip(
+      {ZipMember{.name = std::string(40000, 'n'), .central_extra = "central", .local_extra = local},
+       ZipMember{.name = "bad", .local_magic = 1}, ZipMember{.name = "beyond", .local_offset = 0x80000000}});
+  zip.archive->d->zipStream->SetPosition(7);
+  EXPECT_EQ(zip.First()->ExtraField()->AsData().view(), local);
+  EXPECT_TRUE(zip.First()->ExtraField()->IsLocked());
+  EXPECT_EQ(zip.First()->ExtraFieldInCentralDir()->AsData().view(), "central");
+  for (const int damaged : {2, 3}) {
+    EXPECT_EQ(zip.archive->Entry(damaged)->ExtraField(), nil);
+    EXPECT_EQ(zip.archive->Entry(damaged)->ErrorMessage().view(),
+              "Invalid Local File Header signature (archive appears to be severely corrupted)");
+  }
+  EXPECT_EQ(zip.archive->d->zipStream->Position(), 7U);
+}
+
+TEST(Entry, HandsOutOnlyALockedExtraField) {
+  const OpenedZip zip({{"a"}});
+  const Ref<ZipEntry> e = zip.First();
+  e->extra = zip.archive->MakeZipExtraField("block");
+  EXPECT_THROW(e->ExtraFieldInCentralDir(), RuntimeException);
+  e->SetExtraFieldInCentralDir(e->extra);
+  EXPECT_EQ(e->ExtraFieldInCentralDir()->AsData().view(), "block");
+  EXPECT_EQ(e->z_Header()->UShort(CentralHeader::kExtraLength), 5);
+  EXPECT_TRUE(zip.archive->d->dirty);
+  e->SetExtraFieldInCentralDir(nil);
+  EXPECT_EQ(e->z_Header()->UShort(CentralHeader::kExtraLength), 0);
+}
+
+TEST(Entry, KnowsFakeDuplicates) {
+  struct Case {
+    const char* name;
+    std::uint32_t central;
+    std::uint32_t local;
+    bool fake;
+  };
+  const Case cases[] = {
+      {"bit 3 in the central header alone", 0x0008, 0x0000, true},
+      {"other flags equal", 0x0806, 0x0806 & ~8U, false},
+      {"bit 3 and other flags", 0x080E, 0x0806, true},
+      {"a data descriptor", 0x0008, 0x0008, false},
+      {"no bit 3", 0x0000, 0x0000, false},
+      {"the highest local bit matches nothing", 0x8008, 0x8000, false},
+  };
+  for (const Case& c : cases) {
+    const OpenedZip zip(
+        {ZipMember{.name = "x"}, ZipMember{.name = "a", .flags = c.central, .local_flags = c.local}});
+    const Ref<MemoryBlock> header = zip.archive->Entry(2)->z_Header();
+    EXPECT_EQ(zip.archive->d->isFakeEntry(header, -1), c.fake) << c.name;
+  }
+}
+
+TEST(Entry, ShiftsModesThroughTheSign) {
+  const Ref<ZipArchiveData> d = New<ZipArchiveData>();
+  EXPECT_EQ(d->shiftRight16(static_cast<std::int32_t>(0x81A40000)), 33188);
+  EXPECT_EQ(d->shiftLeft16(33188), static_cast<std::int32_t>(0x81A40000));
+  EXPECT_EQ(New<ZipArchive>()->Version(), 1.3);
+}
+
+TEST(Permissions, AreReadAndChangedThroughAReference) {
+  const ScratchFolder folder;
+  const Ref<ZipArchive> archive = New<ZipArchive>();
+  const Ref<FolderItem> item = folder.Write(std::string(100, 'n'), "x");
+  folder.Run("chmod 640 n*");
+  std::int32_t mode = -1;
+  EXPECT_FALSE(archive->GetUnixPermissions(nil, mode));
+  EXPECT_FALSE(archive->GetUnixPermissions(folder.Item("gone"), mode));
+  EXPECT_EQ(mode, -1);
+  const Ref<MemoryBlock> reference = archive->d->makeFSRef(item);
+  EXPECT_EQ(archive->d->updateUnixPermissions(reference, ~0040, 0101), 0);
+  EXPECT_TRUE(archive->GetUnixPermissions(item, mode));
+  EXPECT_EQ(mode, 0100701);
+  item->Delete();
+  EXPECT_LT(archive->d->updateUnixPermissions(reference, -1, 0), 0);
+}
+
+}  // namespace
+}  // namespace vantorel
