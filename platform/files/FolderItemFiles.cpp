@@ -5,28 +5,40 @@
 
 #include <cerrno>
 
+#include "platform/base/Failures.h"
 #include "platform/files/FolderItem.h"
 #include "platform/files/OpenFile.h"
 #include "platform/files/SideFile.h"
 
 namespace vantorel {
 
+namespace {
+
+// Keeps the reason, should the nil become a fault.
+Ref<BinaryStream> NotingFailure(const char* operation, const std::string& path, Ref<BinaryStream> stream) {
+  if (!stream) NoteFailure(operation, path, errno);
+  return stream;
+}
+
+}  // namespace
+
 Ref<BinaryStream> FolderItem::OpenAsBinaryFile(bool writable) const {
-  return OpenRegularFile(path_, writable ? O_RDWR : O_RDONLY);
+  return NotingFailure("open", path_, OpenRegularFile(path_, writable ? O_RDWR : O_RDONLY));
 }
 
 Ref<BinaryStream> FolderItem::CreateBinaryFile(const String& /*file_type*/) {
   if (SideFile::IsNamedLikeOne(Name().view())) SideFile::CountOneMade();
-  return MakeFile(path_);
+  return NotingFailure("create", path_, MakeFile(path_));
 }
 
 Ref<TextInputStream> FolderItem::OpenAsTextFile() const {
-  const Ref<BinaryStream> stream = OpenRegularFile(path_, O_RDONLY);
+  const Ref<BinaryStream> stream = OpenAsBinaryFile(false);
   return stream ? New<TextInputStream>(stream) : nil;
 }
 
 Ref<TextOutputStream> FolderItem::CreateTextFile() {
-  const Ref<BinaryStream> stream = OpenRegularFile(path_, O_WRONLY | O_CREAT | O_TRUNC);
+  const Ref<BinaryStream> stream =
+      NotingFailure("create", path_, OpenRegularFile(path_, O_WRONLY | O_CREAT | O_TRUNC));
   return stream ? New<TextOutputStream>(stream) : nil;
 }
 
@@ -37,7 +49,7 @@ void FolderItem::Delete() {
 }
 
 void FolderItem::CreateAsFolder() {
-  mkdir(path_.c_str(), 0777);
+  if (mkdir(path_.c_str(), 0777) != 0 && errno != EEXIST) NoteFailure("make the folder", path_, errno);
 }
 
 Ref<FolderItem> FolderItem::TrueItem(std::int32_t index) {

@@ -15,7 +15,7 @@ Ref<BinaryStream> OpenRegularFile(const std::string& path, int flags, mode_t mod
   struct stat info {};
   if (fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode)) {
     close(descriptor);
-    errno = EINVAL;
+    errno = S_ISDIR(info.st_mode) ? EISDIR : EINVAL;
     return nil;
   }
   const bool writable = (flags & O_ACCMODE) != O_RDONLY;

@@ -2,10 +2,12 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 
+#include "platform/base/Failures.h"
 #include "platform/files/FolderItem.h"
 
 namespace vantorel {
@@ -32,8 +34,12 @@ Ref<FolderItem> SpecialFolder::ApplicationData() {
   namespace fs = std::filesystem;
   const std::string path = DataPath();
   std::error_code failure;
-  if (path.empty()) return nil;
+  if (path.empty()) {
+    NoteFailure("find", "the user's home folder", ENOENT);
+    return nil;
+  }
   fs::create_directories(path, failure);
+  if (failure) NoteFailure("make the folder", path, failure.value());
   const fs::path folder = fs::canonical(path, failure);  // links on the way are the user's own arrangement
   return failure || !fs::is_directory(folder, failure) ? nil : New<FolderItem>(folder.string());
 }
