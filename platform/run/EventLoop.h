@@ -64,10 +64,11 @@ class EventLoop {
   EventLoop();
   ~EventLoop() = default;
 
-  void Wait(bool may_block);
-  // Queues the handlers of descriptors that are ready and of timers that are due.
-  void Collect();
+  // Waits if it may, then queues the handlers of descriptors that are ready and of timers that are due.
+  void WaitAndCollect(bool may_block);
   void CollectTimers();
+  void AddTimer(TimerState& timer, Clock::time_point deadline);
+  void RemoveTimer(TimerState& timer);
   // Sets the timer descriptor to the earliest deadline.
   void ArmTimerDescriptor();
   // Runs up to `count` queued handlers; stops when `done`.

@@ -8,6 +8,9 @@
 
 namespace vantorel::System {
 
+// Called once by RuntimeInit. Before that the command line has no arguments.
+void KeepCommandLine(int argc, const char* const* argv);
+
 // The full command line as one string, the path of the program's file first, then the arguments, with blanks
 // between. No label.
 String CommandLine();

@@ -1,9 +1,17 @@
 // A TCP connection on a non-blocking socket. Host names are resolved without blocking the loop; every address
 // is tried in turn, of both families.
+//
+// Held by a Ref, as all objects; one that nobody holds closes its connection. Its event handlers may close
+// it, connect it anew or drop the last reference. Nothing of an earlier connection arrives after Close or
+// Connect.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <memory>
 
+#include "platform/run/Connector.h"
 #include "platform/run/SocketCore.h"
 #include "platform/text/String.h"
 
@@ -14,13 +22,17 @@ class TCPSocket : public SocketCore {
   TCPSocket();
   ~TCPSocket() override;
 
-  // Host name or numeric address, used at Connect.
+  // Host name or numeric address (IPv6 without brackets), used at Connect.
   void SetAddress(const String& address);
 
+  // An empty address, one that is not found and a port outside 1..65535 are failures like any other.
   void Connect() override;
   void Close() override;
   void Poll() override;
   void Purge() override;
+
+  // The receive buffer holds what has arrived and was not read yet, without a limit: a reader that waits for
+  // the end of something needs all of it. It is emptied by Connect, not by Close.
 
   // Removes and returns up to `count` bytes of the receive buffer.
   String Read(std::int32_t count, const Ref<TextEncoding>& encoding = nil);
@@ -28,8 +40,35 @@ class TCPSocket : public SocketCore {
   String ReadAll(const Ref<TextEncoding>& encoding = nil);
   // The receive buffer, without removing anything and without a copy.
   String Lookahead(const Ref<TextEncoding>& encoding = nil) const;
-  // Queues the bytes for sending and returns at once.
+
+  // Queues the bytes for sending and returns at once; SendComplete tells when all are handed to the kernel.
+  // Does nothing unless connected.
   void Write(const String& text);
+
+ private:
+  // Both deliver what has happened as events.
+  void AdvanceConnecting();
+  void AdvanceConnected();
+  void Advance();
+
+  void DropConnection();
+  void ReportEnd(ErrorCode code);
+  // Hands the kernel as much as it takes.
+  void SendQueued();
+  void AbandonSending();
+  enum class Received { kNothing, kBytes, kEnd };
+  Received Receive();
+
+  String address_;
+  // Told apart from later ones in handlers: grows with every Connect and Close.
+  std::uint32_t connection_number_ = 0;
+  std::unique_ptr<Connector> connector_;  // while connecting
+  Descriptor descriptor_;                 // while connected
+  std::unique_ptr<DescriptorWatch> watch_;
+  String received_;
+  std::deque<String> to_send_;
+  std::size_t sent_of_first_ = 0;
+  bool send_complete_due_ = false;
 };
 
 }  // namespace vantorel

@@ -1,0 +1,141 @@
+#include "platform/run/Connector.h"
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/epoll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+namespace vantorel {
+
+namespace {
+
+// How long an address may keep the next one waiting: the recommended value of RFC 8305, section 5.
+constexpr std::chrono::milliseconds kAttemptDelay(250);
+constexpr std::int32_t kLargestPort = 65535;
+
+void SetPort(SocketAddress& address, std::int32_t port) {
+  const in_port_t network_port = htons(static_cast<std::uint16_t>(port));
+  if (address.storage.ss_family == AF_INET6) {
+    reinterpret_cast<sockaddr_in6&>(address.storage).sin6_port = network_port;
+  } else {
+    reinterpret_cast<sockaddr_in&>(address.storage).sin_port = network_port;
+  }
+}
+
+// True once the attempt has ended; `error_number` is then 0 or says why it failed.
+bool Ended(int descriptor, int& error_number) {
+  pollfd ready{descriptor, POLLOUT, 0};
+  if (poll(&ready, 1, 0) <= 0) return false;
+  socklen_t length = sizeof error_number;
+  if (getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error_number, &length) != 0) error_number = errno;
+  // Made, and reset by the peer since then: what it sent before that is there to be received.
+  if (error_number == ECONNRESET || error_number == EPIPE) error_number = 0;
+  return true;
+}
+
+}  // namespace
+
+Connector::Connector(const std::string& host, std::int32_t port, EventLoop::Handler wake)
+    : port_(port), wake_(std::move(wake)), timer_(wake_) {
+  if (port < 1 || port > kLargestPort) {
+    Settle(State::kFailed, SocketCore::kBadPort);
+  } else if (host.empty() || host.find('\0') != std::string::npos) {
+    Settle(State::kFailed, SocketCore::kNameResolutionFailed);
+  } else if (addresses_ = KnownAddresses(host); addresses_.empty()) {
+    resolver_ = std::make_unique<Resolver>(host, wake_);
+  } else {
+    TryNextAddress();
+  }
+}
+
+Connector::State Connector::Advance() {
+  if (resolver_ != nullptr) {
+    if (!resolver_->Advance()) return state_;
+    addresses_ = resolver_->Addresses();
+    resolver_.reset();
+    if (addresses_.empty()) Settle(State::kFailed, SocketCore::kNameResolutionFailed);
+  }
+  LookAtAttempts();
+  if (state_ == State::kPending && EventLoop::Clock::now() >= next_start_) TryNextAddress();
+  return state_;
+}
+
+void Connector::DescribeWait(std::vector<pollfd>& descriptors, std::chrono::milliseconds& limit) const {
+  if (resolver_ != nullptr) resolver_->DescribeWait(descriptors, limit);
+  if (state_ != State::kPending) limit = std::chrono::milliseconds::zero();
+  for (const Attempt& attempt : attempts_) descriptors.push_back({attempt.descriptor.Number(), POLLOUT, 0});
+}
+
+// The outcome is fetched from the loop, also when it was there from the first.
+void Connector::Settle(State state, SocketCore::ErrorCode error) {
+  state_ = state;
+  error_ = error;
+  attempts_.clear();
+  timer_.StartIn(0);
+}
+
+// Goes on to the next address that can be tried at all. Fails if none is left and none is being tried.
+void Connector::TryNextAddress() {
+  next_start_ = EventLoop::Clock::now() + kAttemptDelay;
+  const std::size_t attempts_before = attempts_.size();
+  while (state_ == State::kPending && attempts_.size() == attempts_before &&
+         next_address_ < addresses_.size()) {
+    StartAttempt(addresses_[next_address_++]);
+  }
+  if (state_ != State::kPending) return;
+  if (next_address_ < addresses_.size()) {
+    timer_.StartAt(next_start_);
+  } else {
+    next_start_ = EventLoop::Clock::time_point::max();
+    if (attempts_.empty()) Settle(State::kFailed, error_);
+  }
+}
+
+void Connector::StartAttempt(SocketAddress address) {
+  SetPort(address, port_);
+  Descriptor descriptor(
+      socket(address.storage.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, IPPROTO_TCP));
+  if (!descriptor.IsOpen()) return NoteFailedAttempt(errno);
+  // A request in two writes must not wait for the answer to the first.
+  const int on = 1;
+  setsockopt(descriptor.Number(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  const auto* name = reinterpret_cast<const sockaddr*>(&address.storage);
+  if (connect(descriptor.Number(), name, address.length) == 0) {
+    connected_ = std::move(descriptor);
+    Settle(State::kConnected, SocketCore::kNoError);
+  } else if (errno == EINPROGRESS) {
+    auto watch = std::make_unique<DescriptorWatch>(descriptor.Number(), EPOLLOUT, wake_);
+    attempts_.push_back({std::move(descriptor), std::move(watch)});
+  } else {
+    NoteFailedAttempt(errno);
+  }
+}
+
+void Connector::LookAtAttempts() {
+  for (auto attempt = attempts_.begin(); attempt != attempts_.end();) {
+    int error_number = 0;
+    if (!Ended(attempt->descriptor.Number(), error_number)) {
+      ++attempt;
+    } else if (error_number == 0) {
+      attempt->watch.reset();
+      connected_ = std::move(attempt->descriptor);
+      return Settle(State::kConnected, SocketCore::kNoError);
+    } else {
+      NoteFailedAttempt(error_number);
+      attempt = attempts_.erase(attempt);
+      next_start_ = {};  // a failure calls for the next address at once
+    }
+  }
+}
+
+void Connector::NoteFailedAttempt(int error_number) {
+  // Somebody who refused says more than nobody who answered.
+  if (error_number == ECONNREFUSED) error_ = SocketCore::kConnectionRefused;
+  if (error_ == SocketCore::kNoError) error_ = SocketCore::kOpenFailed;
+}
+
+}  // namespace vantorel

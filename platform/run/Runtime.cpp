@@ -1,0 +1,71 @@
+#include "platform/run/Runtime.h"
+
+#include <csignal>
+#include <cstdio>
+#include <string>
+
+#include "platform/base/Exceptions.h"
+#include "platform/base/Failures.h"
+#include "platform/run/EventLoop.h"
+#include "platform/run/Quit.h"
+#include "platform/run/System.h"
+
+namespace vantorel {
+
+namespace {
+
+int exit_value = 0;
+
+Ref<Application>& AppObject() {
+  static Ref<Application> app;
+  return app;
+}
+
+std::string ProgramName() {
+  const std::string& path = System::ExecutablePath();
+  return path.substr(path.rfind('/') + 1);
+}
+
+}  // namespace
+
+void RuntimeInit(int argc, char** argv) {
+  System::KeepCommandLine(argc, argv);
+  std::signal(SIGPIPE, SIG_IGN);
+}
+
+void _RuntimeRegisterAppObject(const Ref<Application>& app) {
+  AppObject() = app;
+}
+
+Ref<Application> _GetAppObject() {
+  return AppObject();
+}
+
+void RuntimeRun() {
+  try {
+    AppObject()->Event_Open();
+    EventLoop::Current().RunUntil([] { return false; });
+  } catch (const EndException&) {
+    // The application has quit; Quit has set the exit value.
+  }
+}
+
+void Quit(std::int32_t code) {
+  exit_value = code;
+  throw EndException(code);
+}
+
+void RuntimeUnhandledException(const std::exception& fault) {
+  exit_value = 1;
+  std::string report = ProgramName() + ": cannot go on: " + fault.what() + "\n";
+  if (!RecentFailures().empty()) report += "File operations that failed last:\n";
+  for (const std::string& failure : RecentFailures()) report += "  " + failure + "\n";
+  std::fputs(report.c_str(), stderr);
+}
+
+int RuntimeExit() {
+  AppObject() = nil;
+  return exit_value;
+}
+
+}  // namespace vantorel

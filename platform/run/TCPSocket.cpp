@@ -1,0 +1,191 @@
+#include "platform/run/TCPSocket.h"
+
+#include <sys/epoll.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <string>
+#include <utility>
+
+#include "platform/run/BackgroundTask.h"
+#include "platform/text/TextFunctions.h"
+
+namespace vantorel {
+
+namespace {
+
+constexpr int kLargestReceive = 256 * 1024;
+constexpr int kSmallestReceive = 4096;
+constexpr std::chrono::milliseconds kPollWait(10);
+
+}  // namespace
+
+TCPSocket::TCPSocket() = default;
+
+TCPSocket::~TCPSocket() {
+  DropConnection();
+}
+
+void TCPSocket::SetAddress(const String& address) {
+  address_ = address;
+}
+
+void TCPSocket::Connect() {
+  Close();
+  received_ = String();
+  last_error_code_ = kNoError;
+  connector_ = std::make_unique<Connector>(std::string(address_.view()), port_, [this] { Advance(); });
+}
+
+void TCPSocket::Close() {
+  DropConnection();
+  ++connection_number_;
+}
+
+void TCPSocket::DropConnection() {
+  connector_.reset();
+  watch_.reset();
+  descriptor_.Close();
+  AbandonSending();
+  connected_ = false;
+}
+
+void TCPSocket::Purge() {
+  received_ = String();
+  AbandonSending();
+}
+
+void TCPSocket::AbandonSending() {
+  to_send_.clear();
+  sent_of_first_ = 0;
+  send_complete_due_ = false;
+  if (watch_ != nullptr) watch_->SetEvents(EPOLLIN);
+}
+
+void TCPSocket::Poll() {
+  const Ref<TCPSocket> alive(this);
+  std::vector<pollfd> descriptors;
+  std::chrono::milliseconds limit = kPollWait;
+  if (connector_ != nullptr) connector_->DescribeWait(descriptors, limit);
+  if (descriptor_.IsOpen()) {
+    const int events = send_complete_due_ ? POLLIN | POLLOUT : POLLIN;
+    descriptors.push_back({descriptor_.Number(), static_cast<short>(events), 0});
+  }
+  const int ready = poll(descriptors.data(), descriptors.size(), static_cast<int>(limit.count()));
+  background::AfterWait();
+  if (ready > 0 || connector_ != nullptr) Advance();
+}
+
+void TCPSocket::Advance() {
+  const Ref<TCPSocket> alive(this);  // a handler may drop the last reference
+  if (connector_ != nullptr) {
+    AdvanceConnecting();
+  } else if (descriptor_.IsOpen()) {
+    AdvanceConnected();
+  }
+}
+
+void TCPSocket::AdvanceConnecting() {
+  switch (connector_->Advance()) {
+    case Connector::State::kPending:
+      return;
+    case Connector::State::kFailed:
+      return ReportEnd(connector_->Error());
+    case Connector::State::kConnected:
+      descriptor_ = connector_->TakeDescriptor();
+      connector_.reset();
+      watch_ = std::make_unique<DescriptorWatch>(descriptor_.Number(), EPOLLIN, [this] { Advance(); });
+      connected_ = true;
+      Event_Connected();
+  }
+}
+
+void TCPSocket::AdvanceConnected() {
+  const std::uint32_t number = connection_number_;
+  if (send_complete_due_) SendQueued();
+  if (send_complete_due_ && to_send_.empty()) {
+    send_complete_due_ = false;
+    watch_->SetEvents(EPOLLIN);
+    Event_SendComplete(false);
+    if (number != connection_number_) return;
+  }
+  switch (Receive()) {
+    case Received::kNothing:
+      return;
+    case Received::kBytes:
+      return Event_DataAvailable();
+    case Received::kEnd:
+      return ReportEnd(kLostConnection);
+  }
+}
+
+void TCPSocket::ReportEnd(ErrorCode code) {
+  DropConnection();
+  last_error_code_ = code;
+  Event_Error();
+}
+
+// The end of the connection is told by receiving alone, once every byte has been received: also when the peer
+// has reset it, which makes sending fail at once.
+TCPSocket::Received TCPSocket::Receive() {
+  int available = 0;
+  ioctl(descriptor_.Number(), FIONREAD, &available);
+  const int room = std::clamp(available, kSmallestReceive, kLargestReceive);
+  std::string bytes(static_cast<std::size_t>(room), '\0');
+  ssize_t count;
+  do {
+    count = recv(descriptor_.Number(), bytes.data(), bytes.size(), 0);
+  } while (count < 0 && errno == EINTR);
+  if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return Received::kNothing;
+  if (count <= 0) return Received::kEnd;
+  bytes.resize(static_cast<std::size_t>(count));
+  String arrived = String::Adopt(std::move(bytes), nil);
+  if (received_.empty()) {
+    received_ = std::move(arrived);
+  } else {
+    received_ += arrived;
+  }
+  return Received::kBytes;
+}
+
+String TCPSocket::Read(std::int32_t count, const Ref<TextEncoding>& encoding) {
+  const auto wanted = static_cast<std::size_t>(std::max(count, 0));
+  const String read = received_.Slice(0, wanted);
+  received_ = received_.Slice(wanted);
+  return DefineEncoding(read, encoding);
+}
+
+String TCPSocket::ReadAll(const Ref<TextEncoding>& encoding) {
+  const String read = std::exchange(received_, String());
+  return encoding == nil ? read : DefineEncoding(read, encoding);
+}
+
+String TCPSocket::Lookahead(const Ref<TextEncoding>& encoding) const {
+  return DefineEncoding(received_, encoding);
+}
+
+void TCPSocket::Write(const String& text) {
+  if (!descriptor_.IsOpen() || text.empty()) return;
+  to_send_.push_back(text);
+  send_complete_due_ = true;
+  if (to_send_.size() == 1) SendQueued();
+  if (send_complete_due_) watch_->SetEvents(EPOLLIN | EPOLLOUT);
+}
+
+void TCPSocket::SendQueued() {
+  while (!to_send_.empty()) {
+    const std::string_view rest = to_send_.front().view().substr(sent_of_first_);
+    const ssize_t count = send(descriptor_.Number(), rest.data(), rest.size(), MSG_NOSIGNAL);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return;
+    if (count < 0) return AbandonSending();  // the connection is broken; receiving will report it
+    sent_of_first_ += static_cast<std::size_t>(count);
+    if (sent_of_first_ < to_send_.front().size()) continue;
+    to_send_.pop_front();
+    sent_of_first_ = 0;
+  }
+}
+
+}  // namespace vantorel

@@ -1,0 +1,127 @@
+#include "platform/run/Timer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <string>
+
+#include "platform/base/Exceptions.h"
+#include "platform/run/Quit.h"
+#include "platform/run/Runtime.h"
+
+namespace vantorel {
+namespace {
+
+using std::chrono::milliseconds;
+using TimePoint = EventLoop::Clock::time_point;
+
+void RunFor(milliseconds time) {
+  const TimePoint end = EventLoop::Clock::now() + time;
+  LoopTimer limit([] {});
+  limit.StartAt(end);
+  EventLoop::Current().RunUntil([&] { return EventLoop::Clock::now() >= end; });
+}
+
+TEST(Timer, FiresAsItsModeAndPeriodSay) {
+  struct Case {
+    const char* name;
+    std::function<void(const Ref<Timer>&)> set;
+    int fired;
+  };
+  const Case cases[] = {
+      {"off unless armed", [](const Ref<Timer>& t) { t->SetPeriod(1); }, 0},
+      {"fires once", [](const Ref<Timer>& t) { t->SetPeriod(1), t->SetMode(1); }, 1},
+      {"the period may be set after arming", [](const Ref<Timer>& t) { t->SetMode(1), t->SetPeriod(1); }, 1},
+      {"a period below 0 is none", [](const Ref<Timer>& t) { t->SetPeriod(-5), t->SetMode(1); }, 1},
+      {"turned off in time", [](const Ref<Timer>& t) { t->SetPeriod(1), t->SetMode(1), t->SetMode(0); }, 0},
+  };
+  for (const Case& one : cases) {
+    int fired = 0;
+    const auto timer = New<Timer>();
+    timer->Action = [&] { ++fired; };
+    one.set(timer);
+    RunFor(milliseconds(40));
+    EXPECT_EQ(fired, one.fired) << one.name;
+    EXPECT_EQ(timer->Mode(), 0) << one.name;
+  }
+}
+
+TEST(Timer, ArmedInAHandlerFiresAfterItsFullPeriodAndNotDuringTheHandler) {
+  const auto first = New<Timer>(), second = New<Timer>();
+  bool in_handler = false, fired_inside = false, done = false;
+  TimePoint armed, fired;
+  first->Action = [&] {
+    in_handler = true;
+    armed = EventLoop::Clock::now();
+    second->SetMode(1);
+    while (EventLoop::Clock::now() < armed + milliseconds(60)) {  // longer than the period
+    }
+    in_handler = false;
+  };
+  second->SetPeriod(30);
+  second->Action = [&] {
+    fired = EventLoop::Clock::now();
+    fired_inside = in_handler;
+    done = true;
+  };
+  first->SetPeriod(1);
+  first->SetMode(1);
+  EventLoop::Current().RunUntil([&] { return done; });
+  EXPECT_GE(fired - armed, milliseconds(30));
+  EXPECT_FALSE(fired_inside);
+}
+
+TEST(Timer, ItsActionMayArmItAgainOrDropIt) {
+  auto timer = New<Timer>();
+  int fired = 0;
+  timer->SetPeriod(1);
+  timer->Action = [&] {
+    if (++fired < 3) {
+      timer->SetMode(1);
+    } else {
+      timer = nil;
+    }
+  };
+  timer->SetMode(1);
+  EventLoop::Current().RunUntil([&] { return timer == nil; });
+  EXPECT_EQ(fired, 3);
+}
+
+class RecordingApplication : public Application {
+ public:
+  void Event_Open() override { opened = true; }
+  bool opened = false;
+};
+
+TEST(Quit, EndsTheRunFromANestedLoopAndNothingAfterItRuns) {
+  const auto app = New<RecordingApplication>();
+  _RuntimeRegisterAppObject(app);
+  const auto outer = New<Timer>(), inner = New<Timer>();
+  std::string reached;
+  inner->Action = [&] {
+    reached += "inner ";
+    try {
+      Quit(7);
+    } catch (const RuntimeException&) {  // as a protected step of the logic would
+      reached += "caught ";
+    }
+    reached += "after-quit ";
+  };
+  outer->Action = [&] {
+    inner->SetPeriod(1);
+    inner->SetMode(1);
+    EventLoop::Current().RunUntil([] { return false; });
+    reached += "after-loop ";
+  };
+  outer->SetPeriod(1);
+  outer->SetMode(1);
+  RuntimeRun();
+  EXPECT_TRUE(app->opened);
+  EXPECT_EQ(reached, "inner ");
+  EXPECT_EQ(RuntimeExit(), 7);
+  EXPECT_TRUE(_GetAppObject() == nil);
+}
+
+}  // namespace
+}  // namespace vantorel
