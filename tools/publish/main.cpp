@@ -1,0 +1,63 @@
+// vantorel-publish: makes an update ready for any static web server.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+
+#include "tools/publish/PublishError.h"
+#include "tools/publish/Update.h"
+
+namespace {
+
+constexpr char kExamples[] =
+    "Example:\n"
+    "  vantorel-publish --app build/Vantorel.app --version 18 --notes NOTES.txt --out /srv/www/vantorel\n"
+    "writes mac_Vantorel_update, mac_Vantorel_changelog and, last, mac_Vantorel_version into the folder that "
+    "the web\n"
+    "server serves. Each file appears whole or not at all, so launchers may go on asking meanwhile.\n"
+    "\n"
+    "Exit codes: 0 published, 1 what was given is no good, 2 wrong usage, 3 a file or disk error. On any but "
+    "0 the\n"
+    "update that was published before is still in place.";
+
+int Fail(vantorel::publish::ExitCode code, const char* why) {
+  std::fprintf(stderr, "vantorel-publish: %s\n", why);
+  return static_cast<int>(code);
+}
+
+int Run(int argc, char** argv) {
+  using vantorel::publish::ExitCode;
+  vantorel::publish::Update update;
+  CLI::App app("Makes an update of Vantorel ready for any static web server.", "vantorel-publish");
+  app.footer(kExamples);
+  app.add_option("--app", update.application,
+                 "the application's folder: Vantorel.app, or the folder with Vantorel.exe")
+      ->required();
+  app.add_option("--version", update.version, "the version text; without underscore, blank or line end")
+      ->required();
+  app.add_option("--notes", update.notes_file, "the release notes, a plain text file in UTF-8")->required();
+  app.add_option("--out", update.output_folder, "the folder to publish in; made if missing")->required();
+  app.add_option("--platform", update.platform, "mac (default) or win")->check(CLI::IsMember({"mac", "win"}));
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : static_cast<int>(ExitCode::kWrongUsage);
+  }
+  try {
+    vantorel::publish::Publish(update);
+  } catch (const vantorel::publish::PublishError& error) {
+    return Fail(error.Code(), error.what());
+  } catch (const std::exception& error) {
+    return Fail(ExitCode::kFileError, error.what());
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
+  } catch (const std::exception& error) {
+    return Fail(vantorel::publish::ExitCode::kFileError, error.what());
+  }
+}
