@@ -28,7 +28,7 @@ class Publish(unittest.TestCase):
 
     def publish(self, **changes):
         options = {"app": self.app, "version": "18", "notes": self.notes, "out": self.out, **changes}
-        command = [PROGRAM] + [f"--{name}={value}" for name, value in options.items()]
+        command = [PROGRAM] + [part for name, value in options.items() for part in (f"--{name}", str(value))]
         return subprocess.run(command, capture_output=True, text=True, check=False)
 
     def test_other_tools_read_what_is_published(self):
