@@ -1,0 +1,93 @@
+#include "tools/open/InfoPlist.h"
+
+#include <expat.h>
+
+#include <limits>
+#include <memory>
+
+namespace vantorel {
+
+namespace {
+
+constexpr std::string_view kBinaryMark = "bplist";
+constexpr int kOutermostDictionary = 2;  // plist, dict
+constexpr int kItsEntries = 3;
+
+// Follows the elements. Only what stands directly in the outermost dictionary counts: a key, then its value.
+struct Reader {
+  InfoPlist result;
+  int depth = 0;
+  bool is_property_list = false;
+  bool in_outermost_dictionary = false;
+  bool collecting = false;
+  std::string text;
+  std::string key;
+
+  void Start(std::string_view name) {
+    ++depth;
+    if (depth == 1) is_property_list = name == "plist";
+    if (depth == kOutermostDictionary) in_outermost_dictionary = name == "dict";
+    if (depth != kItsEntries || !in_outermost_dictionary) return;
+    collecting = name == "key" || name == "string";
+    text.clear();
+  }
+
+  void End(std::string_view name) {
+    if (depth == kItsEntries && in_outermost_dictionary) {
+      if (name == "string" && key == "CFBundleExecutable" && !result.executable) result.executable = text;
+      key = name == "key" ? text : "";
+      collecting = false;
+    }
+    --depth;
+  }
+};
+
+Reader& ReaderOf(void* data) {
+  return *static_cast<Reader*>(data);
+}
+
+void OnStart(void* data, const XML_Char* name, const XML_Char** /*attributes*/) {
+  ReaderOf(data).Start(name);
+}
+
+void OnEnd(void* data, const XML_Char* name) {
+  ReaderOf(data).End(name);
+}
+
+void OnText(void* data, const XML_Char* text, int length) {
+  Reader& reader = ReaderOf(data);
+  if (reader.collecting && reader.depth == kItsEntries) {
+    reader.text.append(text, static_cast<std::size_t>(length));
+  }
+}
+
+}  // namespace
+
+std::optional<InfoPlist> ParseInfoPlist(std::string_view text, std::string& error) {
+  if (text.substr(0, kBinaryMark.size()) == kBinaryMark) {
+    error = "it is a binary property list; convert it to XML";
+    return std::nullopt;
+  }
+  if (text.size() > std::numeric_limits<int>::max()) {
+    error = "it is too large";
+    return std::nullopt;
+  }
+  const std::unique_ptr<XML_ParserStruct, void (*)(XML_Parser)> parser(XML_ParserCreate(nullptr),
+                                                                       XML_ParserFree);
+  Reader reader;
+  XML_SetUserData(parser.get(), &reader);
+  XML_SetElementHandler(parser.get(), OnStart, OnEnd);
+  XML_SetCharacterDataHandler(parser.get(), OnText);
+  if (XML_Parse(parser.get(), text.data(), static_cast<int>(text.size()), XML_TRUE) == XML_STATUS_ERROR) {
+    error = "line " + std::to_string(XML_GetCurrentLineNumber(parser.get())) + ": " +
+            XML_ErrorString(XML_GetErrorCode(parser.get()));
+    return std::nullopt;
+  }
+  if (!reader.is_property_list) {
+    error = "it is no property list";
+    return std::nullopt;
+  }
+  return reader.result;
+}
+
+}  // namespace vantorel
