@@ -1,0 +1,366 @@
+// The classic attributes of an item and the AppleDouble file that holds them.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <map>
+#include <random>
+#include <string>
+
+#include "platform/files/FolderItem.h"
+#include "platform/files/ResourceFork.h"
+#include "platform/text/TextFunctions.h"
+#include "tests/support/ScratchFolder.h"
+
+namespace vantorel {
+namespace {
+
+using testing::ScratchFolder;
+
+std::string Big(std::uint32_t value, int bytes = 4) {
+  std::string text;
+  while (bytes-- > 0) text += static_cast<char>(value >> (8 * bytes));
+  return text;
+}
+
+std::uint32_t Number(const std::string& bytes, std::size_t at, std::size_t count = 4) {
+  std::uint32_t value = 0;
+  for (std::size_t i = 0; i < count; ++i) value = value << 8 | static_cast<unsigned char>(bytes.at(at + i));
+  return value;
+}
+
+struct Entry {
+  std::uint32_t id;
+  std::string data;
+};
+
+const std::string kHeader = Big(0x00051607) + Big(0x00020000) + std::string(16, '\0');
+
+// An AppleDouble file with these entries, their data in the same order.
+std::string AppleDoubleOf(const std::vector<Entry>& entries) {
+  std::string table;
+  std::string data;
+  for (const Entry& entry : entries) {
+    const std::size_t offset = 26 + 12 * entries.size() + data.size();
+    table += Big(entry.id) + Big(static_cast<std::uint32_t>(offset)) +
+             Big(static_cast<std::uint32_t>(entry.data.size()));
+    data += entry.data;
+  }
+  return kHeader + Big(static_cast<std::uint32_t>(entries.size()), 2) + table + data;
+}
+
+// The other way.
+std::map<std::uint32_t, std::string> EntriesOf(const std::string& file) {
+  EXPECT_EQ(file.substr(0, 8), kHeader.substr(0, 8));
+  std::map<std::uint32_t, std::string> entries;
+  for (std::size_t i = 0; i < Number(file, 24, 2); ++i) {
+    const std::size_t at = 26 + 12 * i;
+    EXPECT_LE(Number(file, at + 4) + std::size_t{Number(file, at + 8)}, file.size());
+    entries[Number(file, at)] = file.substr(Number(file, at + 4), Number(file, at + 8));
+  }
+  return entries;
+}
+
+void WriteFork(const Ref<FolderItem>& item, const std::string& bytes) {
+  std::int32_t error = -1;
+  const Ref<ResourceFork> fork = ResourceFork::Open(item, ResourceFork::Access::kReadWrite, error);
+  ASSERT_EQ(error, 0);
+  EXPECT_EQ(fork->SetEOF(0), 0);
+  EXPECT_EQ(fork->Write(bytes), 0);
+  EXPECT_EQ(fork->Close(), 0);
+}
+
+std::string ForkOf(const Ref<FolderItem>& item) {
+  std::int32_t error = -1;
+  const Ref<ResourceFork> fork = ResourceFork::Open(item, ResourceFork::Access::kRead, error);
+  std::string bytes;
+  if (fork) fork->Read(0x7FFFFFFF, bytes);
+  return fork ? bytes : "error " + std::to_string(error);
+}
+
+TEST(SideFile, HoldsWhatWasSetAndNothingMore) {
+  const ScratchFolder scratch;
+  const Ref<FolderItem> item = scratch.Write("name", "data");
+  item->SetMacType("TEXT");
+  item->SetMacCreator("R*");
+  FinderInfo info = item->GetFinderInfo();
+  info.flags = 0x4A0B;
+  info.location_v = -2;
+  info.location_h = 3;
+  info.folder = 4;
+  info.script = 0x81;
+  info.extended_flags = 0x20;
+  EXPECT_TRUE(item->SetFinderInfo(info));
+  WriteFork(item, "fork");
+  const std::string finder = std::string("TEXTR*  \x4A\x0B\xFF\xFE\0\3\0\4", 16) + std::string(8, '\0') +
+                             "\x81\x20" + std::string(6, '\0');
+  EXPECT_EQ(scratch.Read("._name"), AppleDoubleOf({{9, finder}, {2, "fork"}}));
+  EXPECT_EQ(scratch.Read("name"), "data");
+  EXPECT_EQ(item->GetFinderInfo(), info);
+  EXPECT_EQ(item->MacType().view(), "TEXT");
+  EXPECT_EQ(item->MacCreator().view(), "R*  ");
+  EXPECT_EQ(item->ResourceForkLength(), 4);
+  EXPECT_EQ(ForkOf(item), "fork");
+}
+
+TEST(SideFile, IsThereOnlyWhileItHoldsSomething) {
+  const ScratchFolder scratch;
+  const Ref<FolderItem> item = scratch.Write("name", "data");
+  item->SetMacType("");
+  item->SetMacCreator(String::Bytes({"\0\0\0\0", 4}));
+  EXPECT_TRUE(item->SetFinderInfo({}));
+  WriteFork(item, "");
+  EXPECT_FALSE(scratch.Has("._name"));
+  EXPECT_EQ(ForkOf(item), "");
+
+  item->SetMacType("TEXT");
+  WriteFork(item, "fork");
+  item->SetMacType("");
+  EXPECT_TRUE(scratch.Has("._name"));
+  WriteFork(item, "");
+  EXPECT_FALSE(scratch.Has("._name"));
+
+  // What no field here stands for is something too: an icon number, say.
+  scratch.Write("._name",
+                AppleDoubleOf({{9, "TEXT" + std::string(13, '\0') + '\7' + std::string(14, '\0')}}));
+  item->SetMacType("");
+  EXPECT_TRUE(scratch.Has("._name"));
+
+  std::int32_t error = 0;
+  EXPECT_EQ(ResourceFork::Open(scratch.Item("absent"), ResourceFork::Access::kReadWrite, error), nil);
+  EXPECT_EQ(error, -ENOENT);
+  FinderInfo info;
+  info.script = 1;
+  EXPECT_FALSE(scratch.Item("absent")->SetFinderInfo(info));
+}
+
+TEST(SideFile, GoesWithItsItem) {
+  const ScratchFolder scratch;
+  const Ref<FolderItem> folder = scratch.Item();
+  const Ref<FolderItem> item = scratch.Write("old", "data");
+  item->SetMacType("TEXT");
+  EXPECT_EQ(folder->TrueItem(1)->Name().view(), "old");
+  EXPECT_EQ(folder->TrueItem(2), nil);
+  const Ref<FolderItem> listed = folder->TrueItem(1);
+  EXPECT_EQ(listed->MacType().view(), "TEXT");
+
+  scratch.Write("._taken", "another's");
+  item->SetName("taken");
+  EXPECT_TRUE(scratch.Has("old") && scratch.Has("._old"));
+  item->SetName("new");
+  EXPECT_FALSE(scratch.Has("old") || scratch.Has("._old"));
+  EXPECT_EQ(item->MacType().view(), "TEXT");
+  std::filesystem::remove(scratch.Path("new"));
+  EXPECT_EQ(folder->TrueItem(1)->Name().view(), "._new") << "alone it is shown";
+  scratch.Write("new", "");
+  item->Delete();
+  EXPECT_FALSE(scratch.Has("._new"));
+
+  scratch.Write("plain", "");
+  scratch.Write("._plain", "not ours");
+  scratch.Item("plain")->Delete();
+  EXPECT_EQ(scratch.Read("._plain"), "not ours");
+}
+
+TEST(SideFile, AnItemFromAListingSeesWhatWasMadeLater) {
+  const ScratchFolder scratch;
+  const Ref<FolderItem> item = scratch.Write("name", "");
+  const Ref<FolderItem> listed = scratch.Item()->TrueItem(1);
+  EXPECT_TRUE(listed->MacType().empty());
+  item->SetMacType("TEXT");
+  EXPECT_EQ(listed->MacType().view(), "TEXT");
+  listed->Delete();
+  EXPECT_FALSE(scratch.Has("._name"));
+}
+
+TEST(SideFile, NoOneMayReadMoreOfTheForkThanOfTheItem) {
+  const ScratchFolder scratch;
+  const Ref<FolderItem> item = scratch.Write("name", "");
+  item->SetUnixMode(0600);
+  WriteFork(item, "secret");
+  EXPECT_EQ(scratch.Run("stat -c %a ._name"), "600\n");
+  item->SetUnixMode(0755);
+  EXPECT_EQ(scratch.Run("stat -c %a ._name"), "644\n");
+}
+
+TEST(SideFile, ForeignEntriesAreKept) {
+  const std::string finder = "TEXTttxt" + std::string(24, '\1');
+  const std::string attributes =
+      finder + std::string(3728, 'A');  // extended attributes, as other systems add them
+  const std::string long_fork(40'000, 'f');
+  const struct {
+    const char* name;
+    std::vector<Entry> entries;
+  } cases[] = {
+      {"fork before others", {{3, "real name"}, {2, long_fork}, {9, finder}, {8, "dates"}}},
+      {"fork last", {{9, attributes}, {2, "fork"}}},
+      {"no Finder info", {{2, "fork"}, {4, "comment"}}},
+      {"no fork", {{4, "comment"}, {9, finder}}},
+      {"neither", {{4, "comment"}}},
+      {"Finder info too short", {{9, "TEXT"}, {4, "comment"}, {2, "fork"}}},
+      {"no entries", {}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    const ScratchFolder scratch;
+    const Ref<FolderItem> item = scratch.Write("name", "");
+    scratch.Write("._name", AppleDoubleOf(c.entries));
+    std::map<std::uint32_t, std::string> expected = EntriesOf(scratch.Read("._name"));
+    EXPECT_EQ(ForkOf(item), expected[2]);
+
+    expected[9].resize(std::max(expected[9].size(), std::size_t{32}));
+    if (std::string_view(c.name) == "Finder info too short") expected[9].assign(32, '\0');
+    expected[9].replace(0, 4, "APPL");
+    item->SetMacType("APPL");
+    EXPECT_EQ(EntriesOf(scratch.Read("._name")), expected);
+
+    std::int32_t error = 0;
+    const Ref<ResourceFork> fork = ResourceFork::Open(item, ResourceFork::Access::kReadWrite, error);
+    fork->SetFPos(2);
+    fork->Write(std::string(50'000, 'w'));
+    EXPECT_EQ(fork->Close(), 0);
+    expected[2].resize(50'002);
+    expected[2].replace(2, 50'000, 50'000, 'w');
+    EXPECT_EQ(EntriesOf(scratch.Read("._name")), expected);
+    EXPECT_EQ(scratch.Run("ls -A"), "._name\nname\n");
+  }
+}
+
+TEST(SideFile, WhatIsNoAppleDoubleFileIsLeftAlone) {
+  const std::string good = AppleDoubleOf({{9, std::string(32, 'x')}, {2, "fork"}});
+  const struct {
+    const char* name;
+    std::string content;
+  } cases[] = {
+      {"text", "just a file whose name begins so"},
+      {"empty", ""},
+      {"AppleSingle", Big(0x00051600) + good.substr(4)},
+      {"version 1", good.substr(0, 4) + Big(0x00010000) + good.substr(8)},
+      {"cut in its table", good.substr(0, 49)},
+      {"more entries than there is room for", good.substr(0, 24) + Big(0xFFFF, 2) + good.substr(26)},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    const ScratchFolder scratch;
+    const Ref<FolderItem> item = scratch.Write("name", "");
+    scratch.Write("._name", c.content);
+    EXPECT_TRUE(item->MacType().empty());
+    EXPECT_EQ(item->ResourceForkLength(), 0);
+    EXPECT_EQ(ForkOf(item), "");
+    FinderInfo info;
+    info.script = 1;
+    EXPECT_FALSE(item->SetFinderInfo(info));
+    std::int32_t error = 0;
+    EXPECT_EQ(ResourceFork::Open(item, ResourceFork::Access::kReadWrite, error), nil);
+    EXPECT_LT(error, 0);
+    EXPECT_EQ(scratch.Read("._name"), c.content);
+  }
+  const ScratchFolder scratch;
+  scratch.Run("touch name; mkdir ._name; ln -s ../other ._link; touch link other");
+  EXPECT_EQ(ForkOf(scratch.Item("name")), "error -22");
+  scratch.Item("link")->SetMacType("TEXT");
+  EXPECT_EQ(scratch.Read("other"), "") << "a link is not written through";
+}
+
+TEST(SideFile, FalseTablesAreHeldToWhatIsThere) {
+  const std::string finder(32, 'x');
+  const struct {
+    const char* name;
+    std::string table;
+    std::string fork;
+  } cases[] = {
+      {"fork beyond the end", Big(2) + Big(0xFFFFFF00) + Big(0x100), ""},
+      {"fork longer than the file", Big(2) + Big(70) + Big(0xFFFFFFFF), "xxxxxxxxxxxx"},
+      {"fork in the table", Big(2) + Big(30) + Big(20), ""},
+      {"Finder info in the table", Big(9) + Big(4) + Big(32), ""},
+      {"Finder info at the very end", Big(9) + Big(60) + Big(32), ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    const ScratchFolder scratch;
+    const Ref<FolderItem> item = scratch.Write("name", "");
+    scratch.Write("._name", kHeader + Big(2, 2) + c.table + Big(77) + Big(50) + Big(0xFFFFFFFF) + finder);
+    EXPECT_EQ(ForkOf(item), c.fork);
+    item->MacType();
+    item->SetMacType("TEXT");
+    WriteFork(item, "new fork");
+    EXPECT_EQ(item->MacType().view(), "TEXT");
+    EXPECT_EQ(ForkOf(item), "new fork");
+    EXPECT_EQ(EntriesOf(scratch.Read("._name"))[77], finder);
+  }
+}
+
+TEST(ResourceFork, BehavesLikeAStringOfBytes) {
+  const ScratchFolder scratch;
+  const Ref<FolderItem> item = scratch.Write("name", "");
+  std::mt19937 random(1);
+  const auto upto = [&](std::size_t limit) { return static_cast<std::int32_t>(random() % (limit + 1)); };
+  std::string model;
+  for (int round = 0; round < 30; ++round) {
+    std::int32_t error = 0;
+    const Ref<ResourceFork> fork = ResourceFork::Open(item, ResourceFork::Access::kReadWrite, error);
+    for (int step = 0; step < 30; ++step) {
+      const std::int32_t position = upto(model.size() + 50);
+      EXPECT_EQ(fork->SetFPos(position), 0);
+      const auto at = static_cast<std::size_t>(position);
+      const std::size_t count = static_cast<std::size_t>(upto(upto(9) == 0 ? 40'000 : 500));
+      if (upto(9) == 0) {
+        model.resize(at);
+        EXPECT_EQ(fork->SetEOF(position), 0);
+      } else if (upto(1) == 0) {
+        const std::string bytes(count, static_cast<char>('a' + step % 26));
+        if (!bytes.empty()) model.resize(std::max(model.size(), at + count));
+        model.replace(std::min(at, model.size()), count, bytes);
+        EXPECT_EQ(fork->Write(bytes), 0);
+      } else {
+        std::string got = "kept ";
+        EXPECT_EQ(fork->Read(static_cast<std::int32_t>(count), got), 0);
+        ASSERT_EQ(got, "kept " + (at < model.size() ? model.substr(at, count) : ""));
+      }
+    }
+    std::int32_t length = -1;
+    EXPECT_EQ(fork->GetEOF(length), 0);
+    EXPECT_EQ(static_cast<std::size_t>(length), model.size());
+    EXPECT_EQ(fork->Close(), 0);
+    ASSERT_EQ(ForkOf(item), model);
+    ASSERT_EQ(EntriesOf(scratch.Read("._name"))[2], model);
+  }
+}
+
+TEST(ResourceFork, RefusesWhatCannotBe) {
+  const ScratchFolder scratch;
+  const Ref<FolderItem> item = scratch.Write("name", "");
+  std::int32_t error = 0;
+  const Ref<ResourceFork> reader = ResourceFork::Open(item, ResourceFork::Access::kRead, error);
+  EXPECT_LT(reader->Write("x"), 0);
+  EXPECT_LT(reader->SetEOF(1), 0);
+  const Ref<ResourceFork> fork = ResourceFork::Open(item, ResourceFork::Access::kReadWrite, error);
+  EXPECT_LT(fork->SetFPos(-1), 0);
+  EXPECT_LT(fork->SetEOF(-1), 0);
+  EXPECT_EQ(fork->SetFPos(0x7FFFFFFF), 0);
+  EXPECT_EQ(fork->Write("x"), -EFBIG);
+  EXPECT_EQ(fork->Close(), -EFBIG);
+}
+
+TEST(ResourceFork, AFullDiskShowsAtCloseAndLeavesNoHalfFile) {
+  std::signal(SIGXFSZ, SIG_IGN);
+  const ScratchFolder scratch;
+  const Ref<FolderItem> item = scratch.Write("name", "");
+  rlimit before{};
+  getrlimit(RLIMIT_FSIZE, &before);
+  std::int32_t error = 0;
+  const Ref<ResourceFork> fork = ResourceFork::Open(item, ResourceFork::Access::kReadWrite, error);
+  const rlimit limit{100, before.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &limit);
+  fork->Write(std::string(200, 'x'));
+  const std::int32_t code = fork->Close();
+  setrlimit(RLIMIT_FSIZE, &before);
+  EXPECT_EQ(code, -EFBIG);
+  EXPECT_FALSE(scratch.Has("._name"));
+}
+
+}  // namespace
+}  // namespace vantorel
