@@ -28,10 +28,10 @@ std::optional<AppleDoubleTable> AppleDoubleTable::Read(BinaryStream& file) {
     std::array<char, Entry::kSize> bytes{};
     if (file.ReadInto(bytes.data(), bytes.size()) != bytes.size()) return std::nullopt;
     entry.id = Load32(&bytes[Entry::kId], false);
-    entry.offset = Load32(&bytes[Entry::kOffset], false);
-    const std::uint64_t present = end - std::min<std::uint64_t>(end, entry.offset);
-    entry.length =
-        static_cast<std::uint32_t>(std::min<std::uint64_t>(Load32(&bytes[Entry::kLength], false), present));
+    const std::uint64_t offset = std::min<std::uint64_t>(Load32(&bytes[Entry::kOffset], false), end);
+    const std::uint64_t length = std::min<std::uint64_t>(Load32(&bytes[Entry::kLength], false), end - offset);
+    entry.offset = static_cast<std::uint32_t>(offset);
+    entry.length = static_cast<std::uint32_t>(length);
   }
   return AppleDoubleTable(std::move(entries));
 }

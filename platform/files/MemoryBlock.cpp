@@ -11,8 +11,9 @@ namespace vantorel {
 
 MemoryBlock::MemoryBlock(std::int32_t size)
     : size_(std::max(size, 0)), little_endian_(std::endian::native == std::endian::little) {
-  // calloc maps a large block without touching it.
-  if (size >= 0) bytes_.reset(static_cast<std::uint8_t*>(std::calloc(std::max<std::size_t>(size_, 1), 1)));
+  // calloc maps a large block without touching it; asked for no bytes, it might give nothing.
+  const auto bytes = static_cast<std::size_t>(std::max(size, 1));
+  if (size >= 0) bytes_.reset(static_cast<std::uint8_t*>(std::calloc(bytes, 1)));
   if (!bytes_) RaiseOutOfMemoryException();
 }
 

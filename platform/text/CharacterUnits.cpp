@@ -99,6 +99,7 @@ std::size_t BytesOfCharacters(std::string_view bytes, Units units, std::size_t c
 
 std::size_t FindCharacters(std::string_view bytes, Units units, std::string_view pattern, std::size_t from) {
   std::size_t found = FindIgnoringCase(bytes, pattern, from);
+  if (units == Units::kUtf8 && ContinuesUtf8(pattern[0])) return found == 0 ? 0 : std::string_view::npos;
   if (!NeedsWalking(units)) return found;
   // The second byte of a character may look like the pattern's first.
   for (std::size_t start = from; found != std::string_view::npos;) {
