@@ -111,14 +111,7 @@ void TCPSocket::AdvanceConnected() {
     Event_SendComplete(false);
     if (number != connection_number_) return;
   }
-  switch (Receive()) {
-    case Received::kNothing:
-      return;
-    case Received::kBytes:
-      return Event_DataAvailable();
-    case Received::kEnd:
-      return ReportEnd(kLostConnection);
-  }
+  Receive();
 }
 
 void TCPSocket::ReportEnd(ErrorCode code) {
@@ -129,7 +122,7 @@ void TCPSocket::ReportEnd(ErrorCode code) {
 
 // The end of the connection is told by receiving alone, once every byte has been received: also when the peer
 // has reset it, which makes sending fail at once.
-TCPSocket::Received TCPSocket::Receive() {
+void TCPSocket::Receive() {
   int available = 0;
   ioctl(descriptor_.Number(), FIONREAD, &available);
   const int room = std::clamp(available, kSmallestReceive, kLargestReceive);
@@ -138,16 +131,19 @@ TCPSocket::Received TCPSocket::Receive() {
   do {
     count = recv(descriptor_.Number(), bytes.data(), bytes.size(), 0);
   } while (count < 0 && errno == EINTR);
-  if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return Received::kNothing;
-  if (count <= 0) return Received::kEnd;
+  if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return;
+  if (count <= 0) return ReportEnd(kLostConnection);
   bytes.resize(static_cast<std::size_t>(count));
-  String arrived = String::Adopt(std::move(bytes), nil);
+  Arrive(String::Adopt(std::move(bytes), nil));
+}
+
+void TCPSocket::Arrive(String bytes) {
   if (received_.empty()) {
-    received_ = std::move(arrived);
+    received_ = std::move(bytes);
   } else {
-    received_ += arrived;
+    received_ += bytes;
   }
-  return Received::kBytes;
+  Event_DataAvailable();
 }
 
 String TCPSocket::Read(std::int32_t count, const Ref<TextEncoding>& encoding) {

@@ -45,6 +45,11 @@ class TCPSocket : public SocketCore {
   // Does nothing unless connected.
   void Write(const String& text);
 
+ protected:
+  // Appends to the receive buffer and raises DataAvailable. For this class, and for those that stand in for
+  // the network.
+  void Arrive(String bytes);
+
  private:
   // Both deliver what has happened as events.
   void AdvanceConnecting();
@@ -56,8 +61,8 @@ class TCPSocket : public SocketCore {
   // Hands the kernel as much as it takes.
   void SendQueued();
   void AbandonSending();
-  enum class Received { kNothing, kBytes, kEnd };
-  Received Receive();
+  // Delivers what has arrived, or the end of the connection.
+  void Receive();
 
   String address_;
   // Told apart from later ones in handlers: grows with every Connect and Close.
