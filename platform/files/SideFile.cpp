@@ -75,7 +75,9 @@ SideFile::SideFile(const std::string& item_path, Access access)
   const bool read_only = access == Access::kRead;
   stream_ = OpenRegularFile(path_, (read_only ? O_RDONLY : O_RDWR) | O_NOFOLLOW);
   if (!stream_) {
-    if (errno != ENOENT && errno != ENAMETOOLONG) Fail(-errno);
+    const bool is_none = errno == ENOENT || errno == ENAMETOOLONG;
+    const bool is_no_file = errno == EISDIR || errno == ELOOP || errno == EINVAL;
+    if (!is_none && !(is_no_file && read_only)) Fail(-errno);
     return;
   }
   std::optional<AppleDoubleTable> table = AppleDoubleTable::Read(*stream_);
