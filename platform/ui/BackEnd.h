@@ -1,0 +1,100 @@
+// What shows the windows: the interface between the models of this folder and a window system. A model is the
+// truth; a view shows it and never changes it. What the user does, a view reports through the models' Press
+// and Dismiss operations, which only queue, so that a view may call them from inside a callback of its
+// toolkit.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "platform/base/Ref.h"
+#include "platform/files/FolderItem.h"
+#include "platform/text/String.h"
+#include "platform/ui/Picture.h"
+
+namespace vantorel {
+
+class EditField;
+class ProgressBar;
+class ProgressWheel;
+class PushButton;
+class StaticText;
+class Window;
+
+// Shows one control, which outlives it. Gone, the control is no longer on the screen.
+class ControlView {
+ public:
+  ControlView() = default;
+  ControlView(const ControlView&) = delete;
+  ControlView& operator=(const ControlView&) = delete;
+  virtual ~ControlView() = default;
+
+  // Shows the control as it is now. Does nothing costly when nothing that is seen has changed.
+  virtual void Update() = 0;
+};
+
+// Shows one window, which outlives it. Gone, the window is off the screen.
+class WindowView {
+ public:
+  WindowView() = default;
+  WindowView(const WindowView&) = delete;
+  WindowView& operator=(const WindowView&) = delete;
+  virtual ~WindowView() = default;
+
+  // Makes the view of a control of this window. Controls come in their order of creation; a later one lies
+  // over an earlier one. The result goes before the window's view does.
+  virtual std::unique_ptr<ControlView> Add(ProgressBar& control) = 0;
+  virtual std::unique_ptr<ControlView> Add(ProgressWheel& control) = 0;
+  virtual std::unique_ptr<ControlView> Add(StaticText& control) = 0;
+  virtual std::unique_ptr<ControlView> Add(EditField& control) = 0;
+  virtual std::unique_ptr<ControlView> Add(PushButton& control) = 0;
+
+  // Brings the window to the screen. Modal: over the window shown before it, and no other window of the
+  // program takes input until this one is gone.
+  virtual void Show(bool modal) = 0;
+  // Shows title and backdrop as they are now.
+  virtual void Update() = 0;
+};
+
+// Shows a message until it is dismissed; gone, it is off the screen.
+class MessageView {
+ public:
+  MessageView() = default;
+  MessageView(const MessageView&) = delete;
+  MessageView& operator=(const MessageView&) = delete;
+  virtual ~MessageView() = default;
+};
+
+class BackEnd {
+ public:
+  BackEnd() = default;
+  BackEnd(const BackEnd&) = delete;
+  BackEnd& operator=(const BackEnd&) = delete;
+  virtual ~BackEnd() = default;
+
+  // The one in force. REQUIRES: one was installed.
+  static BackEnd& Current();
+  // Puts `back_end` in force, in place of an earlier one; nullptr for none. All windows must be closed.
+  static void Install(std::unique_ptr<BackEnd> back_end);
+
+  // Makes the view of a window, not yet shown and without controls.
+  virtual std::unique_ptr<WindowView> Open(Window& window) = 0;
+  // Shows a message with one button over all windows; calls `dismissed` once, when the user is done with it.
+  virtual std::unique_ptr<MessageView> ShowMessage(const String& text, std::function<void()> dismissed) = 0;
+  // The picture that `drawings` (not empty) hold in several sizes; the bytes live as long as the process. nil
+  // if the first is no picture.
+  virtual Ref<Picture> MakePicture(const std::vector<PictureDrawing>& drawings) = 0;
+  // The picture in a file. nil if it cannot be read, is no picture, or is too large to show.
+  virtual Ref<Picture> ReadPicture(const Ref<FolderItem>& file) = 0;
+  // The program's icon in task bars and title bars; nil for none.
+  virtual void SetProgramIcon(const Ref<Picture>& icon) = 0;
+};
+
+// The back end of the desktop that the process runs on. It supplies the event loop's wait and the repainting
+// of RuntimeBackgroundTask while it lives. Where there is no desktop, a RuntimeException says so.
+std::unique_ptr<BackEnd> MakeDesktopBackEnd();
+
+}  // namespace vantorel

@@ -1,0 +1,10 @@
+#include "platform/ui/EditField.h"
+
+namespace vantorel {
+
+void EditField::SetText(const String& text) {
+  text_ = text;
+  Changed();
+}
+
+}  // namespace vantorel

@@ -1,0 +1,70 @@
+// What is common to the controls that a user sees. Members that are plain data are layout: they are set
+// before the window opens and not changed afterwards. The others show their effect at once.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "platform/base/Ref.h"
+#include "platform/text/String.h"
+#include "platform/ui/BackEnd.h"
+
+namespace vantorel {
+
+// A place in a window, in logical pixels from its top left corner.
+struct Bounds {
+  std::int32_t Left = 0;
+  std::int32_t Top = 0;
+  std::int32_t Width = 0;
+  std::int32_t Height = 0;
+};
+
+// 0xRRGGBB.
+using Color = std::uint32_t;
+
+// How a control writes.
+struct TextStyle {
+  String TextFont = "System";  // the desktop's own font
+  std::int32_t TextSize = 0;   // 0: the desktop's size
+  bool Bold = false;
+  bool Italic = false;
+  bool Underline = false;
+};
+
+class RectControl : public Object {
+ public:
+  std::int32_t Left;
+  std::int32_t Top;
+  std::int32_t Width;
+  std::int32_t Height;
+  std::int32_t TabIndex = 0;  // order in which the keyboard reaches the controls
+  bool Enabled = true;
+  // Edges that keep their distance to the window's edge when the window is resized.
+  bool LockLeft = false;
+  bool LockTop = false;
+  bool LockRight = false;
+  bool LockBottom = false;
+  // What a screen reader calls a control that has no text of its own.
+  String AccessibleName;
+
+  bool Visible() const { return visible_; }
+  void SetVisible(bool visible);
+
+ protected:
+  explicit RectControl(const Bounds& bounds)
+      : Left(bounds.Left), Top(bounds.Top), Width(bounds.Width), Height(bounds.Height) {}
+
+  // Lets the view, if there is one, show the control as it is now.
+  void Changed();
+  // The control's window is open.
+  bool IsOpen() const { return view_ != nullptr; }
+
+ private:
+  friend class Window;
+  virtual std::unique_ptr<ControlView> MakeView(WindowView& window) = 0;
+
+  bool visible_ = true;
+  std::unique_ptr<ControlView> view_;
+};
+
+}  // namespace vantorel

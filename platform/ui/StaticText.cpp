@@ -1,0 +1,10 @@
+#include "platform/ui/StaticText.h"
+
+namespace vantorel {
+
+void StaticText::SetText(const String& text) {
+  text_ = text;
+  Changed();
+}
+
+}  // namespace vantorel

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QPlainTextEdit>
+
+#include "platform/ui/EditField.h"
+
+namespace vantorel {
+
+class QtEditField : public ControlView {
+ public:
+  QtEditField(EditField& control, QWidget& window);
+  void Update() override;
+  QWidget& Widget() { return field_; }
+
+ private:
+  EditField& control_;
+  QPlainTextEdit field_;
+  String shown_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,81 @@
+#include "platform/ui/qt/QtText.h"
+
+#include <QApplication>
+#include <QFontInfo>
+#include <QFontMetricsF>
+#include <QRectF>
+#include <cmath>
+#include <limits>
+
+#include "platform/text/TextFunctions.h"
+
+namespace vantorel {
+
+namespace {
+
+constexpr qsizetype kDigitsMeasured = 3;
+
+QString WithRoomToCount(const QString& text) {
+  QString padded;
+  qsizetype digits = 0;
+  const auto pad = [&] {
+    if (digits > 0 && digits < kDigitsMeasured) padded += QString(kDigitsMeasured - digits, QLatin1Char('0'));
+    digits = 0;
+  };
+  for (const QChar each : text) {
+    if (each.isDigit()) {
+      ++digits;
+    } else {
+      pad();
+    }
+    padded += each;
+  }
+  pad();
+  return padded;
+}
+
+bool Fits(const QFont& font, const QString& text, QSize space, bool wrapped) {
+  const int flags = wrapped ? Qt::TextWordWrap : Qt::TextSingleLine;
+  const double width = wrapped ? space.width() : std::numeric_limits<std::int16_t>::max();
+  const QRectF needed = QFontMetricsF(font).boundingRect(QRectF(0, 0, width, space.height()), flags, text);
+  return needed.width() <= space.width() && needed.height() <= space.height();
+}
+
+}  // namespace
+
+QString ToQString(const String& text) {
+  return QString::fromUtf8(text.view().data(), static_cast<qsizetype>(text.size()));
+}
+
+QColor ToQColor(Color color) {
+  return QColor::fromRgb(color);
+}
+
+QFont ToQFont(const TextStyle& style) {
+  QFont font = QApplication::font();
+  if (!SameText(style.TextFont, "System")) font.setFamily(ToQString(style.TextFont));
+  if (style.TextSize > 0) font.setPointSize(style.TextSize);
+  font.setBold(style.Bold);
+  font.setItalic(style.Italic);
+  font.setUnderline(style.Underline);
+  return font;
+}
+
+QFont FittedFont(QFont font, const QString& text, QSize space, bool wrapped, double least_pixels) {
+  const QString measured = WithRoomToCount(text);
+  const QFontInfo info(font);
+  // Qt sizes a font by points in fractions, by pixels in whole numbers only.
+  const double points_per_pixel = info.pointSizeF() / info.pixelSize();
+  double pixels = info.pixelSize();
+  while (pixels > least_pixels && !Fits(font, measured, space, wrapped)) {
+    pixels -= 0.5;
+    font.setPointSizeF(pixels * points_per_pixel);
+  }
+  return font;
+}
+
+int LineWidth(const QFont& font, const QString& text) {
+  return static_cast<int>(std::ceil(QFontMetricsF(font).horizontalAdvance(text)));
+}
+
+}  // namespace vantorel

@@ -1,0 +1,319 @@
+// The Qt back end without a screen (QT_QPA_PLATFORM=offscreen): what would be seen is looked at in the
+// toolkit.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <QAccessible>
+#include <QApplication>
+#include <QDialog>
+#include <QFontMetricsF>
+#include <QImage>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPlainTextEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <chrono>
+#include <limits>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/run/BackgroundTask.h"
+#include "platform/run/EventLoop.h"
+#include "platform/run/Quit.h"
+#include "platform/ui/EditField.h"
+#include "platform/ui/MsgBox.h"
+#include "platform/ui/ProgressBar.h"
+#include "platform/ui/ProgressWheel.h"
+#include "platform/ui/PushButton.h"
+#include "platform/ui/StaticText.h"
+#include "platform/ui/Window.h"
+#include "tests/support/ScratchFolder.h"
+
+namespace vantorel::testing {
+namespace {
+
+// A splash's foot with two buttons and a field above it.
+class Panel : public Window {
+ public:
+  Panel() : Window("Panel") {
+    Width = 475;
+    Height = 337;
+    HasBackColor = true;
+    BackColor = 0xc5c4c4;
+    field = _AddControl("field", New<EditField>(Bounds{20, 20, 400, 100}));
+    field->ScrollbarVertical = true;
+    field->AccessibleName = "Notizen";
+    yes = _AddControl("yes", New<PushButton>(Bounds{200, 200, 145, 20}));
+    yes->TabIndex = 1;
+    yes->Caption = "Update installieren";
+    yes->Default = true;
+    yes->Action = [this] { pressed += "yes "; };
+    no = _AddControl("no", New<PushButton>(Bounds{20, 200, 97, 20}));
+    no->TabIndex = 2;
+    no->Caption = "Abbrechen";
+    no->Cancel = true;
+    no->Action = [this] { pressed += "no "; };
+    wheel = _AddControl("wheel", New<ProgressWheel>(Bounds{1, 320, 15, 17}));
+    bar = _AddControl("bar", New<ProgressBar>(Bounds{172, 320, 289, 11}));
+    bar->AccessibleName = "Fortschritt";
+    status = _AddControl("status", New<StaticText>(Bounds{27, 317, 138, 20}));
+    status->TextColor = 0;
+    status->Style.TextSize = 9;
+  }
+
+  std::string pressed;
+  Ref<EditField> field;
+  Ref<PushButton> yes, no;
+  Ref<ProgressWheel> wheel;
+  Ref<ProgressBar> bar;
+  Ref<StaticText> status;
+};
+
+void Turn() {
+  EventLoop::Current().RunPending(0);
+}
+
+class QtBackEndTest : public ::testing::Test {
+ protected:
+  QtBackEndTest() { Turn(); }
+  ~QtBackEndTest() override { CloseAllWindows(); }
+
+  QDialog& Shown() {
+    for (QWidget* const widget : QApplication::topLevelWidgets()) {
+      if (auto* const dialog = qobject_cast<QDialog*>(widget)) return *dialog;
+    }
+    throw std::runtime_error("no window");
+  }
+  template <typename T>
+  T& Part() {
+    return *Shown().findChild<T*>();
+  }
+  void Key(Qt::Key key) {
+    QWidget* target = Shown().focusWidget();
+    for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease}) {
+      QKeyEvent event(type, key, Qt::NoModifier, key == Qt::Key_Space ? QStringLiteral(" ") : QString());
+      QApplication::sendEvent(target, &event);
+    }
+  }
+
+  const Ref<Panel> panel_ = ImplicitWindow<Panel>("Panel");
+};
+
+TEST_F(QtBackEndTest, KeysReachTheButtons) {
+  struct Case {
+    const char* name;
+    std::vector<Qt::Key> keys;
+    const char* pressed;
+  };
+  const Case cases[] = {
+      {"Return in the field presses the default", {Qt::Key_Return}, "yes "},
+      {"so does the Enter key of the number pad", {Qt::Key_Enter}, "yes "},
+      {"Escape in the field cancels", {Qt::Key_Escape}, "no "},
+      {"Tab leaves the field in the order of TabIndex", {Qt::Key_Tab, Qt::Key_Space}, "yes "},
+      {"the next Tab reaches the other button", {Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Space}, "no "},
+      {"Return presses the button that has the focus", {Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Return}, "no "},
+      {"Escape cancels from anywhere", {Qt::Key_Tab, Qt::Key_Escape}, "no "},
+      {"letters press nothing", {Qt::Key_A, Qt::Key_J}, ""},
+  };
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.name);
+    panel_->pressed.clear();
+    Part<QPlainTextEdit>().setFocus();
+    for (const Qt::Key key : each.keys) Key(key);
+    EXPECT_EQ(panel_->pressed, "") << "an action ran inside a callback of the toolkit";
+    Turn();
+    EXPECT_EQ(panel_->pressed, each.pressed);
+    EXPECT_TRUE(Shown().isVisible());
+  }
+}
+
+TEST_F(QtBackEndTest, NoCloseBoxNoWayToClose) {
+  EXPECT_FALSE(Shown().close());
+  Turn();
+  EXPECT_TRUE(panel_->IsOpen());
+  panel_->CloseButton = true;
+  Shown().close();
+  Turn();
+  EXPECT_FALSE(panel_->IsOpen());
+}
+
+TEST_F(QtBackEndTest, TheEndOfTheSessionEndsTheProgram) {
+  QEvent end(QEvent::Quit);
+  QApplication::sendEvent(qApp, &end);
+  EXPECT_THROW(panel_->ShowModal(), EndException);
+}
+
+TEST_F(QtBackEndTest, AnyProgressCanBeShown) {
+  constexpr auto kLeast = std::numeric_limits<std::int32_t>::min();
+  constexpr auto kMost = std::numeric_limits<std::int32_t>::max();
+  struct Case {
+    const char* name;
+    std::int32_t maximum, value, shown_maximum, shown_value;
+  };
+  const Case cases[] = {
+      {"a part", 100, 25, 100, 25},
+      {"more than all is all", 100, 101, 100, 100},
+      {"less than nothing is nothing", 100, kLeast, 100, 0},
+      {"without a known end", 0, 1234, 0, 0},
+      {"a maximum below 0 is no end either", kLeast, kMost, 0, 0},
+      {"the largest", kMost, kMost, kMost, kMost},
+      {"the maximum shrinks below the value", 10, 10, 10, 10},
+  };
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.name);
+    panel_->bar->SetMaximum(each.maximum);
+    panel_->bar->SetValue(each.value);
+    EXPECT_EQ(Part<QProgressBar>().maximum(), each.shown_maximum);
+    EXPECT_EQ(std::max(Part<QProgressBar>().value(), 0), each.shown_value);
+    Shown().grab();
+  }
+}
+
+// Every text of the status line whole, whatever the desktop's font; and the ordinary ones clear of the bar.
+TEST_F(QtBackEndTest, StatusTextsAreWhole) {
+  const QFont desktop = QApplication::font();
+  for (const char* const family : {"DejaVu Sans", "Nimbus Sans", "C059"}) {
+    for (const int points : {9, 10, 11, 13}) {
+      QApplication::setFont(QFont(QLatin1String(family), points));
+      CloseAllWindows();
+      const Ref<Panel> panel = ImplicitWindow<Panel>("Panel");
+      Turn();
+      const auto& label = *Shown().findChildren<QLabel*>().front();
+      for (const char* const text :
+           {"Suche nach Updates...", "Herunterladen... (0%)", "Herunterladen... (7%)",
+            "Herunterladen... (100%)", "Entpacken...", "Update erfolgreich!",
+            "Update nicht erfolgreich! Versuche Vantorel zu starten..."}) {
+        SCOPED_TRACE(std::string(family) + " " + std::to_string(points) + " " + text);
+        const QFont before = label.font();
+        panel->status->SetText(text);
+        const QFontMetricsF metrics(label.font());
+        EXPECT_EQ(label.text(), QString::fromUtf8(text));
+        EXPECT_LE(metrics.horizontalAdvance(label.text()), label.width());
+        EXPECT_LE(metrics.height(), label.height());
+        EXPECT_GE(label.fontInfo().pixelSize(), 9);
+        const bool is_long = label.text().size() > 40;
+        EXPECT_EQ(label.width() > 138, is_long) << label.width();
+        EXPECT_EQ(label.autoFillBackground(), is_long) << "text over the bar needs a ground";
+        EXPECT_LE(label.geometry().right(), panel->Width);
+        if (label.text().startsWith(QLatin1String("Her")) && label.text().size() > 21) {
+          EXPECT_EQ(label.font().pointSizeF(), before.pointSizeF()) << "the size jumps while counting";
+        }
+      }
+    }
+  }
+  QApplication::setFont(desktop);
+}
+
+TEST_F(QtBackEndTest, NotesAreShownAsTheyAre) {
+  struct Case {
+    const char* name;
+    std::string text;
+    QString shown;
+  };
+  const std::string endless(9000, 'x');
+  const QString broken = QString(4000, u'x') + u'\n' + QString(4000, u'x') + u'\n' + QString(1000, u'x');
+  const Case cases[] = {
+      {"umlauts", "Größe\nÜbersicht", QStringLiteral("Größe\nÜbersicht")},
+      {"markup is text", "<h1>Not Found</h1>", QStringLiteral("<h1>Not Found</h1>")},
+      {"line ends of any kind", "a\r\nb\rc", QStringLiteral("a\nb\nc")},
+      {"bytes that are no UTF-8",
+       "a\xff"
+       "b",
+       QStringLiteral("a\uFFFDb")},
+      {"nothing", "", QString()},
+      {"a line without end is broken", endless, broken},
+  };
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.name);
+    panel_->field->SetText(String::Bytes(each.text));
+    EXPECT_EQ(Part<QPlainTextEdit>().toPlainText(), each.shown);
+  }
+  panel_->field->SetText(String::Bytes(std::string(50'000'000, '\n')));
+  EXPECT_LT(Part<QPlainTextEdit>().blockCount(), 300'000);
+  EXPECT_TRUE(Part<QPlainTextEdit>().toPlainText().endsWith(u'…'));
+}
+
+TEST_F(QtBackEndTest, BackdropLiesUnderTheControlsOnTheWindowsColour) {
+  const ScratchFolder folder;
+  const auto colour_with = [&](const char* name, int width, int height) {
+    QImage image(width, height, QImage::Format_RGB32);
+    image.fill(QColor(0, 200, 0));
+    image.save(QString::fromStdString(folder.Path(name)), "PNG");
+    panel_->SetBackdrop(OpenAsPicture(folder.Item(name)));
+    const QImage window = Shown().grab().toImage();
+    return std::vector<QRgb>{window.pixel(2, 2) & 0xffffff, window.pixel(470, 300) & 0xffffff};
+  };
+  panel_->SetBackdrop(nil);
+  EXPECT_EQ(Shown().grab().toImage().pixel(2, 2) & 0xffffff, 0xc5c4c4U);
+  EXPECT_EQ(colour_with("whole", 475, 337), (std::vector<QRgb>{0x00c800, 0x00c800}));
+  EXPECT_EQ(colour_with("doubled", 950, 674), (std::vector<QRgb>{0x00c800, 0x00c800}));
+  EXPECT_EQ(colour_with("small", 100, 100), (std::vector<QRgb>{0x00c800, 0xc5c4c4}));
+  EXPECT_GT(panel_->Backdrop()->Width(), 0);
+}
+
+TEST_F(QtBackEndTest, WhatIsNoPictureOrTooLargeIsNil) {
+  const ScratchFolder folder;
+  ASSERT_EQ(mkfifo(folder.Path("pipe").c_str(), 0600), 0);
+  folder.Write("text", "<html>");
+  folder.Write("empty", "");
+  folder.Write("cut", "\x89PNG\r\n\x1a\n\0\0\0\rIHDR");
+  folder.Write("huge", "P5 60000 60000 255\n");
+  folder.Write("overflow", "P5 2147483647 2147483647 255\n");
+  for (const char* const name : {"pipe", "text", "empty", "cut", "huge", "overflow", "absent"}) {
+    EXPECT_TRUE(OpenAsPicture(folder.Item(name)) == nil) << name;
+  }
+}
+
+TEST_F(QtBackEndTest, RepaintingRunsNoHandler) {
+  bool handled = false;
+  panel_->status->SetText("Entpacken...");
+  EventLoop::Current().Queue([&] { handled = true; });
+  QApplication::postEvent(Shown().findChildren<QPushButton*>().front(),
+                          new QKeyEvent(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier));
+  std::this_thread::sleep_for(std::chrono::milliseconds(60));
+  background::AfterWait();
+  RuntimeBackgroundTask();
+  EXPECT_FALSE(handled);
+  EXPECT_EQ(panel_->pressed, "");
+  Turn();
+  EXPECT_TRUE(handled);
+}
+
+TEST_F(QtBackEndTest, AMessageHoldsAllInputAndIsPlainText) {
+  EventLoop::Current().Queue([] {
+    auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+    ASSERT_NE(box, nullptr);
+    EXPECT_EQ(box->text(), QStringLiteral("Konnte Datei nicht löschen! (<b>)"));
+    EXPECT_EQ(box->textFormat(), Qt::PlainText);
+    box->reject();
+  });
+  MsgBox("Konnte Datei nicht löschen! (<b>)");
+  EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+}
+
+TEST_F(QtBackEndTest, ScreenReadersHaveNames) {
+  panel_->status->SetText("Entpacken...");
+  const auto name = [](QWidget& widget) {
+    return QAccessible::queryAccessibleInterface(&widget)->text(QAccessible::Name);
+  };
+  EXPECT_EQ(name(Part<QProgressBar>()), QStringLiteral("Fortschritt"));
+  EXPECT_EQ(name(Part<QPlainTextEdit>()), QStringLiteral("Notizen"));
+  EXPECT_EQ(name(*Shown().findChildren<QLabel*>().front()), QStringLiteral("Entpacken..."));
+  EXPECT_EQ(name(*Shown().findChildren<QPushButton*>().front()), QStringLiteral("Update installieren"));
+}
+
+}  // namespace
+}  // namespace vantorel::testing
+
+int main(int argc, char** argv) {
+  ::testing::InitGoogleTest(&argc, argv);
+  setenv("QT_QPA_PLATFORM", "offscreen", 0);  // another one can be asked for
+  vantorel::BackEnd::Install(vantorel::MakeDesktopBackEnd());
+  const int result = RUN_ALL_TESTS();
+  vantorel::BackEnd::Install(nullptr);
+  return result;
+}

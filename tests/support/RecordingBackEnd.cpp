@@ -1,0 +1,86 @@
+#include "tests/support/RecordingBackEnd.h"
+
+#include <fstream>
+#include <utility>
+
+#include "platform/run/EventLoop.h"
+#include "platform/ui/PushButton.h"
+
+namespace vantorel::testing {
+
+namespace {
+
+class RecordedControl : public ControlView {
+ public:
+  explicit RecordedControl(RecordingBackEnd& screen) : screen_(screen) {}
+  void Update() override { ++screen_.updates; }
+
+ private:
+  RecordingBackEnd& screen_;
+};
+
+class RecordedWindow : public WindowView {
+ public:
+  RecordedWindow(RecordingBackEnd& screen, Window& window) : screen_(screen), window_(window) {}
+  ~RecordedWindow() override { std::erase(screen_.shown, &window_); }
+
+  std::unique_ptr<ControlView> Add(ProgressBar& /*control*/) override { return View(); }
+  std::unique_ptr<ControlView> Add(ProgressWheel& /*control*/) override { return View(); }
+  std::unique_ptr<ControlView> Add(StaticText& /*control*/) override { return View(); }
+  std::unique_ptr<ControlView> Add(EditField& /*control*/) override { return View(); }
+  std::unique_ptr<ControlView> Add(PushButton& /*control*/) override { return View(); }
+
+  void Show(bool modal) override {
+    screen_.shown.push_back(&window_);
+    if (!modal || !screen_.on_modal) return;
+    EventLoop::Current().Queue(
+        [&screen = screen_, window = Ref<Window>(&window_)] { screen.on_modal(*window); });
+  }
+  void Update() override {}
+
+ private:
+  std::unique_ptr<ControlView> View() { return std::make_unique<RecordedControl>(screen_); }
+
+  RecordingBackEnd& screen_;
+  Window& window_;
+};
+
+}  // namespace
+
+RecordingBackEnd& RecordingBackEnd::Install() {
+  auto made = std::make_unique<RecordingBackEnd>();
+  RecordingBackEnd& result = *made;
+  BackEnd::Install(std::move(made));
+  return result;
+}
+
+std::unique_ptr<WindowView> RecordingBackEnd::Open(Window& window) {
+  return std::make_unique<RecordedWindow>(*this, window);
+}
+
+std::unique_ptr<MessageView> RecordingBackEnd::ShowMessage(const String& text,
+                                                           std::function<void()> dismissed) {
+  messages.emplace_back(text.view());
+  EventLoop::Current().Queue([this, said = messages.back(), dismissed = std::move(dismissed)] {
+    if (on_message) on_message(said);
+    dismissed();
+  });
+  return std::make_unique<MessageView>();
+}
+
+Ref<Picture> RecordingBackEnd::MakePicture(const std::vector<PictureDrawing>& drawings) {
+  return New<RecordedPicture>(std::string(drawings.front().file));
+}
+
+Ref<Picture> RecordingBackEnd::ReadPicture(const Ref<FolderItem>& file) {
+  std::ifstream stream(file->Path());
+  std::string first_word;
+  stream >> first_word;
+  return first_word == "picture" ? Ref<Picture>(New<RecordedPicture>(file->Path())) : nil;
+}
+
+void Press(const Ref<Window>& window, const char* button) {
+  ControlByName<PushButton>(window, button)->Press();
+}
+
+}  // namespace vantorel::testing

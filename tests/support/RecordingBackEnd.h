@@ -1,0 +1,50 @@
+// A back end without a screen: keeps what would be seen, and lets a test see and press it.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/ui/BackEnd.h"
+#include "platform/ui/Window.h"
+
+namespace vantorel::testing {
+
+// A picture of which only the source is known.
+class RecordedPicture : public Picture {
+ public:
+  explicit RecordedPicture(std::string source_in) : source(std::move(source_in)) {}
+  std::int32_t Width() const override { return 1; }
+  std::int32_t Height() const override { return 1; }
+
+  std::string source;  // the path of the file, or the bytes of the first drawing
+};
+
+class RecordingBackEnd : public BackEnd {
+ public:
+  // Puts a new one in force; it stays so until the next is installed.
+  static RecordingBackEnd& Install();
+
+  // The windows on the screen, in their order of appearance; a modal one takes all input.
+  std::vector<Window*> shown;
+  std::vector<std::string> messages;
+  // How often a control was told to show its present state.
+  int updates = 0;
+  // What the user does when a window has appeared modally, or a message. Runs from the event loop.
+  std::function<void(Window&)> on_modal;
+  // Unset: dismisses it.
+  std::function<void(const std::string&)> on_message;
+
+  std::unique_ptr<WindowView> Open(Window& window) override;
+  std::unique_ptr<MessageView> ShowMessage(const String& text, std::function<void()> dismissed) override;
+  Ref<Picture> MakePicture(const std::vector<PictureDrawing>& drawings) override;
+  // A file that begins with "picture" is one.
+  Ref<Picture> ReadPicture(const Ref<FolderItem>& file) override;
+  void SetProgramIcon(const Ref<Picture>& /*icon*/) override {}
+};
+
+// Presses a button as a user does.
+void Press(const Ref<Window>& window, const char* button);
+
+}  // namespace vantorel::testing
