@@ -1,0 +1,35 @@
+// Thin helpers over system calls.
+#pragma once
+
+#include <string_view>
+#include <utility>
+
+namespace vantorel::forkzip {
+
+// An open file descriptor, or none.
+class Descriptor {
+ public:
+  Descriptor() = default;
+  explicit Descriptor(int fd) : fd_(fd) {}
+  Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(fd_, other.fd_);
+    return *this;
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor();
+
+  int Get() const { return fd_; }
+  bool IsOpen() const { return fd_ >= 0; }
+  // 0, or the error that closing told.
+  int Close();
+
+ private:
+  int fd_ = -1;
+};
+
+// Writes all of `bytes`. 0, or the system's error.
+int WriteAll(int fd, std::string_view bytes);
+
+}  // namespace vantorel::forkzip

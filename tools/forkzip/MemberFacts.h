@@ -1,0 +1,35 @@
+// What is known of a member, in the terms of users.
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <optional>
+#include <string>
+
+#include "platform/base/Ref.h"
+#include "zip/archive/ZipEntry.h"
+
+namespace vantorel::forkzip {
+
+// The sizes that the engine's signed numbers stand for.
+std::uint32_t SizeOf(const Ref<ZipEntry>& entry);
+std::uint32_t CompressedSizeOf(const Ref<ZipEntry>& entry);
+std::uint32_t CrcOf(const Ref<ZipEntry>& entry);
+
+// The 16-bit Unix mode; none if the member was made where there are no such modes.
+std::optional<std::uint32_t> ModeOf(const Ref<ZipEntry>& entry);
+bool IsSymbolicLink(const Ref<ZipEntry>& entry);
+
+// When the member was last changed: to the second, from the extended time stamp in its extra field, or else
+// as the DOS time says, which counts in steps of two seconds.
+std::optional<std::time_t> TimeOf(const Ref<ZipEntry>& entry);
+
+// The DOS time as YYYY-MM-DDThh:mm:ss, or empty if there is none; `between` stands in place of the T.
+std::string TimeText(const Ref<ZipEntry>& entry, char between = 'T');
+std::string CrcText(const Ref<ZipEntry>& entry);
+// "-rw-r--r--".
+std::string ModeText(std::uint32_t mode);
+// "stored", "deflated", or the method's number.
+std::string MethodText(const Ref<ZipEntry>& entry);
+
+}  // namespace vantorel::forkzip

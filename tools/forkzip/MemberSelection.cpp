@@ -1,0 +1,111 @@
+#include "tools/forkzip/MemberSelection.h"
+
+#include <fnmatch.h>
+
+#include <algorithm>
+#include <numeric>
+
+#include "platform/text/TextFunctions.h"
+#include "tools/forkzip/Printable.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+bool IsPattern(const std::string& text) {
+  return text.find_first_of("*?[") != std::string::npos;
+}
+
+std::string WithoutSlash(std::string text) {
+  if (text.size() > 1 && text.back() == '/') text.pop_back();
+  return text;
+}
+
+}  // namespace
+
+MemberIndex::MemberIndex(const Ref<ZipArchive>& archive) {
+  const std::int32_t count = archive->EntryCount();
+  names_.reserve(static_cast<std::size_t>(count));
+  for (std::int32_t i = 1; i <= count; ++i) names_.emplace_back(Utf8(archive->Entry(i)->RawPath()), i);
+  std::sort(names_.begin(), names_.end());
+}
+
+std::vector<std::int32_t> MemberIndex::Find(const std::string& argument) const {
+  std::vector<std::int32_t> found;
+  AddNamed(argument, found);
+  AddInside(WithoutSlash(argument) + "/", found);
+  if (found.empty()) AddCaseless(argument, found);
+  if (found.empty()) AddMatching(argument, found);
+  std::sort(found.begin(), found.end());
+  found.erase(std::unique(found.begin(), found.end()), found.end());
+  return found;
+}
+
+std::vector<std::int32_t> MemberIndex::FindItself(const std::string& argument) const {
+  std::vector<std::int32_t> found;
+  AddNamed(argument, found);
+  if (found.empty()) AddNamed(argument + "/", found);
+  if (found.empty()) AddCaseless(argument, found);
+  if (!found.empty()) return {*std::min_element(found.begin(), found.end())};
+  AddMatching(argument, found);
+  std::sort(found.begin(), found.end());
+  return found;
+}
+
+void MemberIndex::AddNamed(const std::string& name, std::vector<std::int32_t>& found) const {
+  auto at = std::lower_bound(names_.begin(), names_.end(), Named(name, 0));
+  for (; at != names_.end() && at->first == name; ++at) found.push_back(at->second);
+}
+
+void MemberIndex::AddInside(const std::string& folder, std::vector<std::int32_t>& found) const {
+  auto at = std::lower_bound(names_.begin(), names_.end(), Named(folder, 0));
+  for (; at != names_.end() && at->first.starts_with(folder); ++at) found.push_back(at->second);
+}
+
+void MemberIndex::AddCaseless(const std::string& argument, std::vector<std::int32_t>& found) const {
+  const std::string name = WithoutSlash(argument);
+  for (const auto& [candidate, index] : names_) {
+    const bool fits = candidate.size() >= name.size() && candidate.size() <= name.size() + 1;
+    if (fits && SameText(String::Bytes(name), String::Bytes(WithoutSlash(candidate)))) found.push_back(index);
+  }
+}
+
+void MemberIndex::AddMatching(const std::string& pattern, std::vector<std::int32_t>& found) const {
+  if (!IsPattern(pattern)) return;
+  for (const auto& [candidate, index] : names_) {
+    if (fnmatch(pattern.c_str(), candidate.c_str(), 0) == 0) found.push_back(index);
+  }
+}
+
+std::vector<std::int32_t> SelectMembers(const Ref<ZipArchive>& archive,
+                                        const std::vector<std::string>& arguments, Problems& problems) {
+  const std::int32_t count = archive->EntryCount();
+  if (arguments.empty()) {
+    std::vector<std::int32_t> all(static_cast<std::size_t>(count));
+    std::iota(all.begin(), all.end(), 1);
+    return all;
+  }
+  const MemberIndex index(archive);
+  std::vector<bool> wanted(static_cast<std::size_t>(count) + 1);
+  for (const std::string& argument : arguments) {
+    const std::vector<std::int32_t> found = index.Find(argument);
+    if (found.empty()) problems.Add(ExitCode::kBadArchive, argument, "no such member");
+    for (const std::int32_t i : found) wanted[static_cast<std::size_t>(i)] = true;
+  }
+  std::vector<std::int32_t> selected;
+  for (std::int32_t i = 1; i <= count; ++i) {
+    if (wanted[static_cast<std::size_t>(i)]) selected.push_back(i);
+  }
+  return selected;
+}
+
+std::int32_t SelectOneMember(const Ref<ZipArchive>& archive, const std::string& argument) {
+  const std::vector<std::int32_t> found = MemberIndex(archive).FindItself(argument);
+  if (found.empty()) throw Failure(ExitCode::kBadArchive, argument + ": no such member");
+  if (found.size() > 1) {
+    throw Failure(ExitCode::kBadArchive, argument + ": means " + Count(found.size(), "member") + ", not one");
+  }
+  return found.front();
+}
+
+}  // namespace vantorel::forkzip

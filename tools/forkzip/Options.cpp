@@ -1,0 +1,46 @@
+#include "tools/forkzip/Options.h"
+
+#include <exception>
+#include <new>
+#include <utility>
+
+namespace vantorel::forkzip {
+
+Progress::When Options::ShowProgress() const {
+  if (force_progress) return Progress::When::kAlways;
+  return quiet ? Progress::When::kNever : Progress::When::kOnTerminal;
+}
+
+void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb) {
+  command.add_option("ARCHIVE", options.archive, "The Zip archive")->required();
+  command.add_flag("-q,--quiet", options.quiet, "Tell nothing but what goes wrong");
+  command.add_flag("--progress", options.force_progress,
+                   "Show a progress bar even where no one may be watching");
+  command.callback([&options, &exit_code, verb = std::move(verb)] {
+    Problems problems(options.archive);
+    try {
+      verb(problems);
+    } catch (const Failure& failure) {
+      problems.Add(failure.Code(), failure.what());
+    } catch (const std::bad_alloc&) {
+      problems.Add(ExitCode::kFileError, "not enough memory");
+    } catch (const std::exception& fault) {
+      problems.Add(ExitCode::kBadArchive, fault.what());
+    }
+    exit_code = problems.Code();
+  });
+}
+
+void AddEncodingOption(CLI::App& command, Options& options) {
+  command
+      .add_option("--encoding", options.encoding,
+                  "How the archive's names are encoded: utf-8, windows-1252, cp437 or mac-roman")
+      ->check(CLI::IsMember({"utf-8", "windows-1252", "cp437", "mac-roman"}))
+      ->default_str("utf-8");
+}
+
+void AddJsonOption(CLI::App& command, Options& options) {
+  command.add_flag("--json", options.json, "Answer in JSON, for programs");
+}
+
+}  // namespace vantorel::forkzip

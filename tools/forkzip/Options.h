@@ -1,0 +1,36 @@
+// The arguments that verbs have in common, and how a verb is put on the command line.
+#pragma once
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tools/forkzip/Problems.h"
+#include "tools/forkzip/Progress.h"
+
+namespace vantorel::forkzip {
+
+struct Options {
+  std::string archive;
+  std::vector<std::string> members;
+  std::string encoding = "utf-8";
+  bool json = false;
+  bool quiet = false;
+  bool force_progress = false;
+
+  Progress::When ShowProgress() const;
+};
+
+// What a verb does. Raises Failure for what ends it at once.
+using Verb = std::function<void(Problems& problems)>;
+
+// Puts the verb's argument ARCHIVE and the options -q and --progress to `command`, and has `verb` run when
+// the command is given. `options` and `exit_code` must live until then.
+void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb);
+void AddEncodingOption(CLI::App& command, Options& options);
+void AddJsonOption(CLI::App& command, Options& options);
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,36 @@
+// Standard output in large pieces. Flush must be called at the end; nothing else writes what is left.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "platform/text/String.h"
+
+namespace vantorel::forkzip {
+
+class Output {
+ public:
+  Output();
+
+  // Both raise Failure (kFileError) if standard output cannot take the bytes. A reader that has gone away
+  // ends the process quietly by SIGPIPE.
+  void Write(std::string_view bytes) {
+    if (buffer_.size() + bytes.size() > kBuffer) Flush();
+    buffer_ += bytes;
+  }
+  void Flush();
+
+  // A name or comment: as it stands, or Printable on a terminal.
+  void WriteText(const String& text);
+
+  bool IsTerminal() const { return terminal_; }
+
+ private:
+  static constexpr std::size_t kBuffer = 262144;
+
+  std::string buffer_;
+  bool terminal_;
+};
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,52 @@
+// What goes wrong in a run: told on standard error as it happens, summed up in the exit code.
+#pragma once
+
+#include <exception>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace vantorel::forkzip {
+
+// The worse one counts where several things go wrong.
+enum class ExitCode {
+  kDone = 0,
+  kBadArchive = 1,  // the archive or a member is bad or missing
+  kUsage = 2,
+  kFileError = 3,  // a file or the disk
+};
+
+// Ends the verb. what() is the message without the program's and the archive's name.
+class Failure : public std::exception {
+ public:
+  Failure(ExitCode code, std::string message) : code_(code), message_(std::move(message)) {}
+  ExitCode Code() const { return code_; }
+  const char* what() const noexcept override { return message_.c_str(); }
+
+ private:
+  ExitCode code_;
+  std::string message_;
+};
+
+class Problems {
+ public:
+  // Messages begin with the archive's name.
+  explicit Problems(std::string archive) : archive_(std::move(archive)) {}
+
+  void Add(ExitCode code, std::string_view message);
+  // About one member.
+  void Add(ExitCode code, std::string_view member, std::string_view message);
+  // Something worth knowing that leaves the exit code alone.
+  void Note(std::string_view message) const;
+
+  ExitCode Code() const { return code_; }
+
+ private:
+  std::string archive_;
+  ExitCode code_ = ExitCode::kDone;
+};
+
+// "what: cause", with the text of a system error.
+std::string WithCause(std::string_view what, int error);
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,42 @@
+// The progress bar on standard error, and the engine's way to be stopped by a signal.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+#include "platform/base/Ref.h"
+#include "zip/archive/ZipProgressNotifier.h"
+
+namespace vantorel::forkzip {
+
+class Progress : public ZipProgressNotifier {
+ public:
+  enum class When { kNever, kOnTerminal, kAlways };
+
+  // `total` bytes are to be done. The bar appears only after a moment, so that short work shows none.
+  Progress(When when, std::uint64_t total);
+  ~Progress() override;
+
+  // The member that is worked on now.
+  void Begin(const Ref<ZipEntry>& entry);
+  // That member is done; `size` counts toward the total, whatever was reported of it.
+  void End(std::uint64_t size);
+
+  void EntryProgress(const Ref<ZipEntry>& entry, std::int32_t total, std::int32_t done, bool& abort) override;
+  void ItemFailed(const Ref<FolderItem>& item, std::int32_t code, const String& message, bool& stop) override;
+  void ItemStarting(const Ref<FolderItem>& item, bool& abort) override;
+
+  // Takes a bar off the screen, so that a message can stand in its place.
+  static void ClearLine();
+
+ private:
+  void Show(std::uint64_t done);
+
+  bool visible_;
+  std::uint64_t total_;
+  std::uint64_t finished_ = 0;
+  Ref<ZipEntry> entry_;
+  std::chrono::steady_clock::time_point next_;
+};
+
+}  // namespace vantorel::forkzip

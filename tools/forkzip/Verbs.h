@@ -1,0 +1,18 @@
+// Each verb of the tool puts itself on the command line; its work is done while that is parsed.
+#pragma once
+
+#include "tools/forkzip/Problems.h"
+
+namespace CLI {
+class App;
+}
+
+namespace vantorel::forkzip {
+
+void AddListVerb(CLI::App& app, ExitCode& exit_code);
+void AddInfoVerb(CLI::App& app, ExitCode& exit_code);
+void AddTestVerb(CLI::App& app, ExitCode& exit_code);
+void AddExtractVerb(CLI::App& app, ExitCode& exit_code);
+void AddCatVerb(CLI::App& app, ExitCode& exit_code);
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,56 @@
+#include <CLI/CLI.hpp>
+#include <cstdlib>
+
+#include "tools/forkzip/Interruption.h"
+#include "tools/forkzip/Verbs.h"
+
+namespace vantorel::forkzip {
+namespace {
+
+constexpr const char* kAbout =
+    "forkzip reads, makes and edits Zip archives, and keeps the resource forks and Finder data of classic "
+    "Mac "
+    "files.";
+
+constexpr const char* kFooter =
+    "Exit codes: 0 done; 1 the archive or a member is bad or missing; 2 wrong usage; 3 a file or disk "
+    "error.\n"
+    "`forkzip VERB --help` explains a verb by examples.";
+
+int Main(int argc, char** argv) {
+  ExitCode exit_code = ExitCode::kDone;
+  CLI::App app(kAbout, "forkzip");
+  app.footer(kFooter);
+  app.set_version_flag("--version", "forkzip " FORKZIP_VERSION);
+  app.require_subcommand(1);
+  AddListVerb(app, exit_code);
+  AddInfoVerb(app, exit_code);
+  AddTestVerb(app, exit_code);
+  AddExtractVerb(app, exit_code);
+  AddCatVerb(app, exit_code);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& asked) {  // --help, --version
+    return app.exit(asked);
+  } catch (const CLI::ParseError& error) {
+    const std::string first = argc > 1 ? argv[1] : "-";
+    const auto verbs = app.get_subcommands([&](const CLI::App* verb) { return verb->check_name(first); });
+    const bool unknown_verb = first[0] != '-' && verbs.empty();
+    std::cerr << "forkzip: " << (unknown_verb ? "there is no verb `" + first + "`" : error.what())
+              << "\nTry `forkzip --help`, or `forkzip VERB --help`.\n";
+    return static_cast<int>(ExitCode::kUsage);
+  }
+  Interruption::Obey();
+  return static_cast<int>(exit_code);
+}
+
+}  // namespace
+}  // namespace vantorel::forkzip
+
+int main(int argc, char** argv) {
+  const int exit_code = vantorel::forkzip::Main(argc, argv);
+  std::cout.flush();
+  // All files are closed by now. To give back the memory of a large directory piece by piece would only take
+  // time.
+  std::_Exit(exit_code);
+}
