@@ -1,0 +1,68 @@
+// The entry of the launcher.
+#include <exception>
+
+#include "launcher/Globals.h"
+#include "launcher/Splash.h"
+#include "launcher/VantorelLauncher.h"
+#include "launcher/Window1.h"
+#include "platform/base/Exceptions.h"
+#include "platform/run/Runtime.h"
+#include "platform/ui/BackEnd.h"
+#include "platform/ui/Window.h"
+
+namespace vantorel {
+
+namespace {
+
+void initialize() {
+  Globals::Initialize();
+  AddProgramPictures();
+}
+
+void _ConnectDesktop() {
+  BackEnd::Install(MakeDesktopBackEnd());
+  BackEnd::Current().SetProgramIcon(ProgramIcon());
+}
+
+void _NewAppInstance() {
+  _RuntimeRegisterAppObject(New<VantorelLauncher>());
+}
+
+// The framework keeps the window.
+void _MakeDefaultView() {
+  Window1::Implicit();
+}
+
+// The run of the program. Classes of the framework and its plug-ins are linked in, and the program has
+// neither file types nor menu handlers: none of these needs a step.
+void _Main() {
+  try {
+    _ConnectDesktop();
+    _NewAppInstance();
+    _MakeDefaultView();
+    RuntimeRun();
+  } catch (const EndException&) {
+    // Quit before the event loop ran.
+  } catch (const std::exception& fault) {
+    RuntimeUnhandledException(fault);
+  }
+}
+
+void finalize() {
+  CloseAllWindows();
+  ReleaseSplash();
+  BackEnd::Install(nullptr);
+  Globals::Finalize();
+}
+
+}  // namespace
+
+}  // namespace vantorel
+
+int main(int argc, char** argv) {
+  vantorel::RuntimeInit(argc, argv);
+  vantorel::initialize();
+  vantorel::_Main();
+  vantorel::finalize();
+  return vantorel::RuntimeExit();
+}
