@@ -34,8 +34,9 @@ Ref<MemoryBlock> ZipArchiveData::makeFSRef(const Ref<FolderItem>& item) {
   return FSRefOfFolderItem(item);
 }
 
+// Whether there is such an item shows when the reference is used, at no cost of its own.
 Ref<MemoryBlock> ZipArchiveData::FSRefOfFolderItem(const Ref<FolderItem>& item) {
-  if (!item || !item->Exists()) return nil;
+  if (!item) return nil;
   const auto length = static_cast<std::int32_t>(item->Path().size());
   Ref<MemoryBlock> reference = NewBlock(length);
   reference->SetStringValue(0, length, String::Bytes(item->Path()));
@@ -68,7 +69,8 @@ std::int32_t ZipArchiveData::getUnixPermissionsFromFile(const Ref<MemoryBlock>& 
 std::int32_t ZipArchiveData::updateUnixPermissions(const Ref<MemoryBlock>& reference, std::int32_t keepMask,
                                                    std::int32_t setBits) {
   std::int32_t mode = 0;
-  const std::int32_t error = getUnixPermissionsFromFile(reference, mode);
+  // A mode of which nothing is kept need not be known.
+  const std::int32_t error = keepMask == 0 ? 0 : getUnixPermissionsFromFile(reference, mode);
   if (error != 0) return error;
   return ItemOf(reference)->SetUnixMode(static_cast<std::uint16_t>(setBits | (keepMask & mode)));
 }

@@ -61,7 +61,7 @@ class ZipArchiveData : public Object {
   // The 16-bit mode of the file that makeFSRef referred to. 0 on success, else a negative code and `mode`
   // untouched.
   virtual std::int32_t getUnixPermissionsFromFile(const Ref<MemoryBlock>& reference, std::int32_t& mode);
-  // An opaque reference to an existing item; nil for nil or an item that does not exist.
+  // An opaque reference to an item, which need not exist until it is used; nil for nil.
   virtual Ref<MemoryBlock> makeFSRef(const Ref<FolderItem>& item);
   // The file's mode becomes `setBits` OR (`keepMask` AND mode). 0 on success, else a negative code.
   virtual std::int32_t updateUnixPermissions(const Ref<MemoryBlock>& reference, std::int32_t keepMask,

@@ -17,10 +17,30 @@ bool MayHoldUnixMode(std::int32_t os) {
   return os == ZipHost::kDos || os == ZipHost::kUnix || os == ZipHost::kMacintosh;
 }
 
-// Deals with what is at the destination and sees to it that a folder, or a file that can be written, is
-// there. Empty on success, else why not.
-String PrepareDestination(const Ref<FolderItem>& destination, bool is_folder) {
-  if (!destination) return "No destination given";
+// A component of a path as the file system can hold it.
+String CleanComponent(ZipArchiveData& archive, const String& name) {
+  return archive.decodeFromZip(archive.encodeForZip(name));
+}
+
+// The destination, without touching anything, if it lies right in a folder that exists. nil if it does not,
+// or if that would not be the whole story.
+Ref<FolderItem> DestinationInExistingFolder(ZipEntry& entry, const Ref<FolderItem>& root) {
+  Ref<FolderItem> folder;
+  Ref<FolderItem> current = root;
+  for (const String& component : entry.path) {
+    const String clean = CleanComponent(*entry.d, component);
+    if (clean.empty()) continue;
+    folder = current;
+    current = folder->TrueChild(clean);
+    if (!current) return nil;  // ".." among others
+    RuntimeBackgroundTask();
+  }
+  return folder && folder->Exists() ? current : nil;
+}
+
+// Clears the way for a file or folder and makes it, if something is there already or could not be made at
+// once. Empty on success, else why not.
+String ClearDestination(const Ref<FolderItem>& destination, bool is_folder, Ref<BinaryStream>& stream) {
   if (is_folder) {
     if (!destination->Exists()) destination->CreateAsFolder();
     if (!destination->Exists()) return "Folder creation failed";
@@ -34,9 +54,21 @@ String PrepareDestination(const Ref<FolderItem>& destination, bool is_folder) {
     if (destination->Exists()) return "Destination exists as an alias file that can't be deleted";
   }
   if (!destination->Exists()) {
-    const Ref<BinaryStream> stream = destination->CreateBinaryFile(String());
+    stream = destination->CreateBinaryFile(String());
     if (!stream) return "Creating destination file failed";
-    stream->Close();
+  }
+  return {};
+}
+
+// Sees to it that a folder, or a file that can be written, is at the destination. `stream` is the file, open
+// and empty, if it had to be made. Empty on success, else why not.
+String PrepareDestination(const Ref<FolderItem>& destination, bool is_folder, Ref<BinaryStream>& stream) {
+  if (!destination) return "No destination given";
+  // A file that can be made has nothing in its way: one system call in place of several for most members.
+  if (!is_folder) stream = destination->CreateBinaryFile(String());
+  if (!stream) {
+    String problem = ClearDestination(destination, is_folder, stream);
+    if (!problem.empty()) return problem;
   }
   if (destination->Locked()) return "Destination file is write protected";
   return {};
@@ -98,12 +130,14 @@ bool ZipEntry::Extract(bool mac_binary, const Ref<SeqDataOutputStream>& data_out
 
 // The metadata comes when both forks are closed, and its failures do not count.
 bool ZipEntry::Extract(const Ref<FolderItem>& destination, bool mac_binary, bool make_executable) {
-  const String problem = PrepareDestination(destination, isFolder);
+  Ref<BinaryStream> stream;
+  const String problem = PrepareDestination(destination, isFolder, stream);
   if (!problem.empty()) {
     errmsg = problem;
     return false;
   }
   const Ref<FileWriter> data_fork = New<FileWriter>(destination);
+  data_fork->bs = stream;  // a file that was made is open and empty already
   Ref<RsrcForkWriter> resource_fork;
   if (mac_binary) resource_fork = New<RsrcForkWriter>(destination);
   Ref<MemoryBlock> block;
@@ -117,7 +151,12 @@ bool ZipEntry::Extract(const Ref<FolderItem>& destination, bool mac_binary, bool
   return true;
 }
 
+// The folder below which the last component lies exists for most members; then all folders on the way do.
 Ref<FolderItem> ZipEntry::MakeDestination(const Ref<FolderItem>& root, bool resolve_aliases) {
+  if (!resolve_aliases) {
+    const Ref<FolderItem> destination = DestinationInExistingFolder(*this, root);
+    if (destination) return destination;
+  }
   Ref<FolderItem> current = root;
   for (const String& component : path) {
     current = MakeDestinationChild(current, component, resolve_aliases);
@@ -129,7 +168,7 @@ Ref<FolderItem> ZipEntry::MakeDestination(const Ref<FolderItem>& root, bool reso
 // Steps up at "..", out of the root of the extraction too: keeping inside is the caller's business.
 Ref<FolderItem> ZipEntry::MakeDestinationChild(const Ref<FolderItem>& parent, const String& name,
                                                bool resolve_aliases) {
-  const String clean = d->decodeFromZip(d->encodeForZip(name));
+  const String clean = CleanComponent(*d, name);
   if (SameText(clean, "..")) return parent->Parent();
   if (clean.empty()) return parent;
   if (!parent->Exists()) parent->CreateAsFolder();
