@@ -1,0 +1,78 @@
+// MacBinary and AppleDouble bytes made field by field, so that a test can say exactly what is wrong with
+// them.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "zip/extract/AppleDoubleHeader.h"
+#include "zip/extract/MacBinaryHeader.h"
+
+namespace vantorel::testing {
+
+inline std::string BigEndian(std::uint32_t value, int size) {
+  std::string bytes;
+  for (int shift = 8 * (size - 1); shift >= 0; shift -= 8) bytes += static_cast<char>(value >> shift & 0xFF);
+  return bytes;
+}
+inline void PutBytes(std::string& record, std::int32_t offset, std::string_view bytes) {
+  record.replace(static_cast<std::size_t>(offset), bytes.size(), bytes);
+}
+
+// The CRC of MacBinary II, bit by bit.
+inline std::uint32_t PlainCrc16(std::string_view bytes) {
+  std::uint32_t crc = 0;
+  for (const char c : bytes) {
+    crc ^= static_cast<std::uint32_t>(static_cast<std::uint8_t>(c)) << 8;
+    for (int bit = 0; bit < 8; ++bit) crc = (crc << 1 ^ ((crc & 0x8000U) != 0 ? 0x1021U : 0U)) & 0xFFFFU;
+  }
+  return crc;
+}
+inline void SealMacBinary(std::string& header) {
+  PutBytes(header, MacBinaryHeader::kCrc, BigEndian(PlainCrc16(header.substr(0, MacBinaryHeader::kCrc)), 2));
+}
+
+// A MacBinary III header; level II has no signature, level I no sum either.
+inline std::string MacBinaryBytes(std::string_view name, std::uint32_t data_length, std::uint32_t rsrc_length,
+                                  int level = 3) {
+  namespace Mac = MacBinaryHeader;
+  std::string header(Mac::kSize, '\0');
+  PutBytes(header, Mac::kName, BigEndian(static_cast<std::uint32_t>(name.size()), 1) + std::string(name));
+  PutBytes(header, Mac::kType, "TEXT");
+  PutBytes(header, Mac::kCreator, "ttxt");
+  PutBytes(header, Mac::kFinderFlagsHigh, "\xFF");
+  PutBytes(header, Mac::kProtected, "\x01");
+  PutBytes(header, Mac::kDataLength, BigEndian(data_length, 4));
+  PutBytes(header, Mac::kResourceLength, BigEndian(rsrc_length, 4));
+  PutBytes(header, Mac::kCreated, BigEndian(0xC0000000, 4));
+  PutBytes(header, Mac::kModified, BigEndian(0xC0000000, 4));
+  PutBytes(header, Mac::kFinderFlagsLow, "\x80");
+  if (level >= 3) PutBytes(header, Mac::kSignature, "mBIN");
+  PutBytes(header, Mac::kMinimumVersion, BigEndian(level > 3 ? 131 : 129, 1));
+  if (level >= 2) SealMacBinary(header);
+  return header;
+}
+inline std::string FilledUp(std::string fork) {
+  fork.resize((fork.size() + 127) / 128 * 128);
+  return fork;
+}
+inline std::string MacBinaryMember(std::string_view name, const std::string& data, const std::string& rsrc,
+                                   int level = 3) {
+  return MacBinaryBytes(name, static_cast<std::uint32_t>(data.size()),
+                        static_cast<std::uint32_t>(rsrc.size()), level) +
+         FilledUp(data) + FilledUp(rsrc);
+}
+
+// A companion's header as Mac tools write it, with the resource fork behind it.
+inline std::string AppleDoubleBytes(const std::string& rsrc, std::uint32_t finder_info_offset = 50) {
+  namespace Apple = AppleDoubleHeader;
+  std::string header = BigEndian(Apple::kMagicValue, 4) + BigEndian(Apple::kVersionValue, 4) +
+                       "Mac OS X        " + BigEndian(2, 2);
+  header += BigEndian(9, 4) + BigEndian(finder_info_offset, 4) + BigEndian(32, 4);
+  header += BigEndian(2, 4) + BigEndian(82, 4) + BigEndian(static_cast<std::uint32_t>(rsrc.size()), 4);
+  return header + "PICTogle" + std::string("\x04\x80", 2) + std::string(14, '\0') +
+         std::string("\x81\x02", 2) + std::string(6, '\0') + rsrc;
+}
+
+}  // namespace vantorel::testing

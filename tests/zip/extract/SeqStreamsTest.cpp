@@ -1,0 +1,142 @@
+// The sequential streams over the forks of real files.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "platform/text/TextFunctions.h"
+#include "tests/support/FileSizeLimit.h"
+#include "tests/support/ScratchFolder.h"
+#include "zip/extract/FileReader.h"
+#include "zip/extract/FileWriter.h"
+#include "zip/extract/RsrcForkReader.h"
+#include "zip/extract/RsrcForkWriter.h"
+
+namespace vantorel {
+namespace {
+
+using testing::FileSizeLimit;
+using testing::ScratchFolder;
+
+template <typename Stream>
+std::string ErrorOf(Stream& stream) {
+  std::int32_t code = 0;
+  String text;
+  stream.GetErrorDescription(code, text);
+  return code == 0 && text.empty() ? "" : std::to_string(code) + " " + std::string(text.view());
+}
+
+TEST(FileWriter, EmptiesAnExistingDataForkAndKeepsTheResourceFork) {
+  const ScratchFolder folder;
+  const Ref<FolderItem> file = folder.Write("a", std::string(100, 'x'));
+  const auto fork = New<RsrcForkWriter>(file);
+  ASSERT_TRUE(fork->Open());
+  EXPECT_TRUE(fork->Write("fork"));
+  ASSERT_TRUE(fork->Close());
+  const auto writer = New<FileWriter>(file);
+  ASSERT_TRUE(writer->Open());
+  EXPECT_EQ(folder.Read("a"), "");
+  EXPECT_TRUE(writer->Close());
+  EXPECT_TRUE(writer->Close()) << "a second close is harmless";
+  EXPECT_EQ(file->ResourceForkLength(), 4);
+}
+
+TEST(FileWriter, AFullDiskShowsAtCloseOnly) {
+  const ScratchFolder folder;
+  const auto writer = New<FileWriter>(folder.Item("a"));
+  ASSERT_TRUE(writer->Open());
+  {
+    const FileSizeLimit limit(4);
+    EXPECT_TRUE(writer->Write("0123456789"));
+    EXPECT_FALSE(writer->Flush());
+    EXPECT_FALSE(writer->Close());
+  }
+  EXPECT_EQ(ErrorOf(*writer), "-1 open or write error");
+  EXPECT_EQ(folder.Read("a"), "0123");
+  EXPECT_FALSE(New<FileWriter>(folder.Item("none/a"))->Open());
+}
+
+TEST(FileWriter, SkipGrowsTheFile) {
+  const ScratchFolder folder;
+  const auto writer = New<FileWriter>(folder.Item("a"));
+  EXPECT_THROW(writer->Skip(1), RuntimeException);
+  EXPECT_THROW(writer->Write("x"), RuntimeException);
+  EXPECT_THROW(writer->Flush(), RuntimeException);
+  ASSERT_TRUE(writer->Open());
+  EXPECT_TRUE(writer->Skip(5));
+  EXPECT_TRUE(writer->Close());
+  EXPECT_EQ(folder.Read("a"), std::string(5, '\0'));
+}
+
+TEST(FileReader, SkipIsAnErrorAnywhereButAtTheStart) {
+  const ScratchFolder folder;
+  const auto reader = New<FileReader>(folder.Write("a", std::string(25, 'x') + "rest"));
+  EXPECT_THROW(reader->Read(1), RuntimeException);
+  EXPECT_TRUE(reader->AtEOF());
+  ASSERT_TRUE(reader->Open());
+  EXPECT_TRUE(reader->Skip(10));
+  EXPECT_FALSE(reader->Skip(15)) << "it moves all the same";
+  EXPECT_EQ(reader->Read(100).view(), "rest");
+  EXPECT_TRUE(reader->AtEOF());
+  EXPECT_EQ(ErrorOf(*reader), "-1 open or read error");
+  reader->ClearError();
+  EXPECT_FALSE(reader->HadError());
+  EXPECT_FALSE(New<FileReader>(folder.Item("none"))->Open());
+}
+
+TEST(RsrcForkReader, ReadsToTheEndOfTheForkAndNoFurther) {
+  const ScratchFolder folder;
+  const Ref<FolderItem> file = folder.Write("a", "data");
+  const auto reader = New<RsrcForkReader>(file);
+  ASSERT_TRUE(reader->Open()) << "a file without a fork offers an empty one";
+  EXPECT_EQ(reader->length, 0);
+  EXPECT_TRUE(reader->AtEOF());
+  reader->Close();
+  EXPECT_THROW(reader->Read(1), RuntimeException);
+
+  const auto writer = New<RsrcForkWriter>(file);
+  EXPECT_TRUE(writer->Close()) << "a member without a fork closes a writer never opened";
+  EXPECT_THROW(writer->Write("x"), RuntimeException);
+  ASSERT_TRUE(writer->Open());
+  EXPECT_TRUE(writer->Write("first ") && writer->Write("second") && writer->Flush());
+  ASSERT_TRUE(writer->Close());
+
+  ASSERT_TRUE(reader->Open());
+  EXPECT_EQ(reader->length, 12);
+  EXPECT_EQ(reader->Read(5).view(), "first");
+  EXPECT_TRUE(reader->Skip(1));
+  EXPECT_EQ(reader->Read(100).view(), "second") << "a count above what is left is cut";
+  EXPECT_EQ(reader->Read(1).view(), "");
+  EXPECT_FALSE(reader->Skip(1)) << "past the end";
+  EXPECT_TRUE(reader->AtEOF() && !reader->HadError());
+  ASSERT_TRUE(writer->Open());
+  EXPECT_EQ(file->ResourceForkLength(), 0) << "opening again empties the fork";
+}
+
+TEST(RsrcForkStreams, AnErrorIsStickyUntilItIsCleared) {
+  const ScratchFolder folder;
+  const auto writer = New<RsrcForkWriter>(folder.Write("a", "data"));
+  ASSERT_TRUE(writer->Open());
+  writer->errCode = -36;
+  EXPECT_FALSE(writer->Write("x"));
+  EXPECT_FALSE(writer->Skip(1));
+  EXPECT_EQ(ErrorOf(*writer), "-36 open or write error");
+  EXPECT_FALSE(writer->Close());
+  writer->ClearError();
+  EXPECT_TRUE(writer->Close());
+
+  const auto reader = New<RsrcForkReader>(folder.Item("a"));
+  ASSERT_TRUE(reader->Open());
+  reader->errCode = -36;
+  EXPECT_EQ(reader->Read(1).view(), "");
+  EXPECT_FALSE(reader->Skip(0));
+  EXPECT_EQ(ErrorOf(*reader), "-36 open or read error (-36)");
+  reader->Close();
+  EXPECT_TRUE(reader->Open() && !reader->HadError()) << "opening forgets the error";
+
+  const auto nowhere = New<RsrcForkWriter>(folder.Item("none/a"));
+  EXPECT_FALSE(nowhere->Open());
+  EXPECT_EQ(ErrorOf(*nowhere), "") << "a file without a place on disk is no recorded error";
+}
+
+}  // namespace
+}  // namespace vantorel
