@@ -24,31 +24,65 @@ std::uint64_t Fold(std::uint64_t word) {
   return word | (capital >> 2);
 }
 
-// The `count` bytes at `bytes`, at most eight, filled up with zeros.
-std::uint64_t Load(const char* bytes, std::size_t count) {
+std::uint64_t Load8(const char* bytes) {
   std::uint64_t word = 0;
-  if (count != 0) std::memcpy(&word, bytes, count);
+  std::memcpy(&word, bytes, sizeof word);
   return word;
+}
+
+std::uint64_t Load4(const char* bytes) {
+  std::uint32_t word = 0;
+  std::memcpy(&word, bytes, sizeof word);
+  return word;
+}
+
+// Fewer than eight bytes in one word, some of them twice: equal for equal bytes of equal count, and only
+// then.
+std::uint64_t LoadShort(const char* bytes, std::size_t count) {
+  const auto at = [&](std::size_t i) { return std::uint64_t{static_cast<unsigned char>(bytes[i])}; };
+  if (count >= 4) return Load4(bytes) << 32 | Load4(bytes + count - 4);
+  return count == 0 ? 0 : at(0) << 16 | at(count / 2) << 8 | at(count - 1);
 }
 
 bool IsLetter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
-// Next offset from `from` on, below `end`, where `text` holds `wanted` in either case.
-std::size_t FindByte(std::string_view text, char wanted, std::size_t from, std::size_t end) {
-  if (!IsLetter(wanted)) {
-    const void* found = std::memchr(text.data() + from, wanted, end - from);
-    return found == nullptr ? end : static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
+std::uint8_t Small(char c) {
+  return static_cast<std::uint8_t>(IsLetter(c) ? c | 0x20 : c);
+}
+
+// Whether one of eight bytes, made small, is `small`.
+bool HoldsSmall(const char* bytes, std::uint8_t small) {
+  const std::uint64_t difference = Fold(Load8(bytes)) ^ Repeat(small);
+  return ((difference - Repeat(0x01)) & ~difference & Repeat(0x80)) != 0;
+}
+
+// Whether one of the eight places from `at` on may begin a match, judged by the first and the last byte.
+bool MayMatch(const char* at, std::size_t to_last, std::uint8_t first, std::uint8_t last) {
+  return HoldsSmall(at, first) && HoldsSmall(at + to_last, last);
+}
+
+// As FindIgnoringCase, for a pattern of letters only, and `text` no shorter than it.
+std::size_t FindLetters(std::string_view text, std::string_view pattern, std::size_t from) {
+  const std::uint8_t first = Small(pattern.front());
+  const std::uint8_t last = Small(pattern.back());
+  const std::size_t to_last = pattern.size() - 1;
+  const std::size_t end = text.size() - to_last;
+  for (std::size_t at = from; at < end;) {
+    const std::size_t stop = std::min(end, at + kWord);
+    if (stop - at == kWord && !MayMatch(text.data() + at, to_last, first, last)) {
+      at = stop;
+      continue;
+    }
+    for (; at < stop; ++at) {
+      if (Small(text[at]) == first && Small(text[at + to_last]) == last &&
+          EqualIgnoringCase(text.substr(at, pattern.size()), pattern)) {
+        return at;
+      }
+    }
   }
-  const auto small = static_cast<char>(wanted | 0x20);
-  const std::uint64_t pattern = Repeat(static_cast<std::uint8_t>(small));
-  for (; end - from >= kWord; from += kWord) {
-    const std::uint64_t difference = Fold(Load(text.data() + from, kWord)) ^ pattern;
-    if (((difference - Repeat(0x01)) & ~difference & Repeat(0x80)) != 0) break;
-  }
-  while (from < end && static_cast<char>(text[from] | 0x20) != small) ++from;
-  return from;
+  return std::string_view::npos;
 }
 
 std::uint64_t Mix(std::uint64_t a, std::uint64_t b) {
@@ -69,9 +103,9 @@ std::uint64_t HashOf(std::string_view text, const Map& map) {
   std::uint64_t hash = seeds[0] ^ text.size();
   std::size_t at = 0;
   for (; text.size() - at >= kWord; at += kWord) {
-    hash = Mix(hash ^ map(Load(text.data() + at, kWord)), seeds[1]);
+    hash = Mix(hash ^ map(Load8(text.data() + at)), seeds[1]);
   }
-  return Mix(hash ^ map(Load(text.data() + at, text.size() - at)), seeds[1]);
+  return Mix(hash ^ map(LoadShort(text.data() + at, text.size() - at)), seeds[1]);
 }
 
 }  // namespace
@@ -80,23 +114,25 @@ bool EqualIgnoringCase(std::string_view a, std::string_view b) {
   if (a.size() != b.size()) return false;
   std::size_t at = 0;
   for (; a.size() - at >= kWord; at += kWord) {
-    const std::uint64_t x = Load(a.data() + at, kWord);
-    const std::uint64_t y = Load(b.data() + at, kWord);
+    const std::uint64_t x = Load8(a.data() + at);
+    const std::uint64_t y = Load8(b.data() + at);
     if (x != y && Fold(x) != Fold(y)) return false;
   }
   const std::size_t rest = a.size() - at;
-  return Fold(Load(a.data() + at, rest)) == Fold(Load(b.data() + at, rest));
+  return Fold(LoadShort(a.data() + at, rest)) == Fold(LoadShort(b.data() + at, rest));
 }
 
 std::size_t FindIgnoringCase(std::string_view text, std::string_view pattern, std::size_t from) {
   if (from > text.size() || pattern.size() > text.size() - from) return std::string_view::npos;
   // A byte that has no case is found fastest, so the search hangs on the first such byte if there is one.
   const auto found = std::find_if_not(pattern.begin(), pattern.end(), IsLetter);
-  const std::size_t anchor = found == pattern.end() ? 0 : static_cast<std::size_t>(found - pattern.begin());
+  if (found == pattern.end()) return FindLetters(text, pattern, from);
+  const auto anchor = static_cast<std::size_t>(found - pattern.begin());
   const std::size_t end = text.size() - pattern.size() + anchor + 1;
   for (std::size_t at = from + anchor; at < end; ++at) {
-    at = FindByte(text, pattern[anchor], at, end);
-    if (at == end) break;
+    const void* hit = std::memchr(text.data() + at, *found, end - at);
+    if (hit == nullptr) break;
+    at = static_cast<std::size_t>(static_cast<const char*>(hit) - text.data());
     if (EqualIgnoringCase(text.substr(at - anchor, pattern.size()), pattern)) return at - anchor;
   }
   return std::string_view::npos;

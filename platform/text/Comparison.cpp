@@ -10,6 +10,10 @@ bool SameText(const String& a, const String& b) {
   return EqualIgnoringCase(a.view(), b.view());
 }
 
+bool SameText(const String& a, const char* literal) {
+  return EqualIgnoringCase(a.view(), literal);
+}
+
 std::int32_t StrComp(const String& a, const String& b, std::int32_t /*mode*/) {
   return std::clamp(a.view().compare(b.view()), -1, 1);
 }

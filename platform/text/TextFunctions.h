@@ -47,6 +47,8 @@ String Chr(std::int32_t code);
 
 // The same text, ignoring ASCII letter case; labels play no part.
 bool SameText(const String& a, const String& b);
+// The same with a text of the program's own, for loops in which making a String of it each time would tell.
+bool SameText(const String& a, const char* literal);
 // Compares bytes, minding case: negative, 0 or positive. `mode` is always 0.
 std::int32_t StrComp(const String& a, const String& b, std::int32_t mode);
 // A hash under which all strings that are SameText collide, for tables keyed by name.
