@@ -93,8 +93,7 @@ std::int32_t ZipArchive::z_partition(std::int32_t low, std::int32_t high) {
 
 void ZipArchive::z_ArrayQuickSort(std::int32_t low, std::int32_t high) {
   if (low >= high) return;
-  SortRange(*this, low, high,
-            2 * static_cast<std::int32_t>(std::bit_width(static_cast<std::uint32_t>(high - low))));
+  SortRange(*this, low, high, 2 * static_cast<int>(std::bit_width(static_cast<std::uint32_t>(high - low))));
 }
 
 }  // namespace vantorel
