@@ -1,0 +1,189 @@
+// Files and folders on their way in: sizes, paths, order, links, permissions, failures, MacBinary.
+#include "platform/files/ResourceFork.h"
+#include "tests/support/FileSizeLimit.h"
+#include "tests/support/MacBytes.h"
+#include "tests/zip/write/WriteSupport.h"
+
+namespace vantorel::testing {
+namespace {
+
+Ref<FolderItem> WithFork(const Ref<FolderItem>& file, std::string_view bytes) {
+  std::int32_t error = 0;
+  const auto fork = ResourceFork::Open(file, ResourceFork::Access::kReadWrite, error);
+  EXPECT_EQ(fork->Write(bytes), 0);
+  EXPECT_EQ(fork->Close(), 0);
+  return file;
+}
+
+TEST(Sizes, CountWhatTheCompressorWouldBeFed) {
+  const ScratchFolder scratch;
+  const Ref<FolderItem> items[] = {scratch.Write("plain", Noise(100)),
+                                   WithFork(scratch.Write("forked", Noise(100)), Noise(129)), scratch.Item()};
+  const std::int32_t expected[3][3] = {{100, 100, 0}, {100, 512, 0}, {256, 512, 128}};
+  const auto archive = New<ZipArchive>();
+  for (const std::int32_t mode : {0, 1, 2}) {
+    for (const int item : {0, 1, 2}) {
+      EXPECT_EQ(archive->CalcItemSize(items[item], mode), expected[mode][item])
+          << item << " in mode " << mode;
+    }
+    EXPECT_EQ(archive->CalcFolderSize(items[2], false, mode), expected[mode][0] + expected[mode][1]) << mode;
+  }
+  scratch.Run("rm -f ._forked forked plain; truncate -s 1G a b");
+  EXPECT_EQ(archive->CalcFolderSize(items[2], false, 0), INT32_MIN) << "2^31 is not refused";
+  scratch.Write("c", "x");
+  EXPECT_EQ(archive->CalcFolderSize(items[2], false, 0), -1);
+}
+
+TEST(AddingFolders, NamesOrderAndLinks) {
+  struct Case {
+    const char* prefix;
+    bool follow;
+    std::vector<std::string> names;
+  };
+  const Case cases[] = {
+      {"", false, {"2", "b-c", "a/1", "a/x/3", "z/4"}},
+      {"p", false, {"p/2", "p/b-c", "p/a/1", "p/a/x/3", "p/z/4"}},
+      {"p/", true, {"p/2", "p/b-c", "p/target", "p/a/1", "p/a/x/3", "p/z/4"}},
+  };
+  for (const Case& c : cases) {
+    const ScratchFolder scratch;
+    scratch.Run(
+        "mkdir -p t/a/x t/z t/empty d; touch t/2 't/b\\c' t/a/1 t/a/x/3 t/z/4; echo data > target;"
+        "ln -s ../target t/link; ln -s ../d t/folder; ln -s nowhere t/dangling; ln -s . t/loop");
+    const auto archive = Open(scratch);
+    EXPECT_EQ(archive->CalcFolderSize(scratch.Item("t"), c.follow, 0), c.follow ? 5 : 0);
+    EXPECT_TRUE(archive->AddFolderContents(scratch.Item("t"), c.prefix, 0, c.follow));
+    EXPECT_FALSE(archive->AddFolderContents(nil, "", 0, false));
+    EXPECT_EQ(Text(archive->errmsg), "no folder reference given");
+    EXPECT_TRUE(archive->Close());
+    EXPECT_EQ(NamesOf(scratch), c.names);
+  }
+}
+
+// A monitor that goes on behind the failure of "b", unless told not to, and stops before `stop_before`.
+struct WalkMonitor : ZipProgressNotifier {
+  void EntryProgress(const Ref<ZipEntry>&, std::int32_t, std::int32_t, bool&) override {}
+  void ItemFailed(const Ref<FolderItem>& item, std::int32_t code, const String& message,
+                  bool& stop) override {
+    EXPECT_EQ(Text(item->Name()) + std::to_string(code), "b-2");
+    EXPECT_EQ(Text(message), "Write error, the archived item may be corrupted");
+    stop = stop_before == "b";
+  }
+  void ItemStarting(const Ref<FolderItem>& item, bool& abort) override {
+    abort = Text(item->Name()) == stop_before && stop_before != "b";
+  }
+  std::string stop_before;
+};
+
+TEST(AddingFolders, TheMonitorDecidesBehindAFailure) {
+  struct Case {
+    bool monitored;
+    const char* stop_before;
+    std::vector<std::string> names;
+    bool done;
+  };
+  const Case cases[] = {{false, "", {"a"}, false},
+                        {true, "", {"a", "c", "d/e"}, true},
+                        {true, "b", {"a"}, false},
+                        {true, "e", {"a", "c"}, false}};
+  for (const Case& c : cases) {
+    const ScratchFolder scratch;
+    scratch.Run("mkdir -p t/d; touch t/a t/c t/d/e");
+    scratch.Write("t/b", Noise(500000));
+    const auto archive = Open(scratch);
+    const auto monitor = New<WalkMonitor>();
+    monitor->stop_before = c.stop_before;
+    if (c.monitored) archive->SetProgressMonitor(monitor);
+    {
+      const FileSizeLimit limit(100000);
+      EXPECT_EQ(archive->AddFolderContents(scratch.Item("t"), "", 0, false), c.done) << c.stop_before;
+    }
+    EXPECT_TRUE(archive->Close());
+    EXPECT_EQ(NamesOf(scratch), c.names) << c.stop_before;
+  }
+}
+
+TEST(AddingItems, RecordPermissionsWhereAskedTo) {
+  const ScratchFolder scratch;
+  scratch.Run("echo x > f; chmod 751 f; mkdir d; chmod 1700 d");
+  const auto archive = Open(scratch);
+  EXPECT_EQ(archive->AddItemToRoot(scratch.Item("f"), 0), 1);
+  archive->PreserveUnixPermissions(true);
+  EXPECT_EQ(archive->AddItemToRoot(scratch.Item("f"), 0), 2);
+  EXPECT_EQ(archive->AddItemToRoot(scratch.Item("d"), 0), 3);
+  EXPECT_EQ(archive->AddItemWithRawPath(scratch.Item("f"), "", 0), -50);
+  EXPECT_EQ(archive->AddItemToRoot(nil, 0), 0);
+  EXPECT_EQ(Text(archive->errmsg), "no file reference given");
+  const std::uint32_t attributes[] = {1, 0100751U << 16 | 1, 0041700U << 16 | 1};
+  for (std::int32_t i = 1; i <= 3; ++i) {
+    EXPECT_EQ(static_cast<std::uint32_t>(archive->Entry(i)->ExternalFileAttributes()), attributes[i - 1]);
+    EXPECT_EQ(archive->Entry(i)->OSMadeBy(), i == 1 ? 0 : 3);
+  }
+}
+
+TEST(AddingItems, ForksTravelInMacBinary) {
+  const ScratchFolder scratch;
+  const Ref<FolderItem> file = WithFork(scratch.Write("Über", Noise(300)), Noise(1000, 2));
+  FinderInfo info = file->GetFinderInfo();
+  info.type = {'T', 'E', 'X', 'T'};
+  info.creator = {'t', 't', 'x', 't'};
+  ASSERT_TRUE(file->SetFinderInfo(info));
+  auto archive = Open(scratch);
+  for (const std::int32_t mode : {0, 1, 2}) EXPECT_EQ(archive->AddItemToRoot(file, mode), mode + 1);
+  EXPECT_EQ(archive->AddItemToRoot(scratch.Item(), 2), 4) << "a folder is wrapped too";
+  const std::int32_t sizes[] = {300, 128 + 384 + 1024, 128 + 384 + 1024, 128};
+  for (std::int32_t i = 1; i <= 4; ++i) EXPECT_EQ(archive->Entry(i)->Size(), sizes[i - 1]) << i;
+  String type, creator, name;
+  EXPECT_TRUE(archive->Entry(2)->ExtraFieldInCentralDir()->GetTypeCreatorName(type, creator, name));
+  EXPECT_EQ(Text(type) + Text(creator) + Text(name), "TEXTttxtÜber");
+  EXPECT_TRUE(archive->Entry(1)->ExtraFieldInCentralDir()->GetTypeCreatorName(type, creator, name));
+  EXPECT_EQ(Text(name), "") << "an unwrapped file's record holds no name";
+  EXPECT_TRUE(archive->Close());
+
+  archive = Open(scratch, false);
+  const Ref<FolderItem> out = scratch.Item("out");
+  ASSERT_TRUE(archive->Entry(2)->Extract(out, true)) << archive->Entry(2)->errmsg.view();
+  EXPECT_EQ(scratch.Read("out"), Noise(300));
+  EXPECT_EQ(out->ResourceForkLength(), 1000);
+  EXPECT_EQ(out->GetFinderInfo().type, info.type);
+}
+
+TEST(MacBinaryBuilding, FieldByField) {
+  const ScratchFolder scratch;
+  const auto archive = New<ZipArchive>();
+  const auto date = New<Date>();
+  date->SetTotalSeconds(3000000000.0);
+  const auto bare =
+      archive->MakeMacBinaryHeader(10, 20, std::string(70, 'n').c_str(), "TYPE", "CREA", date, nil);
+  namespace Mac = MacBinaryHeader;
+  std::string expected(Mac::kSize, '\0');
+  PutBytes(expected, Mac::kName, "\x3F" + std::string(63, 'n') + "TYPECREA");
+  PutBytes(expected, Mac::kDataLength, BigEndian(10, 4) + BigEndian(20, 4) + BigEndian(3000000000U, 4));
+  PutBytes(expected, Mac::kSignature, "mBIN");
+  PutBytes(expected, Mac::kWriterVersion, "\x82\x81");
+  SealMacBinary(expected);
+  EXPECT_EQ(bare->View(), expected);
+  EXPECT_THROW(archive->MakeMacBinaryHeader(0, 0, "", "TYPE", "CREA", nil, nil), RuntimeException);
+  const std::pair<double, std::int32_t> seconds[] = {
+      {2147483647.0, INT32_MAX}, {2147483648.0, INT32_MIN}, {4294967295.0, -1}};
+  for (const auto& [number, pattern] : seconds) EXPECT_EQ(archive->z_dblToLong(number), pattern);
+
+  const Ref<FolderItem> hidden = scratch.Write(".hidden", "");
+  EXPECT_EQ(archive->MakeMacBinaryHeader(hidden)->Byte(Mac::kFinderFlagsHigh), 64);
+  FinderInfo info;
+  info.flags = 0x0320;
+  info.script = 0x87;
+  ASSERT_TRUE(hidden->SetFinderInfo(info));
+  hidden->SetLocked(true);
+  for (const char* name : {".hidden", "other"}) {
+    const auto header = archive->MakeMacBinaryHeader(hidden, 1, 2, name);
+    EXPECT_EQ(Text(header->PString(Mac::kName)), name);
+    EXPECT_EQ(header->Byte(Mac::kFinderFlagsHigh), 2) << "stored flags win, without their low bit";
+    EXPECT_EQ(header->Byte(Mac::kFinderFlagsLow), 0x20);
+    EXPECT_EQ(header->Byte(Mac::kProtected), 1);
+    EXPECT_EQ(header->Byte(Mac::kScript), name[0] == '.' ? 0x87 : 0) << "it belongs to the item's own name";
+  }
+}
+
+}  // namespace
+}  // namespace vantorel::testing

@@ -1,0 +1,204 @@
+// Removal, rollback, duplicates and compaction.
+#include "tests/support/ZipBytes.h"
+#include "tests/zip/write/WriteSupport.h"
+
+namespace vantorel::testing {
+namespace {
+
+const Members& FiveMembers() {
+  static const Members members = {
+      {"a", Noise(40000, 1)}, {"b", ""}, {"c", Noise(16384, 2)}, {"d", "d"}, {"e", Noise(70000, 3)}};
+  return members;
+}
+
+std::string ArchiveOf(const Members& members) {
+  const ScratchFolder scratch;
+  const auto archive = Open(scratch);
+  for (const auto& [name, bytes] : members) Add(*archive, name, bytes);
+  EXPECT_TRUE(archive->Close());
+  return scratch.Read("a.zip");
+}
+
+long BytesWrittenSoFar() {
+  std::ifstream io("/proc/self/io");
+  std::string key;
+  long value = 0;
+  while (io >> key >> value && key != "wchar:") continue;
+  return value;
+}
+
+TEST(Compact, GivesTheArchiveThatWouldHaveBeenMadeAtOnce) {
+  const std::vector<std::size_t> removals[] = {{},        {0},    {2},          {4},
+                                               {0, 2, 4}, {1, 3}, {0, 1, 2, 3}, {0, 1, 2, 3, 4}};
+  const std::string whole = ArchiveOf(FiveMembers());
+  for (const auto& removed : removals) {
+    const ScratchFolder scratch;
+    scratch.Write("a.zip", whole);
+    const auto archive = Open(scratch);
+    Members left = FiveMembers();
+    for (auto i = removed.rbegin(); i != removed.rend(); ++i) {
+      EXPECT_TRUE(archive->RemoveEntry(static_cast<std::int32_t>(*i) + 1));
+      left.erase(left.begin() + static_cast<std::ptrdiff_t>(*i));
+    }
+    // No more is written than lies behind the first hole.
+    const std::size_t first = removed.empty() ? 5 : removed[0];
+    long behind = 1000;
+    for (std::size_t m = first + 1; m < 5; ++m) behind += static_cast<long>(FiveMembers()[m].second.size());
+    const long before = BytesWrittenSoFar();
+    EXPECT_TRUE(archive->Compact() && archive->Close());
+    EXPECT_LE(BytesWrittenSoFar() - before, behind);
+    EXPECT_EQ(scratch.Read("a.zip"), ArchiveOf(left));
+  }
+}
+
+// What a fault costs is the space, and no member.
+TEST(Compact, StopsAtADamagedMember) {
+  constexpr const char* kSignature =
+      "Invalid Local File Header signature (archive appears to be severely corrupted)";
+  constexpr const char* kMismatch = "File Headers mismatch (archive appears to be severely corrupted)";
+  struct Case {
+    const char* name;
+    std::int32_t field;  // of the third member's local header
+    const char* bytes;
+    const char* message;  // empty: no fault
+  };
+  const Case cases[] = {
+      {"signature", LocalHeader::kSignature, "X", kSignature},
+      {"method", LocalHeader::kMethod, "\x08", kMismatch},
+      {"CRC", LocalHeader::kCrc, "X", kMismatch},
+      {"compressed size", LocalHeader::kCompressedSize, "X", kMismatch},
+      {"uncompressed size", LocalHeader::kUncompressedSize, "X", kMismatch},
+      {"flags", LocalHeader::kFlags, "\x02", kMismatch},
+      {"time is not compared", LocalHeader::kTime, "X", ""},
+  };
+  for (const Case& c : cases) {
+    std::vector<ZipMember> members;
+    for (const unsigned seed : {1, 2, 3, 4}) members.push_back({.name = "n", .data = Noise(100, seed)});
+    std::string bytes = MakeZip(members);
+    Put(bytes, 2 * (31 + 100) + c.field, c.bytes);
+    const ScratchFolder scratch;
+    scratch.Write("a.zip", bytes);
+    const auto archive = Open(scratch);
+    const std::int32_t end = archive->startOfDirInArchive;
+    archive->RemoveEntry(1);
+    const bool sound = c.message[0] == '\0';
+    EXPECT_EQ(archive->Compact(), sound) << c.name;
+    EXPECT_EQ(Text(archive->errmsg), c.message) << c.name;
+    EXPECT_EQ(archive->startOfDirInArchive, sound ? end - 131 : end) << c.name;
+    EXPECT_TRUE(archive->Close());
+    archive->Open(scratch.Item("a.zip"), true);
+    EXPECT_EQ(archive->Entry(1)->z_Header()->Long(CentralHeader::kLocalHeaderOffset), 0) << c.name;
+    archive->RemoveEntry(2);
+    EXPECT_EQ(MembersOf(*archive), (Members{{"n", Noise(100, 2)}, {"n", Noise(100, 4)}})) << c.name;
+  }
+}
+
+TEST(Compact, LeavesOverlappingMembersAlone) {
+  const ScratchFolder scratch;
+  const std::string inner = LocalRecord({.name = "b", .data = "inner"});
+  scratch.Write("a.zip",
+                MakeZip({{.name = "a", .data = inner}, {.name = "b", .data = "inner", .local_offset = 31}}));
+  const auto archive = Open(scratch);
+  EXPECT_FALSE(archive->Compact());
+  EXPECT_EQ(MembersOf(*archive), (Members{{"a", inner}, {"b", "inner"}}));
+}
+
+TEST(Compact, GivesAMemberWithADescriptorAValidHeaderAndWrongBytes) {
+  const ScratchFolder scratch;
+  scratch.Write("a.zip", MakeZip({{.name = "a", .data = "x"}, {.name = "b", .data = "y", .flags = 8}}));
+  EXPECT_TRUE(Open(scratch)->Compact());
+  EXPECT_EQ(scratch.Read("a.zip").substr(32, 32),
+            LocalRecord({.name = "b", .data = "y"}).substr(0, 30) + std::string("\0a", 2));
+}
+
+TEST(DirectorySort, SortsAnyOrderInGoodTime) {
+  struct CountingArchive : ZipArchive {
+    std::int32_t z_Compare(std::int32_t a, std::int32_t b) override {
+      return ++count, ZipArchive::z_Compare(a, b);
+    }
+    std::int64_t count = 0;
+  };
+  constexpr std::int32_t kCount = 65535;
+  const std::pair<const char*, std::function<std::int32_t(std::int32_t)>> orders[] = {
+      {"sorted", [](std::int32_t i) { return i; }},
+      {"reversed", [](std::int32_t i) { return -i; }},
+      {"all at one offset", [](std::int32_t) { return 7; }},
+      {"rising and falling", [](std::int32_t i) { return std::min(i, kCount - i); }},
+      {"mixed", [](std::int32_t i) { return i * 7919 % 1000; }},
+  };
+  for (const auto& [name, offset] : orders) {
+    const auto archive = New<CountingArchive>();
+    for (std::int32_t i = 0; i < kCount; ++i) {
+      archive->compactEntries.push_back(New<MemoryBlock>(4));
+      archive->compactEntries.back()->SetLong(0, offset(i));
+      archive->compactOffset.push_back(offset(i));
+    }
+    archive->z_ArrayQuickSort(0, kCount - 1);
+    EXPECT_TRUE(std::is_sorted(archive->compactOffset.begin(), archive->compactOffset.end())) << name;
+    bool together = true;
+    for (std::size_t i = 0; i < kCount; ++i) {
+      together = together && archive->compactEntries[i]->Long(0) == archive->compactOffset[i];
+    }
+    EXPECT_TRUE(together) << name;
+    EXPECT_LT(archive->count, std::int64_t{kCount} * 120) << name;
+  }
+}
+
+TEST(Rollback, GoesBackToAMarkThatStillHolds) {
+  struct Case {
+    const char* name;
+    std::function<void(ZipArchive&)> then;
+    bool possible;
+    std::string names;
+  };
+  const auto add = [](ZipArchive& a) { Add(a, "n", "n"); };
+  const Case cases[] = {
+      {"members behind the mark go", [&](ZipArchive& a) { a.Mark(), add(a), a.Flush(), add(a); }, true, "ab"},
+      {"again to the same mark", [&](ZipArchive& a) { a.Mark(), add(a), a.Rollback(), add(a); }, true, "ab"},
+      {"no mark", add, false, "abn"},
+      {"removal breaks it", [](ZipArchive& a) { a.Mark(), a.RemoveEntry(2); }, false, "a"},
+      {"replacement breaks it", [](ZipArchive& a) { a.Mark(), a.ReplaceEntry(2, a.Entry(1)); }, false, "aa"},
+      {"compaction breaks it", [](ZipArchive& a) { a.Mark(), a.Compact(); }, false, "ab"},
+  };
+  for (const Case& c : cases) {
+    const ScratchFolder scratch;
+    const auto archive = Open(scratch);
+    Add(*archive, "a", "a");
+    Add(*archive, "b", "b");
+    c.then(*archive);
+    EXPECT_EQ(archive->Rollback(), c.possible) << c.name;
+    EXPECT_EQ(archive->marked, c.possible) << c.name;
+    EXPECT_THROW(archive->RemoveEntry(0), OutOfBoundsException);
+    EXPECT_TRUE(archive->Close());
+    std::string names;
+    for (const std::string& name : NamesOf(scratch)) names += name;
+    EXPECT_EQ(names, c.names) << c.name;
+  }
+}
+
+TEST(FakeDuplicates, AreRecordsOfTheirOwn) {
+  const ScratchFolder scratch;
+  const auto archive = Open(scratch);
+  Add(*archive, "a", "text");
+  EXPECT_EQ(archive->AddFakeDuplicate(nil, "b", New<Date>(), nil), 0);
+  EXPECT_EQ(Text(archive->errmsg), "no entry reference given");
+  EXPECT_THROW(archive->AddFakeDuplicate(archive->Entry(1), "b", nil, nil), NilObjectException);
+  EXPECT_EQ(archive->AddFakeDuplicate(archive->Entry(1), "/b", New<Date>(), nil), 2);
+  EXPECT_TRUE(archive->Flush());
+  EXPECT_EQ(archive->AddFakeDuplicate(archive->Entry(1), "lost", New<Date>(), nil), 3);
+  EXPECT_TRUE(archive->Close()) << "nothing has marked the directory as dirty";
+  EXPECT_EQ(MembersOf(scratch), (Members{{"a", "text"}, {"/b", "text"}}));
+
+  const auto again = Open(scratch);
+  EXPECT_TRUE(again->d->isFakeEntry(again->Entry(2)->z_Header(), -1));
+  EXPECT_FALSE(again->d->isFakeEntry(again->Entry(1)->z_Header(), -1));
+  Add(*again, "c", "c");
+  again->ReplaceEntry(3, again->ReplaceEntry(1, again->Entry(3)));
+  EXPECT_TRUE(again->Compact());
+  EXPECT_EQ(MembersOf(*again), (Members{{"c", "c"}, {"/b", "text"}, {"a", "text"}})) << "in the list's order";
+  EXPECT_TRUE(again->RemoveEntry(3) && again->Compact() && again->Close());
+  EXPECT_EQ(MembersOf(scratch), (Members{{"c", "c"}, {"/b", "text"}})) << "either may go";
+}
+
+}  // namespace
+}  // namespace vantorel::testing
