@@ -38,8 +38,8 @@ std::uint64_t BinaryStream::Length() {
 }
 
 void BinaryStream::SetLength(std::uint64_t length) {
-  Flush();
   if (length == length_) return;
+  Flush();
   if (!writable_ || length > kLastPosition) {
     NoteError(writable_ ? EFBIG : EBADF);
     return;

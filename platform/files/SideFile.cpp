@@ -217,11 +217,9 @@ bool SideFile::HoldsNothing() {
 
 std::int32_t SideFile::Close() {
   if (!stream_) return error_;
-  if (changed_ && (HoldsNothing() || (is_new_ && !stream_->Flush()))) {
-    unlink(path_.c_str());
-  } else if (changed_ && FindFork(table_) != nullptr) {
-    table_.WriteEntry(*stream_, *FindFork(table_));
-  }
+  if (changed_ && !HoldsNothing()) table_.WriteEntry(*stream_, *FindFork(table_));
+  const bool is_half_made = is_new_ && !stream_->Flush();
+  if (changed_ && (is_half_made || HoldsNothing())) unlink(path_.c_str());
   stream_->Close();
   Fail(stream_->WriteErrorCode());
   stream_ = nil;
