@@ -1,6 +1,6 @@
 // An open file as a stream of bytes and numbers. Positions count from 0, in 64 bits. Buffered: writes reach
-// the kernel at the latest when Length is read or changed, on Flush or Close, or on a transfer elsewhere in the
-// file; transfers of `kDirect` bytes or more go straight between the caller's memory and the file. A read
+// the kernel at the latest when Length is read or changed, on Flush or Close, or on a transfer elsewhere in
+// the file; transfers of `kDirect` bytes or more go straight between the caller's memory and the file. A read
 // sees what was written before it on the same stream. The file is taken to change through this stream only.
 #pragma once
 

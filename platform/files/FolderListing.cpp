@@ -30,7 +30,7 @@ FolderListing::FolderListing(const std::string& path) {
   for (const std::string& name : all) {
     const bool has_item = SideFile::IsNamedLikeOne(name) &&
                           std::binary_search(all.begin(), all.end(), SideFile::ItemNameOf(name));
-    const bool is_side_file = has_item && SideFile::IsOne(path + '/' + name);
+    const bool is_side_file = has_item && SideFile::IsOne(std::string(path).append(1, '/').append(name));
     (is_side_file ? side_files_ : names_).push_back(name);
   }
 }

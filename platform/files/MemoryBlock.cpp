@@ -9,11 +9,16 @@
 
 namespace vantorel {
 
+// calloc maps a large block without touching it; asked for no bytes, it might give nothing.
+std::unique_ptr<std::uint8_t, MemoryBlock::Free> MemoryBlock::Allocate(std::size_t size) {
+  void* bytes =
+      std::calloc(std::max<std::size_t>(size, 1), 1);  // NOLINT(cppcoreguidelines-owning-memory): see there
+  return std::unique_ptr<std::uint8_t, Free>(static_cast<std::uint8_t*>(bytes));
+}
+
 MemoryBlock::MemoryBlock(std::int32_t size)
     : size_(std::max(size, 0)), little_endian_(std::endian::native == std::endian::little) {
-  // calloc maps a large block without touching it; asked for no bytes, it might give nothing.
-  const auto bytes = static_cast<std::size_t>(std::max(size, 1));
-  if (size >= 0) bytes_.reset(static_cast<std::uint8_t*>(std::calloc(bytes, 1)));
+  if (size >= 0) bytes_ = Allocate(static_cast<std::size_t>(size));
   if (!bytes_) RaiseOutOfMemoryException();
 }
 

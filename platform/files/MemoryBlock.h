@@ -44,8 +44,10 @@ class MemoryBlock : public Object {
 
  private:
   struct Free {
-    void operator()(std::uint8_t* p) const { std::free(p); }  // NOLINT(cppcoreguidelines-no-malloc)
+    // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): calloc's counterpart
+    void operator()(std::uint8_t* p) const { std::free(p); }
   };
+  static std::unique_ptr<std::uint8_t, Free> Allocate(std::size_t size);
   // The `count` bytes at `offset`, after the bounds check.
   std::uint8_t* At(std::int32_t offset, std::int32_t count) const;
 

@@ -36,8 +36,8 @@ class Converter {
   }
 
  private:
-  // iconv_open signals failure by this value, cast to the handle's type.
-  bool IsOpen() const { return handle_ != reinterpret_cast<iconv_t>(-1); }
+  // iconv_open signals failure by -1, cast to the handle's type.
+  bool IsOpen() const { return reinterpret_cast<std::intptr_t>(handle_) != -1; }
 
   // Converts up to the first character that cannot be, cuts what is done off `bytes` and appends the result
   // to `out`. True if that was all.
