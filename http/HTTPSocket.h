@@ -109,7 +109,7 @@ class HTTPSocket : public TCPSocket, public Writeable, public Readable, public _
   void _DoConnect(String url, String action, Ref<FolderItem> file);
   void _ParseURL(const String& url);
   // Opens the file as the download's target, nil for none. False after the error has been reported.
-  bool _SetDownloadFile(const Ref<FolderItem>& file);
+  bool _SetDownloadFile(Ref<FolderItem> file);
   void _KillDownloadStream();
   void _ResetVariables();
   void _InitializeRequestHeaders();

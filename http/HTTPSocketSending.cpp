@@ -13,7 +13,7 @@ void HTTPSocket::_DoConnect(String url, String action, Ref<FolderItem> file) {
   mErrorCode = 0;
   _ParseURL(url);
   _processingURL = std::move(url);
-  if (!_SetDownloadFile(file)) return;
+  if (!_SetDownloadFile(std::move(file))) return;
   if (!HTTPProxyAddress.empty()) {
     SetAddress(HTTPProxyAddress);
     SetPort(HTTPProxyPort);
@@ -37,7 +37,7 @@ void HTTPSocket::_ParseURL(const String& url) {
   SetAddress(NthField(_server, ":", 1));
 }
 
-bool HTTPSocket::_SetDownloadFile(const Ref<FolderItem>& file) {
+bool HTTPSocket::_SetDownloadFile(Ref<FolderItem> file) {
   _KillDownloadStream();
   if (!file) return true;
   Ref<BinaryStream> stream;
@@ -52,7 +52,7 @@ bool HTTPSocket::_SetDownloadFile(const Ref<FolderItem>& file) {
     return false;
   }
   _downloadStream = stream;
-  _downloadFile = file;
+  _downloadFile = std::move(file);
   return true;
 }
 

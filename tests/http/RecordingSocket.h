@@ -12,6 +12,8 @@ namespace vantorel::testing {
 
 class RecordingSocket : public HTTPSocket {
  public:
+  // C connected; A challenge; H status, headers "X"; received/total data; P status page; D status file
+  // length; E code.
   std::string log;
   // How often data has arrived.
   int arrivals = 0;
@@ -36,30 +38,30 @@ class RecordingSocket : public HTTPSocket {
   }
 
  protected:
-  void Event_HTTPConnected() override { log += "connected|"; }
+  void Event_HTTPConnected() override { log += "C|"; }
   bool Event_AuthenticationRequired(const Ref<InternetHeaders>& headers, String& name,
                                     String& password) override {
-    log += "401 " + Text(headers->Value("WWW-Authenticate")) + "|";
+    log += "A " + Text(headers->Value("WWW-Authenticate")) + "|";
     name = "user";
     password = "word";
     return answers_to_401-- > 0;
   }
   void Event_HeadersReceived(const Ref<InternetHeaders>& headers, std::int32_t status) override {
-    log += "headers " + std::to_string(status) + " " + Text(headers->CommaSeparatedValues("X")) + "|";
+    log += "H" + std::to_string(status) + " " + Text(headers->CommaSeparatedValues("X")) + "|";
   }
   void Event_ReceiveProgress(std::int32_t received, std::int32_t total, const String& data) override {
-    log += "progress " + std::to_string(received) + "/" + std::to_string(total) + " " + Text(data) + "|";
+    log += std::to_string(received) + "/" + std::to_string(total) + " " + Text(data) + "|";
     if (const auto run = std::exchange(on_progress, nullptr)) run();
   }
   void Event_PageReceived(const String& /*url*/, std::int32_t status, const Ref<InternetHeaders>& headers,
                           const String& content) override {
-    log += "page " + std::to_string(status) + (headers ? " " : " no headers ") + Text(content) + "|";
+    log += "P" + std::to_string(status) + (headers ? " " : " no headers ") + Text(content) + "|";
   }
   void Event_DownloadComplete(const String& /*url*/, std::int32_t status,
                               const Ref<InternetHeaders>& /*headers*/, const Ref<FolderItem>& file) override {
-    log += "download " + std::to_string(status) + " " + std::to_string(file->Length()) + "|";
+    log += "D" + std::to_string(status) + " " + std::to_string(file->Length()) + "|";
   }
-  void Event_HTTPError(std::int32_t code) override { log += "error " + std::to_string(code) + "|"; }
+  void Event_HTTPError(std::int32_t code) override { log += "E" + std::to_string(code) + "|"; }
 
  private:
   static std::string Text(const String& text) { return std::string(text.view()); }
