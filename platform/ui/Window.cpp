@@ -78,7 +78,10 @@ Ref<Object> RuntimeWindowControlByName(const Ref<Window>& window, const String& 
 }
 
 void CloseAllWindows() {
-  while (!OpenWindows().empty()) Ref<Window>(OpenWindows().back())->Close();
+  while (!OpenWindows().empty()) {
+    const Ref<Window> last = OpenWindows().back();
+    last->Close();
+  }
 }
 
 }  // namespace vantorel

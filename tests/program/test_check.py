@@ -212,9 +212,6 @@ class Faults(ProgramTest):
             launcher.data.rmdir()
             launcher.data.write_text("")
 
-        def folder_is_a_file(launcher):
-            launcher.folder.write_text("")
-
         def unreadable_version(launcher):
             launcher.install("17")
             (launcher.folder / "version").chmod(0)
@@ -223,7 +220,7 @@ class Faults(ProgramTest):
             launcher.install("17")
             launcher.folder.chmod(0o555)
 
-        cases = [("no place for application data", data_is_a_file), ("the launcher folder is a file", folder_is_a_file),
+        cases = [("no place for application data", data_is_a_file),
                  ("the version file cannot be read", unreadable_version), ("nothing can be written", read_only)]
         for name, prepare in cases:
             with self.subTest(name), Launcher(self.desktop) as launcher, UpdateServer({VERSION: page(b"17")}):

@@ -51,11 +51,17 @@ void QtStaticText::Fit(const QString& text) {
   const bool spreads = needed > control_.Width;
   // A text that spreads gains nothing from being small.
   if (!spreads) label_.setFont(fitted);
-  const int room = label_.parentWidget()->width() - control_.Left;
-  const int width = std::min(LineWidth(label_.font(), text) + kMargin, room);
-  label_.setGeometry(control_.Left, control_.Top, spreads ? width : control_.Width, control_.Height);
+  label_.setGeometry(control_.Left, control_.Top, spreads ? SpreadWidth(text) : control_.Width,
+                     control_.Height);
   label_.setAutoFillBackground(spreads);
   if (spreads) label_.raise();
+}
+
+// A text that leaves little of the row takes all of it: no scraps of what it covers.
+int QtStaticText::SpreadWidth(const QString& text) const {
+  const int room = label_.parentWidget()->width() - control_.Left;
+  const int needed = LineWidth(label_.font(), text) + kMargin;
+  return needed < room / 2 ? needed : room;
 }
 
 }  // namespace vantorel

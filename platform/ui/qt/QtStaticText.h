@@ -16,6 +16,7 @@ class QtStaticText : public ControlView {
 
  private:
   void Fit(const QString& text);
+  int SpreadWidth(const QString& text) const;
 
   StaticText& control_;
   QLabel label_;

@@ -146,7 +146,8 @@ void QtWindow::mousePressEvent(QMouseEvent* event) {
 void QtWindow::paintEvent(QPaintEvent* event) {
   QPainter painter(this);
   if (model_.HasBackColor) painter.fillRect(event->rect(), ToQColor(model_.BackColor));
-  if (const auto picture = Cast<QtPicture>(model_.Backdrop())) {
+  const Ref<Picture> backdrop = model_.Backdrop();
+  if (const auto picture = Cast<QtPicture>(backdrop)) {
     picture->Paint(painter, BackdropPlace({picture->Width(), picture->Height()}, size()));
   }
 }

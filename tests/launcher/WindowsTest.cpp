@@ -1,0 +1,223 @@
+// The launcher's windows on a back end that records.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <string>
+
+#include "launcher/BuildSettings.h"
+#include "launcher/Globals.h"
+#include "launcher/License.h"
+#include "launcher/ShowNotice.h"
+#include "launcher/Splash.h"
+#include "launcher/VantorelLauncher.h"
+#include "launcher/Window1.h"
+#include "launcher/updateSocket.h"
+#include "platform/run/EventLoop.h"
+#include "platform/run/Runtime.h"
+#include "platform/ui/EditField.h"
+#include "platform/ui/PushButton.h"
+#include "tests/support/RecordingBackEnd.h"
+#include "tests/support/ScratchFolder.h"
+
+namespace vantorel::testing {
+namespace {
+
+const std::string kTarget = TargetMacBuild ? "Vantorel.app" : "Vantorel";
+
+std::string Text(const String& text) {
+  return std::string(text.view());
+}
+
+// The download's events, as the socket raises them.
+struct Download : updateSocket {
+  using updateSocket::Event_DownloadComplete;
+  using updateSocket::Event_ReceiveProgress;
+};
+
+class WindowsTest : public ::testing::Test {
+ protected:
+  WindowsTest() {
+    setenv("XDG_DATA_HOME", data_.Path().c_str(), 1);
+    Globals::Initialize();
+    AddProgramPictures();
+    _RuntimeRegisterAppObject(New<VantorelLauncher>());
+    App()->Event_Open();
+    Globals::UpdateServer = "http://127.0.0.1:1/";  // nobody listens there
+    folder_ = Text(Globals::LauncherFolder()->Name()) + "/";
+  }
+  ~WindowsTest() override {
+    CloseAllWindows();
+    ReleaseSplash();
+    RuntimeExit();
+  }
+
+  static Ref<StaticText> Label(const Ref<Window>& window, const char* name) {
+    return ControlByName<StaticText>(window, name);
+  }
+  static std::string Status() { return Text(Label(Window1::Implicit(), "statusText")->Text()); }
+  static Ref<ProgressBar> Bar() { return ControlByName<ProgressBar>(Window1::Implicit(), "ProgressBar1"); }
+  static Ref<Timer> HandOver() { return ControlByName<Timer>(Window1::Implicit(), "Timer2"); }
+
+  RecordingBackEnd& screen_ = RecordingBackEnd::Install();
+  const ScratchFolder data_;
+  std::string folder_;
+};
+
+TEST_F(WindowsTest, ControlsStandWhereTheLayoutSays) {
+  struct Case {
+    Ref<Window> window;
+    const char* name;
+    std::int32_t left, top, width, height, tab_index;
+    bool visible;
+  };
+  const Ref<Window> splash = Window1::Implicit();
+  const Ref<Window> notice = License::Implicit();
+  const Case cases[] = {
+      {splash, "ProgressBar1", 172, 320, 289, 11, 0, false},
+      {splash, "ProgressWheel1", 1, 320, 15, 17, 5, true},
+      {splash, "statusText", 27, 317, 138, 20, 6, true},
+      {notice, "message", 20, 40, 600, 324, 0, true},
+      {notice, "PushButton1", 475, 424, 145, 20, 1, true},
+      {notice, "PushButton2", 366, 424, 97, 20, 2, true},
+      {notice, "info", 20, 14, 550, 20, 3, true},
+      {notice, "StaticText1", 20, 379, 600, 33, 4, true},
+  };
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.name);
+    const auto control = ControlByName<RectControl>(each.window, each.name);
+    EXPECT_EQ(control->Left, each.left);
+    EXPECT_EQ(control->Top, each.top);
+    EXPECT_EQ(control->Width, each.width);
+    EXPECT_EQ(control->Height, each.height);
+    EXPECT_EQ(control->TabIndex, each.tab_index);
+    EXPECT_EQ(control->Visible(), each.visible);
+  }
+}
+
+TEST_F(WindowsTest, TheSplash) {
+  const Ref<Window1> window = Window1::Implicit();
+  EXPECT_EQ(window->Width * 1000 + window->Height, 475337);
+  EXPECT_EQ(window->Frame, Window::kFramePlainBox);
+  EXPECT_EQ(window->Placement, Window::kPlacedOnMainScreen);
+  EXPECT_FALSE(window->CloseButton || window->Resizeable || window->MaximizeButton || window->MinimizeButton);
+  EXPECT_EQ(window->HasBackColor ? window->BackColor : 0, 0xc5c4c4U);
+  EXPECT_EQ(Text(window->Title()), "<");
+  EXPECT_EQ(Status(), "Suche nach Updates...");
+  EXPECT_EQ(Label(window, "statusText")->TextColor, Color{0x000000});
+  EXPECT_EQ(Label(window, "statusText")->Style.TextSize, 9);
+  EXPECT_EQ(Bar()->Maximum(), 100);
+  const auto check = ControlByName<Timer>(window, "Timer1");
+  EXPECT_EQ(check->Mode() * 10000 + check->Period(), 12500);
+  EXPECT_EQ(HandOver()->Mode() * 10000 + HandOver()->Period(), 2000);
+}
+
+TEST_F(WindowsTest, AFileReplacesTheBackdropEvenIfItIsNoPicture) {
+  struct Case {
+    const char* name;
+    const char* content;  // nullptr: no file
+    std::function<bool(const Ref<Picture>&)> right;
+  };
+  const auto from_file = [](const Ref<Picture>& picture) {
+    return picture != nil && Cast<RecordedPicture>(picture)->source.ends_with("/splash");
+  };
+  const Case cases[] = {
+      {"none: the program's own", nullptr, [](auto& picture) { return picture == splash(); }},
+      {"a picture", "picture", from_file},
+      {"no picture", "text", [](auto& picture) { return picture == nil; }},
+  };
+  for (const Case& each : cases) {
+    CloseAllWindows();
+    if (each.content != nullptr) data_.Write(folder_ + "splash", each.content);
+    EXPECT_TRUE(each.right(Window1::Implicit()->Backdrop())) << each.name;
+  }
+  EXPECT_TRUE(splash() != nil);
+}
+
+TEST_F(WindowsTest, TheNoticeHasTwoWordingsAndReturnsOnAgreement) {
+  struct Case {
+    bool first;
+    const char* info;
+    const char* title;
+  };
+  const Case cases[] = {
+      {true, "Informationen zur Installation von Vantorel:", "Informationen zur Installation von Vantorel"},
+      {false, "Informationen zum Update von Vantorel:", "Informationen zum Update von Vantorel"},
+  };
+  for (const Case& each : cases) {
+    bool seen = false;
+    screen_.on_modal = [&](Window& shown) {
+      seen = true;
+      const Ref<Window> window(&shown);
+      EXPECT_EQ(Text(window->Title()), each.title);
+      EXPECT_EQ(Text(Label(window, "info")->Text()), each.info);
+      EXPECT_EQ(
+          Text(Label(window, "StaticText1")->Text()),
+          "Um Vantorel verwenden zu können müssen sie den oben genannten Informationen zustimmen und das "
+          "Update durchführen!");
+      EXPECT_EQ(Text(ControlByName<EditField>(window, "message")->Text()), "");
+      EXPECT_EQ(Text(ControlByName<PushButton>(window, "PushButton1")->Caption), "Update installieren");
+      EXPECT_EQ(Text(ControlByName<PushButton>(window, "PushButton2")->Caption), "Abbrechen");
+      EXPECT_TRUE(ControlByName<PushButton>(window, "PushButton1")->Default);
+      EXPECT_TRUE(ControlByName<PushButton>(window, "PushButton2")->Cancel);
+      Press(window, "PushButton1");
+    };
+    Globals::ShowNotice(each.first);
+    EXPECT_TRUE(seen);
+    EXPECT_TRUE(_GetImplicitWindow("License") == nil);
+  }
+}
+
+TEST_F(WindowsTest, CancellingTheNoticeEndsTheProgram) {
+  screen_.on_modal = [](Window& window) { Press(Ref<Window>(&window), "PushButton2"); };
+  EXPECT_THROW(Globals::ShowNotice(true), EndException);
+}
+
+TEST_F(WindowsTest, UnreachableAndNothingInstalledIsSaid) {
+  EXPECT_THROW(Window1::Implicit()->Timer1_Action(), EndException);
+  EXPECT_EQ(
+      screen_.messages,
+      std::vector<std::string>{
+          "Der Updatesever ist nicht erreichbar. Bitte stellen Sie sicher das Sie mit dem Internet verbunden "
+          "sind und versuchen es dann nochmal!"});
+}
+
+TEST_F(WindowsTest, ProgressIsCountedInHundredsOfBytes) {
+  struct Case {
+    std::int32_t received, total, value, maximum;
+    const char* status;
+  };
+  const Case cases[] = {
+      {2500, 10000, 25, 100, "Herunterladen... (25%)"},
+      {333, 1000, 3, 10, "Herunterladen... (33%)"},
+      {0, 10000, 0, 100, "Herunterladen... (0%)"},
+      {10000, 10000, 100, 100, "Herunterladen... (100%)"},
+      {2147483647, 2147483647, 21474836, 21474836, "Herunterladen... (100%)"},
+      {5000, 0, 50, 0, "Herunterladen... (-2147483648%)"},
+      {0, 0, 0, 0, "Herunterladen... (-2147483648%)"},
+  };
+  const auto socket = New<Download>();
+  for (const Case& each : cases) {
+    socket->Event_ReceiveProgress(each.received, each.total, "");
+    EXPECT_EQ(Bar()->Value(), each.value) << each.status;
+    EXPECT_EQ(Bar()->Maximum(), each.maximum) << each.status;
+    EXPECT_EQ(Status(), each.status);
+  }
+}
+
+TEST_F(WindowsTest, AnyDownloadThatHasEndedIsInstalled) {
+  Globals::newVersion = "18";
+  data_.Write(folder_ + "Vantorel.zip", "<html>404</html>");
+  data_.Write(folder_ + kTarget, "the old one");
+  New<Download>()->Event_DownloadComplete("", 404, nil, nil);
+  EXPECT_FALSE(data_.Has(folder_ + kTarget));
+  EXPECT_FALSE(data_.Has(folder_ + "Vantorel.zip"));
+  EXPECT_EQ(data_.Read(folder_ + "version"), Text(Globals::CurrentOS) + "_18");
+  EXPECT_EQ(Status(), "Update erfolgreich!");
+  EXPECT_EQ(HandOver()->Mode(), 1);
+  EXPECT_TRUE(ControlByName<ProgressWheel>(Window1::Implicit(), "ProgressWheel1")->Visible());
+  EXPECT_TRUE(screen_.messages.empty());
+}
+
+}  // namespace
+}  // namespace vantorel::testing
