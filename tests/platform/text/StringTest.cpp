@@ -63,13 +63,5 @@ TEST(String, LabelOfASum) {
   EXPECT_EQ(Encoding(bytes + bytes), nil);
 }
 
-TEST(String, AMovedFromStringIsEmpty) {
-  String text("abc");
-  const String taken = std::move(text);
-  EXPECT_TRUE(text.empty());  // NOLINT(bugprone-use-after-move): that is the test
-  EXPECT_EQ(text.view(), "");
-  EXPECT_EQ(taken.view(), "abc");
-}
-
 }  // namespace
 }  // namespace vantorel
