@@ -67,7 +67,7 @@ class Editing {
   Editing(std::string path, Choices& choices) : path_(std::move(path)), choices_(choices) { Open(); }
 
   void Run() {
-    for (int step = 0; step < 200 && choices_.More(); ++step) {
+    for (int step = 0; step < 60 && choices_.More(); ++step) {
       Step();
       Require(archive_->EntryCount() == Count(), "count of entries");
       if (!members_.empty()) CheckMember(choices_.Below(members_.size()));
@@ -77,6 +77,8 @@ class Editing {
   }
 
  private:
+  static constexpr std::size_t kMostMembers = 20;
+
   std::int32_t Count() const { return static_cast<std::int32_t>(members_.size()); }
   Ref<FolderItem> File() const { return GetFolderItem(String::Bytes(path_)); }
 
@@ -129,6 +131,7 @@ class Editing {
   }
 
   void Add() {
+    if (members_.size() > kMostMembers) return;
     const std::string name = Name();
     std::string data = Content();
     const auto length = static_cast<std::int32_t>(data.size());
@@ -198,7 +201,7 @@ class Editing {
   }
 
   void Duplicate() {
-    if (members_.empty()) return;
+    if (members_.empty() || members_.size() > kMostMembers) return;
     const std::size_t i = choices_.Below(members_.size());
     const std::string name = Name();
     const Ref<ZipEntry> entry = archive_->Entry(static_cast<std::int32_t>(i) + 1);
@@ -346,7 +349,8 @@ void EditForged(const std::string& path, std::string_view bytes, Choices& choice
 }
 
 const std::string& Workplace() {
-  static const std::string path = "/dev/shm/edit-fuzz-" + std::to_string(getpid()) + ".zip";
+  static const std::string path =
+      (std::filesystem::temp_directory_path() / ("edit-fuzz-" + std::to_string(getpid()) + ".zip")).string();
   static const auto registered = std::atexit([] { std::filesystem::remove(path); });
   static_cast<void>(registered);
   return path;

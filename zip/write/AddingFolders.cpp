@@ -69,7 +69,7 @@ std::int32_t ZipArchive::z_addFolder(const Ref<FolderItem>& folder, const String
   double total = 0;
   for (const Ref<FolderItem>& file : contents.files) {
     bool stop = false;
-    if (d->monitor) d->monitor->ItemStarting(file, stop);
+    if (const Ref<ZipProgressNotifier> monitor = d->monitor) monitor->ItemStarting(file, stop);
     if (stop) return AddResult::kWalkEnded;
     const String path = sizeOnly ? String() : prefix + d->cleanName(file->Name());
     const std::int32_t result = z_addItem(file, path, mode, unixPermissions, sizeOnly);

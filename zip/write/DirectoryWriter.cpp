@@ -70,6 +70,8 @@ bool WriteDirectory(ZipArchive& archive) {
   WriteEndRecord(archive, count);
   // Cuts off the rest of an older directory, of aborted members, and whatever else lies behind.
   data.zipStream->SetLength(data.zipStream->Position());
+  // The archive is whole from here on, also for others who look at the file.
+  data.zipStream->Flush();
   data.dirty = false;
   return true;
 }
@@ -91,8 +93,7 @@ bool ZipArchive::Flush() {
     return false;
   }
   if (!entriesRead) throw RuntimeException("Flush on an archive whose directory is not read");
-  // A first failed write is answered with true, and the reason stands in errmsg: callers rely on the answer
-  // meaning that there is no use in trying again.
+  // A first failed write is deliberately answered with true; the reason stands in errmsg.
   if (!z_writeDirectory()) return true;
   return z_writeDirectory();
 }

@@ -86,6 +86,8 @@ void EntryWriter::WriteLocalHeader() {
   header->SetUShort(LocalHeader::kNameLength, LenB(encoded_name_));
   header->SetUShort(LocalHeader::kExtraLength, LenB(extra_data_));
 
+  // A forged directory offset: the position would be beyond any file.
+  if (archive_.startOfDirInArchive < 0) throw RuntimeException("the archive ends beyond 2^31 bytes");
   BinaryStream& stream = *archive_.d->zipStream;
   write_faults_before_ = stream.WriteFaults();
   stream.SetPosition(ToPosition(archive_.startOfDirInArchive));
