@@ -28,14 +28,8 @@ class Ref {
   }
   ~Ref() { Drop(); }
 
-  Ref& operator=(const Ref& other) {
-    Ref copy(other);
-    std::swap(object_, copy.object_);
-    return *this;
-  }
-  Ref& operator=(Ref&& other) noexcept {
-    Ref taken(std::move(other));
-    std::swap(object_, taken.object_);
+  Ref& operator=(Ref other) noexcept {
+    std::swap(object_, other.object_);
     return *this;
   }
 

@@ -58,7 +58,7 @@ void Quit(std::int32_t code) {
 void RuntimeUnhandledException(const std::exception& fault) {
   exit_value = 1;
   std::string report = ProgramName() + ": cannot go on: " + fault.what() + "\n";
-  if (!RecentFailures().empty()) report += "File operations that failed last:\n";
+  if (!RecentFailures().empty()) report += "The likely cause, from the file operations that failed last:\n";
   for (const std::string& failure : RecentFailures()) report += "  " + failure + "\n";
   std::fputs(report.c_str(), stderr);
 }

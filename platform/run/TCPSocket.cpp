@@ -65,7 +65,6 @@ void TCPSocket::AbandonSending() {
 }
 
 void TCPSocket::Poll() {
-  const Ref<TCPSocket> alive(this);
   std::vector<pollfd> descriptors;
   std::chrono::milliseconds limit = kPollWait;
   if (connector_ != nullptr) connector_->DescribeWait(descriptors, limit);

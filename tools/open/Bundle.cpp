@@ -18,7 +18,7 @@ namespace {
 
 constexpr char kExtension[] = ".app";
 // Far beyond any real one.
-constexpr std::uintmax_t kLargestInfoPlist = 16 * 1024 * 1024;
+constexpr std::uintmax_t kLargestInfoPlist = std::uintmax_t{16} << 20U;
 
 fs::path WithoutTrailingSlash(const fs::path& path) {
   return path.has_filename() || !path.has_relative_path() ? path : path.parent_path();
@@ -65,7 +65,7 @@ fs::path ProgramOf(const fs::path& bundle_path) {
   if (!fs::is_directory(status)) Fail(bundle, "it is no application: not a folder");
   const std::string name = ProgramName(bundle);
   for (const char* folder : {"Linux", "MacOS"}) {
-    const fs::path program = bundle / "Contents" / folder / name;
+    fs::path program = bundle / "Contents" / folder / name;
     if (!fs::is_regular_file(program, error)) continue;
     if (access(program.c_str(), X_OK) != 0) Fail(program, "it may not be executed");
     return program;
