@@ -1,5 +1,6 @@
 // The folding of AppleDouble companions, which Apple's tools store as members of their own, into the entries
 // that they belong to.
+#include <functional>
 #include <string>
 #include <utility>
 #include <variant>
@@ -8,6 +9,7 @@
 #include "platform/run/BackgroundTask.h"
 #include "platform/text/CaseFolding.h"
 #include "platform/text/TextFunctions.h"
+#include "zip/archive/CarriedName.h"
 #include "zip/archive/NameIndex.h"
 #include "zip/archive/ZipArchiveData.h"
 #include "zip/archive/ZipEntry.h"
@@ -31,53 +33,81 @@ std::size_t FindMark(std::string_view name) {
   return name.starts_with(kMark) ? 0 : std::string_view::npos;
 }
 
+// Gives out the entry of a name, at most once; nil if there is none.
+using TakeEntry = std::function<Ref<ZipEntry>(const String& name)>;
+
+class Folding {
+ public:
+  explicit Folding(TakeEntry take_entry) : take_entry_(std::move(take_entry)) {}
+
+  // Whether the entry is to leave the list: as a companion, now held by its main entry, or as a folder of the
+  // __MACOSX tree.
+  bool Folds(const Ref<ZipEntry>& entry) {
+    if (!MayBeCompanion(entry)) return false;
+    const String stored = entry->z_origEncodedName();
+    std::string_view name = stored.view();
+    if (EqualIgnoringCase(name.substr(0, kMacosxFolder.size()), kMacosxFolder)) {
+      name.remove_prefix(kMacosxFolder.size());
+      if (name.empty() || name.ends_with('/')) return true;
+    }
+    // The second of two with one name never finds what the first took or did not find.
+    if (IsCarriedOver(stored, last_asked_)) return false;
+    last_asked_ = stored;
+    return JoinsMain(entry, name);
+  }
+
+  bool FoundCompanions() const { return found_companions_; }
+
+ private:
+  bool JoinsMain(const Ref<ZipEntry>& companion, std::string_view name) {
+    const std::size_t mark = FindMark(name);
+    if (mark == std::string_view::npos) return false;
+    std::string base(name);
+    const Ref<ZipEntry> main = take_entry_(String::Adopt(base.erase(mark, kMark.size()), nil));
+    if (!main) return false;
+    main->z_setAppleDoubleEntry(companion);
+    found_companions_ = true;
+    return true;
+  }
+
+  TakeEntry take_entry_;
+  String last_asked_;
+  bool found_companions_ = false;
+};
+
+// Runs over the list from its end and drops together what is to leave it: until then it may yet be asked for
+// by its name.
+bool Fold(std::vector<Ref<ZipEntry>>& entries, TakeEntry take_entry) {
+  Folding folding(std::move(take_entry));
+  std::vector<bool> folded(entries.size());
+  for (std::size_t i = entries.size() - 1; i >= 1; --i) {
+    folded[i] = folding.Folds(entries[i]);
+    RuntimeBackgroundTask();
+  }
+  std::size_t kept = 1;
+  for (std::size_t i = 1; i < entries.size(); ++i) {
+    if (!folded[i]) std::swap(entries[kept++], entries[i]);
+  }
+  entries.resize(kept);
+  return folding.FoundCompanions();
+}
+
 }  // namespace
 
 void ZipArchiveData::checkDirectory(const Ref<Dictionary>& index) {
-  FoldCompanions([&index](const String& name) -> Ref<ZipEntry> {
+  const auto take = [&index](const String& name) -> Ref<ZipEntry> {
     const String key = EncodeBase64(name, 76);
     if (!index->HasKey(key)) return nil;
     Ref<ZipEntry> entry = Cast<ZipEntry>(std::get<Ref<Object>>(index->Value(key)));
     index->Remove(key);
     return entry;
-  });
+  };
+  if (Fold(entries_1, take)) dittoFormat = true;
 }
 
 void ZipArchiveData::FoldCompanions() {
   NameIndex index(entries_1);
-  FoldCompanions([&index](const String& name) { return index.Take(name.view()); });
-}
-
-void ZipArchiveData::FoldCompanions(const TakeEntry& take_entry) {
-  // The list stays as it is during the walk: an entry that leaves it may yet be asked for by its name.
-  std::vector<bool> folded(entries_1.size());
-  for (std::size_t i = entries_1.size() - 1; i >= 1; --i) {
-    folded[i] = IsFolded(entries_1[i], take_entry);
-    RuntimeBackgroundTask();
-  }
-  std::size_t kept = 1;
-  for (std::size_t i = 1; i < entries_1.size(); ++i) {
-    if (!folded[i]) std::swap(entries_1[kept++], entries_1[i]);
-  }
-  entries_1.resize(kept);
-}
-
-bool ZipArchiveData::IsFolded(const Ref<ZipEntry>& entry, const TakeEntry& take_entry) {
-  if (!MayBeCompanion(entry)) return false;
-  const String stored = entry->z_origEncodedName();
-  std::string_view name = stored.view();
-  if (EqualIgnoringCase(name.substr(0, kMacosxFolder.size()), kMacosxFolder)) {
-    name.remove_prefix(kMacosxFolder.size());
-    if (name.empty() || name.ends_with('/')) return true;
-  }
-  const std::size_t mark = FindMark(name);
-  if (mark == std::string_view::npos) return false;
-  std::string base(name);
-  const Ref<ZipEntry> main = take_entry(String::Adopt(base.erase(mark, kMark.size()), nil));
-  if (!main) return false;
-  main->z_setAppleDoubleEntry(entry);
-  dittoFormat = true;
-  return true;
+  if (Fold(entries_1, [&index](const String& name) { return index.Take(name.view()); })) dittoFormat = true;
 }
 
 }  // namespace vantorel

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "platform/text/CaseFolding.h"
+#include "zip/archive/CarriedName.h"
 #include "zip/archive/ZipEntry.h"
 
 namespace vantorel {
@@ -20,10 +21,15 @@ std::uint32_t HashOf(std::string_view name) {
 
 NameIndex::NameIndex(const std::vector<Ref<ZipEntry>>& entries)
     : entries_(entries), slots_(std::bit_ceil(2 * entries.size())) {
+  Slot* slot = nullptr;
   for (std::uint32_t i = 1; i < entries.size(); ++i) {
-    const std::string_view name = NameOf(i);
-    const std::uint32_t hash = HashOf(name);
-    Find(name, hash) = {hash, i};
+    if (slot == nullptr || !IsCarriedOver(entries[i]->zipEncName, entries[i - 1]->zipEncName)) {
+      const std::string_view name = NameOf(i);
+      const std::uint32_t hash = HashOf(name);
+      slot = &Find(name, hash);
+      slot->hash = hash;
+    }
+    slot->entry = i;
   }
 }
 

@@ -1,6 +1,7 @@
 // Names between their stored and their readable form, and the look-up by stored name.
 #include "platform/run/BackgroundTask.h"
 #include "platform/text/TextFunctions.h"
+#include "zip/archive/CarriedName.h"
 #include "zip/archive/ZipArchiveData.h"
 #include "zip/archive/ZipEntry.h"
 
@@ -49,9 +50,7 @@ std::int32_t ZipArchiveData::lookup(const String& storedName, std::int32_t start
 }
 
 ZipPath ZipArchiveData::PathOf(const String& raw_path) {
-  const bool same =
-      raw_path.size() == last_name_.size() && raw_path.view().data() == last_name_.view().data();
-  if (!same) {
+  if (!IsCarriedOver(raw_path, last_name_)) {
     last_path_ = ZipPath(raw_path);
     last_name_ = raw_path;
   }

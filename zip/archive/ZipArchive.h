@@ -196,6 +196,9 @@ class ZipArchive : public Object {
   virtual std::vector<String> AllEntriesAsRawPaths();
 
  private:
+  // Sets errmsg; false.
+  bool Fail(const char* message);
+
   // Open without its guard, and its two ways.
   bool OpenUnguarded(const Ref<FolderItem>& file, bool writable, const Ref<TextEncoding>& encoding);
   bool OpenCreating();
@@ -207,7 +210,6 @@ class ZipArchive : public Object {
   bool FindEndRecord();
   bool ReadEndRecord(std::int32_t& count, std::int32_t& size);
   bool ReadRecords(std::int32_t count, std::int32_t size);
-  bool Fail(const char* message);
 };
 
 }  // namespace vantorel

@@ -12,8 +12,8 @@ constexpr std::int32_t kDosLatinUS = 1024;
 
 ZipArchiveData::ZipArchiveData() : entries_1(1) {
   dosLatinUS = GetTextEncoding(kDosLatinUS, 0, 0);
-  filenameEncoding = findFileNameEncoding();
-  setArchiveEncoding(Encodings::UTF8());
+  filenameEncoding = ZipArchiveData::findFileNameEncoding();
+  ZipArchiveData::setArchiveEncoding(Encodings::UTF8());
   mb4 = NewMemoryBlock(4);
   mb4->SetLittleEndian(false);
 }

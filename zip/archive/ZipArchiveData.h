@@ -8,7 +8,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <vector>
 
 #include "platform/base/Ref.h"
@@ -94,14 +93,6 @@ class ZipArchiveData : public Object {
   ZipPath PathOf(const String& raw_path);
 
  private:
-  // Gives out the entry of a name, at most once.
-  using TakeEntry = std::function<Ref<ZipEntry>(const String& name)>;
-
-  void FoldCompanions(const TakeEntry& take_entry);
-  // Whether the entry is to leave the list: as a companion, now held by its main entry, or as a folder of the
-  // __MACOSX tree.
-  bool IsFolded(const Ref<ZipEntry>& entry, const TakeEntry& take_entry);
-
   String last_name_;
   ZipPath last_path_;
 };

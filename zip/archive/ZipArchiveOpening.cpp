@@ -1,6 +1,5 @@
 // Construction, opening and closing.
-#include <new>
-
+#include "zip/archive/RuntimeGuard.h"
 #include "zip/archive/ZipArchive.h"
 
 namespace vantorel {
@@ -25,29 +24,25 @@ void ZipArchive::z_setup() {
   d->copyChunkSize = kCopyChunkSize;
 }
 
+bool ZipArchive::Fail(const char* message) {
+  errmsg = message;
+  return false;
+}
+
 bool ZipArchive::Open(const Ref<FolderItem>& file, bool writable) {
   return Open(file, writable, EncodedAsUnicode());
 }
 
 bool ZipArchive::Open(const Ref<FolderItem>& file, bool writable, const Ref<TextEncoding>& encoding) {
   errmsg = "";
-  try {
-    return OpenUnguarded(file, writable, encoding);
-  } catch (const RuntimeException&) {
-    errmsg = "Unexpected error (exception)";
-  } catch (const std::bad_alloc&) {
-    errmsg = "Unexpected error (exception)";
-  }
-  return false;
+  return WithRuntimeGuard([&] { return OpenUnguarded(file, writable, encoding); },
+                          [&] { return Fail("Unexpected error (exception)"); });
 }
 
 bool ZipArchive::OpenUnguarded(const Ref<FolderItem>& file, bool writable,
                                const Ref<TextEncoding>& encoding) {
   if (entriesRead) throw RuntimeException("the archive is open already");
-  if (!file) {
-    errmsg = "No file specified";
-    return false;
-  }
+  if (!file) return Fail("No file specified");
   d->theFile = file;
   d->setArchiveEncoding(encoding);
   const bool create = writable && !file->Exists();
@@ -60,10 +55,7 @@ bool ZipArchive::OpenUnguarded(const Ref<FolderItem>& file, bool writable,
 
 bool ZipArchive::OpenCreating() {
   d->zipStream = d->theFile->CreateBinaryFile("application/zip");
-  if (!d->zipStream) {
-    errmsg = "Creating the archive file failed";
-    return false;
-  }
+  if (!d->zipStream) return Fail("Creating the archive file failed");
   d->zipStream->SetLittleEndian(true);
   startOfDirInArchive = 0;
   entriesRead = true;
@@ -73,10 +65,7 @@ bool ZipArchive::OpenCreating() {
 
 bool ZipArchive::OpenExisting(bool writable) {
   d->zipStream = d->theFile->OpenAsBinaryFile(writable);
-  if (!d->zipStream) {
-    errmsg = "Opening the archive file failed";
-    return false;
-  }
+  if (!d->zipStream) return Fail("Opening the archive file failed");
   d->zipStream->SetLittleEndian(true);
   z_readDirectory();
   if (!entriesRead) {

@@ -40,11 +40,6 @@ void ZipArchive::z_readDirectory() {
       CheckFirstRecord() && FindEndRecord() && ReadEndRecord(count, size) && ReadRecords(count, size);
 }
 
-bool ZipArchive::Fail(const char* message) {
-  errmsg = message;
-  return false;
-}
-
 bool ZipArchive::CheckFirstRecord() {
   d->zipStream->SetPosition(0);
   if (d->zipStream->ReadLong() == LocalHeader::kMagic) return true;

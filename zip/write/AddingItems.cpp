@@ -1,5 +1,6 @@
 // Turning one item of the file system into a member.
 #include "platform/base/Arithmetic.h"
+#include "zip/archive/RuntimeGuard.h"
 #include "zip/archive/ZipArchive.h"
 #include "zip/archive/ZipRecords.h"
 #include "zip/extract/FileReader.h"
@@ -7,7 +8,6 @@
 #include "zip/write/AddResult.h"
 #include "zip/write/EntryWriter.h"
 #include "zip/write/MacBinaryLength.h"
-#include "zip/write/RuntimeGuard.h"
 
 namespace vantorel {
 

@@ -1,8 +1,8 @@
 // The ways in for one member from streams.
+#include "zip/archive/RuntimeGuard.h"
 #include "zip/archive/ZipArchive.h"
 #include "zip/write/AddResult.h"
 #include "zip/write/EntryWriter.h"
-#include "zip/write/RuntimeGuard.h"
 
 namespace vantorel {
 

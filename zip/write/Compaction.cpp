@@ -5,8 +5,8 @@
 
 #include "platform/base/Arithmetic.h"
 #include "platform/run/BackgroundTask.h"
+#include "zip/archive/RuntimeGuard.h"
 #include "zip/archive/ZipRecords.h"
-#include "zip/write/RuntimeGuard.h"
 
 namespace vantorel {
 

@@ -2,10 +2,10 @@
 #include "platform/base/Arithmetic.h"
 #include "platform/run/BackgroundTask.h"
 #include "platform/text/TextFunctions.h"
+#include "zip/archive/RuntimeGuard.h"
 #include "zip/archive/ZipArchive.h"
 #include "zip/archive/ZipRecords.h"
 #include "zip/extract/SeqDataInputStream.h"
-#include "zip/write/RuntimeGuard.h"
 
 namespace vantorel {
 

@@ -79,9 +79,6 @@ TEST(Companions, NeedTheUnixRecordAndNothingElse) {
     members[1].central_extra = members[2].central_extra = extra;
     EXPECT_EQ(OpenedZip(members).archive->EntryCount(), 3);
   }
-  std::vector<ZipMember> members = Ditto({"a", "__MACOSX/._a"});
-  members[0].central_extra.clear();
-  EXPECT_EQ(OpenedZip(members).archive->EntryCount(), 1);
 }
 
 TEST(Companions, FindTheirFilesInAnyOrder) {

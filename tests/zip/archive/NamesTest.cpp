@@ -93,6 +93,7 @@ TEST(Names, GoThroughTheEncodingOfTheArchive) {
 
 TEST(Names, AreCleanedBeforeTheyAreJoined) {
   const Ref<ZipArchive> archive = New<ZipArchive>();
+  EXPECT_EQ(archive->EncodedAsMacDefault(), Encodings::MacRoman());
   EXPECT_EQ(archive->CleanName("a/b\\c").view(), "a-b-c");
   EXPECT_THROW(archive->CleanName(String::Bytes("a")), NilObjectException);
   EXPECT_FALSE(archive->IsValidName("a/b"));
