@@ -5,6 +5,9 @@
 #include <string>
 #include <thread>
 
+#include "platform/run/Application.h"
+#include "platform/run/EventLoop.h"
+#include "platform/run/Runtime.h"
 #include "tests/http/Peer.h"
 #include "tests/http/RecordingSocket.h"
 #include "tests/support/ScratchFolder.h"
@@ -53,7 +56,10 @@ TEST(HTTPSocketWaiting, EndsAtTheLimitWhereNothingEndsThePage) {
   Peer peer;
   const String url = String::Bytes(peer.Url());
   const auto socket = New<RecordingSocket>();
+  bool others_ran = false;
+  EventLoop::Current().Queue([&] { others_ran = true; });
   EXPECT_TRUE(socket->Get(url, 1).empty()) << "silence";
+  EXPECT_FALSE(others_ran) << "events of others run unasked";
   EXPECT_EQ(socket->ErrorCode(), HTTPSocket::kTimedOut);
   peer.Accept();
   std::thread server([&] { peer.Serve("HTTP/1.0 200 OK\r\nno end"); });
@@ -61,9 +67,12 @@ TEST(HTTPSocketWaiting, EndsAtTheLimitWhereNothingEndsThePage) {
   EXPECT_EQ(socket->ErrorCode(), HTTPSocket::kTimedOut);
   EXPECT_EQ(socket->PageHeaders(), nil);
   server.join();
+  _RuntimeRegisterAppObject(New<Application>());
+  socket->Yield = true;
   // An unusable file is forgotten as an error, and no connection is made.
   EXPECT_FALSE(socket->Get(url, GetFolderItem("/nowhere/file"), 1));
   EXPECT_EQ(socket->ErrorCode(), HTTPSocket::kTimedOut);
+  EXPECT_TRUE(others_ran);
 }
 
 }  // namespace
