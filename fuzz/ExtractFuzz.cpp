@@ -1,7 +1,7 @@
-// Opens, lists, verifies and extracts whatever bytes it is given as an archive, on a memory file system.
+// Opens, lists, verifies and extracts whatever bytes it is given as an archive. Quickest on a
+// memory file system.
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -18,23 +18,26 @@ using namespace vantorel;  // NOLINT(google-build-using-namespace): the harness 
 // A folder of this process's own; goes with it.
 class Workplace {
  public:
-  Workplace() : folder_("/dev/shm/extract-fuzz-" + std::to_string(getpid())) {
+  Workplace()
+      : folder_(std::filesystem::temp_directory_path() / ("extract-fuzz-" + std::to_string(getpid()))) {
     std::filesystem::create_directories(folder_);
   }
   ~Workplace() { std::filesystem::remove_all(folder_); }
   Workplace(const Workplace&) = delete;
   Workplace& operator=(const Workplace&) = delete;
 
-  std::string Path(const char* name) const { return folder_ + "/" + name; }
+  std::string Path(const char* name) const { return (folder_ / name).string(); }
 
  private:
-  std::string folder_;
+  std::filesystem::path folder_;
 };
 
 // The engine steps up at "..", which would leave the workplace.
 bool StaysInside(const ZipEntry& entry) {
-  return std::none_of(entry.path.begin(), entry.path.end(),
-                      [](const String& component) { return component.view() == ".."; });
+  for (const String component : entry.path) {
+    if (component.view() == "..") return false;
+  }
+  return true;
 }
 
 void ExtractEntry(ZipEntry& entry, const Ref<FolderItem>& root) {

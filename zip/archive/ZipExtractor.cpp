@@ -52,7 +52,7 @@ String ZipExtractor::GetComment(const Ref<FolderItem>& archive_file) {
     p_errMsg = archive->ErrorMessage();
     return {};
   }
-  const String comment = archive->Comment();
+  String comment = archive->Comment();
   archive->Close();
   return comment;
 }

@@ -154,7 +154,7 @@ bool ZipEntry::Extract(const Ref<FolderItem>& destination, bool mac_binary, bool
 // The folder below which the last component lies exists for most members; then all folders on the way do.
 Ref<FolderItem> ZipEntry::MakeDestination(const Ref<FolderItem>& root, bool resolve_aliases) {
   if (!resolve_aliases) {
-    const Ref<FolderItem> destination = DestinationInExistingFolder(*this, root);
+    Ref<FolderItem> destination = DestinationInExistingFolder(*this, root);
     if (destination) return destination;
   }
   Ref<FolderItem> current = root;

@@ -15,7 +15,7 @@ constexpr std::uint8_t kFinderFlagsHighMask = 0xEE;
 constexpr std::int32_t kScriptIsValid = 0x80;
 
 Ref<Date> MacDate(double seconds) {
-  const Ref<Date> date = New<Date>();
+  Ref<Date> date = New<Date>();
   date->SetTotalSeconds(seconds);
   return date;
 }

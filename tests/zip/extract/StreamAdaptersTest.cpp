@@ -16,22 +16,22 @@ using testing::ScratchFolder;
 TEST(ZipBinaryStreamReader, DeliversPrefixStretchAndSuffixWithoutSeams) {
   struct Case {
     const char* name;
-    std::int32_t length;
     std::vector<std::int32_t> counts;
     std::vector<std::string> pieces;
+    std::int32_t length;
     std::int32_t error;
   };
   const Case cases[] = {
-      {"an empty stretch joins prefix and suffix", 0, {13}, {"<prefix>tail!"}, 0},
-      {"one read takes the rest across both seams", 5, {4, 100, 1}, {"<pre", "fix>01234tail!", ""}, -39},
-      {"a read within the stretch", 5, {9, 2, 3}, {"<prefix>0", "12", "34t"}, 0},
-      {"nothing asked for is no error", 5, {0, -1}, {"", ""}, 0},
+      {"an empty stretch joins prefix and suffix", {13}, {"<prefix>tail!"}, 0, 0},
+      {"one read takes the rest across both seams", {4, 100, 1}, {"<pre", "fix>01234tail!", ""}, 5, -39},
+      {"a read within the stretch", {9, 2, 3}, {"<prefix>0", "12", "34t"}, 5, 0},
+      {"nothing asked for is no error", {0, -1}, {"", ""}, 5, 0},
       {"a stretch beyond the file shows by missing bytes only",
-       12,
        {22, 3},
        {"<prefix>0123456789ta", "il!"},
+       12,
        0},
-      {"a negative stretch takes from what is delivered", -9, {100, 1}, {"<pre", ""}, -39},
+      {"a negative stretch takes from what is delivered", {100, 1}, {"<pre", ""}, -9, -39},
   };
   const ScratchFolder folder;
   const Ref<FolderItem> file = folder.Write("a", "0123456789");
