@@ -109,20 +109,6 @@ TEST(EventLoop, FaultsPassThroughAndLeaveTheLoopUsable) {
   Loop().RunUntil([&] { return runs == 2; });
 }
 
-TEST(EventLoop, TimersRunInTheOrderOfTheirDeadlines) {
-  std::string order;
-  LoopTimer late([&] { order += 'c'; }), early([&] { order += 'a'; }), moved([&] { order += 'b'; });
-  LoopTimer stopped([&] { order += 'x'; });
-  late.StartIn(30);
-  moved.StartIn(1);
-  early.StartIn(10);
-  stopped.StartIn(5);
-  moved.StartIn(20);
-  stopped.Stop();
-  Loop().RunUntil([&] { return order.size() >= 3; });
-  EXPECT_EQ(order, "abc");
-}
-
 // As a window system does: waits for its own events and for the loop's descriptor.
 class WindowSystem : public LoopWaiter, public Repainter {
  public:

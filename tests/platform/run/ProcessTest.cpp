@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,7 +15,6 @@
 #include "platform/run/Runtime.h"
 #include "platform/run/Shell.h"
 #include "platform/run/System.h"
-#include "platform/run/Ticks.h"
 
 namespace vantorel {
 namespace {
@@ -109,22 +107,6 @@ TEST(System, TheCommandLineBeginsWithThePathOfTheProgram) {
   System::KeepCommandLine(3, argv);
   EXPECT_EQ(std::string(System::CommandLine().view()),
             fs::read_symlink("/proc/self/exe").string() + " -x a b");
-}
-
-TEST(System, GestaltAnswersForAModernSystem) {
-  std::int32_t response = 0;
-  EXPECT_TRUE(System::Gestalt("sysv", response));
-  EXPECT_GE(response, 0x0A00);
-  response = 5;
-  EXPECT_FALSE(System::Gestalt("mach", response));
-  EXPECT_EQ(response, 5);
-}
-
-TEST(Ticks, RiseBySixtyASecond) {
-  const std::int32_t before = Ticks();
-  const auto app = New<Application>();
-  app->SleepCurrentThread(500);
-  EXPECT_GE(Ticks() - before, 29);
 }
 
 }  // namespace

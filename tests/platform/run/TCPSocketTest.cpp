@@ -24,19 +24,22 @@
 namespace vantorel {
 namespace {
 
-// A listener on the loopback address of one family, with the port that the system gives it.
+// A listener on the loopback address of one family; port 0 stands for one that the system gives it.
 class Listener {
  public:
-  explicit Listener(int family = AF_INET) : descriptor_(socket(family, SOCK_STREAM, 0)) {
+  explicit Listener(int family = AF_INET, std::int32_t port = 0, int backlog = 8)
+      : descriptor_(socket(family, SOCK_STREAM, 0)) {
     sockaddr_in6 six{};
     six.sin6_family = AF_INET6;
+    six.sin6_port = htons(static_cast<std::uint16_t>(port));
     six.sin6_addr = in6addr_loopback;
     sockaddr_in four{};
     four.sin_family = AF_INET;
+    four.sin_port = six.sin6_port;
     four.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     auto* name = family == AF_INET6 ? reinterpret_cast<sockaddr*>(&six) : reinterpret_cast<sockaddr*>(&four);
     socklen_t length = family == AF_INET6 ? sizeof six : sizeof four;
-    if (bind(descriptor_.Number(), name, length) != 0 || listen(descriptor_.Number(), 8) != 0) {
+    if (bind(descriptor_.Number(), name, length) != 0 || listen(descriptor_.Number(), backlog) != 0) {
       throw std::runtime_error("listener");
     }
     getsockname(descriptor_.Number(), name, &length);
@@ -121,7 +124,7 @@ TEST(TCPSocket, FailuresArriveAsOneErrorEventAfterConnectReturned) {
   closed.StopListening();
   struct Case {
     const char* name;
-    const char* host;
+    std::string host;
     std::int32_t port;
     std::int32_t code;
   };
@@ -134,14 +137,13 @@ TEST(TCPSocket, FailuresArriveAsOneErrorEventAfterConnectReturned) {
       {"port that would wrap to a good one", "127.0.0.1", 65536 + closed.Port(), SocketCore::kBadPort},
       {"no address", "", 80, SocketCore::kNameResolutionFailed},
       {"no host name", "no such host", 80, SocketCore::kNameResolutionFailed},
-      {"too long for a name", std::string(300, 'a').append(".test").c_str(), 80,
-       SocketCore::kNameResolutionFailed},
+      {"too long for a name", std::string(300, 'a'), 80, SocketCore::kNameResolutionFailed},
       {"an address that cannot be connected to", "255.255.255.255", 80, SocketCore::kOpenFailed},
   };
   for (const Case& one : cases) {
     for (const bool polled : {false, true}) {
       const auto socket = New<RecordingSocket>();
-      socket->ConnectTo(one.host, one.port);
+      socket->ConnectTo(one.host.c_str(), one.port);
       EXPECT_EQ(socket->events, "") << one.name;
       while (polled && !socket->Saw('E')) socket->Poll();
       socket->RunUntil('E');
@@ -163,6 +165,20 @@ TEST(TCPSocket, TriesEveryAddressOfAName) {
   }
 }
 
+TEST(TCPSocket, AnAddressThatStaysSilentDoesNotKeepTheNextWaiting) {
+  const Listener answering;
+  const Listener silent(AF_INET6, answering.Port(), 0);
+  const auto fills_backlog = New<RecordingSocket>(), socket = New<RecordingSocket>();
+  fills_backlog->ConnectTo("::1", silent.Port());
+  fills_backlog->RunUntil('C');
+  socket->ConnectTo("localhost", silent.Port());  // ::1 first, whose backlog is full
+  socket->RunUntil('C');
+  const Descriptor peer = answering.Accept();
+  SendAll(peer, "four");
+  socket->RunUntil('D');
+  EXPECT_EQ(socket->received, "four");
+}
+
 // In a process of its own, with a hosts file of its own where the system allows that.
 TEST(TCPSocket, FindsAllAddressesOfANameInTheHostsFile) {
   const Listener listener;
@@ -172,6 +188,7 @@ TEST(TCPSocket, FindsAllAddressesOfANameInTheHostsFile) {
     const Descriptor file(mkstemp(hosts));
     dprintf(file.Number(), "::1 two.test\n127.0.0.1 two.test\n");
     const bool done = (unshare(CLONE_NEWNS) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0) &&
+                      mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
                       mount(hosts, "/etc/hosts", nullptr, MS_BIND, nullptr) == 0;
     unlink(hosts);
     if (!done) _exit(2);
@@ -332,25 +349,6 @@ TEST(TCPSocket, MayBeClosedConnectedAnewOrDroppedInItsOwnEvents) {
       EXPECT_EQ(events, one.events) << one.name << " in " << event;
     }
   }
-}
-
-TEST(TCPSocket, AHandlerThatRunsTheLoopIsNotEnteredAgain) {
-  const Listener listener;
-  const auto socket = New<RecordingSocket>();
-  int depth = 0;
-  socket->on_data = [&] {
-    EXPECT_EQ(++depth, 1);
-    for (int i = 0; i < 3; ++i) EventLoop::Current().RunPending(5);
-    --depth;
-  };
-  socket->ConnectTo("127.0.0.1", listener.Port());
-  Descriptor peer = listener.Accept();
-  SendAll(peer, "a");
-  socket->RunUntil('D');
-  SendAll(peer, "b");
-  peer.Close();
-  socket->RunUntil('E');
-  EXPECT_EQ(socket->received, "ab");
 }
 
 TEST(TCPSocket, PollWaitsInTheKernel) {

@@ -72,22 +72,6 @@ TEST(Timer, ArmedInAHandlerFiresAfterItsFullPeriodAndNotDuringTheHandler) {
   EXPECT_FALSE(fired_inside);
 }
 
-TEST(Timer, ItsActionMayArmItAgainOrDropIt) {
-  auto timer = New<Timer>();
-  int fired = 0;
-  timer->SetPeriod(1);
-  timer->Action = [&] {
-    if (++fired < 3) {
-      timer->SetMode(1);
-    } else {
-      timer = nil;
-    }
-  };
-  timer->SetMode(1);
-  EventLoop::Current().RunUntil([&] { return timer == nil; });
-  EXPECT_EQ(fired, 3);
-}
-
 class RecordingApplication : public Application {
  public:
   void Event_Open() override { opened = true; }
