@@ -2,7 +2,8 @@
 """Measures what the launcher's splash costs beside a bare window of the same toolkit.
 
 Starts both programs in turn on an X server without a screen and tells, for each, the time from the start of the
-process until the middle of the screen is painted and the memory held then (VmHWM).
+process until the middle of the screen is painted, the processor time used by then, which other work on the machine
+does not disturb, and the memory held then (VmHWM).
 
   splash_start.py LAUNCHER BARE_WINDOW [ROUNDS]
 """
@@ -59,7 +60,7 @@ def peak_memory(process):
 
 
 def start(screen, program, environment):
-    """Milliseconds to the first paint, and the memory then in KiB."""
+    """Milliseconds to the first paint, milliseconds of processor time and the peak memory in KiB by then."""
     blank = screen.middle()
     begin = time.perf_counter()
     process = os.posix_spawn(program, [program], environment)
@@ -70,10 +71,10 @@ def start(screen, program, environment):
     took = (time.perf_counter() - begin) * 1000
     memory = peak_memory(process)
     os.kill(process, signal.SIGKILL)
-    os.waitpid(process, 0)
+    usage = os.wait4(process, 0)[2]
     while screen.middle() != blank:
         time.sleep(0.001)
-    return took, memory
+    return took, (usage.ru_utime + usage.ru_stime) * 1000, memory
 
 
 def main():
@@ -83,16 +84,16 @@ def main():
     rounds = int(sys.argv[3]) if len(sys.argv) > 3 else 15
     results = {name: [] for name in programs}
     with Screen() as screen, tempfile.TemporaryDirectory() as data:
-        environment = {**os.environ, "DISPLAY": screen.name, "QT_QPA_PLATFORM": "xcb", "XDG_DATA_HOME": data}
+        environment = {**os.environ, "XDG_RUNTIME_DIR": data, "DISPLAY": screen.name, "QT_QPA_PLATFORM": "xcb", "XDG_DATA_HOME": data}
         for round_ in range(rounds + 1):
             for name, program in programs.items():
                 result = start(screen, program, environment)
                 if round_ > 0:  # the first fills the caches
                     results[name].append(result)
     for name, measured in results.items():
-        times, memories = zip(*measured)
+        times, processor, memories = zip(*measured)
         print(f"{name:12} first paint {statistics.median(times):5.1f} ms (least {min(times):.1f}), "
-              f"memory {statistics.median(memories) / 1024:.1f} MiB, {rounds} rounds")
+              f"processor {statistics.median(processor):5.1f} ms, memory {statistics.median(memories) / 1024:.1f} MiB, {rounds} rounds")
 
 
 if __name__ == "__main__":

@@ -11,12 +11,7 @@ namespace vantorel::testing {
 namespace {
 
 class RecordedControl : public ControlView {
- public:
-  explicit RecordedControl(RecordingBackEnd& screen) : screen_(screen) {}
-  void Update() override { ++screen_.updates; }
-
- private:
-  RecordingBackEnd& screen_;
+  void Update() override {}
 };
 
 class RecordedWindow : public WindowView {
@@ -39,7 +34,7 @@ class RecordedWindow : public WindowView {
   void Update() override {}
 
  private:
-  std::unique_ptr<ControlView> View() { return std::make_unique<RecordedControl>(screen_); }
+  static std::unique_ptr<ControlView> View() { return std::make_unique<RecordedControl>(); }
 
   RecordingBackEnd& screen_;
   Window& window_;

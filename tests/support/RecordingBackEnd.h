@@ -29,8 +29,6 @@ class RecordingBackEnd : public BackEnd {
   // The windows on the screen, in their order of appearance; a modal one takes all input.
   std::vector<Window*> shown;
   std::vector<std::string> messages;
-  // How often a control was told to show its present state.
-  int updates = 0;
   // What the user does when a window has appeared modally, or a message. Runs from the event loop.
   std::function<void(Window&)> on_modal;
   // Unset: dismisses it.

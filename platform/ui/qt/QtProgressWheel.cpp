@@ -9,8 +9,8 @@ namespace vantorel {
 
 namespace {
 
-constexpr int kSpokes = 10;
-constexpr int kMillisecondsPerStep = 110;
+constexpr int kSpokes = 8;
+constexpr int kMillisecondsPerStep = 125;
 
 }  // namespace
 

@@ -15,7 +15,6 @@
 #include "platform/ui/PushButton.h"
 #include "platform/ui/StaticText.h"
 #include "tests/support/RecordingBackEnd.h"
-#include "tests/support/ScratchFolder.h"
 
 namespace vantorel::testing {
 namespace {
@@ -68,7 +67,7 @@ TEST_F(WindowTest, ThereIsOneInstanceUntilItIsClosed) {
   EXPECT_FALSE(Open() == first);
 }
 
-TEST_F(WindowTest, TheFrameworkKeepsTheWindowAndWhatItAllocated) {
+TEST_F(WindowTest, WhatItAllocatedLivesAsLongAsTheWindow) {
   bool alive = false;
   Open()->__New<Kept>(alive);
   EXPECT_TRUE(alive);
@@ -135,14 +134,6 @@ TEST_F(WindowTest, TimersEndWithTheirWindow) {
   EXPECT_EQ(Dialog::timers_fired, 0);
 }
 
-TEST_F(WindowTest, ControlsAreFoundByNameAndClass) {
-  const Ref<Dialog> dialog = Open();
-  EXPECT_TRUE(RuntimeWindowControlByName(dialog, "Timer") == dialog->timer);
-  EXPECT_TRUE(ControlByName<PushButton>(dialog, "button") == dialog->button);
-  EXPECT_TRUE(ControlByName<StaticText>(dialog, "Button") == nil);
-  EXPECT_TRUE(RuntimeWindowControlByName(dialog, "none") == nil);
-}
-
 TEST_F(WindowTest, AMessageHoldsItsCallerUntilItIsDismissed) {
   bool returned = false;
   screen_.on_message = [&](const std::string& text) {
@@ -153,15 +144,6 @@ TEST_F(WindowTest, AMessageHoldsItsCallerUntilItIsDismissed) {
   MsgBox("Größe");
   returned = true;
   EXPECT_EQ(screen_.messages.size(), 2U);
-}
-
-TEST_F(WindowTest, WhatIsNoPictureFileOpensAsNil) {
-  const ScratchFolder folder;
-  EXPECT_TRUE(OpenAsPicture(folder.Item("absent")) == nil);
-  EXPECT_TRUE(OpenAsPicture(folder.Item()) == nil);
-  EXPECT_TRUE(OpenAsPicture(folder.Write("text", "no picture")) == nil);
-  EXPECT_TRUE(OpenAsPicture(folder.Write("drawing", "picture")) != nil);
-  EXPECT_TRUE(GetPicture(4711) == nil);
 }
 
 }  // namespace
