@@ -2,8 +2,12 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
+
+#include "tools/forkzip/Interruption.h"
+#include "tools/forkzip/Problems.h"
 
 namespace vantorel::forkzip {
 
@@ -26,6 +30,69 @@ int WriteAll(int fd, std::string_view bytes) {
     bytes.remove_prefix(static_cast<std::size_t>(written));
   }
   return 0;
+}
+
+namespace {
+
+[[noreturn]] void FailToRead(int error) {
+  throw Failure(ExitCode::kFileError, error == 0 ? "ends too early" : WithCause("cannot be read", error));
+}
+
+// For file systems between which the system cannot copy by itself.
+void CopyThroughMemory(int from, std::uint64_t from_position, int to, std::uint64_t to_position,
+                       std::uint64_t count) {
+  constexpr std::uint64_t kPiece = 1U << 20U;
+  while (count != 0) {
+    const std::string piece = ReadAt(from, from_position, std::min(count, kPiece));
+    WriteAt(to, to_position, piece);
+    from_position += piece.size();
+    to_position += piece.size();
+    count -= piece.size();
+    Interruption::Check();
+  }
+}
+
+}  // namespace
+
+std::string ReadAt(int fd, std::uint64_t position, std::uint64_t count) {
+  std::string bytes(count, '\0');
+  for (std::size_t filled = 0; filled < bytes.size();) {
+    const ssize_t read =
+        pread(fd, bytes.data() + filled, bytes.size() - filled, static_cast<off_t>(position + filled));
+    if (read < 0 && errno == EINTR) continue;
+    if (read <= 0) FailToRead(read == 0 ? 0 : errno);
+    filled += static_cast<std::size_t>(read);
+  }
+  return bytes;
+}
+
+void WriteAt(int fd, std::uint64_t position, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = pwrite(fd, bytes.data(), bytes.size(), static_cast<off_t>(position));
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) throw Failure(ExitCode::kFileError, WithCause("cannot be written", errno));
+    position += static_cast<std::uint64_t>(written);
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
+void CopyBytes(int from, std::uint64_t from_position, int to, std::uint64_t to_position,
+               std::uint64_t count) {
+  constexpr std::uint64_t kPiece = 64U << 20U;
+  while (count != 0) {
+    auto from_offset = static_cast<off_t>(from_position);
+    auto to_offset = static_cast<off_t>(to_position);
+    const ssize_t copied = copy_file_range(from, &from_offset, to, &to_offset, std::min(count, kPiece), 0);
+    if (copied < 0 && errno == EINTR) continue;
+    if (copied < 0 && errno == ENOSPC) {
+      throw Failure(ExitCode::kFileError, WithCause("cannot be written", errno));
+    }
+    if (copied <= 0) return CopyThroughMemory(from, from_position, to, to_position, count);
+    from_position += static_cast<std::uint64_t>(copied);
+    to_position += static_cast<std::uint64_t>(copied);
+    count -= static_cast<std::uint64_t>(copied);
+    Interruption::Check();
+  }
 }
 
 }  // namespace vantorel::forkzip

@@ -1,6 +1,8 @@
 // Thin helpers over system calls.
 #pragma once
 
+#include <cstdint>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -31,5 +33,12 @@ class Descriptor {
 
 // Writes all of `bytes`. 0, or the system's error.
 int WriteAll(int fd, std::string_view bytes);
+
+// These raise Failure (kFileError).
+// Exactly `count` bytes from a position.
+std::string ReadAt(int fd, std::uint64_t position, std::uint64_t count);
+void WriteAt(int fd, std::uint64_t position, std::string_view bytes);
+// Copies bytes from one file to another, by the system's quickest way. Raises Interrupted if a signal came.
+void CopyBytes(int from, std::uint64_t from_position, int to, std::uint64_t to_position, std::uint64_t count);
 
 }  // namespace vantorel::forkzip

@@ -30,6 +30,10 @@ bool Requested() {
   return noted != 0;
 }
 
+void Check() {
+  if (Requested()) throw Interrupted();
+}
+
 void Obey() {
   if (noted == 0) return;
   std::signal(noted, SIG_DFL);

@@ -2,14 +2,25 @@
 // then the process ends by that very signal.
 #pragma once
 
-namespace vantorel::forkzip::Interruption {
+#include <exception>
+
+namespace vantorel::forkzip {
+
+// Raised where the work is to stop: unwinds to the end of the verb, which says nothing about it.
+class Interrupted : public std::exception {};
+
+namespace Interruption {
 
 // From now on those signals are only noted. One that was ignored stays ignored.
 void Watch();
 
 bool Requested();
+// Raises Interrupted if such a signal has come.
+void Check();
 
 // Ends the process by the signal that was noted; returns if there was none.
 void Obey();
 
-}  // namespace vantorel::forkzip::Interruption
+}  // namespace Interruption
+
+}  // namespace vantorel::forkzip

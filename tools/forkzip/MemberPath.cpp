@@ -1,5 +1,9 @@
 #include "tools/forkzip/MemberPath.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
 #include "tools/forkzip/Printable.h"
 #include "tools/forkzip/Problems.h"
 
@@ -11,12 +15,15 @@ std::vector<std::string> SafePath(const Ref<ZipEntry>& entry) {
   if (name.empty()) refuse("the member has no name");
   if (name.front() == '/' && name != "/") refuse("its name is an absolute path");
   std::vector<std::string> components;
-  for (const String& part : entry->path) {
-    std::string component = Utf8(part);
+  for (std::size_t begin = 0; begin < name.size();) {
+    const std::size_t slash = std::min(name.find('/', begin), name.size());
+    std::string component = name.substr(begin, slash - begin);
+    begin = slash + 1;
+    if (component.empty() || (component == "." && slash < name.size())) continue;
     if (component == "..") refuse("its name leads out of the destination by \"..\"");
     if (component == "." || component.find('\0') != std::string::npos)
       refuse("its name cannot be that of a file");
-    if (!component.empty()) components.push_back(std::move(component));
+    components.push_back(std::move(component));
   }
   if (components.empty() && !entry->IsDirectory()) refuse("its name cannot be that of a file");
   return components;

@@ -46,4 +46,20 @@ Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encod
   return archive;
 }
 
+Ref<ZipArchive> OpenForWriting(const std::string& path, const std::string& encoding) {
+  auto archive = New<ZipArchive>();
+  if (!archive->Open(GetFolderItem(String::Bytes(path)), true, EncodingByName(encoding))) {
+    throw Failure(ExitCode::kFileError, Utf8(archive->ErrorMessage()));
+  }
+  if (!archive->IsWritable())
+    throw Failure(ExitCode::kBadArchive, "its directory is damaged; it cannot be changed");
+  return archive;
+}
+
+void CloseWritten(const Ref<ZipArchive>& archive) {
+  const Ref<BinaryStream> stream = archive->d->zipStream;
+  if (!archive->Close()) throw Failure(ExitCode::kFileError, Utf8(archive->ErrorMessage()));
+  if (stream->WriteError()) throw Failure(ExitCode::kFileError, "cannot be written; is the disk full?");
+}
+
 }  // namespace vantorel::forkzip

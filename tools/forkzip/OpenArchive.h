@@ -15,4 +15,11 @@ Ref<TextEncoding> EncodingByName(const std::string& name);
 // the system refuses it.
 Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encoding);
 
+// The same, for changes. The archive may be new: then the engine makes the file.
+Ref<ZipArchive> OpenForWriting(const std::string& path, const std::string& encoding);
+
+// Writes the directory and closes an archive that was open for changes. Raises Failure (kFileError) if
+// anything that was written since it was opened did not arrive.
+void CloseWritten(const Ref<ZipArchive>& archive);
+
 }  // namespace vantorel::forkzip

@@ -4,6 +4,8 @@
 #include <new>
 #include <utility>
 
+#include "tools/forkzip/Interruption.h"
+
 namespace vantorel::forkzip {
 
 Progress::When Options::ShowProgress() const {
@@ -22,6 +24,8 @@ void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb) 
       verb(problems);
     } catch (const Failure& failure) {
       problems.Add(failure.Code(), failure.what());
+    } catch (const Interrupted&) {
+      // The process ends by the signal.
     } catch (const std::bad_alloc&) {
       problems.Add(ExitCode::kFileError, "not enough memory");
     } catch (const std::exception& fault) {
@@ -42,5 +46,18 @@ void AddEncodingOption(CLI::App& command, Options& options) {
 void AddJsonOption(CLI::App& command, Options& options) {
   command.add_flag("--json", options.json, "Answer in JSON, for programs");
 }
+
+void AddInPlaceOption(CLI::App& command, Options& options) {
+  command.add_flag("--in-place", options.in_place, "Change the archive itself: quicker, but see below");
+}
+
+const char* const kHelpOnEditing =
+    "The change is made in a new file beside the archive, which is checked, synced and renamed over it: "
+    "whenever the\n"
+    "run ends, even by a power cut, the old archive or the new one is there whole. It needs room for a "
+    "second copy.\n"
+    "With --in-place the archive itself is changed. A run that is killed, or meets a full disk, then leaves "
+    "it without\n"
+    "a directory, and other programs may not be able to open it any more.\n";
 
 }  // namespace vantorel::forkzip

@@ -20,6 +20,7 @@ struct Options {
   bool json = false;
   bool quiet = false;
   bool force_progress = false;
+  bool in_place = false;
 
   Progress::When ShowProgress() const;
 };
@@ -32,5 +33,9 @@ using Verb = std::function<void(Problems& problems)>;
 void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb);
 void AddEncodingOption(CLI::App& command, Options& options);
 void AddJsonOption(CLI::App& command, Options& options);
+void AddInPlaceOption(CLI::App& command, Options& options);
+
+// What the help of every verb that changes an archive says about the two ways to do so.
+extern const char* const kHelpOnEditing;
 
 }  // namespace vantorel::forkzip

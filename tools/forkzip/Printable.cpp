@@ -1,5 +1,6 @@
 #include "tools/forkzip/Printable.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
@@ -60,6 +61,19 @@ std::string Printable(std::string_view text) {
     text.remove_prefix(length);
   }
   return shown;
+}
+
+bool IsAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<std::uint8_t>(c) < 0x80; });
+}
+
+bool IsUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const Character character = FirstCharacter(text);
+    if (character.length == 0) return false;
+    text.remove_prefix(character.length);
+  }
+  return true;
 }
 
 std::string Utf8(const String& text) {

@@ -12,10 +12,14 @@ namespace vantorel::forkzip {
 // writing, and bytes that are not UTF-8 come out as \xNN.
 std::string Printable(std::string_view text);
 
+bool IsAscii(std::string_view text);
+// Whether `text` is sound UTF-8.
+bool IsUtf8(std::string_view text);
+
 // The bytes of a text in UTF-8. What is labelled UTF-8 already passes unchanged, sound or not.
 std::string Utf8(const String& text);
 
-// `seconds`, sizes and the like: "1 member", "2 members".
+// "1 member", "2 members".
 std::string Count(unsigned long long number, std::string_view singular);
 // "532 bytes", "1.4 MiB".
 std::string HumanSize(unsigned long long bytes);

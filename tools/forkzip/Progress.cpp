@@ -46,7 +46,12 @@ Progress::~Progress() {
 }
 
 void Progress::Begin(const Ref<ZipEntry>& entry) {
-  entry_ = entry;
+  if (visible_) Begin(Utf8(entry->RawPath()));
+}
+
+void Progress::Begin(const std::string& name) {
+  if (!visible_) return;
+  name_ = name;
   Show(finished_);
 }
 
@@ -79,8 +84,7 @@ void Progress::Show(std::uint64_t done) {
   std::string line = "\r[" + std::string(filled, '#') + std::string(kCells - filled, ' ') + "] ";
   line += std::to_string(percent) + "% of " + HumanSize(total_) + "  ";
   const std::size_t width = TerminalWidth();
-  if (entry_ && line.size() < width)
-    line += LastPart(Printable(Utf8(entry_->RawPath())), width - line.size());
+  if (line.size() < width) line += LastPart(Printable(name_), width - line.size());
   line += "\x1B[K";
   std::fwrite(line.data(), 1, line.size(), stderr);
   bar_is_shown = true;

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <string>
 
 #include "platform/base/Ref.h"
 #include "zip/archive/ZipProgressNotifier.h"
@@ -19,6 +20,8 @@ class Progress : public ZipProgressNotifier {
 
   // The member that is worked on now.
   void Begin(const Ref<ZipEntry>& entry);
+  // The same by its name, for one that is to become a member.
+  void Begin(const std::string& name);
   // That member is done; `size` counts toward the total, whatever was reported of it.
   void End(std::uint64_t size);
 
@@ -35,7 +38,7 @@ class Progress : public ZipProgressNotifier {
   bool visible_;
   std::uint64_t total_;
   std::uint64_t finished_ = 0;
-  Ref<ZipEntry> entry_;
+  std::string name_;
   std::chrono::steady_clock::time_point next_;
 };
 

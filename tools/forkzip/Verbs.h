@@ -14,5 +14,11 @@ void AddInfoVerb(CLI::App& app, ExitCode& exit_code);
 void AddTestVerb(CLI::App& app, ExitCode& exit_code);
 void AddExtractVerb(CLI::App& app, ExitCode& exit_code);
 void AddCatVerb(CLI::App& app, ExitCode& exit_code);
+void AddCreateVerb(CLI::App& app, ExitCode& exit_code);
+void AddAddVerb(CLI::App& app, ExitCode& exit_code);
+void AddDeleteVerb(CLI::App& app, ExitCode& exit_code);
+void AddDuplicateVerb(CLI::App& app, ExitCode& exit_code);
+void AddCommentVerb(CLI::App& app, ExitCode& exit_code);
+void AddCompactVerb(CLI::App& app, ExitCode& exit_code);
 
 }  // namespace vantorel::forkzip

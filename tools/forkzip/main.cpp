@@ -28,6 +28,12 @@ int Main(int argc, char** argv) {
   AddTestVerb(app, exit_code);
   AddExtractVerb(app, exit_code);
   AddCatVerb(app, exit_code);
+  AddCreateVerb(app, exit_code);
+  AddAddVerb(app, exit_code);
+  AddDeleteVerb(app, exit_code);
+  AddDuplicateVerb(app, exit_code);
+  AddCommentVerb(app, exit_code);
+  AddCompactVerb(app, exit_code);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& asked) {  // --help, --version

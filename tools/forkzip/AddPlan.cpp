@@ -1,0 +1,119 @@
+#include "tools/forkzip/AddPlan.h"
+
+#include <dirent.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+
+#include "platform/files/FolderItem.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+constexpr std::string_view kSidePrefix = "._";
+
+struct CloseFolder {
+  void operator()(DIR* folder) const { closedir(folder); }
+};
+
+// The names in a folder, sorted. On a fault `error` is set.
+std::vector<std::string> NamesIn(const std::string& path, int& error) {
+  std::vector<std::string> names;
+  const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
+  if (folder == nullptr) {
+    error = errno;
+    return names;
+  }
+  errno = 0;
+  while (const dirent* entry = readdir(folder.get())) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") names.emplace_back(name);
+  }
+  error = errno;
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+// A side file whose fork goes into the MacBinary wrapping of the file it belongs to.
+bool GoesWithItsFile(const std::string& folder, const std::vector<std::string>& names,
+                     const std::string& name) {
+  if (!name.starts_with(kSidePrefix)) return false;
+  const std::string file = name.substr(kSidePrefix.size());
+  if (!std::binary_search(names.begin(), names.end(), file)) return false;
+  return GetFolderItem(String::Bytes(folder + "/" + file))->ResourceForkLength() > 0;
+}
+
+}  // namespace
+
+std::string MemberNameOf(const std::string& path) {
+  std::string name;
+  for (std::size_t begin = 0; begin < path.size();) {
+    const std::size_t slash = std::min(path.find('/', begin), path.size());
+    const std::string component = path.substr(begin, slash - begin);
+    begin = slash + 1;
+    if (component == "..") {
+      name.erase(name.find_last_of('/') == std::string::npos ? 0 : name.find_last_of('/'));
+    } else if (!component.empty() && component != ".") {
+      name += (name.empty() ? "" : "/") + component;
+    }
+  }
+  return name;
+}
+
+void AddPlan::Add(const std::string& path, const std::string& name) {
+  AddItem(path, MemberNameOf(name.empty() ? path : name));
+}
+
+void AddPlan::AddItem(const std::string& path, const std::string& name) {
+  struct stat status {};
+  if (lstat(path.c_str(), &status) != 0)
+    return problems_.Add(ExitCode::kFileError, path, WithCause("left out", errno));
+  const bool link = S_ISLNK(status.st_mode);
+  if (link && options_.follow_links && stat(path.c_str(), &status) != 0) {
+    return problems_.Add(ExitCode::kFileError, path,
+                         WithCause("left out, a symbolic link to nothing", errno));
+  }
+  if (link && options_.follow_links && S_ISDIR(status.st_mode)) {
+    return problems_.Note(path + ": left out, a symbolic link to a folder");
+  }
+  if (link && !options_.follow_links && !options_.keep_permissions) {
+    return problems_.Note(path + ": left out, a symbolic link; --follow-links adds what it points to");
+  }
+  if (S_ISDIR(status.st_mode)) {
+    // The present folder has no name of its own.
+    if (!name.empty()) {
+      items_.push_back({PlannedItem::Kind::kFolder, path, name + "/", 0, status.st_mtim, status.st_mode});
+    }
+    return AddFolder(path, name);
+  }
+  if (!S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) {
+    return problems_.Add(ExitCode::kFileError, path, "left out, neither a file nor a folder");
+  }
+  if (IsLeftOut(status)) return problems_.Note(path + ": left out, it is the archive itself");
+  const auto kind = S_ISLNK(status.st_mode) ? PlannedItem::Kind::kLink : PlannedItem::Kind::kFile;
+  const auto size = static_cast<std::uint64_t>(status.st_size);
+  items_.push_back({kind, path, name, size, status.st_mtim, status.st_mode});
+  total_size_ += size;
+}
+
+void AddPlan::AddFolder(const std::string& path, const std::string& name) {
+  int error = 0;
+  const std::vector<std::string> names = NamesIn(path, error);
+  if (error != 0) problems_.Add(ExitCode::kFileError, path, WithCause("cannot be read", error));
+  const std::string path_prefix = path.back() == '/' ? path : path + "/";
+  const std::string name_prefix = name.empty() ? "" : name + "/";
+  for (const std::string& each : names) {
+    if (options_.mac_binary != 0 && GoesWithItsFile(path, names, each)) continue;
+    AddItem(path_prefix + each, name_prefix + each);
+  }
+}
+
+bool AddPlan::IsLeftOut(const struct stat& status) const {
+  return std::any_of(left_out_.begin(), left_out_.end(), [&](const struct stat& each) {
+    return each.st_dev == status.st_dev && each.st_ino == status.st_ino;
+  });
+}
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,61 @@
+// What a command line asks to be added: all items, with the names they get, before anything is written.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tools/forkzip/Problems.h"
+
+namespace vantorel::forkzip {
+
+struct AddOptions {
+  std::int32_t mac_binary = 1;  // as ZipArchive::MacBinaryNever and so on
+  bool follow_links = false;
+  bool keep_permissions = true;
+};
+
+struct PlannedItem {
+  enum class Kind { kFile, kFolder, kLink };
+
+  Kind kind;
+  std::string path;
+  std::string name;  // in the archive; a folder's ends in "/"
+  std::uint64_t size;
+  struct timespec modified;
+  std::uint32_t mode;
+};
+
+class AddPlan {
+ public:
+  AddPlan(const AddOptions& options, Problems& problems) : options_(options), problems_(problems) {}
+
+  // The archive itself, or what is to become it, is not added to itself.
+  void LeaveOut(const struct stat& file) { left_out_.push_back(file); }
+
+  // Plans an item, and for a folder what is in it, in byte order of the names. What cannot be added is a
+  // problem. `name`: what it is to be called in the archive; empty: as its path, less what leads upward or to
+  // the root.
+  void Add(const std::string& path, const std::string& name);
+
+  const std::vector<PlannedItem>& Items() const { return items_; }
+  std::uint64_t TotalSize() const { return total_size_; }
+
+ private:
+  void AddItem(const std::string& path, const std::string& name);
+  void AddFolder(const std::string& path, const std::string& name);
+  bool IsLeftOut(const struct stat& status) const;
+
+  AddOptions options_;
+  Problems& problems_;
+  std::vector<struct stat> left_out_;
+  std::vector<PlannedItem> items_;
+  std::uint64_t total_size_ = 0;
+};
+
+// "../a/./b" and "/a/b" as "a/b".
+std::string MemberNameOf(const std::string& path);
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,65 @@
+#include <sys/stat.h>
+
+#include "tools/forkzip/AddingOptions.h"
+#include "tools/forkzip/ArchiveCopy.h"
+#include "tools/forkzip/Interruption.h"
+#include "tools/forkzip/MemberWriter.h"
+#include "tools/forkzip/OpenArchive.h"
+#include "tools/forkzip/Output.h"
+#include "tools/forkzip/Preflight.h"
+#include "tools/forkzip/Printable.h"
+#include "tools/forkzip/Verbs.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+constexpr const char* kHelp =
+    "The archive appears under its name only when it is whole. One that exists already is left alone. What "
+    "cannot be\n"
+    "read is told and left out (exit code 3); the rest is archived. Names are stored as given, less a "
+    "leading `/` or\n"
+    "`../`.\n"
+    "Examples:\n"
+    "  forkzip create photos.zip beach.jpg mountains/\n"
+    "  cd site && forkzip create ../site.zip .          without a folder in front of the names\n"
+    "  forkzip create --macbinary always mac.zip Icon   type, creator and dates of classic Mac files as well";
+
+void Create(const AddingOptions& options, Problems& problems) {
+  struct stat status {};
+  if (lstat(options.archive.c_str(), &status) == 0) {
+    throw Failure(ExitCode::kFileError, "exists already; `forkzip add` puts members into it");
+  }
+  AddPlan plan(options.Ways(), problems);
+  for (const std::string& path : options.paths) plan.Add(path, "");
+  if (plan.Items().empty()) throw Failure(ExitCode::kFileError, "there is nothing to put into it");
+  Preflight::CheckCount(plan.Items().size());
+
+  Interruption::Watch();
+  const auto progress = New<Progress>(options.ShowProgress(), plan.TotalSize());
+  ArchiveCopy copy = ArchiveCopy::ForNewArchive(options.archive);
+  const Ref<ZipArchive> archive = OpenForWriting(copy.Path(), "utf-8");
+  archive->SetProgressMonitor(progress);
+  MemberWriter(archive, options.Ways(), problems).Add(plan, progress);
+  const std::int32_t members = archive->EntryCount();
+  if (members == 0) throw Failure(ExitCode::kFileError, "there is nothing to put into it");
+  CloseWritten(archive);
+  copy.CommitAsWritten();
+  Progress::ClearLine();
+  if (options.quiet) return;
+  Output output;
+  output.Write(Count(static_cast<unsigned long long>(members), "member") + " archived\n");
+  output.Flush();
+}
+
+}  // namespace
+
+void AddCreateVerb(CLI::App& app, ExitCode& exit_code) {
+  static AddingOptions options;
+  CLI::App& command = *app.add_subcommand("create", "Makes a new archive");
+  SetUp(command, options, exit_code, [](Problems& problems) { Create(options, problems); });
+  AddAddingOptions(command, options);
+  command.footer(kHelp);
+}
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,102 @@
+#include <set>
+
+#include "tools/forkzip/ArchiveCopy.h"
+#include "tools/forkzip/InPlaceEdit.h"
+#include "tools/forkzip/Interruption.h"
+#include "tools/forkzip/MemberFacts.h"
+#include "tools/forkzip/MemberSelection.h"
+#include "tools/forkzip/OpenArchive.h"
+#include "tools/forkzip/Options.h"
+#include "tools/forkzip/Output.h"
+#include "tools/forkzip/Preflight.h"
+#include "tools/forkzip/Printable.h"
+#include "tools/forkzip/Rebuild.h"
+#include "tools/forkzip/Verbs.h"
+#include "zip/archive/ZipRecords.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+constexpr const char* kHelp =
+    "The space of the members is given back, but not with --in-place: there `forkzip compact` does that. If "
+    "a name means\n"
+    "no member, nothing is deleted. An archive of no members holds one called `/`.\n"
+    "Examples:\n"
+    "  forkzip delete photos.zip blurred.jpg\n"
+    "  forkzip delete backup.zip '*.o' cache/           what matches a pattern; a folder and what is in it\n"
+    "  forkzip delete --in-place big.zip old.iso && forkzip compact --in-place big.zip";
+
+// Tells records apart: where the local header lies, and the name.
+using RecordKey = std::pair<std::uint32_t, std::string>;
+
+RecordKey KeyOf(const Ref<ZipEntry>& entry) {
+  return {static_cast<std::uint32_t>(entry->header->Long(CentralHeader::kLocalHeaderOffset)),
+          std::string(entry->z_origEncodedName().view())};
+}
+
+// The records that stay. A member's companion goes with it.
+RawDirectory Without(RawDirectory directory, const Ref<ZipArchive>& archive,
+                     const std::vector<std::int32_t>& members) {
+  std::set<RecordKey> doomed;
+  for (const std::int32_t i : members) {
+    const Ref<ZipEntry> entry = archive->Entry(i);
+    doomed.insert(KeyOf(entry));
+    if (entry->appleDoubleEntry) doomed.insert(KeyOf(entry->appleDoubleEntry));
+  }
+  std::erase_if(directory.records, [&](const RawRecord& record) {
+    return doomed.contains({record.Offset(), std::string(record.Name())});
+  });
+  return directory;
+}
+
+void DeleteByCopy(const Options& options, const Ref<ZipArchive>& archive,
+                  const std::vector<std::int32_t>& members) {
+  ArchiveCopy copy(options.archive);
+  const RawDirectory before = RawDirectory::Read(copy.Original());
+  Preflight::CheckDirectory(copy.Original(), before);
+  const RawDirectory kept = Without(before, archive, members);
+  if (kept.records.empty()) {
+    copy.MakeEmptyArchive(kept.comment);
+    copy.CommitAsWritten();
+  } else {
+    copy.Commit(Rebuild(copy.Original(), kept, copy.File()));
+  }
+}
+
+void DeleteInPlace(const Options& options, const std::vector<std::int32_t>& members) {
+  InPlaceEdit edit(options.archive, options.encoding);
+  for (auto member = members.rbegin(); member != members.rend(); ++member)
+    edit.Archive()->RemoveEntry(*member);
+  edit.Finish();
+}
+
+void Delete(const Options& options, Problems& problems) {
+  const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
+  const std::vector<std::int32_t> members = SelectMembers(archive, options.members, problems);
+  if (problems.Code() != ExitCode::kDone) throw Failure(problems.Code(), "nothing is deleted");
+  Interruption::Watch();
+  if (options.in_place) {
+    DeleteInPlace(options, members);
+  } else {
+    DeleteByCopy(options, archive, members);
+  }
+  if (options.quiet) return;
+  Output output;
+  output.Write(Count(members.size(), "member") + " deleted\n");
+  output.Flush();
+}
+
+}  // namespace
+
+void AddDeleteVerb(CLI::App& app, ExitCode& exit_code) {
+  static Options options;
+  CLI::App& command = *app.add_subcommand("delete", "Takes members out of an archive");
+  SetUp(command, options, exit_code, [](Problems& problems) { Delete(options, problems); });
+  command.add_option("MEMBER", options.members, "Names, folders or shell patterns")->required();
+  AddInPlaceOption(command, options);
+  AddEncodingOption(command, options);
+  command.footer(std::string(kHelpOnEditing) + kHelp);
+}
+
+}  // namespace vantorel::forkzip

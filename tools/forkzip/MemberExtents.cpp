@@ -1,0 +1,67 @@
+#include "tools/forkzip/MemberExtents.h"
+
+#include <algorithm>
+
+#include "tools/forkzip/FileBytes.h"
+#include "tools/forkzip/LittleEndian.h"
+#include "tools/forkzip/Printable.h"
+#include "tools/forkzip/Problems.h"
+#include "zip/archive/ZipRecords.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+// A data descriptor (APPNOTE 4.3.9): CRC-32 and both sizes, with or without a signature in front.
+constexpr std::uint32_t kDescriptorMagic = 0x08074B50;
+constexpr std::uint64_t kDescriptorSize = 12;
+constexpr std::uint64_t kSignedDescriptorSize = 16;
+
+[[noreturn]] void Fail(const RawRecord& record, const char* what) {
+  throw Failure(ExitCode::kBadArchive, Printable(record.Name()) + ": " + what);
+}
+
+std::uint64_t DescriptorSize(int file, std::uint64_t at, std::uint64_t limit) {
+  const bool is_signed = limit - at >= 4 && Get32(ReadAt(file, at, 4), 0) == kDescriptorMagic;
+  return std::min(is_signed ? kSignedDescriptorSize : kDescriptorSize, limit - at);
+}
+
+MemberExtent ExtentOf(int file, const RawRecord& record, std::uint32_t directory_start) {
+  const std::uint64_t begin = record.Offset();
+  if (begin + LocalHeader::kSize > directory_start)
+    Fail(record, "its data does not lie in front of the directory");
+  const std::string header = ReadAt(file, begin, LocalHeader::kSize);
+  if (Get32(header, LocalHeader::kSignature) != LocalHeader::kMagic)
+    Fail(record, "its local header is damaged");
+  std::uint64_t end = begin + LocalHeader::kSize + Get16(header, LocalHeader::kNameLength) +
+                      Get16(header, LocalHeader::kExtraLength) + record.CompressedSize();
+  if (end > directory_start) Fail(record, "its data reaches into the directory");
+  const bool has_descriptor = (Get16(header, LocalHeader::kFlags) & ZipFlags::kFakeEntry) != 0;
+  if (has_descriptor) end += DescriptorSize(file, end, directory_start);
+  return {static_cast<std::uint32_t>(begin), static_cast<std::uint32_t>(end), has_descriptor};
+}
+
+}  // namespace
+
+std::vector<MemberExtent> ExtentsOf(int file, const RawDirectory& directory) {
+  std::vector<const RawRecord*> in_file_order;
+  for (const RawRecord& record : directory.records) in_file_order.push_back(&record);
+  std::stable_sort(in_file_order.begin(), in_file_order.end(),
+                   [](const RawRecord* a, const RawRecord* b) { return a->Offset() < b->Offset(); });
+  std::vector<MemberExtent> extents;
+  for (const RawRecord* record : in_file_order) {
+    if (!extents.empty() && extents.back().begin == record->Offset()) continue;
+    if (!extents.empty() && extents.back().end > record->Offset())
+      Fail(*record, "its data overlaps another member's");
+    extents.push_back(ExtentOf(file, *record, directory.start));
+  }
+  return extents;
+}
+
+std::uint64_t UnusedBytes(const RawDirectory& directory, const std::vector<MemberExtent>& extents) {
+  std::uint64_t unused = directory.start;
+  for (const MemberExtent& extent : extents) unused -= extent.end - extent.begin;
+  return unused;
+}
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,87 @@
+#include "tools/forkzip/Preflight.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "tools/forkzip/LittleEndian.h"
+#include "tools/forkzip/MemberExtents.h"
+#include "tools/forkzip/Printable.h"
+#include "tools/forkzip/Problems.h"
+#include "zip/archive/ZipRecords.h"
+
+namespace vantorel::forkzip::Preflight {
+
+namespace {
+
+constexpr std::uint64_t kMostMembers = 65535;
+constexpr std::uint64_t kLargestArchive = 0x7FFFFFFF;
+constexpr std::size_t kLongestComment = 65535;
+
+[[noreturn]] void Refuse(const std::string& why) {
+  throw Failure(ExitCode::kBadArchive, "not changed: " + why);
+}
+
+}  // namespace
+
+void CheckDirectory(int file, const RawDirectory& directory) {
+  struct stat status {};
+  fstat(file, &status);
+  const auto length = static_cast<std::uint64_t>(status.st_size);
+  if (directory.records.size() != directory.announced) {
+    Refuse("its directory announces " + Count(directory.announced, "member") + " but holds " +
+           std::to_string(directory.records.size()) +
+           "; extract what it holds and make a new archive of that");
+  }
+  if (length > directory.end) {
+    Refuse(Count(length - directory.end, "byte") +
+           " behind the end of the archive would be lost; cut the file there first, if they mean nothing");
+  }
+  CheckSize(length);
+  for (const RawRecord& record : directory.records) {
+    if (record.Offset() >= directory.start) {
+      Refuse("members lie behind its directory; extract them and make a new archive of them");
+    }
+  }
+}
+
+void CheckNothingVanishes(const RawDirectory& directory, std::int32_t entries_seen) {
+  const std::size_t folded = directory.records.size() - static_cast<std::size_t>(entries_seen);
+  if (folded == 0) return;
+  Refuse("in place, " + Count(folded, "companion member") +
+         " with resource forks and Finder data would vanish; leave out --in-place, which keeps them");
+}
+
+void CheckCompactable(int file, const RawDirectory& directory) {
+  const std::vector<MemberExtent> extents = ExtentsOf(file, directory);
+  const auto descriptors = std::count_if(extents.begin(), extents.end(),
+                                         [](const MemberExtent& extent) { return extent.has_descriptor; });
+  if (descriptors == 0) return;
+  Refuse("in place, " + Count(static_cast<unsigned long long>(descriptors), "member") +
+         " with data descriptors would be damaged; leave out --in-place, which compacts them soundly");
+}
+
+void CheckCount(std::uint64_t members) {
+  if (members <= kMostMembers) return;
+  Refuse("it would hold " + Count(members, "member") +
+         ", and the format ends at 65535; make a second archive");
+}
+
+void CheckSize(std::uint64_t archive_size) {
+  if (archive_size <= kLargestArchive) return;
+  Refuse(
+      "it would pass 2 GiB, where the format of version 2.0 as it is handled here ends; make a second "
+      "archive");
+}
+
+void CheckComment(const std::string& comment) {
+  if (comment.size() > kLongestComment) {
+    Refuse("the comment has " + Count(comment.size(), "byte") + ", and the format ends at 65535");
+  }
+  if (comment.find(LittleEndian32(EndRecord::kMagic)) != std::string::npos) {
+    Refuse(
+        "the comment holds the signature of a directory's end, and the archive could not be read any more");
+  }
+}
+
+}  // namespace vantorel::forkzip::Preflight

@@ -1,0 +1,128 @@
+#include "tools/forkzip/RawDirectory.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+
+#include "tools/forkzip/FileBytes.h"
+#include "tools/forkzip/LittleEndian.h"
+#include "tools/forkzip/Problems.h"
+#include "zip/archive/ZipRecords.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+constexpr std::size_t kLongestComment = 65535;
+
+[[noreturn]] void FailAsCorrupt() {
+  throw Failure(ExitCode::kBadArchive, "the directory is damaged");
+}
+
+// The file's last bytes, as far as an end record can begin in them.
+std::string Tail(int file, std::uint64_t length) {
+  const std::uint64_t count = std::min<std::uint64_t>(length, EndRecord::kSize + kLongestComment + 4);
+  return ReadAt(file, length - count, count);
+}
+
+// Where the last end record of `tail` begins.
+std::size_t FindEndRecord(std::string_view tail) {
+  const std::string magic = LittleEndian32(EndRecord::kMagic);
+  if (tail.size() < EndRecord::kSize) FailAsCorrupt();
+  const std::size_t at = tail.rfind(magic, tail.size() - EndRecord::kSize);
+  if (at == std::string_view::npos) FailAsCorrupt();
+  return at;
+}
+
+// Cuts the first record off `bytes`.
+RawRecord TakeRecord(std::string_view& bytes) {
+  if (bytes.size() < CentralHeader::kSize ||
+      Get32(bytes, CentralHeader::kSignature) != CentralHeader::kMagic) {
+    FailAsCorrupt();
+  }
+  const std::size_t size = std::size_t{CentralHeader::kSize} + Get16(bytes, CentralHeader::kNameLength) +
+                           Get16(bytes, CentralHeader::kExtraLength) +
+                           Get16(bytes, CentralHeader::kCommentLength);
+  if (bytes.size() < size) FailAsCorrupt();
+  RawRecord record{std::string(bytes.substr(0, size))};
+  bytes.remove_prefix(size);
+  return record;
+}
+
+}  // namespace
+
+std::string_view RawRecord::Name() const {
+  return std::string_view(bytes_).substr(CentralHeader::kSize, Get16(bytes_, CentralHeader::kNameLength));
+}
+std::string_view RawRecord::Comment() const {
+  return std::string_view(bytes_).substr(bytes_.size() - Get16(bytes_, CentralHeader::kCommentLength));
+}
+std::uint32_t RawRecord::Flags() const {
+  return Get16(bytes_, CentralHeader::kFlags);
+}
+std::uint32_t RawRecord::Crc() const {
+  return Get32(bytes_, CentralHeader::kCrc);
+}
+std::uint32_t RawRecord::CompressedSize() const {
+  return Get32(bytes_, CentralHeader::kCompressedSize);
+}
+std::uint32_t RawRecord::Size() const {
+  return Get32(bytes_, CentralHeader::kUncompressedSize);
+}
+std::uint32_t RawRecord::Offset() const {
+  return Get32(bytes_, CentralHeader::kLocalHeaderOffset);
+}
+void RawRecord::SetOffset(std::uint32_t offset) {
+  bytes_.replace(CentralHeader::kLocalHeaderOffset, 4, LittleEndian32(offset));
+}
+
+void RawRecord::SetFlags(std::uint32_t flags) {
+  bytes_.replace(CentralHeader::kFlags, 2, LittleEndian16(flags));
+}
+void RawRecord::SetName(std::string_view name) {
+  bytes_.replace(CentralHeader::kSize, Name().size(), name);
+  bytes_.replace(CentralHeader::kNameLength, 2, LittleEndian16(static_cast<std::uint32_t>(name.size())));
+}
+
+RawDirectory RawDirectory::Read(int file) {
+  struct stat status {};
+  fstat(file, &status);
+  const auto length = static_cast<std::uint64_t>(status.st_size);
+  const std::string tail = Tail(file, length);
+  const std::size_t at = FindEndRecord(tail);
+  const std::string_view end_record = std::string_view(tail).substr(at);
+
+  RawDirectory directory;
+  directory.comment = end_record.substr(EndRecord::kSize, Get16(end_record, EndRecord::kCommentLength));
+  directory.end = length - tail.size() + at + EndRecord::kSize + directory.comment.size();
+  directory.start = Get32(end_record, EndRecord::kDirectoryOffset);
+  directory.announced = Get16(end_record, EndRecord::kEntriesTotal);
+  const std::uint32_t size = Get32(end_record, EndRecord::kDirectorySize);
+  if (std::uint64_t{directory.start} + size > length) FailAsCorrupt();
+  const std::string bytes = ReadAt(file, directory.start, size);
+  for (std::string_view rest = bytes; !rest.empty();) directory.records.push_back(TakeRecord(rest));
+  return directory;
+}
+
+std::string RawDirectory::Bytes() const {
+  std::string bytes;
+  for (const RawRecord& record : records) bytes += record.Bytes();
+  const auto size = static_cast<std::uint32_t>(bytes.size());
+  const auto count = static_cast<std::uint32_t>(records.size());
+  bytes += LittleEndian32(EndRecord::kMagic) + LittleEndian16(0) + LittleEndian16(0);
+  bytes += LittleEndian16(count) + LittleEndian16(count) + LittleEndian32(size) + LittleEndian32(start);
+  return bytes + LittleEndian16(static_cast<std::uint32_t>(comment.size())) + comment;
+}
+
+void RawDirectory::Write(int file) const {
+  const std::string bytes = Bytes();
+  WriteAt(file, start, bytes);
+  if (ftruncate(file, static_cast<off_t>(start + bytes.size())) != 0) {
+    throw Failure(ExitCode::kFileError, WithCause("cannot be written", errno));
+  }
+}
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,50 @@
+// A central directory as the bytes that it is: every record in full, companions and all, so that it can be
+// written again with nothing lost. The engine's own view leaves some things out.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace vantorel::forkzip {
+
+// One central record: fixed part, name, extra field, comment.
+class RawRecord {
+ public:
+  explicit RawRecord(std::string bytes) : bytes_(std::move(bytes)) {}
+
+  const std::string& Bytes() const { return bytes_; }
+  std::string_view Name() const;
+  std::string_view Comment() const;
+  std::uint32_t Flags() const;
+  std::uint32_t Crc() const;
+  std::uint32_t CompressedSize() const;
+  std::uint32_t Size() const;
+  // Of the local header.
+  std::uint32_t Offset() const;
+  void SetOffset(std::uint32_t offset);
+  void SetFlags(std::uint32_t flags);
+  void SetName(std::string_view name);
+
+ private:
+  std::string bytes_;
+};
+
+struct RawDirectory {
+  std::vector<RawRecord> records;
+  std::string comment;
+  std::uint32_t start = 0;      // where the records begin
+  std::uint64_t end = 0;        // behind the end record and its comment
+  std::uint32_t announced = 0;  // the count in the end record
+
+  // Reads the directory that the engine would find. Raises Failure if it is damaged.
+  static RawDirectory Read(int file);
+  // The records and the end record, as they stand from `start` on.
+  std::string Bytes() const;
+  // Writes them there, and cuts the file behind them. Raises Failure (kFileError).
+  void Write(int file) const;
+};
+
+}  // namespace vantorel::forkzip
