@@ -1,6 +1,8 @@
 #include "zip/extract/UnzipRun.h"
 
 #include <algorithm>
+#include <memory>
+#include <vector>
 
 #include "platform/base/Arithmetic.h"
 #include "platform/run/BackgroundTask.h"
@@ -33,7 +35,22 @@ UnzipRun::UnzipRun(ZipEntry& entry, const Ref<SeqDataOutputStream>& data_out,
       header_block_(header_block),
       want_mac_binary_(mac_binary) {}
 
+// A companion may have a companion, and a forged archive long chains of them: they take no stack.
 bool UnzipRun::Run() {
+  std::vector<std::unique_ptr<UnzipRun>> companions;
+  for (UnzipRun* run = this; run->StreamForks() && run->WantsCompanion(); run = companions.back().get()) {
+    companions.push_back(std::make_unique<UnzipRun>(*run->entry_.appleDoubleEntry, nil, rsrc_out_, true,
+                                                    header_only_, header_block_));
+  }
+  while (!companions.empty()) {
+    const bool good = companions.back()->Result();
+    companions.pop_back();
+    (companions.empty() ? *this : *companions.back()).TakeFromCompanion(good);
+  }
+  return Result();
+}
+
+bool UnzipRun::StreamForks() {
   header_block_ = nil;
   Step step = ReadLocalHeader();
   if (step == Step::kGoOn) step = ChooseHeaderLook();
@@ -41,11 +58,14 @@ bool UnzipRun::Run() {
   if (step == Step::kGoOn) step = SetUpDecompression();
   if (step == Step::kGoOn) step = OpenDataOutput();
   if (step == Step::kGoOn) step = PumpData();
-  if (step != Step::kGoOn) return step == Step::kSucceed;
+  if (step != Step::kGoOn) {
+    ended_ = step == Step::kSucceed;
+    return false;
+  }
+  source_.reset();
   ReportProgress(entry_.Size());
   CloseOutputs();
-  UnzipCompanion();
-  return Result();
+  return true;
 }
 
 UnzipRun::Step UnzipRun::Fail(const String& message) {
@@ -250,11 +270,13 @@ void UnzipRun::CloseOutputs() {
   if (data_out_ && !data_out_->Close()) write_failed_ = true;
 }
 
-void UnzipRun::UnzipCompanion() {
-  if (failed_ || !mac_binary_ || !entry_.appleDoubleEntry) return;
-  ZipEntry& companion = *entry_.appleDoubleEntry;
-  if (!companion.z_unzip(nil, rsrc_out_, true, header_only_, header_block_)) {
-    entry_.errmsg = companion.errmsg;
+bool UnzipRun::WantsCompanion() const {
+  return !failed_ && mac_binary_ && entry_.appleDoubleEntry;
+}
+
+void UnzipRun::TakeFromCompanion(bool good) {
+  if (!good) {
+    entry_.errmsg = entry_.appleDoubleEntry->errmsg;
     failed_ = true;
   } else if (header_block_) {
     header_block_->SetLong(MacBinaryHeader::kDataLength, size_);
@@ -262,6 +284,7 @@ void UnzipRun::UnzipCompanion() {
 }
 
 bool UnzipRun::Result() {
+  if (ended_) return *ended_;
   if (failed_) return false;
   if (abort_) {
     entry_.errmsg = "Aborted";

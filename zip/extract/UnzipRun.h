@@ -14,7 +14,7 @@ namespace vantorel {
 
 class UnzipRun {
  public:
-  // The arguments of z_unzip. `entry` and `header_block` outlive the run.
+  // The arguments of z_unzip. `entry` and `header_block` outlive the run, which is run once.
   UnzipRun(ZipEntry& entry, const Ref<SeqDataOutputStream>& data_out,
            const Ref<SeqDataOutputStream>& rsrc_out, bool mac_binary, bool header_only,
            Ref<MemoryBlock>& header_block);
@@ -25,6 +25,13 @@ class UnzipRun {
   // How a step ends: the next one follows; the loop is left; the run is over.
   enum class Step { kGoOn, kLeaveLoop, kSucceed, kFail };
 
+  // The member's own bytes. False if that is the end of the run, for good or ill.
+  bool StreamForks();
+  bool WantsCompanion() const;
+  // What is left to do once the companion has been unzipped.
+  void TakeFromCompanion(bool good);
+  bool Result();
+
   Step ReadLocalHeader();
   Step ChooseHeaderLook();
   Step CheckConsistency();
@@ -32,8 +39,6 @@ class UnzipRun {
   Step OpenDataOutput();
   Step PumpData();
   void CloseOutputs();
-  void UnzipCompanion();
-  bool Result();
 
   // The parts of one pass of the loop.
   Step PumpChunk();
@@ -49,8 +54,8 @@ class UnzipRun {
 
   ZipEntry& entry_;
   ZipArchiveData& archive_;
-  const Ref<SeqDataOutputStream>& data_out_;
-  const Ref<SeqDataOutputStream>& rsrc_out_;
+  const Ref<SeqDataOutputStream> data_out_;
+  const Ref<SeqDataOutputStream> rsrc_out_;
   const bool mac_binary_;
   const bool header_only_;
   Ref<MemoryBlock>& header_block_;
@@ -62,6 +67,7 @@ class UnzipRun {
   std::int32_t compressed_size_ = 0;
   std::int32_t size_ = 0;
 
+  std::optional<bool> ended_;  // how the run ended before the forks were through
   std::optional<MemberData> source_;
   bool want_mac_binary_;              // the next read must be the look at a MacBinary header
   bool is_apple_double_ = false;      // the next read must be the look at an AppleDouble header

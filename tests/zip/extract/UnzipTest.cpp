@@ -242,6 +242,12 @@ TEST_F(Unzip, CompanionGivesTheResourceFork) {
   rsrc_->bytes = "";
   EXPECT_EQ(Extract(Pair(far + "rsrc")), "");
   EXPECT_EQ(rsrc_->bytes, "rsrc") << "what lies in front of it is read in pieces and thrown away";
+
+  std::vector<ZipMember> chain = Pair(AppleDoubleBytes("rsrc"));
+  chain.push_back({.name = "._._f", .data = AppleDoubleBytes(" again"), .central_extra = UnixExtra(1, 1)});
+  rsrc_->bytes = "";
+  EXPECT_EQ(Extract(chain), "");
+  EXPECT_EQ(rsrc_->bytes, "rsrc again") << "a companion's companion comes after it";
 }
 
 TEST_F(Unzip, BadCompanions) {
