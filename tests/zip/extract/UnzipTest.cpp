@@ -244,6 +244,7 @@ TEST_F(Unzip, CompanionGivesTheResourceFork) {
   EXPECT_EQ(rsrc_->bytes, "rsrc") << "what lies in front of it is read in pieces and thrown away";
 
   std::vector<ZipMember> chain = Pair(AppleDoubleBytes("rsrc"));
+  chain[1].name = "._f";
   chain.push_back({.name = "._._f", .data = AppleDoubleBytes(" again"), .central_extra = UnixExtra(1, 1)});
   rsrc_->bytes = "";
   EXPECT_EQ(Extract(chain), "");
