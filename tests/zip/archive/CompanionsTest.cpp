@@ -58,7 +58,7 @@ TEST(Companions, AreFolded) {
       {"without a file it stays", {"b", "__MACOSX/._a"}, {"b", "__MACOSX/._a"}, false},
       {"the folder alone goes", {"a", "__MACOSX/"}, {"a"}, false},
       {"the folder in another case stays", {"a", "__macosx/"}, {"a", "__macosx/"}, false},
-      {"the last mark in the name counts", {"._d/f", "._d/._f"}, {"._d/f <- ._d/._f"}, true},
+      {"the last mark in the name counts", {"x/._d/f", "x/._d/._f"}, {"x/._d/f <- x/._d/._f"}, true},
       {"an empty rest of the name", {"d/", "d/._"}, {"d/", "d/._"}, false},
       {"names that differ in case only", {"n", "N", "._N", "._n"}, {"n <- ._n", "N <- ._N"}, true},
       {"of a folder that goes itself", {"a", "__MACOSX/__MACOSX/._d", "__MACOSX/d/"}, {"a"}, true},

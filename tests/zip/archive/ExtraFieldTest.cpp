@@ -51,6 +51,7 @@ TEST(ExtraField, FindsTypeCreatorAndName) {
       {"the last of two", plain + Unnamed("ZPITAPPLaplt"), "APPL aplt "},
       {"behind an empty record it is never seen", ExtraRecordBytes(0x7875, "") + plain, "-"},
       {"behind a record that leaves the block", Le16(0x7875) + Le16(99) + plain, "-"},
+      {"a record that leaves the block itself", Le16(0x2705) + Le16(13) + "ZPITTEXTttxt", "-"},
       {"in front of such a record", plain + Le16(0x7875) + Le16(99) + "x", "TEXT ttxt "},
       {"a name record too short to hold a name", Named("ZPITTEXTttxt"), "-"},
       {"a name that leaves the record", Named("ZPIT\5fileTEXTttxt") + plain.substr(0, 4) + "12345678", "-"},
