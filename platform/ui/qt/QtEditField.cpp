@@ -50,6 +50,13 @@ QtEditField::QtEditField(EditField& control, QWidget& window) : control_(control
   field_.setReadOnly(control.ReadOnly);
   // The keyboard can move through the text and select, and the cursor shows where it is.
   field_.setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+  // In the program's language; the toolkit's own menu speaks English where its translations are not
+  // installed.
+  menu_.addAction(QStringLiteral("Kopieren"), &field_, &QPlainTextEdit::copy);
+  menu_.addAction(QStringLiteral("Alles auswählen"), &field_, &QPlainTextEdit::selectAll);
+  field_.setContextMenuPolicy(Qt::CustomContextMenu);
+  QObject::connect(&field_, &QWidget::customContextMenuRequested, &menu_,
+                   [this](QPoint place) { menu_.popup(field_.mapToGlobal(place)); });
   QPalette palette = field_.palette();
   palette.setColor(QPalette::Text, ToQColor(control.TextColor));
   palette.setColor(QPalette::Base, ToQColor(control.BackColor));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMenu>
 #include <QPlainTextEdit>
 
 #include "platform/ui/EditField.h"
@@ -15,6 +16,7 @@ class QtEditField : public ControlView {
  private:
   EditField& control_;
   QPlainTextEdit field_;
+  QMenu menu_;
   String shown_;
 };
 
