@@ -73,7 +73,7 @@ TEST(Compact, StopsAtADamagedMember) {
   };
   for (const Case& c : cases) {
     std::vector<ZipMember> members;
-    for (const unsigned seed : {1, 2, 3, 4}) members.push_back({.name = "n", .data = Noise(100, seed)});
+    for (const unsigned seed : {1U, 2U, 3U, 4U}) members.push_back({.name = "n", .data = Noise(100, seed)});
     std::string bytes = MakeZip(members);
     Put(bytes, 2 * (31 + 100) + c.field, c.bytes);
     const ScratchFolder scratch;

@@ -132,7 +132,7 @@ TEST(EntryWriter, AMemberThatFindsNoRoomIsNotListed) {
   {
     const FileSizeLimit limit(100000);
     EXPECT_EQ(Add(*archive, "first", Noise(20000)), 1);
-    for (const std::size_t size : {200000, 1000000}) {
+    for (const std::size_t size : {std::size_t{200000}, std::size_t{1000000}}) {
       EXPECT_EQ(Add(*archive, "large", Noise(size)), -2);
       EXPECT_EQ(Text(archive->errmsg), "Write error, the archived item may be corrupted");
     }
