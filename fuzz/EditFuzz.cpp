@@ -67,7 +67,7 @@ class Editing {
   Editing(std::string path, Choices& choices) : path_(std::move(path)), choices_(choices) { Open(); }
 
   void Run() {
-    for (int step = 0; step < 60 && choices_.More(); ++step) {
+    for (int step = 0; step < 40 && choices_.More(); ++step) {
       Step();
       Require(archive_->EntryCount() == Count(), "count of entries");
       if (!members_.empty()) CheckMember(choices_.Below(members_.size()));
@@ -77,7 +77,7 @@ class Editing {
   }
 
  private:
-  static constexpr std::size_t kMostMembers = 20;
+  static constexpr std::size_t kMostMembers = 10;
 
   std::int32_t Count() const { return static_cast<std::int32_t>(members_.size()); }
   Ref<FolderItem> File() const { return GetFolderItem(String::Bytes(path_)); }
@@ -119,7 +119,7 @@ class Editing {
   }
 
   std::string Content() {
-    static const std::size_t kSizes[] = {0, 1, 127, 128, 129, 500, 4096, 16383, 16384, 16385, 70000, 0};
+    static const std::size_t kSizes[] = {0, 1, 127, 128, 129, 500, 4096, 16383, 16384, 16385, 33000, 0};
     std::string bytes(kSizes[choices_.Below(std::size(kSizes))], '\0');
     std::uint32_t state = choices_.Byte();
     const bool noise = (state & 1) != 0;

@@ -134,9 +134,9 @@ bool ZipArchive::Compact() {
 
 // Front to back, which is right for a target below the source. What a short read lacks goes unnoticed.
 void ZipArchive::z_copy(std::int32_t source, std::int32_t target, std::int32_t length) {
-  if (source == target) return;
+  if (source == target || length <= 0) return;
   BinaryStream& stream = *d->zipStream;
-  std::string chunk(static_cast<std::size_t>(std::max(d->copyChunkSize, 1)), '\0');
+  std::string chunk(static_cast<std::size_t>(std::min(length, std::max(d->copyChunkSize, 1))), '\0');
   while (length > 0) {
     const auto wanted = std::min(length, static_cast<std::int32_t>(chunk.size()));
     stream.SetPosition(ToPosition(source));
