@@ -1,0 +1,47 @@
+# What `cmake --install` lays down: the programs with their pages and completions, and the Zip library as a CMake
+# package (find_package(VantorelZip), target Vantorel::vl_zip).
+include(CMakePackageConfigHelpers)
+
+# Programs.
+install(TARGETS forkzip vantorel-publish RUNTIME COMPONENT programs)
+install(DIRECTORY docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT programs FILES_MATCHING PATTERN "*.1")
+install(FILES packaging/forkzip.bash-completion RENAME forkzip
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT programs)
+if(VANTOREL_UI)
+  install(TARGETS VantorelLauncher RUNTIME COMPONENT programs)
+  # The launcher looks for its helper here, so that it is on nobody else's PATH.
+  install(TARGETS open RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/vantorel COMPONENT programs)
+  install(FILES packaging/vantorel-launcher.desktop
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/applications COMPONENT programs)
+  install(FILES launcher/resources/icon.svg RENAME vantorel-launcher.svg
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps COMPONENT programs)
+endif()
+
+# The Zip library.
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VantorelZip)
+install(TARGETS vl_platform vl_zip EXPORT VantorelZipTargets ARCHIVE COMPONENT library)
+install(DIRECTORY zip DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantorel COMPONENT library
+        FILES_MATCHING PATTERN "*.h")
+foreach(layer base text files compress run)
+  install(DIRECTORY platform/${layer} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantorel/platform COMPONENT library
+          FILES_MATCHING PATTERN "*.h")
+endforeach()
+install(EXPORT VantorelZipTargets NAMESPACE Vantorel:: DESTINATION ${package_dir} COMPONENT library)
+configure_package_config_file(cmake/VantorelZipConfig.cmake.in VantorelZipConfig.cmake
+                              INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(VantorelZipConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/VantorelZipConfig.cmake ${PROJECT_BINARY_DIR}/VantorelZipConfigVersion.cmake
+        DESTINATION ${package_dir} COMPONENT library)
+
+# A Debian package of the programs: cpack -G DEB in the build folder.
+set(CPACK_PACKAGE_NAME vantorel-launcher)
+set(CPACK_PACKAGE_CONTACT "The Vantorel launcher's maintainers <maintainers@example.org>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Launcher and self-updater for Vantorel, and the archive tool forkzip")
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL programs)
+set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
+include(CPack)
