@@ -3,6 +3,7 @@
 #include <iconv.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <map>
 #include <utility>
@@ -43,21 +44,18 @@ class Converter {
   // to `out`. True if that was all.
   bool ConvertRun(std::string_view& bytes, std::string& out) {
     if (!IsOpen()) return false;
-    std::size_t done = out.size();
     int error = E2BIG;
-    while (error == E2BIG && !bytes.empty()) {
-      constexpr std::size_t kRoom = 64;
-      out.resize(done + bytes.size() * 2 + kRoom);
+    while (error == E2BIG) {
+      std::array<char, 1024> room;                     // of fixed size, as there may be a run for every byte
       char* source = const_cast<char*>(bytes.data());  // iconv only reads it
-      char* target = out.data() + done;
+      char* target = room.data();
       std::size_t source_left = bytes.size();
-      std::size_t target_left = out.size() - done;
+      std::size_t target_left = room.size();
       const std::size_t result = iconv(handle_, &source, &source_left, &target, &target_left);
       error = result == static_cast<std::size_t>(-1) ? errno : 0;
       bytes.remove_prefix(bytes.size() - source_left);
-      done = out.size() - target_left;
+      out.append(room.data(), room.size() - target_left);
     }
-    out.resize(done);
     return error == 0;
   }
 
