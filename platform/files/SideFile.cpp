@@ -207,9 +207,9 @@ bool SideFile::MoveFork(std::uint64_t offset) {
 }
 
 bool SideFile::HoldsNothing() {
+  const AppleDoubleEntry* finder = FindFinderInfo(table_);
   for (const AppleDoubleEntry& entry : table_.Entries()) {
-    const bool is_finder_info =
-        &entry == FindFinderInfo(table_) && entry.length == AppleDouble::Finder::kSize;
+    const bool is_finder_info = &entry == finder && entry.length == AppleDouble::Finder::kSize;
     if (is_finder_info ? ReadFinderBytes(*stream_, entry) != FinderBytes{} : entry.length != 0) return false;
   }
   return true;

@@ -103,6 +103,20 @@ TEST(SideFile, HoldsWhatWasSetAndNothingMore) {
   EXPECT_EQ(ForkOf(item), "fork");
 }
 
+// Takes minutes if the whole table is walked for each entry.
+TEST(SideFile, MayHaveAFullTableOfEmptyEntries) {
+  const ScratchFolder scratch;
+  const Ref<FolderItem> item = scratch.Write("name", "data");
+  std::vector<Entry> entries(0xFFFD, {50, ""});
+  entries.push_back({9, std::string(32, '\0')});
+  entries.push_back({2, ""});
+  scratch.Write("._name", AppleDoubleOf(entries));
+  item->SetMacType("TEXT");
+  EXPECT_EQ(item->MacType().view(), "TEXT");
+  item->SetMacType("");
+  EXPECT_FALSE(scratch.Has("._name"));
+}
+
 TEST(SideFile, IsThereOnlyWhileItHoldsSomething) {
   const ScratchFolder scratch;
   const Ref<FolderItem> item = scratch.Write("name", "data");
