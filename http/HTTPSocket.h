@@ -86,7 +86,8 @@ class HTTPSocket : public TCPSocket, public Writeable, public Readable, public _
   void SetPostContent(const String& content, const String& contentType) override;
   // A HEAD request.
   virtual void GetHeaders(const String& url);
-  // The page; empty if it could not be had (ErrorCode tells why), what there is by then after a time-out.
+  // The page; after a time-out, what there is of it by then. Where no connection came about (ErrorCode tells
+  // why) the page of the request before is still there; of a new object it is empty.
   String Get(const String& url, std::int32_t timeout) override;
   String Post(const String& url, std::int32_t timeout) override;
   // True if there was no error. The limit runs from the connection: body bytes do not renew it.

@@ -16,10 +16,7 @@ class SocketCore : public Object {
     kOpenFailed = 100,
     kLostConnection = 102,
     kNameResolutionFailed = 103,
-    kAddressInUse = 105,
-    kBadState = 106,
     kBadPort = 107,
-    kOutOfMemory = 108,
     kConnectionRefused = 109,
   };
 
