@@ -28,26 +28,27 @@ long BytesWrittenSoFar() {
 }
 
 TEST(Compact, GivesTheArchiveThatWouldHaveBeenMadeAtOnce) {
-  const std::vector<std::size_t> removals[] = {{},        {0},    {2},          {4},
-                                               {0, 2, 4}, {1, 3}, {0, 1, 2, 3}, {0, 1, 2, 3, 4}};
   const std::string whole = ArchiveOf(FiveMembers());
-  for (const auto& removed : removals) {
+  for (const char* left : {"abcde", "bcde", "abde", "abcd", "bd", "ace", "e", ""}) {
     const ScratchFolder scratch;
     scratch.Write("a.zip", whole);
     const auto archive = Open(scratch);
-    Members left = FiveMembers();
-    for (auto i = removed.rbegin(); i != removed.rend(); ++i) {
-      EXPECT_TRUE(archive->RemoveEntry(static_cast<std::int32_t>(*i) + 1));
-      left.erase(left.begin() + static_cast<std::ptrdiff_t>(*i));
+    Members members;
+    long moved = 1000;
+    for (std::int32_t i = 5; i >= 1; --i) {
+      const auto& member = FiveMembers()[static_cast<std::size_t>(i) - 1];
+      if (std::string_view(left).find(member.first) != std::string_view::npos) {
+        members.insert(members.begin(), member);
+      } else {
+        EXPECT_TRUE(archive->RemoveEntry(i));
+        moved = 1000;
+        for (const auto& behind : members) moved += static_cast<long>(behind.second.size());
+      }
     }
-    // No more is written than lies behind the first hole.
-    const std::size_t first = removed.empty() ? 5 : removed[0];
-    long behind = 1000;
-    for (std::size_t m = first + 1; m < 5; ++m) behind += static_cast<long>(FiveMembers()[m].second.size());
     const long before = BytesWrittenSoFar();
     EXPECT_TRUE(archive->Compact() && archive->Close());
-    EXPECT_LE(BytesWrittenSoFar() - before, behind);
-    EXPECT_EQ(scratch.Read("a.zip"), ArchiveOf(left));
+    EXPECT_LE(BytesWrittenSoFar() - before, moved) << "no more than what lies behind the first hole";
+    EXPECT_EQ(scratch.Read("a.zip"), ArchiveOf(members)) << left;
   }
 }
 
@@ -116,17 +117,13 @@ TEST(DirectorySort, SortsAnyOrderInGoodTime) {
     std::int32_t z_Compare(std::int32_t a, std::int32_t b) override {
       return ++count, ZipArchive::z_Compare(a, b);
     }
-    std::int64_t count = 0;
+    std::int32_t count = 0;
   };
-  constexpr std::int32_t kCount = 65535;
-  const std::pair<const char*, std::function<std::int32_t(std::int32_t)>> orders[] = {
-      {"sorted", [](std::int32_t i) { return i; }},
-      {"reversed", [](std::int32_t i) { return -i; }},
-      {"all at one offset", [](std::int32_t) { return 7; }},
-      {"rising and falling", [](std::int32_t i) { return std::min(i, kCount - i); }},
-      {"mixed", [](std::int32_t i) { return i * 7919 % 1000; }},
-  };
-  for (const auto& [name, offset] : orders) {
+  constexpr std::int32_t kCount = 20000;
+  const std::function<std::int32_t(std::int32_t)> orders[] = {
+      [](std::int32_t i) { return i; }, [](std::int32_t i) { return -i; }, [](std::int32_t) { return 7; },
+      [](std::int32_t i) { return std::min(i, kCount - i); }, [](std::int32_t i) { return i * 7919 % 1000; }};
+  for (const auto& offset : orders) {
     const auto archive = New<CountingArchive>();
     for (std::int32_t i = 0; i < kCount; ++i) {
       archive->compactEntries.push_back(New<MemoryBlock>(4));
@@ -134,13 +131,11 @@ TEST(DirectorySort, SortsAnyOrderInGoodTime) {
       archive->compactOffset.push_back(offset(i));
     }
     archive->z_ArrayQuickSort(0, kCount - 1);
-    EXPECT_TRUE(std::is_sorted(archive->compactOffset.begin(), archive->compactOffset.end())) << name;
-    bool together = true;
-    for (std::size_t i = 0; i < kCount; ++i) {
-      together = together && archive->compactEntries[i]->Long(0) == archive->compactOffset[i];
-    }
-    EXPECT_TRUE(together) << name;
-    EXPECT_LT(archive->count, std::int64_t{kCount} * 120) << name;
+    EXPECT_TRUE(std::is_sorted(archive->compactOffset.begin(), archive->compactOffset.end()));
+    EXPECT_TRUE(std::equal(archive->compactEntries.begin(), archive->compactEntries.end(),
+                           archive->compactOffset.begin(),
+                           [](auto& block, auto at) { return block->Long(0) == at; }));
+    EXPECT_LT(archive->count, kCount * 100);
   }
 }
 
@@ -149,16 +144,16 @@ TEST(Rollback, GoesBackToAMarkThatStillHolds) {
     const char* name;
     std::function<void(ZipArchive&)> then;
     bool possible;
-    std::string names;
+    std::vector<std::string> names;
   };
   const auto add = [](ZipArchive& a) { Add(a, "n", "n"); };
   const Case cases[] = {
-      {"members behind the mark go", [&](ZipArchive& a) { a.Mark(), add(a), a.Flush(), add(a); }, true, "ab"},
-      {"again to the same mark", [&](ZipArchive& a) { a.Mark(), add(a), a.Rollback(), add(a); }, true, "ab"},
-      {"no mark", add, false, "abn"},
-      {"removal breaks it", [](ZipArchive& a) { a.Mark(), a.RemoveEntry(2); }, false, "a"},
-      {"replacement breaks it", [](ZipArchive& a) { a.Mark(), a.ReplaceEntry(2, a.Entry(1)); }, false, "aa"},
-      {"compaction breaks it", [](ZipArchive& a) { a.Mark(), a.Compact(); }, false, "ab"},
+      {"behind the mark", [&](ZipArchive& a) { a.Mark(), add(a), a.Flush(), add(a); }, true, {"a", "b"}},
+      {"same mark again", [&](ZipArchive& a) { a.Mark(), add(a), a.Rollback(), add(a); }, true, {"a", "b"}},
+      {"no mark", add, false, {"a", "b", "n"}},
+      {"removal", [](ZipArchive& a) { a.Mark(), a.RemoveEntry(2); }, false, {"a"}},
+      {"replacement", [](ZipArchive& a) { a.Mark(), a.ReplaceEntry(2, a.Entry(1)); }, false, {"a", "a"}},
+      {"compaction", [](ZipArchive& a) { a.Mark(), a.Compact(); }, false, {"a", "b"}},
   };
   for (const Case& c : cases) {
     const ScratchFolder scratch;
@@ -170,9 +165,7 @@ TEST(Rollback, GoesBackToAMarkThatStillHolds) {
     EXPECT_EQ(archive->marked, c.possible) << c.name;
     EXPECT_THROW(archive->RemoveEntry(0), OutOfBoundsException);
     EXPECT_TRUE(archive->Close());
-    std::string names;
-    for (const std::string& name : NamesOf(scratch)) names += name;
-    EXPECT_EQ(names, c.names) << c.name;
+    EXPECT_EQ(NamesOf(scratch), c.names) << c.name;
   }
 }
 

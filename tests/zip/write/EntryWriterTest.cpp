@@ -12,13 +12,9 @@ Ref<MemoryBlock> Header(ZipArchive& archive, std::int32_t data_length, std::int3
 }
 
 TEST(EntryWriter, RefusesWithoutATrace) {
-  constexpr const char* kData = "Opening the source data stream failed";
-  constexpr const char* kRsrc = "Opening the source rsrc stream failed";
   constexpr const char* kUnexpected = "An unexpected error occured while storing an item";
-  constexpr const char* kRead = "Read error, the archived item may be corrupted";
   struct Case {
-    const char* name;
-    const char* member;
+    const char* name;  // of the member
     bool opens;
     std::int32_t length, rsrc_length, header_length;  // kNone: no fork, no header
     std::int32_t result;
@@ -26,25 +22,22 @@ TEST(EntryWriter, RefusesWithoutATrace) {
     bool dirty;
   };
   const Case cases[] = {
-      {"no name", "", true, 3, kNone, kNone, -50, "Name must not be empty", false},
-      {"data does not open", "n", false, 3, kNone, kNone, -38, kData, true},
-      {"empty data behind a header does not open", "n", false, 0, kNone, 0, -38, kData, true},
-      {"resource fork does not open", "n", true, 3, 3, 3, -38, kRsrc, true},
-      {"header states another length", "n", true, 3, kNone, 4, -2, kUnexpected, false},
-      {"negative length", "n", true, -5, kNone, kNone, -2, kUnexpected, true},
-      {"source behind a header runs short", "n", true, 4, kNone, 4, -2, kRead, true},
+      {"", true, 3, kNone, kNone, -50, "Name must not be empty", false},
+      {"data", false, 3, kNone, kNone, -38, "Opening the source data stream failed", true},
+      {"empty data", false, 0, kNone, 0, -38, "Opening the source data stream failed", true},
+      {"fork", true, 3, 3, 3, -38, "Opening the source rsrc stream failed", true},
+      {"header of another length", true, 3, kNone, 4, -2, kUnexpected, false},
+      {"negative", true, -5, kNone, kNone, -2, kUnexpected, true},
+      {"runs short", true, 4, kNone, 4, -2, "Read error, the archived item may be corrupted", true},
   };
   for (const Case& c : cases) {
     const ScratchFolder scratch;
     const auto archive = Open(scratch);
     archive->d->dirty = false;
-    const bool fork = c.rsrc_length != kNone;
-    const Ref<SeqDataInputStream> rsrc = fork ? New<StringSource>("abc", false) : nil;
-    const Ref<MemoryBlock> header =
-        c.header_length == kNone ? nil : Header(*archive, c.header_length, fork ? c.rsrc_length : 0);
-    EXPECT_EQ(archive->AddItemByStreams(New<StringSource>("abc", c.opens), c.length, rsrc, c.rsrc_length,
-                                        header, c.member, nil, nil),
-              c.result)
+    const Ref<SeqDataInputStream> rsrc = c.rsrc_length == kNone ? nil : New<StringSource>("abc", false);
+    const auto header = c.header_length == kNone ? nil : Header(*archive, c.header_length, rsrc ? 3 : 0);
+    const auto data = New<StringSource>("abc", c.opens);
+    EXPECT_EQ(archive->AddItemByStreams(data, c.length, rsrc, 3, header, c.name, nil, nil), c.result)
         << c.name;
     EXPECT_EQ(Text(archive->errmsg), c.message) << c.name;
     EXPECT_EQ(archive->d->dirty, c.dirty) << c.name;
@@ -54,44 +47,38 @@ TEST(EntryWriter, RefusesWithoutATrace) {
   }
 }
 
-TEST(EntryWriter, AResourceForkNeedsAHeader) {
-  const ScratchFolder scratch;
-  const auto archive = Open(scratch);
-  const auto fork = New<StringSource>("abc");
-  EXPECT_THROW(archive->AddItemByStreams(nil, 0, fork, 3, nil, "n", nil, nil), RuntimeException);
-  EXPECT_EQ(archive->z_zip(nil, 0, fork, 3, nil, "n", nil, nil), 1);
-  EXPECT_EQ(archive->Entry(1)->Size(), 0) << "the fork is left out";
-}
-
 TEST(EntryWriter, ForksAreFilledUpBehindTheHeader) {
   const ScratchFolder scratch;
   const auto archive = Open(scratch);
+  const auto fork = New<StringSource>("abcde");
+  EXPECT_THROW(archive->AddItemByStreams(nil, 0, fork, 5, nil, "n", nil, nil), RuntimeException);
   std::string expected;
   std::string stored;
   for (const std::int32_t length : {0, 1, 127, 128, 129, 16256, 16257}) {
     const std::string data = Noise(static_cast<std::size_t>(length));
     const auto header = Header(*archive, length, 5);
-    archive->AddItemByStreams(New<StringSource>(data), length, New<StringSource>("abcde"), 5, header, "n",
-                              nil, nil);
+    fork->position = 0;
+    archive->AddItemByStreams(New<StringSource>(data), length, fork, 5, header, "n", nil, nil);
     expected += std::string(header->View()) + FilledUp(data) + FilledUp("abcde");
   }
   for (const auto& member : MembersOf(*archive)) stored += member.second;
   EXPECT_EQ(stored, expected);
 }
 
+struct ProgressMonitor : ZipProgressNotifier {
+  void EntryProgress(const Ref<ZipEntry>& entry, std::int32_t total, std::int32_t done,
+                     bool& abort) override {
+    EXPECT_EQ(entry->Size(), total);
+    progress.push_back(done);
+    abort = done >= abort_at;
+  }
+  void ItemFailed(const Ref<FolderItem>&, std::int32_t, const String&, bool&) override {}
+  void ItemStarting(const Ref<FolderItem>&, bool&) override {}
+  std::vector<std::int32_t> progress;
+  std::int32_t abort_at = INT32_MAX;
+};
+
 TEST(EntryWriter, TellsTheMonitorAndStopsWhenItSaysSo) {
-  struct Monitor : ZipProgressNotifier {
-    void EntryProgress(const Ref<ZipEntry>& entry, std::int32_t total, std::int32_t done,
-                       bool& abort) override {
-      EXPECT_EQ(entry->Size(), total);
-      progress.push_back(done);
-      abort = done >= abort_at;
-    }
-    void ItemFailed(const Ref<FolderItem>&, std::int32_t, const String&, bool&) override {}
-    void ItemStarting(const Ref<FolderItem>&, bool&) override {}
-    std::vector<std::int32_t> progress;
-    std::int32_t abort_at = INT32_MAX;
-  };
   struct Case {
     const char* name;
     std::int32_t length, rsrc_length, abort_at;
@@ -110,15 +97,15 @@ TEST(EntryWriter, TellsTheMonitorAndStopsWhenItSaysSo) {
   for (const Case& c : cases) {
     const ScratchFolder scratch;
     const auto archive = Open(scratch);
-    const auto monitor = New<Monitor>();
+    const auto monitor = New<ProgressMonitor>();
     monitor->abort_at = c.abort_at;
     archive->SetProgressMonitor(monitor);
     const auto data = New<StringSource>(Noise(40000));
     const Ref<SeqDataInputStream> rsrc = c.rsrc_length == kNone ? nil : New<StringSource>(Noise(40000));
     const auto header = rsrc ? Header(*archive, c.length, c.rsrc_length) : nil;
     const bool aborted = c.abort_at != INT32_MAX;
-    EXPECT_EQ(archive->AddItemByStreams(data, c.length, rsrc, c.rsrc_length, header, "n", nil, nil),
-              aborted ? 0 : 1);
+    const auto result = archive->AddItemByStreams(data, c.length, rsrc, c.rsrc_length, header, "n", nil, nil);
+    EXPECT_EQ(result, aborted ? 0 : 1) << c.name;
     EXPECT_EQ(Text(archive->errmsg), aborted ? "Aborted" : "") << c.name;
     EXPECT_EQ(monitor->progress, c.progress) << c.name;
     EXPECT_EQ(data->position, c.bytes_read) << c.name;
@@ -132,10 +119,8 @@ TEST(EntryWriter, AMemberThatFindsNoRoomIsNotListed) {
   {
     const FileSizeLimit limit(100000);
     EXPECT_EQ(Add(*archive, "first", Noise(20000)), 1);
-    for (const std::size_t size : {std::size_t{200000}, std::size_t{1000000}}) {
-      EXPECT_EQ(Add(*archive, "large", Noise(size)), -2);
-      EXPECT_EQ(Text(archive->errmsg), "Write error, the archived item may be corrupted");
-    }
+    EXPECT_EQ(Add(*archive, "large", Noise(200000)), -2);
+    EXPECT_EQ(Text(archive->errmsg), "Write error, the archived item may be corrupted");
     EXPECT_EQ(Add(*archive, "fits", Noise(1000)), 2) << "an earlier fault is no fault of this member";
     EXPECT_TRUE(archive->Close());
   }
