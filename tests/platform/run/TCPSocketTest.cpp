@@ -199,7 +199,7 @@ TEST(TCPSocket, FindsAllAddressesOfANameInTheHostsFile) {
   }
   int status;
   waitpid(child, &status, 0);
-  if (WEXITSTATUS(status) == 2) GTEST_SKIP() << "mount namespaces are not allowed here";
+  ASSERT_NE(WEXITSTATUS(status), 2) << "the system grants no mount namespace, which this test needs";
   EXPECT_EQ(status, 0);
 }
 
