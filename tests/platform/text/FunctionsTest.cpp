@@ -20,21 +20,15 @@ TEST(TextFunctions, PartsOfAText) {
     String result;
     const char* expected;
   } cases[] = {
-      {"count of 0", Left("abc", 0), ""},
       {"negative count", Left("abc", -1), ""},
-      {"the last ones", Right("00A", 2), "0A"},
       {"start past the end", Mid("abc", 4), ""},
-      {"count cut at the end", Mid("abc", 3, 9), "c"},
       {"largest count does not overflow", Mid("abc", 2, std::numeric_limits<std::int32_t>::max()), "bc"},
       {"characters of several bytes", Mid(umlauts, 4, 2), "\xE2\x82\xACy"},
       {"a character far in", Mid(umlauts, 17), "\xC3\xBCz"},
-      {"right by characters", Right(umlauts, 2), "\xC3\xBCz"},
       {"bytes of the same", MidB(umlauts, 2, 2), "\xA4x"},
       {"without a label a character is a byte", Mid(String::Bytes("\xC3\xBCz"), 2), "\xBCz"},
       {"double bytes", Mid(sjis, 2, 1), "\x83\\"},
-      {"lone continuation bytes", Mid("\xBC\xBCz", 2), "z"},
       {"a lead byte at the end", Right(Labelled("ab\x83", 1), 1), "\x83"},
-      {"white space in front", LTrim(" \t\r\nx "), "x "},
       {"nothing but white space", LTrim("  "), ""},
       {"two halves of a character", MidB("\xC3\xBC", 1, 1) + MidB("\xC3\xBC", 2, 1), "\xC3\xBC"},
   };
@@ -42,7 +36,6 @@ TEST(TextFunctions, PartsOfAText) {
   EXPECT_EQ(Len(umlauts), 18);
   EXPECT_EQ(LenB(umlauts), 22);
   EXPECT_EQ(Len(sjis), 3);
-  EXPECT_EQ(Len(String()), 0);
 }
 
 TEST(TextFunctions, Positions) {
@@ -52,24 +45,15 @@ TEST(TextFunctions, Positions) {
     std::int32_t result;
     std::int32_t expected;
   } cases[] = {
-      {"other case", InStr(0, "aXbxc", "x"), 2},
       {"from a start", InStr(3, "aXbxc", "x"), 4},
-      {"the start itself counts", InStr(2, "aXb", "x"), 2},
       {"behind the last", InStr(3, "aXb", "x"), 0},
-      {"start past the end", InStr(9, "abc", "c"), 0},
       {"empty pattern", InStr("abc", ""), 0},
-      {"pattern longer than the text", InStr("ab", "abc"), 0},
       {"in characters", InStr(2, "\xC3\xA4\xC3\xA4x", "x"), 3},
       {"anchored on what has no case", InStr("a:b header: x", "HEADER:"), 5},
       {"letters only, far in", InStr(String::Bytes(far), "header"), 1001},
       {"'@' is no '`', '[' no '{'", InStr("@[", "`") + InStr("@[", "{"), 0},
       {"bytes above 127 have no case", InStr(String::Bytes("\xC4"), String::Bytes("\xE4")), 0},
-      {"half of a double byte is no match",
-       InStr(Labelled("\x83\x5C"
-                      "\x5C",
-                      1),
-             "\\"),
-       2},
+      {"half of a double byte is no match", InStr(Labelled("\x83\\\\", 1), "\\"), 2},
   };
   for (const auto& c : cases) EXPECT_EQ(c.result, c.expected) << c.name;
 }
@@ -80,30 +64,17 @@ TEST(TextFunctions, FieldsAndReplacement) {
     String result;
     const char* expected;
   } cases[] = {
-      {"second field", NthField("a_b", "_", 2), "b"},
       {"past the last", NthField("a_b", "_", 3), ""},
       {"no separator, first", NthField("abc", "_", 1), "abc"},
-      {"no separator, second", NthField("abc", "_", 2), ""},
       {"no field is number 0", NthField("a_b", "_", 0), ""},
       {"empty between separators", NthField("a__b", "_", 2), ""},
       {"long separator in other case", NthField("/x/Y.APP/z", ".app", 1), "/x/Y"},
-      {"each occurrence", ReplaceAll("a/b/c", "/", "-"), "a-b-c"},
       {"what was put in is not searched", ReplaceAll("aaa", "a", "aA"), "aAaAaA"},
       {"nothing to look for", ReplaceAll("abc", "", "-"), "abc"},
-      {"to nothing", ReplaceAll("aXbxc", "x", ""), "abc"},
-      {"not within a double byte",
-       ReplaceAll(Labelled("\x83\x5C"
-                           "\x5C",
-                           1),
-                  "\\", "-"),
-       "\x83\x5C-"},
+      {"not within a double byte", ReplaceAll(Labelled("\x83\\\\", 1), "\\", "-"), "\x83\\-"},
   };
   for (const auto& c : cases) EXPECT_EQ(c.result.view(), c.expected) << c.name;
-
-  const std::vector<String> fields = Split("a\r\n\r\nb\r\n", "\r\n");
-  ASSERT_EQ(fields.size(), 4U);
-  EXPECT_EQ(fields[2].view(), "b");
-  EXPECT_EQ(fields[3].view(), "");
+  EXPECT_EQ(Split("a\r\n\r\nb\r\n", "\r\n").size(), 4U);
 }
 
 TEST(TextFunctions, Comparison) {
@@ -115,7 +86,6 @@ TEST(TextFunctions, Comparison) {
   } cases[] = {
       {"case plays no part", "README.TXT and more", "readme.txt AND MORE", true},
       {"nor does it in the last bytes", "12345678AbC", "12345678aBc", true},
-      {"length does", "abc", "abcd", false},
       {"'@' and '`' differ by the same bit", "@@@@@@@@", "````````", false},
       {"'Z' folds, '[' does not", "[Z", "{z", false},
       {"beyond ASCII bytes count", "\xC3\x84", "\xC3\xA4", false},
@@ -126,29 +96,24 @@ TEST(TextFunctions, Comparison) {
   }
   EXPECT_TRUE(SameText(String::Bytes("x"), DefineEncoding("X", Encodings::MacRoman())));
   EXPECT_GT(0, StrComp("__MACOSX", "__macosx", 0));
-  EXPECT_LT(0, StrComp("ab", "a", 0));
   EXPECT_EQ(0, StrComp("ab", String::Bytes("ab"), 0));
 }
 
 TEST(TextFunctions, Numbers) {
   EXPECT_EQ(Str(std::numeric_limits<std::int64_t>::min()).view(), "-9223372036854775808");
-  EXPECT_EQ(Hex(10).view(), "A");
   EXPECT_EQ(Hex(0).view(), "0");
   EXPECT_EQ(Format(2147483648.0, "0").view(), "2147483648");
   EXPECT_EQ(Format(-0.2, "0").view(), "0");
-  EXPECT_EQ(Asc("A"), 65);
   EXPECT_EQ(Asc(Chr(0x20AC)), 0x20AC);
   EXPECT_EQ(Chr(0x20AC).view(), "\xE2\x82\xAC");
-  EXPECT_EQ(Chr(0xFC).view(), "\xC3\xBC");
-  EXPECT_EQ(Chr(13).view(), "\r");
   EXPECT_EQ(BitwiseAnd(static_cast<std::uint64_t>(std::int32_t{-1}), 0xFFFFFFFF00000000), 0xFFFFFFFF00000000);
 
   const struct {
     const char* text;
     double expected;
-  } values[] = {{"80", 80},  {" 12abc", 12}, {"-5", -5},  {"+5", 5},       {"1.5e2x", 150},
-                {".5", 0.5}, {"", 0},        {"x1", 0},   {"inf", 0},      {"nan", 0},
-                {"--1", 0},  {"-", 0},       {"0x1F", 0}, {"200 OK", 200}, {"4294967296", 4294967296.0}};
+  } values[] = {{" 12abc", 12}, {"-5", -5}, {"+5", 5},   {"1.5e2x", 150},
+                {".5", 0.5},    {"", 0},    {"x1", 0},   {"inf", 0},
+                {"nan", 0},     {"--1", 0}, {"0x1F", 0}, {"4294967296", 4294967296.0}};
   for (const auto& v : values) EXPECT_EQ(Val(v.text), v.expected) << v.text;
   EXPECT_EQ(RuntimeCvtReal64ToSInt32(Val("1e999")), std::numeric_limits<std::int32_t>::min());
 }
