@@ -15,7 +15,6 @@
 namespace vantorel::testing {
 
 inline constexpr std::size_t kHeader = 10;
-inline constexpr std::size_t kTrailer = 8;
 
 inline std::string EngineName(const ::testing::TestParamInfo<CompressEngine>& engine) {
   return engine.param == CompressEngine::Zlib ? "Zlib" : "Fast";
@@ -41,10 +40,9 @@ inline std::string Noise(std::size_t size, unsigned seed = 2) {
   return bytes;
 }
 
-inline std::string Gzip(std::string_view contents, gz_header* header = nullptr) {
+inline std::string Gzip(std::string_view contents) {
   z_stream stream{};
   deflateInit2(&stream, 6, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
-  if (header != nullptr) deflateSetHeader(&stream, header);
   std::string member(deflateBound(&stream, contents.size()) + 1024, '\0');
   stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(contents.data()));
   stream.avail_in = static_cast<uInt>(contents.size());

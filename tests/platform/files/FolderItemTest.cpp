@@ -134,5 +134,12 @@ TEST(FolderItem, ListingIsInByteOrderAndReadAnewFromTheFirst) {
   EXPECT_EQ(Names(folder).size(), 6U);
 }
 
+TEST(FolderItem, ApplicationDataIsInTheHomeFolderWhereTheEnvironmentNamesNoOther) {
+  const ScratchFolder scratch;
+  setenv("XDG_DATA_HOME", "relative", 1);
+  setenv("HOME", scratch.Path("home").c_str(), 1);
+  EXPECT_EQ(SpecialFolder::ApplicationData()->Path(), scratch.Path("home/.local/share"));
+}
+
 }  // namespace
 }  // namespace vantorel
