@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <unordered_set>
 
@@ -42,12 +43,14 @@ AddPlan PlanOf(const AddOptionsOfVerb& options, Problems& problems) {
   return plan;
 }
 
-// Whether a member gives way to what is added: it bears the name of such an item, or it is the one that
-// stands in an archive of no members.
+// Whether a member gives way to those that were added: it is called as one of them, or it is the one that
+// stands in an archive of no members. What could not be added replaces nothing.
 class GivesWay {
  public:
-  explicit GivesWay(const AddPlan& plan) : names_{"/"} {
-    for (const PlannedItem& item : plan.Items()) names_.insert(item.name);
+  // The new members are those from `first_new` on.
+  GivesWay(const Ref<ZipArchive>& archive, std::int32_t first_new) : names_{"/"} {
+    for (std::int32_t i = first_new; i <= archive->EntryCount(); ++i)
+      names_.emplace(archive->Entry(i)->z_origEncodedName().view());
   }
   bool operator()(std::string_view name) const { return names_.contains(std::string(name)); }
 
@@ -55,11 +58,13 @@ class GivesWay {
   std::unordered_set<std::string> names_;
 };
 
-// The directory without the members that give way.
-RawDirectory WithoutReplaced(RawDirectory directory, const AddPlan& plan) {
-  const GivesWay gives_way(plan);
-  std::erase_if(directory.records, [&](const RawRecord& record) { return gives_way(record.Name()); });
-  return directory;
+// How many members there will be if all that is planned can be added.
+std::size_t CountAfter(const RawDirectory& before, const AddPlan& plan) {
+  std::unordered_set<std::string_view> names;
+  for (const PlannedItem& item : plan.Items()) names.insert(item.name);
+  const auto replaced = std::count_if(before.records.begin(), before.records.end(),
+                                      [&](const RawRecord& record) { return names.contains(record.Name()); });
+  return before.records.size() - static_cast<std::size_t>(replaced) + plan.Items().size();
 }
 
 void AddByCopy(const AddOptionsOfVerb& options, const AddPlan& plan, const Ref<Progress>& progress,
@@ -67,20 +72,23 @@ void AddByCopy(const AddOptionsOfVerb& options, const AddPlan& plan, const Ref<P
   ArchiveCopy copy(options.archive);
   const RawDirectory before = RawDirectory::Read(copy.Original());
   Preflight::CheckDirectory(copy.Original(), before);
-  RawDirectory after = WithoutReplaced(before, plan);
-  Preflight::CheckCount(after.records.size() + plan.Items().size());
+  Preflight::CheckCount(CountAfter(before, plan));
   CopyBytes(copy.Original(), 0, copy.File(), 0, before.end);
 
   const Ref<ZipArchive> archive = OpenForWriting(copy.Path(), options.encoding);
   archive->SetProgressMonitor(progress);
-  const std::int32_t first_new = archive->EntryCount();
+  const std::int32_t old_members = archive->EntryCount();
   MemberWriter(archive, options.Ways(), problems).Add(plan, progress);
-  if (archive->EntryCount() == first_new) throw Failure(problems.Code(), "nothing was added");
+  if (archive->EntryCount() == old_members) throw Failure(problems.Code(), "nothing was added");
+  const GivesWay gives_way(archive, old_members + 1);
   CloseWritten(archive);
 
   // The engine wrote a directory of what it saw; this one has the old records as they were, and the new ones.
   const RawDirectory written = RawDirectory::Read(copy.File());
-  after.records.insert(after.records.end(), written.records.begin() + first_new, written.records.end());
+  RawDirectory after = before;
+  std::erase_if(after.records, [&](const RawRecord& record) { return gives_way(record.Name()); });
+  after.records.insert(after.records.end(), written.records.begin() + old_members, written.records.end());
+  Preflight::CheckCount(after.records.size());
   after.start = written.start;
   after.Write(copy.File());
   copy.Commit(after);
@@ -102,8 +110,13 @@ void AddInPlace(const AddOptionsOfVerb& options, const AddPlan& plan, const Ref<
     edit.Undo();
     throw;
   }
-  const GivesWay gives_way(plan);
-  for (std::size_t i = edit.Before().records.size(); i > 0; --i) {
+  const std::size_t old_members = edit.Before().records.size();
+  if (static_cast<std::size_t>(archive->EntryCount()) == old_members) {
+    edit.Finish();
+    throw Failure(problems.Code(), "nothing was added");
+  }
+  const GivesWay gives_way(archive, static_cast<std::int32_t>(old_members) + 1);
+  for (std::size_t i = old_members; i > 0; --i) {
     if (gives_way(edit.Before().records[i - 1].Name())) archive->RemoveEntry(static_cast<std::int32_t>(i));
   }
   edit.Finish();
