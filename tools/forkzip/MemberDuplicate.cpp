@@ -2,6 +2,7 @@
 
 #include "tools/forkzip/FileBytes.h"
 #include "tools/forkzip/LittleEndian.h"
+#include "tools/forkzip/MemberExtents.h"
 #include "tools/forkzip/MemberFacts.h"
 #include "tools/forkzip/Preflight.h"
 #include "tools/forkzip/Printable.h"
@@ -66,12 +67,18 @@ RawDirectory AddDuplicate(int from, RawDirectory directory, const Ref<ZipEntry>&
   const std::uint64_t needed = std::uint64_t{CompressedSizeOf(entry)} + name.size() + (1U << 17U);
   Preflight::CheckSize(directory.end + needed);
   Preflight::CheckCount(directory.records.size() + (entry->appleDoubleEntry ? 2 : 1));
-  const RawRecord source = RecordOf(directory, entry);
-  directory.records.push_back(AppendDuplicate(from, source, name, to, directory.start));
+  RawDirectory sources = directory;
+  sources.records = {RecordOf(directory, entry)};
+  std::vector<std::string> names = {name};
   if (entry->appleDoubleEntry) {
     const RawRecord companion = RecordOf(directory, entry->appleDoubleEntry);
-    directory.records.push_back(
-        AppendDuplicate(from, companion, CompanionName(companion.Name(), name), to, directory.start));
+    names.push_back(CompanionName(companion.Name(), name));
+    sources.records.push_back(companion);
+  }
+  for (const std::string& each : names) Preflight::CheckName(each);
+  ExtentsOf(from, sources);  // raises if they are damaged
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    directory.records.push_back(AppendDuplicate(from, sources.records[i], names[i], to, directory.start));
   }
   return directory;
 }

@@ -66,6 +66,8 @@ void MemberWriter::Add(const AddPlan& plan, const Ref<Progress>& progress) {
 
 bool MemberWriter::AddItem(const PlannedItem& item) {
   if (item.size > kLargestMember) return TakeBack(item, "left out, it is larger than 2 GiB");
+  if (!Preflight::FitsAsName(item.name))
+    return TakeBack(item, "left out, its name is longer than 65535 bytes");
   if (item.kind == PlannedItem::Kind::kLink) return AddLink(item);
   const auto file = GetFolderItem(String::Bytes(item.path));
   const bool is_file = item.kind == PlannedItem::Kind::kFile;

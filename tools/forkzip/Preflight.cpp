@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::uint64_t kMostMembers = 65535;
 constexpr std::uint64_t kLargestArchive = 0x7FFFFFFF;
-constexpr std::size_t kLongestComment = 65535;
+constexpr std::size_t kLongestText = 65535;  // a name or a comment
 
 [[noreturn]] void Refuse(const std::string& why) {
   throw Failure(ExitCode::kBadArchive, "not changed: " + why);
@@ -74,8 +74,17 @@ void CheckSize(std::uint64_t archive_size) {
       "archive");
 }
 
+bool FitsAsName(std::string_view name) {
+  return name.size() <= kLongestText;
+}
+
+void CheckName(std::string_view name) {
+  if (FitsAsName(name)) return;
+  Refuse("the new name has " + Count(name.size(), "byte") + ", and the format ends at 65535");
+}
+
 void CheckComment(const std::string& comment) {
-  if (comment.size() > kLongestComment) {
+  if (comment.size() > kLongestText) {
     Refuse("the comment has " + Count(comment.size(), "byte") + ", and the format ends at 65535");
   }
   if (comment.find(LittleEndian32(EndRecord::kMagic)) != std::string::npos) {

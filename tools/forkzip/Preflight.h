@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "tools/forkzip/RawDirectory.h"
 
@@ -21,6 +22,10 @@ void CheckCompactable(int file, const RawDirectory& directory);
 // For adding: the count and the size stay within what the format and the engine hold.
 void CheckCount(std::uint64_t members);
 void CheckSize(std::uint64_t archive_size);
+
+// For a new name. Longer ones would be cut, and the archive be damaged.
+bool FitsAsName(std::string_view name);
+void CheckName(std::string_view name);
 
 // For a comment.
 void CheckComment(const std::string& comment);
