@@ -50,9 +50,17 @@ RawDirectory Without(RawDirectory directory, const Ref<ZipArchive>& archive,
   return directory;
 }
 
-void DeleteByCopy(const Options& options, const Ref<ZipArchive>& archive,
-                  const std::vector<std::int32_t>& members) {
+std::vector<std::int32_t> MembersToDelete(const Ref<ZipArchive>& archive, const Options& options,
+                                          Problems& problems) {
+  const std::vector<std::int32_t> members = SelectMembers(archive, options.members, problems);
+  if (problems.Code() != ExitCode::kDone) throw Failure(problems.Code(), "nothing is deleted");
+  return members;
+}
+
+std::size_t DeleteByCopy(const Options& options, Problems& problems) {
   ArchiveCopy copy(options.archive);
+  const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
+  const std::vector<std::int32_t> members = MembersToDelete(archive, options, problems);
   const RawDirectory before = RawDirectory::Read(copy.Original());
   Preflight::CheckDirectory(copy.Original(), before);
   const RawDirectory kept = Without(before, archive, members);
@@ -62,28 +70,27 @@ void DeleteByCopy(const Options& options, const Ref<ZipArchive>& archive,
   } else {
     copy.Commit(Rebuild(copy.Original(), kept, copy.File()));
   }
+  return members.size();
 }
 
-void DeleteInPlace(const Options& options, const std::vector<std::int32_t>& members) {
+std::size_t DeleteInPlace(const Options& options, Problems& problems) {
   InPlaceEdit edit(options.archive, options.encoding);
+  const std::vector<std::int32_t> members = MembersToDelete(edit.Archive(), options, problems);
   for (auto member = members.rbegin(); member != members.rend(); ++member)
     edit.Archive()->RemoveEntry(*member);
   edit.Finish();
+  return members.size();
 }
 
 void Delete(const Options& options, Problems& problems) {
-  const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
-  const std::vector<std::int32_t> members = SelectMembers(archive, options.members, problems);
-  if (problems.Code() != ExitCode::kDone) throw Failure(problems.Code(), "nothing is deleted");
+  OpenForReading(options.archive, options.encoding);  // says why if it is no archive
   Interruption::Watch();
-  if (options.in_place) {
-    DeleteInPlace(options, members);
-  } else {
-    DeleteByCopy(options, archive, members);
-  }
+  // The members are looked for once no other run can change the archive any more.
+  const std::size_t deleted =
+      options.in_place ? DeleteInPlace(options, problems) : DeleteByCopy(options, problems);
   if (options.quiet) return;
   Output output;
-  output.Write(Count(members.size(), "member") + " deleted\n");
+  output.Write(Count(deleted, "member") + " deleted\n");
   output.Flush();
 }
 
