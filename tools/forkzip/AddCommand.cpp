@@ -1,4 +1,3 @@
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -37,8 +36,8 @@ AddPlan PlanOf(const AddOptionsOfVerb& options, Problems& problems) {
     throw Failure(ExitCode::kUsage, "--as names one item, so give one PATH with it");
   }
   AddPlan plan(options.Ways(), problems);
-  struct stat status {};
-  if (stat(options.archive.c_str(), &status) == 0) plan.LeaveOut(status);
+  plan.LeaveOut(options.archive);
+  plan.LeaveOut(ArchiveCopy::PathOfNewFile(options.archive));
   for (const std::string& path : options.paths) plan.Add(path, options.name);
   return plan;
 }

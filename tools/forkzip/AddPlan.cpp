@@ -83,7 +83,7 @@ void AddPlan::AddItem(const std::string& path, const std::string& name) {
   }
   if (S_ISDIR(status.st_mode)) {
     // The present folder has no name of its own.
-    if (!name.empty()) {
+    if (!name.empty() && ClaimName(path, name + "/", status)) {
       items_.push_back({PlannedItem::Kind::kFolder, path, name + "/", 0, status.st_mtim, status.st_mode});
     }
     return AddFolder(path, name);
@@ -92,6 +92,7 @@ void AddPlan::AddItem(const std::string& path, const std::string& name) {
     return problems_.Add(ExitCode::kFileError, path, "left out, neither a file nor a folder");
   }
   if (IsLeftOut(status)) return problems_.Note(path + ": left out, it is the archive itself");
+  if (!ClaimName(path, name, status)) return;
   const auto kind = S_ISLNK(status.st_mode) ? PlannedItem::Kind::kLink : PlannedItem::Kind::kFile;
   const auto size = static_cast<std::uint64_t>(status.st_size);
   items_.push_back({kind, path, name, size, status.st_mtim, status.st_mode});
@@ -108,6 +109,22 @@ void AddPlan::AddFolder(const std::string& path, const std::string& name) {
     if (options_.mac_binary != 0 && GoesWithItsFile(path, names, each)) continue;
     AddItem(path_prefix + each, name_prefix + each);
   }
+}
+
+void AddPlan::LeaveOut(const std::string& path) {
+  struct stat status {};
+  if (lstat(path.c_str(), &status) == 0) left_out_.push_back(status);
+  if (S_ISLNK(status.st_mode) && stat(path.c_str(), &status) == 0) left_out_.push_back(status);
+}
+
+bool AddPlan::ClaimName(const std::string& path, const std::string& name, const struct stat& status) {
+  const auto file = std::pair(status.st_dev, status.st_ino);
+  const auto [place, is_new] = claimed_.emplace(name, file);
+  // Two folders of one name become one.
+  if (!is_new && place->second != file && !S_ISDIR(status.st_mode)) {
+    problems_.Add(ExitCode::kFileError, path, "left out, another file has the name " + name + " already");
+  }
+  return is_new;
 }
 
 bool AddPlan::IsLeftOut(const struct stat& status) const {

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 #include <string>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "tools/forkzip/Problems.h"
@@ -32,12 +34,12 @@ class AddPlan {
  public:
   AddPlan(const AddOptions& options, Problems& problems) : options_(options), problems_(problems) {}
 
-  // The archive itself, or what is to become it, is not added to itself.
-  void LeaveOut(const struct stat& file) { left_out_.push_back(file); }
+  // The archive itself, or what is to become it, is not added to itself. There need be no such file yet.
+  void LeaveOut(const std::string& path);
 
   // Plans an item, and for a folder what is in it, in byte order of the names. What cannot be added is a
-  // problem. `name`: what it is to be called in the archive; empty: as its path, less what leads upward or to
-  // the root.
+  // problem; an item that is planned already is passed over. `name`: what it is to be called in the archive;
+  // empty: as its path, less what leads upward or to the root.
   void Add(const std::string& path, const std::string& name);
 
   const std::vector<PlannedItem>& Items() const { return items_; }
@@ -47,11 +49,14 @@ class AddPlan {
   void AddItem(const std::string& path, const std::string& name);
   void AddFolder(const std::string& path, const std::string& name);
   bool IsLeftOut(const struct stat& status) const;
+  // Whether no item bears the name yet. Another file of the same name is a problem.
+  bool ClaimName(const std::string& path, const std::string& name, const struct stat& status);
 
   AddOptions options_;
   Problems& problems_;
   std::vector<struct stat> left_out_;
   std::vector<PlannedItem> items_;
+  std::unordered_map<std::string, std::pair<dev_t, ino_t>> claimed_;  // the file behind each name
   std::uint64_t total_size_ = 0;
 };
 

@@ -64,6 +64,10 @@ ArchiveCopy::ArchiveCopy(const std::string& archive, ForNew)
   unlink(path_.c_str());
 }
 
+std::string ArchiveCopy::PathOfNewFile(const std::string& archive) {
+  return PathBeside(RealPath(archive));
+}
+
 ArchiveCopy ArchiveCopy::ForNewArchive(const std::string& archive) {
   return {archive, ForNew()};
 }

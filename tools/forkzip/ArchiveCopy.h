@@ -29,6 +29,9 @@ class ArchiveCopy {
   // For an archive that does not exist yet. The new file does not exist either, for the engine to make it.
   static ArchiveCopy ForNewArchive(const std::string& archive);
 
+  // Where the new file for an archive lies, or may lie from a run that was killed.
+  static std::string PathOfNewFile(const std::string& archive);
+
   int Original() const { return original_.Get(); }
   int File() const { return file_.Get(); }
   // The path of the new file.

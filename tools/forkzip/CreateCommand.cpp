@@ -31,6 +31,7 @@ void Create(const AddingOptions& options, Problems& problems) {
     throw Failure(ExitCode::kFileError, "exists already; `forkzip add` puts members into it");
   }
   AddPlan plan(options.Ways(), problems);
+  plan.LeaveOut(ArchiveCopy::PathOfNewFile(options.archive));
   for (const std::string& path : options.paths) plan.Add(path, "");
   if (plan.Items().empty()) throw Failure(ExitCode::kFileError, "there is nothing to put into it");
   Preflight::CheckCount(plan.Items().size());
