@@ -79,6 +79,15 @@ class Losses(unittest.TestCase):
                     else:
                         self.assertEqual(self.members(), {"first": b"1", "last": b"2"})
 
+    def test_behind_the_end_only_filling_is_cut_off(self):
+        for mode in MODES:
+            for behind, expected in ((b"\0" * 6000, 0), (b"\0" * 6000 + b"x", 1)):
+                with self.subTest(behind[-1:], mode=mode):
+                    data = self.make(x="1") + behind
+                    self.archive.write_bytes(data)
+                    code, errors = self.run_forkzip("comment", *mode, "a.zip", "text")
+                    self.assertEqual((code, self.archive.read_bytes() == data), (expected, expected == 1), errors)
+
     def test_the_file_an_archive_grows_in_is_not_added_to_it(self):
         (self.folder / "tree").mkdir()
         self.archive = self.folder / "tree" / "a.zip"

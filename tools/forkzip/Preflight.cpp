@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "tools/forkzip/FileBytes.h"
 #include "tools/forkzip/LittleEndian.h"
 #include "tools/forkzip/MemberExtents.h"
 #include "tools/forkzip/Printable.h"
@@ -33,8 +34,11 @@ void CheckDirectory(int file, const RawDirectory& directory) {
            std::to_string(directory.records.size()) +
            "; extract what it holds and make a new archive of that");
   }
-  if (length > directory.end) {
-    Refuse(Count(length - directory.end, "byte") +
+  // Zeros are filling, from programs that write in whole blocks.
+  const std::string behind =
+      length > directory.end ? ReadAt(file, directory.end, length - directory.end) : "";
+  if (behind.find_first_not_of('\0') != std::string::npos) {
+    Refuse(Count(behind.size(), "byte") +
            " behind the end of the archive would be lost; cut the file there first, if they mean nothing");
   }
   CheckSize(length);
