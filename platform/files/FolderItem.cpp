@@ -70,9 +70,10 @@ std::string FolderItem::MemberPath(const String& name) const {
   return (path_ == "/" ? path_ : path_ + '/') + leaf;
 }
 
+// A path that needs no cleaning is not cleaned: a walk down a long one takes a step per component.
 Ref<FolderItem> FolderItem::TrueChild(const String& name) const {
   std::string path = MemberPath(name);
-  return path.empty() ? nil : New<FolderItem>(std::move(path));
+  return path.empty() ? nil : New<FolderItem>(CleanPath{std::move(path)});
 }
 
 Ref<FolderItem> FolderItem::Child(const String& name) const {
@@ -85,7 +86,8 @@ Ref<FolderItem> FolderItem::Child(const String& name) const {
 
 Ref<FolderItem> FolderItem::Parent() const {
   if (path_ == "/") return nil;
-  return New<FolderItem>(path_.substr(0, path_.rfind('/') + 1));
+  const std::size_t slash = path_.rfind('/');
+  return New<FolderItem>(CleanPath{path_.substr(0, slash == 0 ? 1 : slash)});
 }
 
 String FolderItem::Name() const {

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "platform/base/Ref.h"
 #include "platform/files/BinaryStream.h"
@@ -102,6 +103,14 @@ class FolderItem : public Object {
   const std::string& Path() const { return path_; }
 
  private:
+  // An absolute path as Path gives it.
+  struct CleanPath {
+    std::string text;
+  };
+  explicit FolderItem(CleanPath path) : path_(std::move(path.text)) {}
+  template <typename T, typename... Args>
+  friend Ref<T> New(Args&&... args);
+
   // The path of a member of this folder, empty if the name could not be one.
   std::string MemberPath(const String& name) const;
   // Whether a side file need not be looked for.

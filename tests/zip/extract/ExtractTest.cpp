@@ -233,6 +233,15 @@ TEST(MakeDestination, WalksBelowTheRoot) {
   }
 }
 
+TEST(MakeDestination, TakesOneStepPerComponent) {
+  std::string name = std::string(300, 'x') + "/";  // no folder that can be made
+  for (int i = 0; i < 10000; ++i) name += "a/";
+  const ScratchFolder folder;
+  const auto archive = OpenZip(folder, {{.name = name}});
+  EXPECT_EQ(archive->Entry(1)->MakeDestination(folder.Item(), false)->Path(),
+            folder.Path(name.substr(0, name.size() - 1)));
+}
+
 TEST(ZipExtractor, StopsAtTheFirstFailure) {
   const ScratchFolder folder;
   folder.Write("a.zip", MakeZip({{.name = "a", .data = "1234"},
