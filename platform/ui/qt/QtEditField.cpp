@@ -10,7 +10,7 @@ namespace {
 
 // What a field shows of a text. Nobody reads on for longer than this, and the toolkit's memory for a text of
 // empty lines is a hundred times the text's own.
-constexpr qsizetype kMostCharacters = 256 * 1024;
+constexpr qsizetype kMostCharacters = qsizetype{256} * 1024;
 // The toolkit's time for laying out a line grows with the square of its length.
 constexpr qsizetype kLongestLine = 4000;
 constexpr std::size_t kMostBytesPerCharacter = 4;

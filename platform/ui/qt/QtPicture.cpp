@@ -10,7 +10,7 @@ namespace vantorel {
 namespace {
 
 // A picture with more pixels than this is no splash but a mistake: it would take 128 MiB and more.
-constexpr qint64 kMostPixels = 32 * 1024 * 1024;
+constexpr qint64 kMostPixels = qint64{32} * 1024 * 1024;
 constexpr int kAllocationLimitMiB = 128;
 
 QImage Decoded(std::string_view file) {
