@@ -60,4 +60,21 @@ const char* const kHelpOnEditing =
     "it without\n"
     "a directory, and other programs may not be able to open it any more.\n";
 
+void Parse(CLI::App& app, int argc, char** argv) {
+  constexpr char kMark = '\x01';
+  const auto take_mark_off = [](const std::string& value) {
+    return value.substr(value.front() == kMark ? 1 : 0);
+  };
+  for (CLI::App* verb : app.get_subcommands([](CLI::App*) { return true; })) {
+    for (CLI::Option* option : verb->get_options()) option->transform(take_mark_off);
+  }
+  std::vector<std::string> arguments;
+  for (int i = argc - 1; i > 0; --i) {  // the parser takes them from the back
+    const std::string argument = argv[i];
+    const bool marked = !argument.empty() && (argument.front() == '[' || argument.front() == kMark);
+    arguments.push_back(marked ? kMark + argument : argument);
+  }
+  app.parse(std::move(arguments));
+}
+
 }  // namespace vantorel::forkzip

@@ -38,4 +38,8 @@ void AddInPlaceOption(CLI::App& command, Options& options);
 // What the help of every verb that changes an archive says about the two ways to do so.
 extern const char* const kHelpOnEditing;
 
+// Parses the command line, each argument taken as it stands: the parser by itself takes a name in brackets
+// for a list.
+void Parse(CLI::App& app, int argc, char** argv);
+
 }  // namespace vantorel::forkzip

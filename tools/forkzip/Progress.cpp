@@ -57,6 +57,7 @@ void Progress::Begin(const std::string& name) {
 
 void Progress::End(std::uint64_t size) {
   finished_ += size;
+  if (finished_ >= total_) next_ = {};
   Show(finished_);
 }
 

@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "tools/forkzip/Interruption.h"
+#include "tools/forkzip/Options.h"
 #include "tools/forkzip/Verbs.h"
 
 namespace vantorel::forkzip {
@@ -35,7 +36,7 @@ int Main(int argc, char** argv) {
   AddCommentVerb(app, exit_code);
   AddCompactVerb(app, exit_code);
   try {
-    app.parse(argc, argv);
+    Parse(app, argc, argv);
   } catch (const CLI::Success& asked) {  // --help, --version
     return app.exit(asked);
   } catch (const CLI::ParseError& error) {

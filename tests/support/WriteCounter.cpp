@@ -1,0 +1,108 @@
+// Preloaded into a program, counts the calls that change the file system and makes the n-th go wrong:
+//
+//   WRITE_COUNTER_KILL=n   the process is killed instead of the n-th call
+//   WRITE_COUNTER_FULL=n   from the n-th call on, what needs room fails as on a full disk
+//   WRITE_COUNTER_LOG=f    the number of calls is written to the file f when the process ends by itself
+//
+// Standard output and error do not count.
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+long Setting(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? 0 : std::atol(value);
+}
+
+long calls = 0;
+
+// Counts a call; true if it is to fail for want of room.
+bool Count() {
+  static const long kill_at = Setting("WRITE_COUNTER_KILL");
+  static const long full_from = Setting("WRITE_COUNTER_FULL");
+  ++calls;
+  if (calls == kill_at) kill(getpid(), SIGKILL);
+  return full_from != 0 && calls >= full_from;
+}
+
+template <typename Function>
+Function Next(const char* name) {
+  return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+int Full() {
+  errno = ENOSPC;
+  return -1;
+}
+
+}  // namespace
+
+extern "C" {
+
+ssize_t write(int fd, const void* bytes, size_t count) {
+  static const auto next = Next<ssize_t (*)(int, const void*, size_t)>("write");
+  if (fd > STDERR_FILENO && Count()) return Full();
+  return next(fd, bytes, count);
+}
+
+ssize_t pwrite(int fd, const void* bytes, size_t count, off_t offset) {
+  static const auto next = Next<ssize_t (*)(int, const void*, size_t, off_t)>("pwrite");
+  return Count() ? Full() : next(fd, bytes, count, offset);
+}
+
+ssize_t pwrite64(int fd, const void* bytes, size_t count, off64_t offset) {
+  return pwrite(fd, bytes, count, offset);
+}
+
+ssize_t copy_file_range(int from, off64_t* from_offset, int to, off64_t* to_offset, size_t count,
+                        unsigned flags) {
+  static const auto next =
+      Next<ssize_t (*)(int, off64_t*, int, off64_t*, size_t, unsigned)>("copy_file_range");
+  return Count() ? Full() : next(from, from_offset, to, to_offset, count, flags);
+}
+
+int fsync(int fd) noexcept(false) {
+  static const auto next = Next<int (*)(int)>("fsync");
+  return Count() ? Full() : next(fd);
+}
+
+int ftruncate(int fd, off_t length) noexcept {
+  static const auto next = Next<int (*)(int, off_t)>("ftruncate");
+  Count();
+  return next(fd, length);
+}
+
+int ftruncate64(int fd, off64_t length) noexcept {
+  return ftruncate(fd, length);
+}
+
+int renameat2(int from_folder, const char* from, int to_folder, const char* to, unsigned flags) noexcept {
+  static const auto next = Next<int (*)(int, const char*, int, const char*, unsigned)>("renameat2");
+  return Count() ? Full() : next(from_folder, from, to_folder, to, flags);
+}
+
+int unlink(const char* path) noexcept {
+  static const auto next = Next<int (*)(const char*)>("unlink");
+  Count();
+  return next(path);
+}
+
+void _Exit(int code) noexcept {
+  if (const char* path = std::getenv("WRITE_COUNTER_LOG")) {
+    if (std::FILE* log = std::fopen(path, "w")) {
+      std::fprintf(log, "%ld", calls);
+      std::fclose(log);
+    }
+  }
+  _exit(code);
+}
+
+}  // extern "C"

@@ -1,0 +1,120 @@
+"""What the tests of forkzip share: running it, and archives made byte by byte or by other tools."""
+
+import json
+import os
+import pathlib
+import struct
+import subprocess
+import tempfile
+import unittest
+import zlib
+
+PROGRAM = os.path.abspath(os.environ.get("FORKZIP", "build/dev/bin/forkzip"))
+WRITE_COUNTER = os.path.abspath(os.environ.get("WRITE_COUNTER", "build/dev/lib/libwritecounter.so"))
+
+STORED, DEFLATED = 0, 8
+UNIX_TIMES = struct.pack("<HHII", 0x5855, 8, 1700000000, 1700000000)
+
+
+class Member:
+    """One member as it is to stand in an archive; every field may be made wrong."""
+
+    def __init__(self, name, data=b"", method=STORED, mode=0o100644, **fields):
+        self.name = name if isinstance(name, bytes) else name.encode()
+        self.data = data
+        self.method = method
+        self.mode = mode
+        self.packed = data if method != DEFLATED else zlib.compress(data, wbits=-15)
+        self.flags = self.local_flags = 0
+        self.crc = zlib.crc32(data)
+        self.extra = self.comment = b""
+        self.descriptor = False
+        self.hole = False  # no record in the directory
+        self.offset = None  # of the local header, if not where it is
+        self.version = 20
+        for field, value in fields.items():
+            setattr(self, field, value)
+        if self.descriptor:
+            self.flags = self.local_flags = 8
+
+    def local(self):
+        sizes = (0, 0, 0) if self.descriptor else (self.crc, len(self.packed), len(self.data))
+        header = struct.pack("<IHHHHHIIIHH", 0x04034B50, 20, self.local_flags, self.method, 0, 0x5821, *sizes,
+                             len(self.name), 0) + self.name
+        tail = struct.pack("<IIII", 0x08074B50, self.crc, len(self.packed), len(self.data)) if self.descriptor else b""
+        return header + self.packed + tail
+
+    def central(self, offset):
+        return struct.pack("<IBBHHHHHIIIHHHHHII", 0x02014B50, 20, 3, self.version, self.flags, self.method, 0, 0x5821,
+                           self.crc, len(self.packed), len(self.data), len(self.name), len(self.extra),
+                           len(self.comment), 0, 0, self.mode << 16,
+                           offset if self.offset is None else self.offset) + self.name + self.extra + self.comment
+
+
+def archive(*members, comment=b"", count=None, gap=b""):
+    """The bytes of an archive; `gap` follows each member and belongs to none."""
+    body, directory = b"", b""
+    for member in members:
+        directory += b"" if member.hole else member.central(len(body))
+        body += member.local() + gap
+    count = sum(not member.hole for member in members) if count is None else count
+    return body + directory + struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, count, count, len(directory), len(body),
+                                          len(comment)) + comment
+
+
+def apple_double(fork, type_and_creator=b"TEXTttxt"):
+    """The data of a companion member."""
+    info = type_and_creator + bytes(24)
+    return struct.pack(">II16xHIIIIII", 0x00051607, 0x00020000, 2, 9, 50, 32, 2, 82, len(fork)) + info + fork
+
+
+class ForkzipTest(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory(prefix="forkzip-")
+        self.addCleanup(scratch.cleanup)
+        self.root = pathlib.Path(scratch.name)
+        self.zip = self.root / "a.zip"
+
+    def write(self, name, content):
+        path = self.root / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(content if isinstance(content, bytes) else content.encode())
+        return path
+
+    def run_tool(self, *arguments, **options):
+        """Runs forkzip in the scratch folder."""
+        options = {"capture_output": True, "cwd": self.root, **options}
+        return subprocess.run([PROGRAM, *map(str, arguments)], check=False, timeout=300, **options)
+
+    def expect(self, code, *arguments, says="", **options):
+        """Runs forkzip, which must end with that exit code and, on standard error, that text."""
+        result = self.run_tool(*arguments, **options)
+        errors = result.stderr.decode(errors="replace")
+        self.assertEqual((result.returncode, "" if says in errors else errors), (code, ""), f"{arguments}: {errors}")
+        if code == 0 and not says:
+            self.assertEqual(errors, "", arguments)
+        return result.stdout
+
+    def names(self):
+        return self.expect(0, "list", "-q", self.zip).decode().splitlines()
+
+    def members(self):
+        return json.loads(self.expect(0, "list", "--json", self.zip))
+
+    def cat(self, name):
+        return self.expect(0, "cat", self.zip, name)
+
+    def files_below(self, folder):
+        return sorted(str(path.relative_to(folder)) for path in folder.rglob("*") if not path.is_dir())
+
+    def assert_others_accept(self, path=None):
+        """unzip, 7zz, bsdtar, python and lsar can read the archive whole."""
+        path = str(path or self.zip)
+        for command in (["unzip", "-tqq"], ["7zz", "t"], ["bsdtar", "-xOf"], ["lsar", "-t"]):
+            result = subprocess.run([*command, path], capture_output=True, check=False)
+            self.assertEqual(result.returncode, 0, (command, result.stdout[-500:], result.stderr[-500:]))
+        result = subprocess.run(["python3", "-m", "zipfile", "-t", path], capture_output=True, check=False)
+        self.assertEqual((result.returncode, result.stdout), (0, b"Done testing\n"), result.stderr)
+

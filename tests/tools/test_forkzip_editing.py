@@ -1,0 +1,231 @@
+#!/usr/bin/env python3
+"""forkzip create, add, delete, duplicate, comment, compact: nothing is lost, and other tools read what comes out."""
+
+import fcntl
+import os
+import signal
+import stat
+import subprocess
+import time
+import unittest
+import zipfile
+
+from forkzip import DEFLATED, PROGRAM, UNIX_TIMES, ForkzipTest, Member, apple_double, archive
+
+TREE = {"t/a": "hello " * 50, "t/sub/日本.txt": "words " * 5000, "t/sub/😀": b"", "t/Größe": os.urandom(3000)}
+
+
+class Editing(ForkzipTest):
+    def tree(self):
+        for name, content in TREE.items():
+            self.write(name, content)
+        (self.root / "t/a").chmod(0o750)
+        (self.root / "t/empty").mkdir()
+        (self.root / "t/link").symlink_to("sub/😀")
+        for path in [*(self.root / "t").rglob("*"), self.root / "t"]:
+            os.utime(path, (1, 1600000001), follow_symlinks=False)
+
+    def assert_no_strays(self):
+        self.assertEqual([name for name in os.listdir(self.root) if "forkzip" in name], [])
+
+    def test_other_tools_read_what_is_made(self):
+        self.tree()
+        self.expect(0, "create", "-q", self.zip, "t")
+        self.assert_others_accept()
+        for tool in (["unzip", "-q", self.zip, "-d", "out"], ["bsdtar", "-xf", self.zip, "-C", "out"],
+                     ["7zz", "x", "-bd", "-snl", f"-o{self.root}/out", self.zip],
+                     [PROGRAM, "extract", "-q", self.zip, "-d", "out"]):
+            with self.subTest(tool[0]):
+                subprocess.run(["rm", "-rf", "out"], cwd=self.root, check=True)
+                (self.root / "out").mkdir()
+                subprocess.run(tool, cwd=self.root, check=True, capture_output=True)
+                self.assertEqual(subprocess.run(["diff", "-r", "--no-dereference", "t", "out/t"], cwd=self.root,
+                                                capture_output=True).stdout, b"")
+                for name in ("t/a", "t/sub/日本.txt", "t/sub"):
+                    was, now = (self.root / name).stat(), (self.root / "out" / name).stat()
+                    self.assertEqual((now.st_mode, now.st_mtime), (was.st_mode, was.st_mtime), name)
+        with zipfile.ZipFile(self.zip) as other:
+            self.assertIn("t/sub/日本.txt", other.namelist())
+            self.assertEqual({info.create_system for info in other.infolist()}, {3})
+
+    def test_every_edit_in_both_ways(self):
+        edits = [
+            ("add", ["new", "t/a"], ["t/sub/😀", "t/Größe", "new", "t/a"], {"new": b"new"}),
+            ("add", ["new", "--as", "deep/er"], ["t/a", "t/sub/😀", "t/Größe", "deep/er"], {"deep/er": b"new"}),
+            ("delete", ["t/Größe", "*😀"], ["t/a"], {"t/a": TREE["t/a"].encode()}),
+            ("duplicate", ["T/A", "ä/b"], ["t/a", "t/sub/😀", "t/Größe", "ä/b"], {"ä/b": TREE["t/a"].encode()}),
+            ("comment", ["Grüße"], ["t/a", "t/sub/😀", "t/Größe"], {}),
+            ("compact", [], ["t/a", "t/sub/😀", "t/Größe"], {}),
+        ]
+        self.tree()
+        self.write("new", "new")
+        for verb, arguments, names, contents in edits:
+            for way in ([], ["--in-place"]):
+                with self.subTest((verb, arguments, way)):
+                    self.zip.unlink(missing_ok=True)
+                    self.expect(0, "create", "-q", self.zip, "t/sub/日本.txt", "t/a", "t/sub/😀", "t/Größe")
+                    self.expect(0, "delete", "-q", "--in-place", self.zip, "t/sub/日本.txt")  # leaves a gap in front
+                    self.expect(0, verb, "-q", *way, self.zip, *arguments)
+                    self.assertEqual(self.names(), names)
+                    for name, content in contents.items():
+                        self.assertEqual(self.cat(name), content)
+                    self.assert_others_accept()
+                    self.assert_no_strays()
+        self.assertEqual(self.expect(0, "comment", self.zip), b"")
+        self.expect(0, "comment", self.zip, "x")
+        self.assertEqual(self.expect(0, "comment", self.zip), b"x\n")
+
+    def test_a_copy_keeps_every_byte_that_it_does_not_mean_to_change(self):
+        first = Member("first", b"1" * 300, extra=b"\x99\x99\2\0ab", comment=b"a comment", descriptor=True)
+        members = [first, Member("no comment", b"2", local_flags=2, flags=2), Member("mac", b"3", extra=UNIX_TIMES),
+                   Member("__MACOSX/"), Member("__MACOSX/._mac", apple_double(b"fork"), extra=UNIX_TIMES)]
+        self.zip.write_bytes(archive(Member("doomed", b"x" * 500), *members, comment=b"whole", gap=b"gap"))
+        self.expect(0, "delete", "-q", self.zip, "doomed")
+        self.assertEqual(self.zip.read_bytes(), archive(*members, comment=b"whole"))
+        self.expect(0, "delete", "-q", self.zip, "mac")
+        self.assertEqual(self.zip.read_bytes(), archive(*members[:2], members[3], comment=b"whole"))
+        self.expect(0, "add", "-q", self.zip, self.write("new", "new").name)
+        self.assertTrue(self.zip.read_bytes().startswith(b"".join(m.local() for m in (*members[:2], members[3]))))
+        self.assertIn(first.central(0), self.zip.read_bytes())
+        self.assert_others_accept()
+
+    def test_edits_that_would_lose_something_are_refused(self):
+        good = archive(Member("f", b"12345"), Member("g", b"1"))
+        companion = archive(Member("mac", b"data", extra=UNIX_TIMES), Member("other", b"2", extra=UNIX_TIMES),
+                            Member("__MACOSX/._mac", apple_double(b"fork"), extra=UNIX_TIMES))
+        descriptors = archive(Member("gap", b"x" * 50, hole=True), Member("f", b"f" * 99, DEFLATED, descriptor=True))
+        overlapping = archive(Member("f", packed=Member("g").local()), Member("g", offset=31))
+        many = archive(*[Member(str(i)) for i in range(65535)])
+        self.write("new", "new")
+        in_place = ["--in-place"]
+        cases = [
+            ("companions would vanish", companion, "delete", in_place, ["other"], "would vanish; leave out --in-place"),
+            ("the same by a comment", companion, "comment", in_place, ["x"], "would vanish"),
+            ("data descriptors", descriptors, "compact", in_place, [], "data descriptors would be damaged"),
+            ("a wrong count", archive(Member("f"), Member("g"), count=1), "delete", [], ["f"], "announces 1 member"),
+            ("a wrong count, in place", archive(Member("f"), Member("g"), count=1), "add", in_place, ["new"],
+             "announces 1 member"),
+            ("what lies behind the end", good + b"trailer", "add", [], ["new"], "7 bytes behind the end"),
+            ("too many members", many, "add", [], ["new"], "the format ends at 65535"),
+            ("too many members, in place", many, "add", in_place, ["new"], "the format ends at 65535"),
+            ("overlapping members", overlapping, "compact", [], [], "overlaps"),
+            ("a comment with a signature", good, "comment", [], ["PK\5\6"], "signature"),
+            ("a comment of 65536 bytes", good, "comment", in_place, ["x" * 65536], "65536 bytes"),
+            ("a name that is taken", good, "duplicate", [], ["f", "G"], "exists already"),
+            ("a name of nothing", good, "duplicate", [], ["f", "../"], "no name"),
+            ("no such member", good, "delete", in_place, ["f", "x"], "nothing is deleted"),
+            ("no such file", good, "add", [], ["missing"], "No such file"),
+            ("the archive itself", good, "add", in_place, [self.zip], "it is the archive itself"),
+        ]
+        for what, content, verb, way, arguments, message in cases:
+            with self.subTest(what):
+                self.zip.write_bytes(content)
+                result = self.run_tool(verb, *way, self.zip, *arguments)
+                self.assertIn(result.returncode, (1, 2, 3))
+                self.assertIn(message, result.stderr.decode())
+                self.assertEqual(self.zip.read_bytes(), content)
+                self.assert_no_strays()
+        # Without --in-place the same is done soundly.
+        for content, verb, arguments in ((companion, "delete", ["other"]), (descriptors, "compact", [])):
+            self.zip.write_bytes(content)
+            self.expect(0, verb, "-q", self.zip, *arguments)
+            self.assert_others_accept()
+        self.assertLess(len(self.zip.read_bytes()), len(descriptors) - 50)
+
+    def test_what_a_tree_leaves_out(self):
+        self.tree()
+        os.mkfifo(self.root / "t/fifo")
+        (self.root / "t/to a folder").symlink_to("sub")
+        (self.root / "t/dangling").symlink_to("nowhere")
+        archive_inside = self.root / "t/inside.zip"
+        self.expect(3, "create", "-q", "--follow-links", archive_inside, "t", says="fifo: left out")
+        names = self.expect(0, "list", archive_inside).decode().splitlines()
+        self.assertEqual([n for n in names if n in ("t/link", "t/to a folder", "t/dangling", "t/inside.zip")], ["t/link"])
+        self.expect(0, "test", "-q", archive_inside)
+        (self.root / "t/fifo").unlink()
+        self.expect(0, "add", "-q", archive_inside, "t", says="inside.zip: left out, it is the archive itself")
+        self.assertNotIn("t/inside.zip", self.expect(0, "list", archive_inside).decode().splitlines())
+        self.expect(3, "create", archive_inside, "t", says="exists already")
+
+    def test_names_and_modes_of_what_is_added(self):
+        self.write("new", "x").chmod(0o751)
+        (self.root / "d").mkdir()
+        for argument, name in (("./new", "new"), (self.root / "new", str(self.root / "new")[1:]), ("d/../new", "new")):
+            self.zip.unlink(missing_ok=True)
+            self.expect(0, "create", "-q", self.zip, argument)
+            self.assertEqual(self.names(), [name])
+        self.expect(0, "create", "-q", "plain.zip", "new", "d", "--no-permissions")
+        with zipfile.ZipFile(self.root / "plain.zip") as other:
+            self.assertEqual([info.external_attr for info in other.infolist()], [0, 0x10])
+        self.expect(2, "add", self.zip, "new", "d", "--as", "x", says="--as names one item")
+
+    def test_mac_binary(self):
+        self.write("src/mac", "data fork " * 20)
+        self.write("src/._mac", apple_double(b"resource fork " * 20))
+        self.write("src/._alone", "no side file of anything")
+        cases = {"never": ["._alone", "._mac", "mac"], "smart": ["._alone", "mac"], "always": ["._alone", "mac"]}
+        for mode, names in cases.items():
+            with self.subTest(mode):
+                self.zip.unlink(missing_ok=True)
+                self.expect(0, "create", "-q", "--macbinary", mode, self.zip, ".", cwd=self.root / "src")
+                self.assertEqual(self.names(), names)
+                self.expect(0, "test", "-q", self.zip)
+                self.assertEqual(self.cat("mac"), b"data fork " * 20)
+                if mode == "never":
+                    continue
+                listed = subprocess.run(["lsar", "-j", self.zip], capture_output=True, check=True).stdout
+                self.assertIn(b"XADIsResourceFork", listed)
+                self.assertIn(b"XADFileType", listed)
+                self.expect(0, "extract", "-q", self.zip, "-d", mode)
+                self.assertIn(b"resource fork " * 20, (self.root / mode / "._mac").read_bytes())
+
+    def test_the_new_archive_takes_the_place_of_the_old_one(self):
+        self.zip.write_bytes(archive(Member("f", b"1")))
+        self.zip.chmod(0o640)
+        os.chown(self.zip, 12, 34) if os.geteuid() == 0 else None
+        owner = (self.zip.stat().st_uid, self.zip.stat().st_gid)
+        (self.root / "links").mkdir()
+        (self.root / "links/l.zip").symlink_to("../a.zip")
+        self.write(".a.zip.forkzip-new", "left by a run that was killed")
+        self.expect(0, "comment", "links/l.zip", "x")
+        self.assertTrue((self.root / "links/l.zip").is_symlink())
+        status = self.zip.stat()
+        self.assertEqual((stat.S_IMODE(status.st_mode), status.st_uid, status.st_gid), (0o640, *owner))
+        self.assertEqual(self.expect(0, "comment", self.zip), b"x\n")
+        self.assert_no_strays()
+
+    def test_two_runs_do_not_change_an_archive_at_once(self):
+        self.zip.write_bytes(archive(Member("f", b"1")))
+        with open(self.zip, "rb") as held:
+            fcntl.flock(held, fcntl.LOCK_EX)
+            for way in ([], ["--in-place"]):
+                self.expect(3, "comment", *way, self.zip, "x", says="is being changed by another run")
+            self.expect(0, "list", self.zip)
+
+    def test_a_signal_leaves_the_old_archive(self):
+        self.zip.write_bytes(archive(Member("f", b"1")))
+        before = self.zip.read_bytes()
+        with open(self.root / "large", "wb") as large:
+            large.truncate(1 << 30)
+        for way in ([], ["--in-place"]):
+            with self.subTest(way):
+                process = subprocess.Popen([PROGRAM, "add", *way, self.zip, "large"], cwd=self.root)
+                fds = f"/proc/{process.pid}/fd"
+                while process.poll() is None and not any(
+                        os.path.realpath(f"{fds}/{fd}").endswith("large") for fd in list_or_none(fds)):
+                    time.sleep(0.001)
+                process.send_signal(signal.SIGTERM)
+                self.assertEqual(process.wait(), -signal.SIGTERM)
+                self.assertEqual(self.zip.read_bytes(), before)
+                self.assert_no_strays()
+
+
+def list_or_none(folder):
+    try:
+        return os.listdir(folder)
+    except FileNotFoundError:
+        return []
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,179 @@
+#!/usr/bin/env python3
+"""forkzip extract: what arrives on disk, what is refused, and what is left when it does not work out."""
+
+import os
+import pathlib
+import resource
+import signal
+import subprocess
+import time
+import unittest
+
+from forkzip import DEFLATED, PROGRAM, UNIX_TIMES, ForkzipTest, Member, apple_double, archive
+
+LINK = 0o120777
+
+
+def mac_binary(data, fork):
+    """A MacBinary II member: header, data fork and resource fork, each filled up to 128 bytes."""
+    header = bytearray(128)
+    header[1:5] = b"\3mac"
+    header[65:73] = b"TEXTttxt"
+    header[83:91] = len(data).to_bytes(4, "big") + len(fork).to_bytes(4, "big")
+    header[122:124] = bytes((129, 129))
+    crc = 0
+    for byte in header[:124]:
+        crc ^= byte << 8
+        for _ in range(8):
+            crc = (crc << 1 ^ (0x1021 if crc & 0x8000 else 0)) & 0xFFFF
+    header[124:126] = crc.to_bytes(2, "big")
+    return bytes(header) + data + bytes(-len(data) % 128) + fork + bytes(-len(fork) % 128)
+
+
+def unar_fork(side_file):
+    """The resource fork in a side file, as another tool reads it."""
+    data = side_file.read_bytes()
+    count = int.from_bytes(data[24:26], "big")
+    for entry in (data[26 + 12 * i:38 + 12 * i] for i in range(count)):
+        kind, offset, length = (int.from_bytes(entry[j:j + 4], "big") for j in (0, 4, 8))
+        if kind == 2:
+            return data[offset:offset + length]
+    return b""
+
+
+class Extract(ForkzipTest):
+    def setUp(self):
+        super().setUp()
+        self.out = self.root / "out"
+
+    def extract(self, code=0, *arguments, says="", **options):
+        return self.expect(code, "extract", self.zip, "-d", self.out, *arguments, says=says, **options)
+
+    def test_everything_arrives(self):
+        self.write("t/text", "words " * 4000).chmod(0o640)
+        self.write("t/sub/script", "#!/bin/sh\n").chmod(0o755)
+        self.write("t/sub/read only", "x").chmod(0o444)
+        (self.root / "t/link").symlink_to("sub/script")
+        (self.root / "t/empty").mkdir(mode=0o750)
+        for path in [*(self.root / "t").rglob("*"), self.root / "t"]:
+            os.utime(path, (1, 1600000001), follow_symlinks=False)
+        subprocess.run(["zip", "-qry", self.zip, "t"], cwd=self.root, check=True)
+        self.extract(0, "-q")
+        for path in [*(self.root / "t").rglob("*"), self.root / "t"]:
+            with self.subTest(str(path)):
+                was, now = path.lstat(), (self.out / path.relative_to(self.root)).lstat()
+                self.assertEqual((now.st_mode, now.st_mtime), (was.st_mode, was.st_mtime))
+        self.assertEqual(subprocess.run(["diff", "-r", "--no-dereference", "t", "out/t"], cwd=self.root).returncode, 0)
+
+    def test_members_that_are_refused(self):
+        cases = [
+            ("upward", Member("../evil", b"x"), "leads out of the destination"),
+            ("upward from a folder", Member("d/../../evil", b"x"), "leads out of the destination"),
+            ("an absolute path", Member("/evil", b"x"), "absolute path"),
+            ("through a link that is there", Member("link/evil", b"x"), "a symbolic link is in the way"),
+            ("a folder through a link", Member("link/evil/"), "a symbolic link is in the way"),
+            ("a link that leads up", Member("l", b"../evil", mode=LINK), "leads out of the destination"),
+            ("a link with an absolute target", Member("l", b"/etc", mode=LINK), "leads out of the destination"),
+            ("a link that leads up by way of another", Member("d/l", b"x/../../..", mode=LINK), "leads out"),
+            ("a name of a folder's own", Member("d/.", b"x"), "cannot be that of a file"),
+            ("a name with a zero byte", Member(b"a\0b", b"x"), "cannot be that of a file"),
+            ("no name", Member("", b"x"), "no name"),
+        ]
+        for what, member, message in cases:
+            with self.subTest(what):
+                subprocess.run(["rm", "-rf", self.out, self.root / "elsewhere"], check=True)
+                (self.root / "elsewhere").mkdir()
+                self.out.mkdir()
+                (self.out / "link").symlink_to("../elsewhere")
+                self.zip.write_bytes(archive(member, Member("good", b"1")))
+                self.extract(1, says=message)
+                self.assertEqual((self.out / "good").read_bytes(), b"1", "the other members are extracted")
+                self.assertEqual(list((self.root / "elsewhere").iterdir()), [])
+                self.assertFalse((self.root / "evil").exists())
+
+    def test_a_link_of_the_archive_leads_no_member_astray(self):
+        self.zip.write_bytes(archive(Member("l", b"../elsewhere", mode=LINK), Member("l/evil", b"x"),
+                                     Member("inner", b"d", mode=LINK), Member("d/f", b"1")))
+        (self.root / "elsewhere").mkdir()
+        self.extract(1, says="leads out of the destination")
+        self.assertEqual(list((self.root / "elsewhere").iterdir()), [])
+        self.assertEqual((self.out / "inner/f").read_bytes(), b"1")
+
+    def test_files_that_are_there(self):
+        self.zip.write_bytes(archive(Member("f", b"new"), Member("bad", b"new", DEFLATED, crc=1), Member("l", b"new"),
+                                     Member("d", b"new"), Member("fresh", b"new")))
+        for overwrite in (False, True):
+            subprocess.run(["rm", "-rf", self.out], check=True)
+            for name in ("f", "bad", "target", "d/inner"):
+                self.write(f"out/{name}", "old")
+            (self.out / "l").symlink_to("target")
+            self.extract(3, *(["--overwrite"] if overwrite else []), says="d: " if overwrite else "f: exists already")
+            content = {path: (self.out / path).read_bytes() for path in self.files_below(self.out)}
+            changed = b"new" if overwrite else b"old"
+            self.assertEqual(content, {"f": changed, "bad": b"old", "l": changed, "target": b"old", "d/inner": b"old",
+                                       "fresh": b"new"})
+
+    def test_forks_go_to_the_side_file(self):
+        fork = b"resource fork " * 30
+        members = {
+            "companion": [Member("d/mac", b"data", extra=UNIX_TIMES),
+                          Member("__MACOSX/d/._mac", apple_double(fork), DEFLATED, extra=UNIX_TIMES)],
+            "companion in front": [Member("__MACOSX/"), Member("d/._mac", apple_double(fork), extra=UNIX_TIMES),
+                                   Member("d/mac", b"data", extra=UNIX_TIMES)],
+            "MacBinary": [Member("d/mac", mac_binary(b"data", fork), DEFLATED)],
+            "MacBinary, stored": [Member("d/mac", mac_binary(b"data", fork))],
+        }
+        for what, contents in members.items():
+            with self.subTest(what):
+                subprocess.run(["rm", "-rf", self.out], check=True)
+                self.zip.write_bytes(archive(*contents))
+                for _ in range(2):  # anew, then over what is there
+                    self.extract(0, "-q", "d", "--overwrite")
+                    self.assertEqual(self.files_below(self.out), ["d/._mac", "d/mac"])
+                    self.assertEqual((self.out / "d/mac").read_bytes(), b"data")
+                    self.assertEqual(unar_fork(self.out / "d/._mac"), fork)
+                    self.assertIn(b"TEXTttxt", (self.out / "d/._mac").read_bytes())
+                self.assertEqual(self.cat("d/mac"), b"data")
+
+    def test_raw_leaves_wrapping_and_companions_as_they_are(self):
+        wrapped, companion = mac_binary(b"data", b"fork"), apple_double(b"fork")
+        self.zip.write_bytes(archive(Member("wrapped", wrapped), Member("mac", b"data", extra=UNIX_TIMES),
+                                     Member("__MACOSX/._mac", companion, DEFLATED, extra=UNIX_TIMES)))
+        self.extract(0, "-q", "--raw")
+        content = {path: (self.out / path).read_bytes() for path in self.files_below(self.out)}
+        self.assertEqual(content, {"wrapped": wrapped, "mac": b"data", "__MACOSX/._mac": companion})
+        self.assertEqual(self.expect(0, "cat", "--raw", self.zip, "wrapped"), wrapped)
+
+    def test_a_wrong_sum_of_a_stored_wrapped_member(self):
+        self.zip.write_bytes(archive(Member("mac", mac_binary(b"data", b"fork"), crc=1)))
+        self.extract(1, says="the checksum of its data is wrong")
+        self.assertEqual(self.files_below(self.out), [])
+
+    def test_a_full_disk_leaves_nothing_half_written(self):
+        self.zip.write_bytes(archive(Member("small", b"1"), Member("large", bytes(300000), DEFLATED)))
+        def limit():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (100000, 100000))
+        self.extract(3, says="large: cannot be written: File too large", preexec_fn=limit)
+        self.assertEqual(self.files_below(self.out), ["small"])
+        self.expect(3, "extract", self.zip, "-d", self.zip, says="destination")
+
+    def test_a_signal_leaves_nothing_half_written(self):
+        self.zip.write_bytes(archive(Member("large", bytes(1 << 30), DEFLATED), Member("next", b"1")))
+        for number in (signal.SIGINT, signal.SIGTERM):
+            with self.subTest(number):
+                process = subprocess.Popen([PROGRAM, "extract", self.zip, "-d", self.out])
+                large = self.out / "large"
+                while not (large.exists() and large.stat().st_size) and process.poll() is None:
+                    time.sleep(0.001)
+                process.send_signal(number)
+                self.assertEqual(process.wait(), -number)
+                self.assertEqual(self.files_below(self.out), [])
+
+    def test_the_bar_tells_how_far_it_is(self):
+        self.zip.write_bytes(archive(Member("f", b"12345")))
+        self.extract(0, "--progress", says="100%")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,167 @@
+#!/usr/bin/env python3
+"""forkzip list, info, test, cat: archives of other tools, damaged ones, and what is said about them."""
+
+import json
+import os
+import pty
+import subprocess
+import unittest
+import zipfile
+
+from forkzip import DEFLATED, UNIX_TIMES, ForkzipTest, Member, apple_double, archive
+
+
+def true_name(info):
+    """A name that is UTF-8 whether the archive says so or not."""
+    return info.filename if info.flag_bits & 0x800 else info.filename.encode("cp437").decode()
+
+
+class Listing(ForkzipTest):
+    def test_archives_of_other_tools(self):
+        self.write("t/plain.txt", "words " * 400)
+        self.write("t/Größe/日本.txt", b"\0\1\2")
+        self.write("t/empty", b"")
+        (self.root / "t/plain.txt").chmod(0o750)
+        makers = {
+            "zip": ["zip", "-qr", self.zip, "t"],
+            "zip stored": ["zip", "-qr0", self.zip, "t"],
+            "zip streamed": ["sh", "-c", f"zip -qr - t | cat > {self.zip}"],
+            "7zz": ["7zz", "a", "-bd", self.zip, "t"],
+            "bsdtar": ["bsdtar", "--format=zip", "-cf", self.zip, "t"],
+            "python": ["python3", "-m", "zipfile", "-c", self.zip, "t"],
+        }
+        for maker, command in makers.items():
+            with self.subTest(maker):
+                self.zip.unlink(missing_ok=True)
+                subprocess.run(command, cwd=self.root, check=True, capture_output=True)
+                with zipfile.ZipFile(self.zip) as other:
+                    expected = [(true_name(i), i.file_size, i.compress_size, f"{i.CRC:08x}", i.compress_type,
+                                 "%04d-%02d-%02dT%02d:%02d:%02d" % i.date_time, i.is_dir(), f"{i.external_attr >> 16:o}")
+                                for i in other.infolist()]
+                found = [tuple(m[key] for key in ("name", "size", "compressedSize", "crc32", "method", "time", "folder",
+                                                  "mode")) for m in self.members()]
+                self.assertEqual(found, expected)
+                self.assertEqual(self.names(), [entry[0] for entry in expected])
+                self.assertEqual(self.cat("t/Größe/日本.txt"), b"\0\1\2")
+                self.expect(0, "test", "-q", self.zip)
+
+    def test_encodings(self):
+        for encoding, codec in (("utf-8", "utf-8"), ("windows-1252", "cp1252"), ("cp437", "cp437"),
+                                ("mac-roman", "mac-roman")):
+            with self.subTest(encoding):
+                self.zip.write_bytes(archive(Member("Größe".encode(codec), b"1")))
+                listed = self.expect(0, "list", "--encoding", encoding, self.zip)
+                self.assertEqual(listed.decode(), "Größe\n")
+                self.expect(0, "cat", "--encoding", encoding, self.zip, "Größe")
+                self.expect(0, "extract", "-q", "--encoding", encoding, self.zip, "-d", encoding)
+                self.assertEqual(os.listdir(self.root / encoding), ["Größe"])
+
+    def test_a_terminal_gets_no_control_characters(self):
+        self.zip.write_bytes(archive(Member(b"a\x1b[2J\xff\xc2\x9b\xe2\x80\xaeb", b"1"), comment=b"\x07"))
+        for verb in ("list", "comment", "test"):
+            with self.subTest(verb):
+                ours, theirs = pty.openpty()
+                self.run_tool(verb, self.zip, stdout=theirs, stderr=theirs, capture_output=False)
+                shown = os.read(ours, 65536)
+                os.close(ours), os.close(theirs)
+                for bad in (b"\x1b[2J", b"\xff", b"\xc2\x9b", b"\xe2\x80\xae", b"\x07"):
+                    self.assertNotIn(bad, shown)
+        self.assertIn(b"\x1b[2J", self.expect(0, "list", self.zip), "a pipe gets names as they stand")
+
+    def test_info(self):
+        self.zip.write_bytes(archive(Member("f", b"12345"), Member("d/"), comment="Größe".encode()))
+        whole = json.loads(self.expect(0, "info", "--json", self.zip))
+        self.assertEqual((whole["members"], whole["files"], whole["folders"], whole["size"], whole["comment"]),
+                         (2, 1, 1, 5, "Größe"))
+        self.assertEqual(json.loads(self.expect(0, "info", "--json", self.zip, "F"))["name"], "f")
+        self.assertIn("5 bytes", self.expect(0, "info", self.zip, "f").decode())
+        self.expect(1, "info", self.zip, "x", says="x: no such member")
+
+    def test_names_that_are_looked_up(self):
+        names = ["a", "A", "dir/", "dir/one.txt", "dir/two.c", "other/one.txt", "[x]"]
+        self.zip.write_bytes(archive(*[Member(name) for name in names]))
+        cases = [
+            ("the exact name before other letter case", ["A"], 1),
+            ("other letter case if need be", ["DIR/ONE.TXT"], 1),
+            ("a folder and what is in it", ["dir"], 3),
+            ("the same with a slash", ["dir/"], 3),
+            ("a pattern passes slashes", ["*.txt"], 2),
+            ("a name that looks like a pattern", ["[x]"], 1),
+            ("no member twice", ["dir", "*.txt", "dir/two.c"], 4),
+        ]
+        for what, arguments, expected in cases:
+            with self.subTest(what):
+                tested = json.loads(self.expect(0, "test", "--json", self.zip, *arguments))["tested"]
+                self.assertEqual(tested, expected)
+        self.expect(1, "cat", self.zip, "*.txt", says="means 2 members")
+
+
+class Damage(ForkzipTest):
+    def test_archives_that_cannot_be_opened(self):
+        good = archive(Member("f", b"12345"))
+        cases = [
+            ("no archive", b"hello", "'PK' header missing", 1),
+            ("nothing", b"", "'PK' header missing", 1),
+            ("cut off", good[:-30], "Central Directory not found", 1),
+            ("something in front", b"#!/bin/sh\n" + good, "'PK' header missing", 1),
+            ("a newer format", archive(Member("f", version=45)), "newer format", 1),
+            ("one of several parts", good[:-18] + b"\1\0" + good[-16:], "multi-segment", 1),
+        ]
+        for what, content, message, code in cases:
+            with self.subTest(what):
+                self.zip.write_bytes(content)
+                for verb in ("list", "info", "test", "extract"):
+                    self.expect(code, verb, self.zip, says=f"forkzip: {self.zip}: ")
+                    self.expect(code, verb, self.zip, says=message)
+        self.expect(1, "list", "missing.zip", says="forkzip: missing.zip: cannot be opened: No such file")
+        self.expect(3, "list", ".", says="is a folder")
+
+    def test_members_that_are_not_sound(self):
+        text = b"words " * 1000
+        flipped = bytearray(Member("f", text, DEFLATED).packed)
+        flipped[len(flipped) // 2] ^= 0xFF
+        cases = [
+            ("sum of deflated data", Member("f", text, DEFLATED, crc=1), "An error -3 occured while deflation"),
+            ("sum of stored data", Member("f", text, crc=1), "the checksum of its data is wrong"),
+            ("deflated data", Member("f", text, DEFLATED, packed=bytes(flipped)), "An error"),
+            ("data that ends early", Member("f", text, DEFLATED, packed=bytes(flipped[:20])), "An error"),
+            ("headers that differ", Member("f", text, local_flags=2), "File Headers mismatch"),
+            ("encrypted", Member("f", text, flags=1, local_flags=1), "Unsupported format (encrypted)"),
+            ("another method", Member("f", text, 12), "Unsupported compression method (12)"),
+        ]
+        for what, member, message in cases:
+            with self.subTest(what):
+                self.zip.write_bytes(archive(Member("good", b"1"), member, Member("also good", b"2")))
+                self.expect(1, "test", self.zip, says=f"forkzip: {self.zip}: f: {message}")
+                self.expect(0, "test", self.zip, "good", "also good")
+                self.expect(1, "cat", self.zip, "f", says=message)
+                report = json.loads(self.run_tool("test", "--json", self.zip).stdout)
+                self.assertEqual([failed["name"] for failed in report["failed"]], ["f"])
+                self.expect(1, "extract", self.zip, "-d", "out", "--overwrite", says=message)
+                self.assertEqual(self.files_below(self.root / "out"), ["also good", "good"])
+
+    def test_companions_are_tested_too(self):
+        for method in (0, DEFLATED):
+            bad = Member("__MACOSX/._f", apple_double(b"fork"), method, crc=1, extra=UNIX_TIMES)
+            self.zip.write_bytes(archive(Member("f", b"1", extra=UNIX_TIMES), bad))
+            self.expect(1, "test", self.zip, says="f: its companion: ")
+            self.expect(1, "extract", self.zip, "-d", "out")
+            self.assertEqual(self.files_below(self.root / "out"), [])
+
+    def test_wrong_usage(self):
+        for arguments in ([], ["bla"], ["list"], ["list", "a", "--bla"], ["cat", "a"], ["list", "--encoding", "x", "a"]):
+            with self.subTest(arguments):
+                self.expect(2, *arguments, says="forkzip: ")
+        self.expect(3, "list", self.zip.parent)
+        for arguments in (["--help"], ["list", "--help"], ["extract", "--help"]):
+            self.assertIn(b"Usage: forkzip", self.expect(0, *arguments))
+
+    def test_a_full_disk_behind_standard_output(self):
+        self.zip.write_bytes(archive(Member("f", b"12345")))
+        with open("/dev/full", "wb") as full:
+            self.expect(3, "list", self.zip, says="No space left", stdout=full, stderr=subprocess.PIPE,
+                        capture_output=False)
+
+
+if __name__ == "__main__":
+    unittest.main()
