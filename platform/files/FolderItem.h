@@ -20,7 +20,11 @@
 #include "platform/files/TextOutputStream.h"
 #include "platform/text/String.h"
 
+struct stat;
+
 namespace vantorel {
+
+class StatusHold;
 
 class FolderItem : public Object {
  public:
@@ -110,7 +114,10 @@ class FolderItem : public Object {
   explicit FolderItem(CleanPath path) : path_(std::move(path.text)) {}
   template <typename T, typename... Args>
   friend Ref<T> New(Args&&... args);
+  friend class StatusHold;
 
+  // Of the item itself, from the disk or from the hold. Nothing if there is no such item.
+  std::optional<struct stat> Status() const;
   // The path of a member of this folder, empty if the name could not be one.
   std::string MemberPath(const String& name) const;
   // Whether a side file need not be looked for.
@@ -120,6 +127,7 @@ class FolderItem : public Object {
   std::optional<FolderListing> listing_;
   // For an item from a listing that showed no side file beside it: SideFile::CountMade of that moment.
   std::optional<std::uint64_t> no_side_file_at_;
+  const StatusHold* hold_ = nullptr;
 };
 
 // The item at a path string; nil for an empty path. `mode` is always 0.

@@ -9,6 +9,7 @@
 
 #include "platform/files/FolderItem.h"
 #include "platform/files/SideFile.h"
+#include "platform/files/StatusHold.h"
 
 namespace vantorel {
 namespace {
@@ -16,13 +17,6 @@ namespace {
 constexpr mode_t kPermissionBits = 07777;
 constexpr mode_t kReadWriteBits = 0666;
 constexpr mode_t kWriteBits = S_IWUSR | S_IWGRP | S_IWOTH;
-
-// Of the item itself, not of what a link points to. Nothing if there is no such item.
-std::optional<struct stat> StatusOf(const std::string& path) {
-  struct stat status {};
-  if (lstat(path.c_str(), &status) != 0) return std::nullopt;
-  return status;
-}
 
 std::optional<struct stat> FolderStatusOf(const FolderItem& item) {
   const Ref<FolderItem> parent = item.Parent();
@@ -38,27 +32,44 @@ std::int32_t Narrow(std::uint64_t number) {
 
 }  // namespace
 
+StatusHold::StatusHold(const Ref<FolderItem>& item) : item_(item), outer_(item->hold_) {
+  item_->hold_ = nullptr;
+  status_ = item_->Status();
+  item_->hold_ = this;
+}
+
+StatusHold::~StatusHold() {
+  item_->hold_ = outer_;
+}
+
+std::optional<struct stat> FolderItem::Status() const {
+  if (hold_ != nullptr) return hold_->Status();
+  struct stat status {};
+  if (lstat(path_.c_str(), &status) != 0) return std::nullopt;
+  return status;
+}
+
 bool FolderItem::Exists() const {
-  return StatusOf(path_).has_value();
+  return Status().has_value();
 }
 
 bool FolderItem::Directory() const {
-  const auto status = StatusOf(path_);
+  const auto status = Status();
   return status && S_ISDIR(status->st_mode);
 }
 
 bool FolderItem::Alias() const {
-  const auto status = StatusOf(path_);
+  const auto status = Status();
   return status && S_ISLNK(status->st_mode);
 }
 
 std::uint64_t FolderItem::Length() const {
-  const auto status = StatusOf(path_);
+  const auto status = Status();
   return status && S_ISREG(status->st_mode) ? static_cast<std::uint64_t>(status->st_size) : 0;
 }
 
 Ref<Date> FolderItem::ModificationDate() const {
-  const auto status = StatusOf(path_);
+  const auto status = Status();
   return status ? Date::FromUnixTime(status->st_mtime) : nil;
 }
 
@@ -80,12 +91,12 @@ Ref<Date> FolderItem::CreationDate() const {
 void FolderItem::SetCreationDate(const Ref<Date>& /*date*/) {}
 
 bool FolderItem::Locked() const {
-  const auto status = StatusOf(path_);
+  const auto status = Status();
   return status && (status->st_mode & S_IWUSR) == 0;
 }
 
 void FolderItem::SetLocked(bool locked) {
-  const auto status = StatusOf(path_);
+  const auto status = Status();
   if (!status || S_ISLNK(status->st_mode)) return;
   const mode_t mode = locked ? status->st_mode & ~kWriteBits : status->st_mode | S_IWUSR;
   chmod(path_.c_str(), mode & kPermissionBits);
@@ -106,8 +117,8 @@ std::int32_t FolderItem::MacDirID() const {
 }
 
 std::int32_t FolderItem::GetUnixMode(std::uint16_t& mode) const {
-  const auto status = StatusOf(path_);
-  if (!status) return -errno;
+  const auto status = Status();
+  if (!status) return hold_ != nullptr ? -ENOENT : -errno;
   mode = static_cast<std::uint16_t>(status->st_mode);
   return 0;
 }
