@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/base/Arithmetic.h"
+#include "platform/files/StatusHold.h"
 #include "platform/run/BackgroundTask.h"
 #include "platform/text/TextFunctions.h"
 #include "zip/archive/ZipArchive.h"
@@ -21,6 +22,14 @@ struct FolderContents {
   std::deque<Ref<FolderItem>> folders;
 };
 
+enum class Kind { kFile, kFolder, kAlias };
+
+Kind KindOf(const Ref<FolderItem>& item) {
+  const StatusHold hold(item);
+  if (item->Alias()) return Kind::kAlias;
+  return item->Directory() ? Kind::kFolder : Kind::kFile;
+}
+
 // The file that an alias leads to; nil if it leads to a folder or nowhere.
 Ref<FolderItem> FileBehindAlias(const Ref<FolderItem>& folder, std::int32_t index) {
   Ref<FolderItem> target = folder->Item(index);
@@ -32,15 +41,20 @@ Ref<FolderItem> FileBehindAlias(const Ref<FolderItem>& folder, std::int32_t inde
 FolderContents ContentsOf(const Ref<FolderItem>& folder, bool follow_aliases) {
   FolderContents contents;
   for (std::int32_t index = 1;; ++index) {
-    Ref<FolderItem> child = folder->TrueItem(index);
+    const Ref<FolderItem> child = folder->TrueItem(index);
     if (!child) return contents;
-    if (child->Alias()) child = follow_aliases ? FileBehindAlias(folder, index) : nil;
-    if (child) {
-      if (child->Directory()) {
-        contents.folders.push_back(child);
-      } else {
+    switch (KindOf(child)) {
+      case Kind::kFile:
         contents.files.push_back(child);
-      }
+        break;
+      case Kind::kFolder:
+        contents.folders.push_back(child);
+        break;
+      case Kind::kAlias:
+        if (const auto target = follow_aliases ? FileBehindAlias(folder, index) : nil) {
+          contents.files.push_back(target);
+        }
+        break;
     }
     RuntimeBackgroundTask();
   }
