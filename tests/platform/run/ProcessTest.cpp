@@ -9,12 +9,8 @@
 #include <fstream>
 #include <string>
 
-#include "platform/base/Exceptions.h"
-#include "platform/base/Failures.h"
 #include "platform/run/EventLoop.h"
-#include "platform/run/Runtime.h"
 #include "platform/run/Shell.h"
-#include "platform/run/System.h"
 
 namespace vantorel {
 namespace {
@@ -30,14 +26,14 @@ class ShellTest : public testing::Test {
   }
   ~ShellTest() override { fs::remove_all(folder_); }
 
-  // What the command wrote to the file `out`, once the file `done` is there. $D is the folder.
-  std::string Run(const std::string& command, std::int32_t mode = 1) {
+  // $D is the folder.
+  static void Execute(const std::string& command) {
     const auto shell = New<Shell>();
-    shell->SetMode(mode);
-    shell->Execute(String::Bytes(command + "; : > $D/done"));
-    while (!fs::exists(folder_ / "done")) usleep(1000);
-    std::ifstream file(folder_ / "out");
-    return {std::istreambuf_iterator<char>(file), {}};
+    shell->SetMode(1);
+    shell->Execute(String::Bytes(command));
+  }
+  void Await(const char* name) const {
+    while (!fs::exists(folder_ / name)) usleep(1000);
   }
 
   fs::path folder_;
@@ -46,17 +42,13 @@ class ShellTest : public testing::Test {
 TEST_F(ShellTest, TheCommandHasTheSurroundingsOfAProgramOfItsOwn) {
   std::signal(SIGPIPE, SIG_IGN);  // as RuntimeInit does
   const int leaked = dup(1);      // an ordinary descriptor, not closed on exec by itself
-  const std::string said =
-      Run("{ echo ${PATH%%:*}; ps -o sid= -p $$ | tr -d ' '; echo $$; ls /proc/self/fd | wc -l;"
-          "  sed -n 's/SigIgn:\\t*//p' /proc/self/status; cat; } > $D/out");
+  Execute(
+      "{ echo ${PATH%%:*} $(ps -o sid= -p $$) $$; ls /proc/self/fd | wc -l;"
+      "  sed -n 's/SigIgn:\\t*//p' /proc/self/status; cat; } > $D/out; : > $D/done");
   close(leaked);
-  std::istringstream lines(said);
+  Await("done");
   std::string path, session, pid, descriptors, ignored;
-  std::getline(lines, path);
-  std::getline(lines, session);
-  std::getline(lines, pid);
-  std::getline(lines, descriptors);
-  std::getline(lines, ignored);
+  std::ifstream(folder_ / "out") >> path >> session >> pid >> descriptors >> ignored;
   EXPECT_EQ(path, HelperFolder());
   EXPECT_EQ(session, pid) << "not in a session of its own";
   EXPECT_EQ(descriptors, "4") << "descriptors of ours leak into the command";  // 0, 1, 2 and that of ls
@@ -65,10 +57,7 @@ TEST_F(ShellTest, TheCommandHasTheSurroundingsOfAProgramOfItsOwn) {
 }
 
 TEST_F(ShellTest, ModeOneDoesNotWaitAndLeavesNoZombie) {
-  const auto shell = New<Shell>();
-  shell->SetMode(1);
-  shell->Execute(
-      "while [ ! -e $D/go ]; do sleep 0.01; done; exit 3");  // would never end if it was waited for
+  Execute("while [ ! -e $D/go ]; do sleep 0.01; done");  // would never end if it was waited for
   std::ofstream(folder_ / "go");
   siginfo_t ended;
   while (waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT) == 0) EventLoop::Current().RunPending(10);
@@ -78,35 +67,12 @@ TEST_F(ShellTest, ModeOneDoesNotWaitAndLeavesNoZombie) {
 TEST_F(ShellTest, TheCommandOutlivesTheProgram) {
   const pid_t program = fork();
   if (program == 0) {
-    const auto shell = New<Shell>();
-    shell->SetMode(1);
-    shell->Execute("while [ ! -e $D/go ]; do sleep 0.01; done; : > $D/done");
+    Execute("while [ ! -e $D/go ]; do sleep 0.01; done; : > $D/done");
     _exit(0);
   }
   waitpid(program, nullptr, 0);
   std::ofstream(folder_ / "go");
-  while (!fs::exists(folder_ / "done")) usleep(1000);
-}
-
-TEST(Runtime, AnUnhandledExceptionSaysWhatFailedAndEndsWithOne) {
-  const auto end = [] {
-    char name[] = "program";
-    char* argv[] = {name, nullptr};
-    RuntimeInit(1, argv);
-    NoteFailure("make the folder", "/data/Vantorel", EACCES);
-    RuntimeUnhandledException(NilObjectException());
-    std::exit(RuntimeExit());
-  };
-  EXPECT_EXIT(end(), testing::ExitedWithCode(1),
-              "test_run: cannot go on: .*does not exist\n.*\n  cannot make the folder /data/Vantorel: "
-              "Permission denied\n");
-}
-
-TEST(System, TheCommandLineBeginsWithThePathOfTheProgram) {
-  const char* argv[] = {"test_run", "-x", "a b"};
-  System::KeepCommandLine(3, argv);
-  EXPECT_EQ(std::string(System::CommandLine().view()),
-            fs::read_symlink("/proc/self/exe").string() + " -x a b");
+  Await("done");
 }
 
 }  // namespace
