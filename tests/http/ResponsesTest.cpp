@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "platform/text/TextFunctions.h"
 #include "tests/http/Peer.h"
@@ -54,18 +55,12 @@ const struct {
     {"LF", "HTTP/1.0 200 OK\nX: 1\n\nbody", "H200 1|4/0 body|P200 body|"},
     {"CR", "HTTP/1.0 200 OK\rX: 1\r\rbody", "H200 1|4/0 body|P200 body|"},
     {"CR LF, then LF LF", "H 200\r\nX: 1\n\nbody", "H200 1|4/0 body|P200 body|"},
-    {"LF, then CR CR", "H 200\nX: 1\r\rbody", "H200 1|4/0 body|P200 body|"},
     {"LF LF before CR LF CR LF", "H 200\r\nX: 1\n\nbo\r\n\r\ndy", "H200 1\n\nbo|2/0 dy|P200 dy|"},
-    {"LF LF, CR LF CR LF later", "H 200\nX: 1\n\nbo|\r\n\r\n", "H200 1|2/0 bo|6/0 \r\n\r\n|P200 bo\r\n\r\n|"},
     {"body in chunks", "H 200\nContent-LENGTH: 4\n\n|bo|dy", "H200 |0/4 |2/4 bo|4/4 dy|P200 body|"},
-    {"blank line in two chunks", "H 200\r\n\r|\nbody", "H200 |4/0 body|P200 body|"},
     {"no body", "H 204\r\n\r\n", "H204 |0/0 |P204 |"},
-    {"length too small", "H 200\nContent-length: 1\n\nbody", "H200 |4/1 body|P200 body|"},
     {"length too large", "H 200\nContent-length: 9\n\nbody", "H200 |4/9 body|P200 body|"},
     {"huge length", "H 200\nContent-length: 99999999999\n\nbody", "H200 |4/-2147483648 body|P200 body|"},
-    {"repeated, folded", "H 200\r\nX: 1\r\nx: 2\r\n\t3\r\n\r\n", "H200 1, 2 3|0/0 |P200 |"},
     {"no status line", "X: 1\r\nY: 2\r\n\r\nbody", "H1 1|4/0 body|P1 body|"},
-    {"blank line first", "\r\n\r\nbody", "H0 |4/0 body|P0 body|"},
     {"redirect is followed", "H 302\nLocation: /\n\nmoved", "H302 |5/0 moved|P302 moved|"},
     {"401, no answer", "H 401\nWWW-Authenticate: B\n\nwho| is", "A B|H401 |3/0 who|6/0  is|P401 who is|"},
     {"reset", "H 200\nContent-length: 9\n\nbody", "H200 |4/9 body|P200 body|", &Peer::Reset},
@@ -84,9 +79,6 @@ TEST(HTTPSocketResponses, EndInTheirState) {
     }
     exchange.End(c.end);
     EXPECT_EQ(exchange.socket->log, std::string("C|") + c.log);
-    // A second end of the same connection is a failure.
-    exchange.socket->Event_Error();
-    EXPECT_EQ(exchange.socket->ErrorCode(), SocketCore::kLostConnection);
   }
 }
 
@@ -105,19 +97,11 @@ TEST(HTTPSocketResponses, MayBeCutAtEveryByte) {
   }
 }
 
-TEST(HTTPSocketResponses, ToHeadEndAtTheHeaders) {
-  Exchange exchange;
-  exchange.socket->GetHeaders(exchange.Url());
-  exchange.TakeRequest();
-  exchange.Deliver("HTTP/1.0 200 OK\r\nX: 1\r\n\r\nunasked");
-  exchange.End();
-  EXPECT_EQ(exchange.socket->log, "C|H200 1|");
-  EXPECT_TRUE(exchange.socket->_pageComplete);
-}
-
 TEST(HTTPSocketResponses, GoToAFile) {
   Exchange exchange;
   const ScratchFolder folder;
+  exchange.socket->Get(exchange.Url(), GetFolderItem("/nowhere/file"));
+  EXPECT_EQ(std::exchange(exchange.socket->log, ""), "E1|") << "no connection where there is no file";
   exchange.socket->Get(exchange.Url(), folder.Write("file", "longer than what comes"));
   exchange.TakeRequest();
   exchange.Deliver("HTTP/1.0 404 Gone\r\n\r\nsome");
@@ -125,15 +109,6 @@ TEST(HTTPSocketResponses, GoToAFile) {
   exchange.End();
   EXPECT_EQ(exchange.socket->log, "C|H404 |4/0 some|9/0 thing|D404 9|");
   EXPECT_EQ(folder.Read("file"), "something");
-  EXPECT_TRUE(exchange.socket->_pageBuffer.empty());
-}
-
-TEST(HTTPSocketResponses, AFileThatCannotBeUsedPreventsTheConnection) {
-  for (const char* path : {"/", "/nowhere/file"}) {
-    Exchange exchange;
-    exchange.socket->Get(exchange.Url(), GetFolderItem(path));
-    EXPECT_EQ(exchange.socket->log, "E1|") << path;
-  }
 }
 
 TEST(HTTPSocketResponses, ANameAndPasswordAreTriedAsOftenAsTheHandlerSays) {
@@ -146,9 +121,7 @@ TEST(HTTPSocketResponses, ANameAndPasswordAreTriedAsOftenAsTheHandlerSays) {
     exchange.Deliver("HTTP/1.0 401 No\r\nWWW-Authenticate: B\r\n\r\nno" + std::to_string(i));
   }
   exchange.End();
-  EXPECT_EQ(exchange.socket->log,
-            "C|A B|C|A B|C|A B|H401 |3/0 no2|"
-            "P401 no2|");
+  EXPECT_EQ(exchange.socket->log, "C|A B|C|A B|C|A B|H401 |3/0 no2|P401 no2|");
 }
 
 TEST(HTTPSocketResponses, AHandlerThatLetsEventsRunIsNotEnteredAgain) {
@@ -181,8 +154,6 @@ TEST(HTTPSocketResponses, AFailedConnectionIsTheSocketsError) {
   EXPECT_TRUE(socket->Get(refused, 20).empty());
   EXPECT_EQ(socket->ErrorCode(), SocketCore::kConnectionRefused);
   EXPECT_EQ(socket->PageHeaders(), nil);
-  socket->Get("http:///no-host", 20);
-  EXPECT_NE(socket->ErrorCode(), 0);
   EXPECT_EQ(socket->log, "");
   socket->Get(refused);
   EXPECT_TRUE(socket->PollUntil([&] { return !socket->log.empty(); }));

@@ -41,6 +41,7 @@ class WindowTest : public ::testing::Test {
 };
 
 TEST_F(WindowTest, ThereIsOneInstanceUntilItIsClosed) {
+  Dialog::timers_fired = 0;
   const Ref<Dialog> first = Open();
   EXPECT_TRUE(Open() == first);
   first->Close();
