@@ -22,7 +22,7 @@ class FileReader : public SeqDataInputStream {
   // although it does move.
   bool Skip(std::int32_t count) override;
   void ClearError() override;
-  void Destructor() { Close(); }
+  virtual void Destructor() { Close(); }
 
   Ref<FolderItem> f;
   bool error = false;

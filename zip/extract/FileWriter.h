@@ -22,7 +22,7 @@ class FileWriter : public SeqDataOutputStream {
   bool Skip(std::int32_t count) override;
   void ClearError() override;
   bool Flush() override;
-  void Destructor() { Close(); }
+  virtual void Destructor() { Close(); }
 
   Ref<FolderItem> f;
   bool error = false;

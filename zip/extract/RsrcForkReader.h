@@ -10,8 +10,6 @@ namespace vantorel {
 
 class RsrcForkReader : public SeqDataInputStream {
  public:
-  explicit RsrcForkReader(const Ref<FolderItem>& file) : f(file) {}
-
   String Read(std::int32_t count) override;
   bool AtEOF() override;
   bool HadError() override;
@@ -23,11 +21,13 @@ class RsrcForkReader : public SeqDataInputStream {
   // Past the end it moves to the end and gives false, with no error recorded.
   bool Skip(std::int32_t count) override;
   void ClearError() override;
-  void Destructor() { Close(); }
 
+  explicit RsrcForkReader(const Ref<FolderItem>& file) : f(file) {}
+
+  virtual void Destructor() { Close(); }
   // The reference by which the platform opens the fork of `item`: the item itself, or nil where the folder
   // that should hold it does not exist.
-  static Ref<FolderItem> FSSpecOfFolderItem(const Ref<FolderItem>& item);
+  virtual Ref<FolderItem> FSSpecOfFolderItem(const Ref<FolderItem>& item);
 
   Ref<ResourceFork> refnum;  // the open fork, nil while closed
   std::int32_t errCode = 0;  // platform error

@@ -10,8 +10,6 @@ namespace vantorel {
 
 class RsrcForkWriter : public SeqDataOutputStream {
  public:
-  explicit RsrcForkWriter(const Ref<FolderItem>& file) : f(file) {}
-
   bool Write(const String& data) override;
   // False with no error recorded if the file has no place on disk.
   bool Open() override;
@@ -20,13 +18,15 @@ class RsrcForkWriter : public SeqDataOutputStream {
   // The platform's code.
   void GetErrorDescription(std::int32_t& code, String& text) override;
   bool Skip(std::int32_t count) override;
+
+  explicit RsrcForkWriter(const Ref<FolderItem>& file) : f(file) {}
+
   void ClearError() override;
   bool Flush() override;
-  void Destructor() { Close(); }
-
+  virtual void Destructor() { Close(); }
   // The reference by which the platform opens the fork of `item`: the item itself, or nil where the folder
   // that should hold it does not exist.
-  static Ref<FolderItem> FSSpecOfFolderItem(const Ref<FolderItem>& item);
+  virtual Ref<FolderItem> FSSpecOfFolderItem(const Ref<FolderItem>& item);
 
   std::int32_t errCode = 0;  // platform error
   Ref<ResourceFork> refnum;  // the open fork, nil while closed

@@ -12,18 +12,21 @@ namespace vantorel {
 
 class ZipBinaryStreamReader : public IStreamReader {
  public:
+  // 0 until a Read finds nothing left, then -39 for good.
+  std::int32_t LastError() override { return errCode; }
+  // The next bytes, at most `count`, across the seams between the parts. An archive that ends too early shows
+  // only by missing bytes.
+  String Read(std::int32_t count) override;
+
   // `length` is the count of bytes to take from `stream`, which stands at the first of them.
   ZipBinaryStreamReader(const Ref<BinaryStream>& stream, std::int32_t length, const String& prefix,
                         const String& suffix);
 
-  // The next bytes, at most `count`, across the seams between the parts. An archive that ends too early shows
-  // only by missing bytes.
-  String Read(std::int32_t count) override;
-  // 0 until a Read finds nothing left, then -39 for good.
-  std::int32_t LastError() override { return errCode; }
-  std::int32_t ErrorValue() { return LastError(); }
+  // For Read: exactly `count` bytes. REQUIRES: count is not above what was left to read.
+  virtual String fetch(std::int32_t count);
   // Bytes that Read has still to deliver.
-  std::int32_t Remaining() const { return leftToRead; }
+  virtual std::int32_t Remaining() { return leftToRead; }
+  virtual std::int32_t ErrorValue() { return LastError(); }
 
   Ref<BinaryStream> theStream;
   std::int32_t errCode = 0;
@@ -33,10 +36,6 @@ class ZipBinaryStreamReader : public IStreamReader {
   std::int32_t prefixLen;
   std::int32_t suffixLen;
   std::int32_t streamLen;
-
- private:
-  // Exactly `count` bytes. REQUIRES: count is not above what was left to read.
-  String fetch(std::int32_t count);
 };
 
 }  // namespace vantorel

@@ -11,20 +11,21 @@ namespace vantorel {
 
 class ZipBinaryStreamWriter : public IStreamWriter {
  public:
+  // Always 0: faults of the file show in the WriteError of its stream.
+  std::int32_t LastError() override { return 0; }
+  void Write(const String& data) override;
+
   // `discard` is the count of leading bytes to drop; `stream` stands where the member's data goes.
   ZipBinaryStreamWriter(const Ref<BinaryStream>& stream, std::int32_t discard)
       : binstream(stream), discardLeadingBytes(discard) {}
 
-  void Write(const String& data) override;
-  // Always 0: faults of the file show in the WriteError of its stream.
-  std::int32_t LastError() override { return 0; }
-  std::int32_t ErrorValue() { return LastError(); }
+  virtual std::int32_t ErrorValue() { return LastError(); }
   // Does nothing: the archive takes further members through the same stream.
-  void Close() {}
-  std::int32_t BytesWritten() const { return written; }
+  virtual void Close() {}
+  virtual std::int32_t BytesWritten() { return written; }
   // From now on the CRC-32 of all bytes passed to Write is summed, dropped ones included.
-  void EnableCRCCalculation() { calcCRC = true; }
-  std::int32_t CRC() const { return crc_; }
+  virtual void EnableCRCCalculation() { calcCRC = true; }
+  virtual std::int32_t CRC() { return crc_; }
 
   Ref<BinaryStream> binstream;
   std::int32_t discardLeadingBytes;  // still to be dropped
