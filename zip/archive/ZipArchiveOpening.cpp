@@ -16,7 +16,7 @@ ZipArchive::ZipArchive() {
 
 // The entries hold the shared state that holds them: a dropped archive lets go of them.
 ZipArchive::~ZipArchive() {
-  d->entries_1.resize(1);
+  if (d) d->entries_1.resize(1);
 }
 
 void ZipArchive::z_setup() {

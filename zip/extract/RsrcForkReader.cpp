@@ -1,6 +1,5 @@
 #include "zip/extract/RsrcForkReader.h"
 
-#include <algorithm>
 #include <new>
 #include <string>
 #include <utility>
@@ -35,7 +34,7 @@ bool RsrcForkReader::Open() {
 String RsrcForkReader::Read(std::int32_t count) {
   if (errCode != 0) return {};
   if (!refnum) throw RuntimeException("read from a closed resource fork");
-  count = std::min(count, length - bytesRead);
+  if (static_cast<std::int64_t>(bytesRead) + count > length) count = SubtractSInt32(length, bytesRead);
   if (count < 1) return {};
   std::string bytes;
   try {

@@ -1,6 +1,7 @@
 // The sequential streams over the forks of real files.
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
 
 #include "platform/text/TextFunctions.h"
@@ -97,6 +98,9 @@ TEST(RsrcForkReader, ReadsToTheEndOfTheForkAndNoFurther) {
   EXPECT_EQ(reader->Read(1).view(), "");
   EXPECT_FALSE(reader->Skip(1)) << "past the end";
   EXPECT_TRUE(reader->AtEOF() && !reader->HadError());
+  EXPECT_FALSE(reader->Skip(std::numeric_limits<std::int32_t>::min())) << "in front of the fork";
+  reader->ClearError();
+  EXPECT_EQ(reader->Read(1).view(), "");
   ASSERT_TRUE(writer->Open());
   EXPECT_EQ(file->ResourceForkLength(), 0) << "opening again empties the fork";
 }
