@@ -13,17 +13,12 @@ namespace Mac = MacBinaryHeader;
 // Drops the name-locked and the has-been-inited flag: they are the Finder's own business.
 constexpr std::uint8_t kFinderFlagsHighMask = 0xEE;
 constexpr std::int32_t kScriptIsValid = 0x80;
+constexpr std::int32_t kScriptMask = 0x7F;
 
 Ref<Date> MacDate(double seconds) {
   Ref<Date> date = New<Date>();
   date->SetTotalSeconds(seconds);
   return date;
-}
-
-// The encoding that the system's standard font shows; where fonts have none, that of its texts.
-Ref<TextEncoding> SystemEncoding() {
-  const Ref<TextEncoding> encoding = GetFontTextEncoding("System");
-  return encoding ? encoding : Encodings::SystemDefault();
 }
 
 void CopyCode(const MemoryBlock& block, std::int32_t offset, std::array<char, 4>& code) {
@@ -59,8 +54,9 @@ void ZipEntry::ApplyMacBinaryInformation(const Ref<FolderItem>& item, const Ref<
 }
 
 void ZipEntry::z_adjustMacFilename(const String& name, std::int32_t script, const Ref<FolderItem>& item) {
-  const Ref<TextEncoding> encoding =
-      (script & kScriptIsValid) == 0 ? SystemEncoding() : GetTextEncoding(script & ~kScriptIsValid, 0, 0);
+  const Ref<TextEncoding> encoding = (script & kScriptIsValid) == 0
+                                         ? GetFontTextEncoding("System")
+                                         : GetTextEncoding(script & kScriptMask, 0, 0);
   if (!encoding) return;
   const String exact = DefineEncoding(name, encoding);
   const String present = item->Name();
