@@ -71,6 +71,8 @@ class FolderItem : public Object {
   String MacCreator() const;
   void SetMacCreator(const String& creator);
   FinderInfo GetFinderInfo() const;
+  // 0, or a negative error code (-errno) with `info` untouched.
+  std::int32_t GetFinderInfo(FinderInfo& info) const;
   // False if it could not be stored.
   bool SetFinderInfo(const FinderInfo& info);
 

@@ -29,8 +29,21 @@ bool FolderItem::HasNoSideFile() const {
 }
 
 FinderInfo FolderItem::GetFinderInfo() const {
-  if (HasNoSideFile()) return {};
-  return SideFile(path_, SideFile::Access::kRead).GetFinderInfo();
+  FinderInfo info;
+  GetFinderInfo(info);
+  return info;
+}
+
+std::int32_t FolderItem::GetFinderInfo(FinderInfo& info) const {
+  FinderInfo present;
+  std::int32_t error = 0;
+  if (!HasNoSideFile()) {
+    SideFile side_file(path_, SideFile::Access::kRead);
+    present = side_file.GetFinderInfo();
+    error = side_file.Error();
+  }
+  if (error == 0) info = present;
+  return error;
 }
 
 bool FolderItem::SetFinderInfo(const FinderInfo& info) {

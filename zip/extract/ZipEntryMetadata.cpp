@@ -1,5 +1,6 @@
 // ZipEntry: dates, type and creator, Finder flags, exact name and Unix mode of an extracted item. All of it
 // is best effort: nothing here fails an extraction.
+#include "platform/base/Beep.h"
 #include "platform/text/TextFunctions.h"
 #include "zip/archive/ZipEntry.h"
 #include "zip/extract/MacBinaryHeader.h"
@@ -25,9 +26,14 @@ void CopyCode(const MemoryBlock& block, std::int32_t offset, std::array<char, 4>
   block.View().copy(code.data(), code.size(), static_cast<std::size_t>(offset));
 }
 
-// A folder has neither type nor creator.
+// A folder has neither type nor creator. What the item holds already and cannot be read cannot be changed
+// either: that is worth a sound, and nothing more.
 void ApplyFinderInfo(FolderItem& item, const MemoryBlock& block) {
-  FinderInfo info = item.GetFinderInfo();
+  FinderInfo info;
+  if (item.GetFinderInfo(info) != 0) {
+    Beep();
+    return;
+  }
   if (!item.Directory()) {
     CopyCode(block, Mac::kType, info.type);
     CopyCode(block, Mac::kCreator, info.creator);

@@ -1,8 +1,12 @@
 // Extraction to disk: what is in the way, what a failure leaves, and the metadata that files get.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <cstdlib>
 #include <string>
 
 #include "platform/text/TextFunctions.h"
@@ -23,6 +27,35 @@ class WithoutRoot {
   WithoutRoot(const WithoutRoot&) = delete;
   WithoutRoot& operator=(const WithoutRoot&) = delete;
   ~WithoutRoot() { EXPECT_EQ(seteuid(getuid()), 0); }
+};
+
+// While this lives messages go to a terminal.
+class Terminal {
+ public:
+  Terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY)), before_(dup(STDERR_FILENO)) {
+    EXPECT_TRUE(grantpt(master_) == 0 && unlockpt(master_) == 0);
+    const int slave = open(ptsname(master_), O_RDWR | O_NOCTTY);
+    EXPECT_EQ(dup2(slave, STDERR_FILENO), STDERR_FILENO);
+    close(slave);
+    fcntl(master_, F_SETFL, O_NONBLOCK);
+  }
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+  ~Terminal() {
+    dup2(before_, STDERR_FILENO);
+    close(before_);
+    close(master_);
+  }
+  // What has been shown since the last call.
+  std::string Shown() const {
+    std::array<char, 100> bytes{};
+    const ssize_t count = read(master_, bytes.data(), bytes.size());
+    return {bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
+  }
+
+ private:
+  int master_;
+  int before_;
 };
 
 mode_t ModeOf(const ScratchFolder& folder, const std::string& name) {
@@ -169,6 +202,24 @@ TEST(Extract, MacBinaryMetadata) {
   EXPECT_TRUE(archive->Entry(1)->Extract(folder.Item("raw"), false, false));
   EXPECT_EQ(folder.Read("raw"), MacBinaryMember("x", "", "rsrc"));
   EXPECT_FALSE(folder.Has("._raw"));
+}
+
+TEST(Extract, FinderInfoThatCannotBeReadIsWorthABeep) {
+  const ScratchFolder folder;
+  folder.Write("._f", "");
+  folder.Run("chmod 755 . && chmod 000 ._f && touch f");
+  if (geteuid() == 0) folder.Run("chown 65534 f");
+  const auto archive = OpenZip(folder, {{.name = "f", .data = MacBinaryMember("f", "data", "")}});
+  const Ref<ZipEntry> entry = archive->Entry(1);
+  entry->EnableFileLocking(true);
+  const auto block = New<MemoryBlock>(128);
+  block->SetLittleEndian(false);
+  block->SetByte(MacBinaryHeader::kProtected, 1);
+  const Terminal terminal;
+  const WithoutRoot limited;
+  entry->ApplyMacBinaryInformation(folder.Item("f"), block);
+  EXPECT_EQ(terminal.Shown(), "\a");
+  EXPECT_TRUE(folder.Item("f")->Locked()) << "what follows is done all the same";
 }
 
 TEST(Extract, CompanionMetadata) {
