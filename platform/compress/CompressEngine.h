@@ -1,5 +1,6 @@
-// Which library does the work behind a ZStream. Speed differs; results are the same, but that code tables which
-// RFC 1951 forbids, and zlib refuses, may pass in the faster engines if length and checksum are right all the same.
+// Which library does the work behind a ZStream. Speed differs; results are the same, but that code tables
+// which RFC 1951 forbids, and zlib refuses, may pass in the faster engines if length and checksum are right
+// all the same.
 #pragma once
 
 namespace vantorel {
