@@ -5,8 +5,8 @@
 #include <string>
 #include <thread>
 
-#include "tests/http/Peer.h"
 #include "tests/http/RecordingSocket.h"
+#include "tests/support/Peer.h"
 
 namespace vantorel {
 namespace {

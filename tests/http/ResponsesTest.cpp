@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "platform/text/TextFunctions.h"
-#include "tests/http/Peer.h"
 #include "tests/http/RecordingSocket.h"
+#include "tests/support/Peer.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace vantorel {

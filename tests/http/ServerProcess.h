@@ -10,8 +10,8 @@
 #include <functional>
 #include <string>
 
-#include "tests/http/Peer.h"
 #include "tests/http/RecordingSocket.h"
+#include "tests/support/Peer.h"
 
 namespace vantorel::testing {
 

@@ -8,8 +8,8 @@
 #include "platform/run/Application.h"
 #include "platform/run/EventLoop.h"
 #include "platform/run/Runtime.h"
-#include "tests/http/Peer.h"
 #include "tests/http/RecordingSocket.h"
+#include "tests/support/Peer.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace vantorel {

@@ -47,13 +47,12 @@ TEST_F(GlobalsTest, SettingsAreSettledByTheOpenEvent) {
 }
 
 TEST_F(GlobalsTest, TheVersionCountsOnlyTogetherWithTheTarget) {
-  struct Case {
+  const struct {
     const char* name;
     const char* version;  // nullptr: no such file
     bool target;
     std::string result;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"nothing installed", nullptr, false, kSentinel},
       {"a target of unknown version", nullptr, true, kSentinel},
       {"a version without its target", "mac_17", false, kSentinel},
@@ -64,7 +63,7 @@ TEST_F(GlobalsTest, TheVersionCountsOnlyTogetherWithTheTarget) {
       {"a line end belongs to the version", "mac_17\n", true, "17\n"},
       {"another platform's record", "win_17", true, "17"},
   };
-  for (const Case& one : cases) {
+  for (const auto& one : cases) {
     data_.Run("rm -rf Vantorel; mkdir Vantorel");
     if (one.version != nullptr) data_.Write("Vantorel/version", one.version);
     if (one.target) data_.Item("Vantorel/" + kTarget)->CreateAsFolder();

@@ -65,13 +65,12 @@ std::string LargeText() {
 }
 
 TEST_P(Inflating, GivesBackWhatWasCompressed) {
-  struct Case {
+  const struct {
     const char* name;
     std::string contents;
     std::int32_t count;
     std::size_t piece;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"nothing", "", 16384, 100000},
       {"small, byte by byte in and out", Words(2000), 1, 1},
       {"stored blocks beyond a piece of input", Noise(300'000), 16384, 100000},
@@ -79,7 +78,7 @@ TEST_P(Inflating, GivesBackWhatWasCompressed) {
       {"large from small pieces", LargeText(), 16256, 777},
       {"runs that compress a thousandfold", std::string(5'000'000, '\0'), 16384, 1U << 30U},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     const Outcome outcome = Inflate(GetParam(), Gzip(c.contents), c.count, c.piece);
     EXPECT_TRUE(outcome.bytes == c.contents);
@@ -105,12 +104,11 @@ TEST_P(Inflating, TheReadOfTheLastByteTellsTheEnd) {
 }
 
 TEST_P(Inflating, TellsFaultsApart) {
-  struct Case {
+  const struct {
     const char* name;
     std::string (*damage)(std::string member);
     std::int32_t error;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"a second member is not read", [](std::string m) { return m + m; }, 1},
       {"a name in the header", [](std::string m) { return m[3] = 8, m.insert(kHeader, "name", 5); }, 1},
       {"wrong checksum", [](std::string m) { return m[m.size() - 5] ^= 1, m; }, -3},
@@ -126,7 +124,7 @@ TEST_P(Inflating, TellsFaultsApart) {
   };
   for (const std::string& contents : {std::string(), Noise(50'000), LargeText()}) {
     const std::string member = Gzip(contents);
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
       SCOPED_TRACE(std::string(c.name) + ", contents of " + std::to_string(contents.size()));
       const Outcome outcome = Inflate(GetParam(), c.damage(member));
       EXPECT_EQ(outcome.error, c.error);
@@ -138,10 +136,9 @@ TEST_P(Inflating, TellsFaultsApart) {
 TEST_P(Inflating, KeepsNothingOfTheStreamBefore) {
   const std::string large = Gzip(LargeText());
   const std::string small = Gzip(Words(3000));
-  for (int round = 0; round < 4; ++round) {
+  for (const std::string& next : {small, large, small}) {
     Inflate(GetParam(), large.substr(0, large.size() / 3));
-    EXPECT_EQ(Inflate(GetParam(), small).error, 1);
-    EXPECT_EQ(Inflate(GetParam(), large).error, 1);
+    EXPECT_EQ(Inflate(GetParam(), next).error, 1);
   }
 }
 

@@ -79,8 +79,6 @@ TEST(BinaryStream, WhatReachesTheKernelWhen) {
   EXPECT_EQ(file.Content(), "head");
   file.stream->SetPosition(0);
   file.stream->Write("H");  // patched in the buffer
-  file.stream->SetPosition(1'000'000);
-  EXPECT_EQ(file.stream->ReadShort(), 0);
   file.stream->SetPosition(2'000'000);
   file.stream->Write("far");
   EXPECT_EQ(file.Content(), "Head");
@@ -113,35 +111,26 @@ TEST(BinaryStream, BehavesLikeAStringOfBytes) {
     for (unsigned step = 0; step < 400; ++step) {
       const bool large = upto(9) == 0;
       const std::size_t count = upto(large ? 70'000 : 300);
-      switch (upto(7)) {
-        case 0:
-          position = upto(model.size() + 100);
-          break;
-        case 1:
-          position -= std::min(position, count);  // a step back, as to patch a header
-          break;
-        case 2:
-          model.resize(upto(1) == 0 ? model.size() : upto(200'000));
-          file.stream->SetLength(model.size());
-          break;
-        case 3:
-        case 4: {
-          const std::string bytes = Bytes(count, step);
-          file.stream->SetPosition(position);
-          file.stream->Write(String::Bytes(bytes));
-          if (!bytes.empty()) model.resize(std::max(model.size(), position + count));
-          model.replace(std::min(position, model.size()), count, bytes);
-          position += count;
-          break;
-        }
-        default: {
-          file.stream->SetPosition(position);
-          const std::string expected = position < model.size() ? model.substr(position, count) : "";
-          ASSERT_EQ(file.stream->Read(static_cast<std::int32_t>(count)).view(), expected)
-              << round << ' ' << step;
-          position += expected.size();
-          break;
-        }
+      const std::size_t what = upto(7);
+      if (what == 0) {
+        position = upto(model.size() + 100);
+      } else if (what == 1) {
+        position -= std::min(position, count);  // a step back, as to patch a header
+      } else if (what == 2) {
+        model.resize(upto(1) == 0 ? model.size() : upto(200'000));
+        file.stream->SetLength(model.size());
+      } else if (what <= 4) {
+        const std::string bytes = Bytes(count, step);
+        file.stream->SetPosition(position);
+        file.stream->Write(String::Bytes(bytes));
+        if (!bytes.empty()) model.resize(std::max(model.size(), position + count));
+        model.replace(std::min(position, model.size()), count, bytes);
+        position += count;
+      } else {
+        file.stream->SetPosition(position);
+        const std::string expected = position < model.size() ? model.substr(position, count) : "";
+        ASSERT_EQ(file.stream->Read(static_cast<std::int32_t>(count)).view(), expected) << round << step;
+        position += expected.size();
       }
     }
     ASSERT_EQ(file.stream->Length(), model.size());

@@ -38,7 +38,7 @@ TEST(Date, FieldsAddUp) {
     std::array<std::int32_t, 6> set;
     const char* expected;
   } cases[] = {
-      {"nor in 1900", {1900, 2, 29, 0, 0, 0}, "1900 3 1 0 0 0"},
+      {"no leap day in 1900", {1900, 2, 29, 0, 0, 0}, "1900 3 1 0 0 0"},
       {"but in 2000", {2000, 2, 29, 0, 0, 0}, "2000 2 29 0 0 0"},
       {"an empty DOS date", {1980, 0, 0, 0, 0, 0}, "1979 11 30 0 0 0"},
       {"a full DOS date", {2107, 15, 31, 31, 63, 62}, "2108 4 1 8 4 2"},

@@ -5,26 +5,19 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
+#include <sstream>
 #include <string>
 
 #include "platform/run/EventLoop.h"
 #include "platform/run/Shell.h"
+#include "tests/support/ScratchFolder.h"
 
 namespace vantorel {
 namespace {
 
-namespace fs = std::filesystem;
-
-class ShellTest : public testing::Test {
+class ShellTest : public ::testing::Test {
  protected:
-  ShellTest() {
-    char name[] = "/tmp/vantorel-shell-XXXXXX";
-    folder_ = mkdtemp(name);
-    setenv("D", folder_.c_str(), 1);
-  }
-  ~ShellTest() override { fs::remove_all(folder_); }
+  ShellTest() { setenv("D", folder_.Path().c_str(), 1); }
 
   // $D is the folder.
   static void Execute(const std::string& command) {
@@ -32,11 +25,11 @@ class ShellTest : public testing::Test {
     shell->SetMode(1);
     shell->Execute(String::Bytes(command));
   }
-  void Await(const char* name) const {
-    while (!fs::exists(folder_ / name)) usleep(1000);
+  void AwaitDone() const {
+    while (!folder_.Has("done")) usleep(1000);
   }
 
-  fs::path folder_;
+  const testing::ScratchFolder folder_;
 };
 
 TEST_F(ShellTest, TheCommandHasTheSurroundingsOfAProgramOfItsOwn) {
@@ -46,9 +39,9 @@ TEST_F(ShellTest, TheCommandHasTheSurroundingsOfAProgramOfItsOwn) {
       "{ echo ${PATH%%:*} $(ps -o sid= -p $$) $$; ls /proc/self/fd | wc -l;"
       "  sed -n 's/SigIgn:\\t*//p' /proc/self/status; cat; } > $D/out; : > $D/done");
   close(leaked);
-  Await("done");
+  AwaitDone();
   std::string path, session, pid, descriptors, ignored;
-  std::ifstream(folder_ / "out") >> path >> session >> pid >> descriptors >> ignored;
+  std::istringstream(folder_.Read("out")) >> path >> session >> pid >> descriptors >> ignored;
   EXPECT_EQ(path, HelperFolder());
   EXPECT_EQ(session, pid) << "not in a session of its own";
   EXPECT_EQ(descriptors, "4") << "descriptors of ours leak into the command";  // 0, 1, 2 and that of ls
@@ -58,7 +51,7 @@ TEST_F(ShellTest, TheCommandHasTheSurroundingsOfAProgramOfItsOwn) {
 
 TEST_F(ShellTest, ModeOneDoesNotWaitAndLeavesNoZombie) {
   Execute("while [ ! -e $D/go ]; do sleep 0.01; done");  // would never end if it was waited for
-  std::ofstream(folder_ / "go");
+  folder_.Write("go", "");
   siginfo_t ended;
   while (waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT) == 0) EventLoop::Current().RunPending(10);
   EXPECT_EQ(errno, ECHILD);  // no child is left, running or dead
@@ -71,8 +64,8 @@ TEST_F(ShellTest, TheCommandOutlivesTheProgram) {
     _exit(0);
   }
   waitpid(program, nullptr, 0);
-  std::ofstream(folder_ / "go");
-  Await("done");
+  folder_.Write("go", "");
+  AwaitDone();
 }
 
 }  // namespace

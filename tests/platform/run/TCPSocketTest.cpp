@@ -1,73 +1,20 @@
 #include "platform/run/TCPSocket.h"
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
+#include <chrono>
+#include <ctime>
 #include <functional>
-#include <stdexcept>
 #include <string>
 #include <thread>
-#include <utility>
 
-#include "platform/run/Descriptor.h"
 #include "platform/run/EventLoop.h"
+#include "tests/support/Peer.h"
 
 namespace vantorel {
 namespace {
 
-// A listener on the loopback address of one family; port 0 stands for one that the system gives it.
-class Listener {
- public:
-  explicit Listener(int family = AF_INET, std::int32_t port = 0, int backlog = 8)
-      : descriptor_(socket(family, SOCK_STREAM, 0)) {
-    sockaddr_in6 six{};
-    socklen_t length = sizeof six;
-    auto* const name = reinterpret_cast<sockaddr*>(&six);
-    six.sin6_family = static_cast<sa_family_t>(family);
-    six.sin6_port = htons(static_cast<std::uint16_t>(port));  // both families have it in the same place
-    six.sin6_addr = in6addr_loopback;
-    if (family == AF_INET) reinterpret_cast<sockaddr_in*>(name)->sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (bind(descriptor_.Number(), name, length) != 0 || listen(descriptor_.Number(), backlog) != 0) {
-      throw std::runtime_error("listener");
-    }
-    getsockname(descriptor_.Number(), name, &length);
-    port_ = ntohs(six.sin6_port);
-  }
-  std::int32_t Port() const { return port_; }
-  Descriptor Accept() const { return Descriptor(accept(descriptor_.Number(), nullptr, nullptr)); }
-  void StopListening() { descriptor_.Close(); }
-
- private:
-  Descriptor descriptor_;
-  std::int32_t port_ = 0;
-};
-
-void SendAll(const Descriptor& peer, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = send(peer.Number(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    ASSERT_GT(count, 0);
-    bytes.remove_prefix(static_cast<std::size_t>(count));
-  }
-}
-
-std::string ReceiveAll(const Descriptor& peer) {
-  std::string all, chunk(65536, '\0');
-  for (ssize_t count; (count = recv(peer.Number(), chunk.data(), chunk.size(), 0)) > 0;) {
-    all.append(chunk, 0, static_cast<std::size_t>(count));
-  }
-  return all;
-}
-
-void Reset(Descriptor& peer) {
-  const linger abort{1, 0};
-  setsockopt(peer.Number(), SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
-  peer.Close();
-}
+using testing::Peer;
 
 // Writes down its events: C connected, D data, S send complete, E error; lets a test act inside each.
 class RecordingSocket : public TCPSocket {
@@ -107,13 +54,12 @@ class RecordingSocket : public TCPSocket {
 struct Connection {
   explicit Connection(bool reads = true) {
     socket->reads = reads;
-    socket->ConnectTo("127.0.0.1", listener.Port());
+    socket->ConnectTo("127.0.0.1", peer.Port());
     socket->RunUntil('C');
-    peer = listener.Accept();
+    peer.Accept();
   }
-  Listener listener;
+  Peer peer;
   Ref<RecordingSocket> socket = New<RecordingSocket>();
-  Descriptor peer;
 };
 
 double ProcessorSeconds() {
@@ -123,16 +69,15 @@ double ProcessorSeconds() {
 }
 
 TEST(TCPSocket, FailuresArriveAsOneErrorEventAfterConnectReturned) {
-  Listener closed;
-  closed.StopListening();
+  const std::int32_t closed = Peer().Port();
   const struct {
     const char* name;
     std::string host;
     std::int32_t port, code;
   } cases[] = {
-      {"nobody listens", "127.0.0.1", closed.Port(), SocketCore::kConnectionRefused},
+      {"nobody listens", "127.0.0.1", closed, SocketCore::kConnectionRefused},
       {"port 0", "127.0.0.1", 0, SocketCore::kBadPort},
-      {"port that would wrap to a good one", "127.0.0.1", 65536 + closed.Port(), SocketCore::kBadPort},
+      {"port that would wrap to a good one", "127.0.0.1", 65536 + closed, SocketCore::kBadPort},
       {"no host name", "no such host", 80, SocketCore::kNameResolutionFailed},
       {"too long for a name", std::string(300, 'a'), 80, SocketCore::kNameResolutionFailed},
       {"an address that cannot be connected to", "255.255.255.255", 80, SocketCore::kOpenFailed},
@@ -154,7 +99,7 @@ TEST(TCPSocket, FailuresArriveAsOneErrorEventAfterConnectReturned) {
 
 TEST(TCPSocket, TriesEveryAddressOfAName) {
   for (const int family : {AF_INET, AF_INET6}) {  // the other family refuses
-    const Listener listener(family);
+    const Peer listener(family);
     const auto socket = New<RecordingSocket>();
     socket->ConnectTo("localhost", listener.Port());
     socket->RunUntil('C');
@@ -163,14 +108,15 @@ TEST(TCPSocket, TriesEveryAddressOfAName) {
 }
 
 TEST(TCPSocket, AnAddressThatStaysSilentDoesNotKeepTheNextWaiting) {
-  const Listener answering;
-  const Listener silent(AF_INET6, answering.Port(), 0);
+  Peer answering;
+  const Peer silent(AF_INET6, answering.Port(), 0);
   const auto fills_backlog = New<RecordingSocket>(), socket = New<RecordingSocket>();
   fills_backlog->ConnectTo("::1", silent.Port());
   fills_backlog->RunUntil('C');
   socket->ConnectTo("localhost", silent.Port());  // ::1 first, whose backlog is full
   socket->RunUntil('C');
-  SendAll(answering.Accept(), "four");
+  answering.Accept();
+  answering.Send("four");
   socket->RunUntil('D');
   EXPECT_EQ(socket->received, "four");
 }
@@ -183,8 +129,8 @@ TEST(TCPSocket, EveryByteIsDeliveredBeforeTheEndHoweverItComes) {
       Connection connection;
       RecordingSocket& socket = *connection.socket;
       std::thread server([&] {
-        SendAll(connection.peer, sent);
-        reset ? Reset(connection.peer) : connection.peer.Close();
+        connection.peer.Send(sent);
+        reset ? connection.peer.Reset() : connection.peer.Close();
       });
       if (reset) server.join();
       while (polled && !socket.Saw('E')) socket.Poll();
@@ -199,8 +145,8 @@ TEST(TCPSocket, EveryByteIsDeliveredBeforeTheEndHoweverItComes) {
 
 TEST(TCPSocket, AResetFoundByWritingDoesNotHideWhatWasReceived) {
   Connection connection;
-  SendAll(connection.peer, "answer");
-  Reset(connection.peer);
+  connection.peer.Send("answer");
+  connection.peer.Reset();
   connection.socket->Write("a");
   connection.socket->Write("b");
   connection.socket->RunUntil('E');
@@ -208,12 +154,12 @@ TEST(TCPSocket, AResetFoundByWritingDoesNotHideWhatWasReceived) {
 }
 
 TEST(TCPSocket, TheReceiveBufferIsReadInPartsAndStaysInError) {
-  const Connection connection(false);
+  Connection connection(false);
   RecordingSocket& socket = *connection.socket;
-  SendAll(connection.peer, "abc");
+  connection.peer.Send("abc");
   socket.RunUntil('D');
-  SendAll(connection.peer, "defgh");
-  shutdown(connection.peer.Number(), SHUT_WR);
+  connection.peer.Send("defgh");
+  connection.peer.EndSending();
   socket.RunUntil('E');
   EXPECT_EQ(socket.Lookahead().view(), "abcdefgh");
   EXPECT_EQ(socket.Read(3).view(), "abc");
@@ -223,7 +169,7 @@ TEST(TCPSocket, TheReceiveBufferIsReadInPartsAndStaysInError) {
 }
 
 TEST(TCPSocket, LargeWritesGoOnInTheBackgroundInOrder) {
-  const Connection connection;
+  Connection connection;
   RecordingSocket& socket = *connection.socket;
   std::string big(20'000'000, '\0');
   for (std::size_t i = 0; i < big.size(); ++i) big[i] = static_cast<char>(i % 251);
@@ -232,7 +178,7 @@ TEST(TCPSocket, LargeWritesGoOnInTheBackgroundInOrder) {
   socket.Write("tail");
   EXPECT_FALSE(socket.Saw('S'));
   std::string got;
-  std::thread server([&] { got = ReceiveAll(connection.peer); });
+  std::thread server([&] { got = connection.peer.ReadUntil(nullptr); });
   socket.RunUntil('S');
   socket.Close();
   server.join();
@@ -241,9 +187,9 @@ TEST(TCPSocket, LargeWritesGoOnInTheBackgroundInOrder) {
 }
 
 TEST(TCPSocket, PurgeThrowsAwayBothBuffersAndNoWaitSpins) {
-  const Connection connection(false);
+  Connection connection(false);
   RecordingSocket& socket = *connection.socket;
-  SendAll(connection.peer, "old");
+  connection.peer.Send("old");
   socket.RunUntil('D');
   socket.Write(String::Bytes(std::string(20'000'000, 'x')));
   socket.Purge();
@@ -253,7 +199,7 @@ TEST(TCPSocket, PurgeThrowsAwayBothBuffersAndNoWaitSpins) {
   const auto end = EventLoop::Clock::now() + std::chrono::milliseconds(300);
   while (EventLoop::Clock::now() < end) socket.Poll();
   EXPECT_LT(ProcessorSeconds() - before, 0.1);
-  SendAll(connection.peer, "new");
+  connection.peer.Send("new");
   EventLoop::Current().RunUntil([&] { return !socket.Lookahead().empty(); });
   EXPECT_EQ(socket.Lookahead().view(), "new");
 }
@@ -265,7 +211,7 @@ TEST(TCPSocket, MayBeClosedConnectedAnewOrDroppedInItsOwnEvents) {
                                : act == 'd' ? "dropped"
                                             : "connected anew") +
                    " in " + event);
-      const Listener first, second;
+      Peer first, second;
       auto socket = New<RecordingSocket>();
       std::string events;  // the socket may be gone
       socket->on_event = [&](char now) {
@@ -276,12 +222,16 @@ TEST(TCPSocket, MayBeClosedConnectedAnewOrDroppedInItsOwnEvents) {
         if (act == 'a') socket->ConnectTo("127.0.0.1", second.Port());
       };
       socket->ConnectTo("127.0.0.1", first.Port());
-      SendAll(first.Accept(), "old");
+      first.Accept();
+      first.Send("old");
+      first.Close();
       EventLoop::Current().RunUntil([&] { return !events.empty(); });
       std::string expected = event == 'C' ? "C" : event == 'D' ? "CD" : "CDE";
       if (act == 'a') {
         expected += "CDE";
-        SendAll(second.Accept(), "new");
+        second.Accept();
+        second.Send("new");
+        second.Close();
         EventLoop::Current().RunUntil([&] { return socket->events.size() >= expected.size(); });
         EXPECT_TRUE(socket->received.ends_with("new"));
       }

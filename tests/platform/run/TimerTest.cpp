@@ -24,17 +24,16 @@ void RunFor(milliseconds time) {
 }
 
 TEST(Timer, FiresAsItsModeAndPeriodSay) {
-  struct Case {
+  const struct {
     const char* name;
     std::function<void(const Ref<Timer>&)> set;
     int fired;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"off unless armed", [](const Ref<Timer>& t) { t->SetPeriod(1); }, 0},
       {"the period may be set after arming", [](const Ref<Timer>& t) { t->SetMode(1), t->SetPeriod(1); }, 1},
       {"turned off in time", [](const Ref<Timer>& t) { t->SetPeriod(1), t->SetMode(1), t->SetMode(0); }, 0},
   };
-  for (const Case& one : cases) {
+  for (const auto& one : cases) {
     int fired = 0;
     const auto timer = New<Timer>();
     timer->Action = [&] { ++fired; };

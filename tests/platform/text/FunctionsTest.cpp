@@ -12,7 +12,7 @@ String Labelled(const char* bytes, std::int32_t base) {
   return DefineEncoding(String::Bytes(bytes), GetTextEncoding(base, 0, 0));
 }
 
-TEST(TextFunctions, PartsOfAText) {
+TEST(TextFunctions, PartsOfATextAndReplacement) {
   const String umlauts("\xC3\xA4xx\xE2\x82\xACyyyyyyyyyyyy\xC3\xBCz");
   const String sjis = Labelled("a\x83\\z", 1);
   const struct {
@@ -31,11 +31,20 @@ TEST(TextFunctions, PartsOfAText) {
       {"a lead byte at the end", Right(Labelled("ab\x83", 1), 1), "\x83"},
       {"nothing but white space", LTrim("  "), ""},
       {"two halves of a character", MidB("\xC3\xBC", 1, 1) + MidB("\xC3\xBC", 2, 1), "\xC3\xBC"},
+      {"past the last", NthField("a_b", "_", 3), ""},
+      {"no separator, first", NthField("abc", "_", 1), "abc"},
+      {"no field is number 0", NthField("a_b", "_", 0), ""},
+      {"empty between separators", NthField("a__b", "_", 2), ""},
+      {"long separator in other case", NthField("/x/Y.APP/z", ".app", 1), "/x/Y"},
+      {"what was put in is not searched", ReplaceAll("aaa", "a", "aA"), "aAaAaA"},
+      {"nothing to look for", ReplaceAll("abc", "", "-"), "abc"},
+      {"not within a double byte", ReplaceAll(Labelled("\x83\\\\", 1), "\\", "-"), "\x83\\-"},
   };
   for (const auto& c : cases) EXPECT_EQ(c.result.view(), c.expected) << c.name;
   EXPECT_EQ(Len(umlauts), 18);
   EXPECT_EQ(LenB(umlauts), 22);
   EXPECT_EQ(Len(sjis), 3);
+  EXPECT_EQ(Split("a\r\n\r\nb\r\n", "\r\n").size(), 4U);
 }
 
 TEST(TextFunctions, Positions) {
@@ -56,25 +65,6 @@ TEST(TextFunctions, Positions) {
       {"half of a double byte is no match", InStr(Labelled("\x83\\\\", 1), "\\"), 2},
   };
   for (const auto& c : cases) EXPECT_EQ(c.result, c.expected) << c.name;
-}
-
-TEST(TextFunctions, FieldsAndReplacement) {
-  const struct {
-    const char* name;
-    String result;
-    const char* expected;
-  } cases[] = {
-      {"past the last", NthField("a_b", "_", 3), ""},
-      {"no separator, first", NthField("abc", "_", 1), "abc"},
-      {"no field is number 0", NthField("a_b", "_", 0), ""},
-      {"empty between separators", NthField("a__b", "_", 2), ""},
-      {"long separator in other case", NthField("/x/Y.APP/z", ".app", 1), "/x/Y"},
-      {"what was put in is not searched", ReplaceAll("aaa", "a", "aA"), "aAaAaA"},
-      {"nothing to look for", ReplaceAll("abc", "", "-"), "abc"},
-      {"not within a double byte", ReplaceAll(Labelled("\x83\\\\", 1), "\\", "-"), "\x83\\-"},
-  };
-  for (const auto& c : cases) EXPECT_EQ(c.result.view(), c.expected) << c.name;
-  EXPECT_EQ(Split("a\r\n\r\nb\r\n", "\r\n").size(), 4U);
 }
 
 TEST(TextFunctions, Comparison) {

@@ -63,18 +63,17 @@ TEST_F(WindowTest, ShowModalReturnsWhenTheWindowClosesAndUnwindsOnQuit) {
 }
 
 TEST_F(WindowTest, PressesThatCountForNothing) {
-  struct Case {
+  const struct {
     const char* name;
     std::function<void(Dialog&)> before, after;
     int actions;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"an ordinary press counts", [](auto&) {}, [](auto&) {}, 1},
       {"disabled", [](auto& dialog) { dialog.button->Enabled = false; }, [](auto&) {}, 0},
       {"hidden", [](auto& dialog) { dialog.button->SetVisible(false); }, [](auto&) {}, 0},
       {"its window closed before the action ran", [](auto&) {}, [](auto& dialog) { dialog.Close(); }, 0},
   };
-  for (const Case& each : cases) {
+  for (const auto& each : cases) {
     SCOPED_TRACE(each.name);
     int actions = 0;
     const Ref<Dialog> dialog = Open();

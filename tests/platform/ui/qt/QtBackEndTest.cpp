@@ -101,18 +101,17 @@ class QtBackEndTest : public ::testing::Test {
 };
 
 TEST_F(QtBackEndTest, KeysReachTheButtons) {
-  struct Case {
+  const struct {
     const char* name;
     std::vector<Qt::Key> keys;
     const char* pressed;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"Return in the field presses the default", {Qt::Key_Return}, "yes "},
       {"Escape in the field cancels", {Qt::Key_Escape}, "no "},
       {"the next Tab reaches the other button", {Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Space}, "no "},
       {"Return presses the button that has the focus", {Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Return}, "no "},
   };
-  for (const Case& each : cases) {
+  for (const auto& each : cases) {
     SCOPED_TRACE(each.name);
     panel_->pressed.clear();
     Part<QPlainTextEdit>().setFocus();
@@ -130,16 +129,15 @@ TEST_F(QtBackEndTest, TheEndOfTheSessionEndsTheProgram) {
 }
 
 TEST_F(QtBackEndTest, AnyProgressCanBeShown) {
-  struct Case {
+  const struct {
     const char* name;
     std::int32_t maximum, value, shown_maximum, shown_value;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"more than all is all", 100, 101, 100, 100},
       {"without a known end", 0, 1234, 0, 0},
       {"the maximum shrinks below the value", 10, 101, 10, 10},
   };
-  for (const Case& each : cases) {
+  for (const auto& each : cases) {
     SCOPED_TRACE(each.name);
     panel_->bar->SetMaximum(each.maximum);
     panel_->bar->SetValue(each.value);
@@ -191,19 +189,18 @@ TEST_F(QtBackEndTest, TextsAreWhole) {
 }
 
 TEST_F(QtBackEndTest, NotesAreShownAsTheyAre) {
-  struct Case {
+  const QString broken = QString(4000, u'x') + u'\n' + QString(1000, u'x');
+  const struct {
     const char* name;
     std::string text;
     QString shown;
-  };
-  const QString broken = QString(4000, u'x') + u'\n' + QString(1000, u'x');
-  const Case cases[] = {
+  } cases[] = {
       {"markup is text", "<h1>Not Found</h1>", QStringLiteral("<h1>Not Found</h1>")},
       {"line ends of any kind", "a\r\nb\rc", QStringLiteral("a\nb\nc")},
       {"bytes that are no UTF-8", "a\xff", QStringLiteral("a\uFFFD")},
       {"a line without end is broken", std::string(5000, 'x'), broken},
   };
-  for (const Case& each : cases) {
+  for (const auto& each : cases) {
     SCOPED_TRACE(each.name);
     panel_->field->SetText(String::Bytes(each.text));
     EXPECT_EQ(Part<QPlainTextEdit>().toPlainText(), each.shown);

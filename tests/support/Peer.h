@@ -17,18 +17,21 @@ namespace vantorel::testing {
 
 class Peer {
  public:
-  // Listens on a free port of the loopback interface.
-  Peer() : listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  // Listens on the loopback interface of one family; port 0 stands for one that the system gives.
+  explicit Peer(int family = AF_INET, std::int32_t port = 0, int backlog = 8)
+      : listener_(socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_in6 address{};
     socklen_t length = sizeof address;
     auto* const name = reinterpret_cast<sockaddr*>(&address);
-    if (bind(listener_.Number(), name, length) != 0 || listen(listener_.Number(), 8) != 0) {
+    address.sin6_family = static_cast<sa_family_t>(family);
+    address.sin6_port = htons(static_cast<std::uint16_t>(port));  // in the same place in both families
+    address.sin6_addr = in6addr_loopback;
+    if (family == AF_INET) reinterpret_cast<sockaddr_in*>(name)->sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (bind(listener_.Number(), name, length) != 0 || listen(listener_.Number(), backlog) != 0) {
       throw std::runtime_error("cannot listen");
     }
     getsockname(listener_.Number(), name, &length);
-    port_ = ntohs(address.sin_port);
+    port_ = ntohs(address.sin6_port);
   }
 
   std::int32_t Port() const { return port_; }
@@ -57,6 +60,7 @@ class Peer {
   std::string ReadRequest() { return ReadUntil("\r\n\r\n"); }
   // The other side may have gone, which is its right.
   void Send(std::string_view bytes) { send(connection_.Number(), bytes.data(), bytes.size(), MSG_NOSIGNAL); }
+  void EndSending() { shutdown(connection_.Number(), SHUT_WR); }
   void Close() { connection_.Close(); }
   // Ends the connection as a crash does.
   void Reset() {
@@ -69,7 +73,7 @@ class Peer {
     Accept();
     const std::string request = ReadRequest();
     Send(answer);
-    shutdown(connection_.Number(), SHUT_WR);
+    EndSending();
     return request + ReadUntil(nullptr);
   }
 
