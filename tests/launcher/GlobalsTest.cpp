@@ -71,13 +71,6 @@ TEST_F(GlobalsTest, TheVersionCountsOnlyTogetherWithTheTarget) {
   }
 }
 
-TEST_F(GlobalsTest, RecordsAVersionExactly) {
-  for (const char* version : {"17", "2024.12-rc1 with more text", "17\r\n", ""}) {
-    Globals::UpdateApplicationVersion(version);
-    EXPECT_EQ(data_.Read("Vantorel/version"), kWord + "_" + version);
-  }
-}
-
 TEST_F(GlobalsTest, TheCommandIsThatOfItsPlatform) {
   const std::string folder = data_.Path("Vantorel");
   EXPECT_EQ(Text(Globals::TargetCommand()),

@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "launcher/BuildSettings.h"
 #include "launcher/Globals.h"
 #include "launcher/License.h"
 #include "launcher/ShowNotice.h"
@@ -24,15 +23,12 @@
 namespace vantorel::testing {
 namespace {
 
-const std::string kTarget = TargetMacBuild ? "Vantorel.app" : "Vantorel";
-
 std::string Text(const String& text) {
   return std::string(text.view());
 }
 
-// The download's events, as the socket raises them.
+// The download's progress, as the socket tells it.
 struct Download : updateSocket {
-  using updateSocket::Event_DownloadComplete;
   using updateSocket::Event_ReceiveProgress;
 };
 
@@ -45,7 +41,6 @@ class WindowsTest : public ::testing::Test {
     _RuntimeRegisterAppObject(New<VantorelLauncher>());
     App()->Event_Open();
     Globals::UpdateServer = "http://127.0.0.1:1/";  // nobody listens there
-    folder_ = Text(Globals::LauncherFolder()->Name()) + "/";
   }
   ~WindowsTest() override {
     CloseAllWindows();
@@ -62,7 +57,6 @@ class WindowsTest : public ::testing::Test {
 
   RecordingBackEnd& screen_ = RecordingBackEnd::Install();
   const ScratchFolder data_;
-  std::string folder_;
 };
 
 TEST_F(WindowsTest, ControlsStandWhereTheLayoutSays) {
@@ -158,20 +152,6 @@ TEST_F(WindowsTest, ProgressIsCountedInHundredsOfBytes) {
     EXPECT_EQ(Bar()->Maximum(), each.maximum) << each.status;
     EXPECT_EQ(Status(), each.status);
   }
-}
-
-TEST_F(WindowsTest, AnyDownloadThatHasEndedIsInstalled) {
-  Globals::newVersion = "18";
-  data_.Write(folder_ + "Vantorel.zip", "<html>404</html>");
-  data_.Write(folder_ + kTarget, "the old one");
-  New<Download>()->Event_DownloadComplete("", 404, nil, nil);
-  EXPECT_FALSE(data_.Has(folder_ + kTarget));
-  EXPECT_FALSE(data_.Has(folder_ + "Vantorel.zip"));
-  EXPECT_EQ(data_.Read(folder_ + "version"), Text(Globals::CurrentOS) + "_18");
-  EXPECT_EQ(Status(), "Update erfolgreich!");
-  EXPECT_EQ(HandOver()->Mode(), 1);
-  EXPECT_TRUE(ControlByName<ProgressWheel>(Window1::Implicit(), "ProgressWheel1")->Visible());
-  EXPECT_TRUE(screen_.messages.empty());
 }
 
 }  // namespace

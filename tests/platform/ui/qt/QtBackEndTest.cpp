@@ -128,25 +128,6 @@ TEST_F(QtBackEndTest, TheEndOfTheSessionEndsTheProgram) {
   EXPECT_THROW(panel_->ShowModal(), EndException);
 }
 
-TEST_F(QtBackEndTest, AnyProgressCanBeShown) {
-  const struct {
-    const char* name;
-    std::int32_t maximum, value, shown_maximum, shown_value;
-  } cases[] = {
-      {"more than all is all", 100, 101, 100, 100},
-      {"without a known end", 0, 1234, 0, 0},
-      {"the maximum shrinks below the value", 10, 101, 10, 10},
-  };
-  for (const auto& each : cases) {
-    SCOPED_TRACE(each.name);
-    panel_->bar->SetMaximum(each.maximum);
-    panel_->bar->SetValue(each.value);
-    EXPECT_EQ(Part<QProgressBar>().maximum(), each.shown_maximum);
-    EXPECT_EQ(std::max(Part<QProgressBar>().value(), 0), each.shown_value);
-    Shown().grab();
-  }
-}
-
 // Every text of the status line whole, whatever the desktop's font; and the ordinary ones clear of the bar.
 TEST_F(QtBackEndTest, TextsAreWhole) {
   const QFont desktop = QApplication::font();
