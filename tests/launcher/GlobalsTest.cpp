@@ -7,7 +7,9 @@
 
 #include "launcher/BuildSettings.h"
 #include "launcher/VantorelLauncher.h"
+#include "platform/base/Exceptions.h"
 #include "platform/run/Runtime.h"
+#include "platform/run/System.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace vantorel {
@@ -68,6 +70,30 @@ TEST_F(GlobalsTest, TheVersionCountsOnlyTogetherWithTheTarget) {
     if (one.version != nullptr) data_.Write("Vantorel/version", one.version);
     if (one.target) data_.Item("Vantorel/" + kTarget)->CreateAsFolder();
     EXPECT_EQ(Text(Globals::CheckApplicationVersion()), one.result) << one.name;
+  }
+}
+
+TEST_F(GlobalsTest, RecordsAVersionExactly) {
+  for (const char* version : {"17", "2024.12-rc1 with more text", "17\r\n", ""}) {
+    Globals::UpdateApplicationVersion(version);
+    EXPECT_EQ(data_.Read("Vantorel/version"), kWord + "_" + version);
+  }
+}
+
+TEST_F(GlobalsTest, HandingOverLeavesWordForTheTarget) {
+  data_.Run("mkdir \"data 'with' \\$signs\"");  // the shell must not see them
+  setenv("XDG_DATA_HOME", data_.Path("data 'with' $signs").c_str(), 1);
+  const std::string folder = "data 'with' $signs/Vantorel/";
+  const char* argv[] = {"launcher", "/Games.application/Launcher.app/x", "-y"};
+  System::KeepCommandLine(3, argv);
+  for (const char* checkfile : {"check", "kept"}) {
+    EXPECT_THROW(Globals::RunApplication(), EndException);
+    EXPECT_EQ(data_.Read(folder + "checkfile"), checkfile);
+    EXPECT_EQ(data_.Read(folder + "updatepath"),
+              System::ExecutablePath() +
+                  (TargetMacBuild ? " /Games.app" : " /Games.application/Launcher.app/x -y"));
+    data_.Write(folder + "checkfile", "kept");
+    data_.Write(folder + "updatepath", std::string(1000, 'x'));
   }
 }
 
