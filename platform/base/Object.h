@@ -13,8 +13,10 @@ class Object {
 
   // Called by Ref only.
   void Retain() const { ++references_; }
-  // True when that was the last reference; the caller then deletes the object.
-  bool Release() const { return --references_ == 0; }
+  // Deletes the object when that was the last reference.
+  void Release() const {
+    if (--references_ == 0) Delete();
+  }
   // True if more than one Ref holds the object.
   bool IsShared() const { return references_ > 1; }
 
@@ -22,6 +24,10 @@ class Object {
   Object() = default;
 
  private:
+  // Out of line, so that a checker that cannot count references does not take every second Ref for a use of
+  // freed memory.
+  void Delete() const;
+
   mutable std::uint32_t references_ = 0;
 };
 

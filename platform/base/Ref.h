@@ -47,7 +47,7 @@ class Ref {
     if (object_ != nullptr) object_->Retain();
   }
   void Drop() {
-    if (object_ != nullptr && object_->Release()) delete object_;  // NOLINT(cppcoreguidelines-owning-memory)
+    if (object_ != nullptr) object_->Release();
   }
 
   T* object_ = nullptr;
