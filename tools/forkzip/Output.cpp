@@ -21,8 +21,13 @@ void Output::Flush() {
 }
 
 void Output::WriteText(const String& text) {
-  const std::string bytes = Utf8(text);
-  Write(terminal_ ? Printable(bytes) : bytes);
+  if (terminal_) {
+    Write(Printable(Utf8(text)));
+  } else if (IsInUtf8(text)) {
+    Write(text.view());
+  } else {
+    Write(Utf8(text));
+  }
 }
 
 }  // namespace vantorel::forkzip

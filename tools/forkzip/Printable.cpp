@@ -76,10 +76,13 @@ bool IsUtf8(std::string_view text) {
   return true;
 }
 
-std::string Utf8(const String& text) {
+bool IsInUtf8(const String& text) {
   const Ref<TextEncoding> label = Encoding(text);
-  if (!label || label->Equals(Encodings::UTF8())) return std::string(text.view());
-  return std::string(ConvertEncoding(text, Encodings::UTF8()).view());
+  return !label || label->Equals(Encodings::UTF8());
+}
+
+std::string Utf8(const String& text) {
+  return std::string((IsInUtf8(text) ? text : ConvertEncoding(text, Encodings::UTF8())).view());
 }
 
 std::string Count(unsigned long long number, std::string_view singular) {

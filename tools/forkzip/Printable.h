@@ -16,6 +16,8 @@ bool IsAscii(std::string_view text);
 // Whether `text` is sound UTF-8.
 bool IsUtf8(std::string_view text);
 
+// Whether a text is labelled UTF-8, or has no label.
+bool IsInUtf8(const String& text);
 // The bytes of a text in UTF-8. What is labelled UTF-8 already passes unchanged, sound or not.
 std::string Utf8(const String& text);
 

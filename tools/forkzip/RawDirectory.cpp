@@ -38,7 +38,7 @@ std::size_t FindEndRecord(std::string_view tail) {
 }
 
 // Cuts the first record off `bytes`.
-RawRecord TakeRecord(std::string_view& bytes) {
+std::string_view TakeRecord(std::string_view& bytes) {
   if (bytes.size() < CentralHeader::kSize ||
       Get32(bytes, CentralHeader::kSignature) != CentralHeader::kMagic) {
     FailAsCorrupt();
@@ -47,7 +47,7 @@ RawRecord TakeRecord(std::string_view& bytes) {
                            Get16(bytes, CentralHeader::kExtraLength) +
                            Get16(bytes, CentralHeader::kCommentLength);
   if (bytes.size() < size) FailAsCorrupt();
-  RawRecord record{std::string(bytes.substr(0, size))};
+  const std::string_view record = bytes.substr(0, size);
   bytes.remove_prefix(size);
   return record;
 }
@@ -103,7 +103,9 @@ RawDirectory RawDirectory::Read(int file) {
   const std::uint32_t size = Get32(end_record, EndRecord::kDirectorySize);
   if (std::uint64_t{directory.start} + size > length) FailAsCorrupt();
   const std::string bytes = ReadAt(file, directory.start, size);
-  for (std::string_view rest = bytes; !rest.empty();) directory.records.push_back(TakeRecord(rest));
+  for (std::string_view rest = bytes; !rest.empty();) {
+    directory.records.emplace_back(TakeRecord(rest));
+  }
   return directory;
 }
 

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace vantorel::forkzip {
@@ -13,7 +12,7 @@ namespace vantorel::forkzip {
 // One central record: fixed part, name, extra field, comment.
 class RawRecord {
  public:
-  explicit RawRecord(std::string bytes) : bytes_(std::move(bytes)) {}
+  explicit RawRecord(std::string_view bytes) : bytes_(bytes) {}
 
   const std::string& Bytes() const { return bytes_; }
   std::string_view Name() const;
