@@ -34,7 +34,8 @@ AppFile Describe(const fs::directory_entry& entry, const std::string& archive_pa
   if (!folder && !entry.is_regular_file()) Refuse(entry.path(), "is neither a file nor a folder");
   const std::string native = entry.path();
   AppFile file;
-  file.path = archive_path + (folder ? "/" : "");
+  file.path = archive_path;
+  if (folder) file.path += "/";
   file.item = GetFolderItem(String::Adopt(native, Encodings::UTF8()));
   file.size = folder ? 0 : entry.file_size();
   return file;
@@ -50,7 +51,9 @@ std::vector<AppFile> ListApplication(const std::string& application, const std::
   std::uint64_t total = 0;
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
     const std::string inside = entry.path().lexically_relative(root).generic_string();
-    AppFile file = Describe(entry, top + "/" + inside);
+    std::string archive_path = top;
+    archive_path.append("/").append(inside);
+    AppFile file = Describe(entry, archive_path);
     if (IsSideFile(entry.path())) continue;
     if (entry.is_directory() && !fs::is_empty(entry.path())) continue;
     total += file.size;
