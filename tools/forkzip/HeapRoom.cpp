@@ -12,18 +12,19 @@ namespace vantorel::forkzip {
 
 void ExpectHeapOf(std::size_t bytes) {
   constexpr std::size_t kMost = 64U << 20U;
-  constexpr std::uintptr_t kLargePage = 2U << 20U;
+  constexpr std::size_t kLargePage = 2U << 20U;
   const auto room = static_cast<int>(std::min(bytes, kMost));
   mallopt(M_TOP_PAD, room);
   mallopt(M_TRIM_THRESHOLD, 2 * room);
   // The allocation makes the heap grow by the room asked for.
   constexpr std::size_t kFromHeap = 100000;
-  const auto begin = reinterpret_cast<std::uintptr_t>(sbrk(0));
+  char* const begin = static_cast<char*>(sbrk(0));
   std::make_unique<char[]>(kFromHeap);
-  const auto end = reinterpret_cast<std::uintptr_t>(sbrk(0));
-  const std::uintptr_t first_page = (begin + kLargePage - 1) / kLargePage * kLargePage;
-  if (end < first_page + kLargePage) return;
-  madvise(reinterpret_cast<void*>(first_page), end - first_page, MADV_HUGEPAGE);
+  const auto grown = static_cast<std::size_t>(static_cast<char*>(sbrk(0)) - begin);
+  const std::size_t to_large_page =
+      (kLargePage - reinterpret_cast<std::uintptr_t>(begin) % kLargePage) % kLargePage;
+  if (grown < to_large_page + kLargePage) return;
+  madvise(begin + to_large_page, grown - to_large_page, MADV_HUGEPAGE);
 }
 
 }  // namespace vantorel::forkzip
