@@ -1,5 +1,8 @@
 #include <CLI/CLI.hpp>
+#include <cstdio>
 #include <cstdlib>
+#include <exception>
+#include <iostream>
 
 #include "tools/forkzip/Interruption.h"
 #include "tools/forkzip/Options.h"
@@ -55,8 +58,13 @@ int Main(int argc, char** argv) {
 }  // namespace vantorel::forkzip
 
 int main(int argc, char** argv) {
-  const int exit_code = vantorel::forkzip::Main(argc, argv);
-  std::cout.flush();
+  int exit_code = static_cast<int>(vantorel::forkzip::ExitCode::kFileError);
+  try {
+    exit_code = vantorel::forkzip::Main(argc, argv);
+    std::cout.flush();
+  } catch (const std::exception& fault) {
+    std::fprintf(stderr, "forkzip: %s\n", fault.what());
+  }
   // All files are closed by now. To give back the memory of a large directory piece by piece would only take
   // time.
   std::_Exit(exit_code);
