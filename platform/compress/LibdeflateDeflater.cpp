@@ -2,7 +2,8 @@
 
 #include <libdeflate.h>
 
-#include <utility>
+#include <algorithm>
+#include <string_view>
 
 #include "platform/base/Exceptions.h"
 #include "platform/compress/IStreamWriter.h"
@@ -26,14 +27,29 @@ libdeflate_compressor* Compressor() {
 }
 }  // namespace
 
+// Room for the largest member that is held, and for what becomes of it. Memory that no member needs is never
+// touched, and what one has needed serves the next.
+struct HeldMember {
+  void Reset() { size = 0; }
+
+  std::size_t packed_room = libdeflate_gzip_compress_bound(Compressor(), LibdeflateDeflater::kLimit);
+  std::unique_ptr<char[]> data = std::make_unique_for_overwrite<char[]>(LibdeflateDeflater::kLimit);
+  std::unique_ptr<char[]> packed = std::make_unique_for_overwrite<char[]>(packed_room);
+  std::size_t size = 0;
+};
+
+LibdeflateDeflater::LibdeflateDeflater() = default;
+LibdeflateDeflater::~LibdeflateDeflater() = default;
+
 void LibdeflateDeflater::Write(std::string_view data, IStreamWriter& writer) {
   if (stream_ == nullptr) {
-    if (held_.size() + data.size() <= kLimit) {
-      held_.append(data);
+    if (data.size() <= kLimit - held_->size) {
+      std::copy(data.begin(), data.end(), held_->data.get() + held_->size);
+      held_->size += data.size();
       return;
     }
     stream_ = std::make_unique<ZlibDeflater>();
-    stream_->Write(std::exchange(held_, {}), writer);
+    stream_->Write({held_->data.get(), held_->size}, writer);
   }
   stream_->Write(data, writer);
 }
@@ -43,12 +59,15 @@ void LibdeflateDeflater::Finish(IStreamWriter& writer) {
     stream_->Finish(writer);
     return;
   }
-  std::string member(libdeflate_gzip_compress_bound(Compressor(), held_.size()), '\0');
-  const std::size_t length =
-      libdeflate_gzip_compress(Compressor(), held_.data(), held_.size(), member.data(), member.size());
+  const std::size_t length = libdeflate_gzip_compress(Compressor(), held_->data.get(), held_->size,
+                                                      held_->packed.get(), held_->packed_room);
   if (length == 0) throw RuntimeException("the compression library did not keep to its own bound");
-  member.resize(length);
-  writer.Write(String::Adopt(std::move(member), nil));
+  constexpr std::size_t kOutputPiece = 65536;
+  for (std::string_view rest(held_->packed.get(), length); !rest.empty();) {
+    const std::string_view piece = rest.substr(0, kOutputPiece);
+    writer.Write(String::Bytes(piece));
+    rest.remove_prefix(piece.size());
+  }
 }
 
 }  // namespace vantorel

@@ -1,12 +1,15 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
-#include <string>
 
 #include "platform/compress/MemberDeflater.h"
+#include "platform/compress/PooledState.h"
 #include "platform/compress/ZlibDeflater.h"
 
 namespace vantorel {
+
+struct HeldMember;
 
 // Holds the data of a member and deflates it as a whole when it ends; one that grows past the limit goes
 // through zlib's stream instead.
@@ -14,11 +17,16 @@ class LibdeflateDeflater : public MemberDeflater {
  public:
   static constexpr std::size_t kLimit = 8U << 20U;
 
+  LibdeflateDeflater();
+  ~LibdeflateDeflater() override;
+  LibdeflateDeflater(const LibdeflateDeflater&) = delete;
+  LibdeflateDeflater& operator=(const LibdeflateDeflater&) = delete;
+
   void Write(std::string_view data, IStreamWriter& writer) override;
   void Finish(IStreamWriter& writer) override;
 
  private:
-  std::string held_;
+  PooledState<HeldMember> held_;
   // Set once the member has grown past the limit.
   std::unique_ptr<ZlibDeflater> stream_;
 };

@@ -122,7 +122,7 @@ void AddInPlace(const AddOptionsOfVerb& options, const AddPlan& plan, const Ref<
 }
 
 void Add(const AddOptionsOfVerb& options, Problems& problems) {
-  OpenForReading(options.archive, options.encoding);  // says why if it is no archive
+  if (!options.in_place) OpenForReading(options.archive, options.encoding);  // says why if it is no archive
   const AddPlan plan = PlanOf(options, problems);
   if (plan.Items().empty()) throw Failure(ExitCode::kFileError, "there is nothing to add");
   Interruption::Watch();

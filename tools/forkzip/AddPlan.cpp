@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <memory>
+#include <utility>
 
 #include "platform/files/FolderItem.h"
 
@@ -36,13 +37,22 @@ std::vector<std::string> NamesIn(const std::string& path, int& error) {
   return names;
 }
 
+bool IsIn(const std::vector<std::string>& names, const std::string& name) {
+  return std::binary_search(names.begin(), names.end(), name);
+}
+
 // A side file whose fork goes into the MacBinary wrapping of the file it belongs to.
-bool GoesWithItsFile(const std::string& folder, const std::vector<std::string>& names,
+bool GoesWithItsFile(const std::string& path_prefix, const std::vector<std::string>& names,
                      const std::string& name) {
   if (!name.starts_with(kSidePrefix)) return false;
   const std::string file = name.substr(kSidePrefix.size());
-  if (!std::binary_search(names.begin(), names.end(), file)) return false;
-  return GetFolderItem(String::Bytes(folder + "/" + file))->ResourceForkLength() > 0;
+  return IsIn(names, file) && GetFolderItem(String::Bytes(path_prefix + file))->ResourceForkLength() > 0;
+}
+
+bool HasSideFile(const std::string& path) {
+  const std::size_t leaf = path.find_last_of('/') + 1;  // 0 where there is no slash
+  struct stat status {};
+  return lstat((path.substr(0, leaf) + std::string(kSidePrefix) + path.substr(leaf)).c_str(), &status) == 0;
 }
 
 }  // namespace
@@ -63,10 +73,10 @@ std::string MemberNameOf(const std::string& path) {
 }
 
 void AddPlan::Add(const std::string& path, const std::string& name) {
-  AddItem(path, MemberNameOf(name.empty() ? path : name));
+  AddItem(path, MemberNameOf(name.empty() ? path : name), HasSideFile(path));
 }
 
-void AddPlan::AddItem(const std::string& path, const std::string& name) {
+void AddPlan::AddItem(const std::string& path, const std::string& name, bool has_side_file) {
   struct stat status {};
   if (lstat(path.c_str(), &status) != 0)
     return problems_.Add(ExitCode::kFileError, path, WithCause("left out", errno));
@@ -81,22 +91,28 @@ void AddPlan::AddItem(const std::string& path, const std::string& name) {
   if (link && !options_.follow_links && !options_.keep_permissions) {
     return problems_.Note(path + ": left out, a symbolic link; --follow-links adds what it points to");
   }
+  PlannedItem item = {PlannedItem::Kind::kFile,
+                      path,
+                      name,
+                      0,
+                      status.st_mtim,
+                      status.st_mode,
+                      status.st_dev,
+                      status.st_ino,
+                      has_side_file};
   if (S_ISDIR(status.st_mode)) {
-    // The present folder has no name of its own.
-    if (!name.empty() && ClaimName(path, name + "/", status)) {
-      items_.push_back({PlannedItem::Kind::kFolder, path, name + "/", 0, status.st_mtim, status.st_mode});
-    }
+    item.kind = PlannedItem::Kind::kFolder;
+    item.name += '/';
+    if (!name.empty()) TakeUp(std::move(item));  // the present folder has no name of its own
     return AddFolder(path, name);
   }
   if (!S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) {
     return problems_.Add(ExitCode::kFileError, path, "left out, neither a file nor a folder");
   }
   if (IsLeftOut(status)) return problems_.Note(path + ": left out, it is the archive itself");
-  if (!ClaimName(path, name, status)) return;
-  const auto kind = S_ISLNK(status.st_mode) ? PlannedItem::Kind::kLink : PlannedItem::Kind::kFile;
-  const auto size = static_cast<std::uint64_t>(status.st_size);
-  items_.push_back({kind, path, name, size, status.st_mtim, status.st_mode});
-  total_size_ += size;
+  if (S_ISLNK(status.st_mode)) item.kind = PlannedItem::Kind::kLink;
+  item.size = static_cast<std::uint64_t>(status.st_size);
+  TakeUp(std::move(item));
 }
 
 void AddPlan::AddFolder(const std::string& path, const std::string& name) {
@@ -106,25 +122,31 @@ void AddPlan::AddFolder(const std::string& path, const std::string& name) {
   const std::string path_prefix = path.back() == '/' ? path : path + "/";
   const std::string name_prefix = name.empty() ? "" : name + "/";
   for (const std::string& each : names) {
-    if (options_.mac_binary != 0 && GoesWithItsFile(path, names, each)) continue;
-    AddItem(path_prefix + each, name_prefix + each);
+    if (options_.mac_binary != 0 && GoesWithItsFile(path_prefix, names, each)) continue;
+    AddItem(path_prefix + each, name_prefix + each, IsIn(names, std::string(kSidePrefix) + each));
   }
+}
+
+void AddPlan::TakeUp(PlannedItem item) {
+  const auto taken = by_name_.find(item.name);
+  if (taken == by_name_.end()) {
+    total_size_ += item.size;
+    items_.push_back(std::move(item));
+    by_name_.emplace(items_.back().name, &items_.back());
+    return;
+  }
+  // Two folders of one name become one.
+  const PlannedItem& other = *taken->second;
+  const bool same = other.device == item.device && other.inode == item.inode;
+  if (same || item.kind == PlannedItem::Kind::kFolder) return;
+  problems_.Add(ExitCode::kFileError, item.path,
+                "left out, another file has the name " + item.name + " already");
 }
 
 void AddPlan::LeaveOut(const std::string& path) {
   struct stat status {};
   if (lstat(path.c_str(), &status) == 0) left_out_.push_back(status);
   if (S_ISLNK(status.st_mode) && stat(path.c_str(), &status) == 0) left_out_.push_back(status);
-}
-
-bool AddPlan::ClaimName(const std::string& path, const std::string& name, const struct stat& status) {
-  const auto file = std::pair(status.st_dev, status.st_ino);
-  const auto [place, is_new] = claimed_.emplace(name, file);
-  // Two folders of one name become one.
-  if (!is_new && place->second != file && !S_ISDIR(status.st_mode)) {
-    problems_.Add(ExitCode::kFileError, path, "left out, another file has the name " + name + " already");
-  }
-  return is_new;
 }
 
 bool AddPlan::IsLeftOut(const struct stat& status) const {

@@ -4,9 +4,10 @@
 #include <sys/stat.h>
 
 #include <cstdint>
+#include <deque>
 #include <string>
+#include <string_view>
 #include <unordered_map>
-#include <utility>
 #include <vector>
 
 #include "tools/forkzip/Problems.h"
@@ -28,6 +29,9 @@ struct PlannedItem {
   std::uint64_t size;
   struct timespec modified;
   std::uint32_t mode;
+  dev_t device;
+  ino_t inode;
+  bool has_side_file;  // "._name" lies beside it
 };
 
 class AddPlan {
@@ -42,21 +46,21 @@ class AddPlan {
   // empty: as its path, less what leads upward or to the root.
   void Add(const std::string& path, const std::string& name);
 
-  const std::vector<PlannedItem>& Items() const { return items_; }
+  const std::deque<PlannedItem>& Items() const { return items_; }
   std::uint64_t TotalSize() const { return total_size_; }
 
  private:
-  void AddItem(const std::string& path, const std::string& name);
+  void AddItem(const std::string& path, const std::string& name, bool has_side_file);
   void AddFolder(const std::string& path, const std::string& name);
   bool IsLeftOut(const struct stat& status) const;
-  // Whether no item bears the name yet. Another file of the same name is a problem.
-  bool ClaimName(const std::string& path, const std::string& name, const struct stat& status);
+  // Takes the item up if no other bears its name yet. Another file of the same name is a problem.
+  void TakeUp(PlannedItem item);
 
   AddOptions options_;
   Problems& problems_;
   std::vector<struct stat> left_out_;
-  std::vector<PlannedItem> items_;
-  std::unordered_map<std::string, std::pair<dev_t, ino_t>> claimed_;  // the file behind each name
+  std::deque<PlannedItem> items_;  // which stay where they are
+  std::unordered_map<std::string_view, const PlannedItem*> by_name_;
   std::uint64_t total_size_ = 0;
 };
 

@@ -51,7 +51,7 @@ void SetInPlace(const Options& options, const std::string& text) {
 void Comment(const CommentOptions& options) {
   if (!options.text) return TellComment(options);
   Preflight::CheckComment(*options.text);
-  OpenForReading(options.archive, "utf-8");  // says why if it is no archive
+  if (!options.in_place) OpenForReading(options.archive, "utf-8");  // says why if it is no archive
   Interruption::Watch();
   if (options.in_place) {
     SetInPlace(options, *options.text);

@@ -45,7 +45,7 @@ std::uint64_t CompactInPlace(const Options& options) {
 }
 
 void Compact(const Options& options) {
-  OpenForReading(options.archive, "utf-8");  // says why if it is no archive
+  if (!options.in_place) OpenForReading(options.archive, "utf-8");  // says why if it is no archive
   Interruption::Watch();
   const std::uint64_t unused = options.in_place ? CompactInPlace(options) : CompactByCopy(options);
   if (options.quiet) return;

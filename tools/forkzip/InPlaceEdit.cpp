@@ -14,13 +14,12 @@
 namespace vantorel::forkzip {
 
 InPlaceEdit::InPlaceEdit(const std::string& path, const std::string& encoding) {
-  OpenForReading(path, encoding);  // says why if it is no archive
-  file_ = Descriptor(open(path.c_str(), O_RDWR | O_CLOEXEC));
-  if (!file_.IsOpen()) throw Failure(ExitCode::kFileError, WithCause("cannot be opened for writing", errno));
+  file_ = OpenRegularFile(path, O_RDWR);
   LockAgainstOtherRuns(file_.Get());
+  // Opening writes nothing, and the engine tells best why something is no archive.
+  archive_ = OpenForWriting(path, encoding);
   before_ = RawDirectory::Read(file_.Get());
   Preflight::CheckDirectory(file_.Get(), before_);
-  archive_ = OpenForWriting(path, encoding);
   Preflight::CheckNothingVanishes(before_, archive_->EntryCount());
   KeepNamesAndComments();
 }

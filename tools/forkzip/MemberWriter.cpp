@@ -35,9 +35,11 @@ std::string TimestampRecord(const timespec& modified) {
 }
 
 // Type and creator, if the file has any.
-std::string TypeRecord(const Ref<ZipArchive>& archive, const Ref<FolderItem>& item) {
-  if (item->MacType().empty() && item->MacCreator().empty()) return {};
-  return std::string(archive->MakeZipExtraField(item, "")->AsData().view());
+std::string TypeRecord(const Ref<ZipArchive>& archive, const PlannedItem& item) {
+  if (item.kind != PlannedItem::Kind::kFile || !item.has_side_file) return {};
+  const auto file = GetFolderItem(String::Bytes(item.path));
+  if (file->MacType().empty() && file->MacCreator().empty()) return {};
+  return std::string(archive->MakeZipExtraField(file, "")->AsData().view());
 }
 
 std::string LinkTargetOf(const std::string& path) {
@@ -69,19 +71,17 @@ bool MemberWriter::AddItem(const PlannedItem& item) {
   if (!Preflight::FitsAsName(item.name))
     return TakeBack(item, "left out, its name is longer than 65535 bytes");
   if (item.kind == PlannedItem::Kind::kLink) return AddLink(item);
-  const auto file = GetFolderItem(String::Bytes(item.path));
-  const bool is_file = item.kind == PlannedItem::Kind::kFile;
-  const bool wrap =
-      options_.mac_binary == archive_->MacBinaryAlways() ||
-      (options_.mac_binary == archive_->MacBinarySmart() && is_file && file->ResourceForkLength() > 0);
+  const bool may_have_fork = item.kind == PlannedItem::Kind::kFile && item.has_side_file;
+  const bool wrap = options_.mac_binary == archive_->MacBinaryAlways() ||
+                    (options_.mac_binary == archive_->MacBinarySmart() && may_have_fork &&
+                     GetFolderItem(String::Bytes(item.path))->ResourceForkLength() > 0);
   return wrap ? AddWrapped(item) : AddPlain(item);
 }
 
 bool MemberWriter::AddPlain(const PlannedItem& item) {
   const bool is_file = item.kind == PlannedItem::Kind::kFile;
-  const auto file = GetFolderItem(String::Bytes(item.path));
   const auto source = is_file ? New<FileSource>(item.path, item.size) : Ref<FileSource>();
-  const std::string extra = (is_file ? TypeRecord(archive_, file) : "") + TimestampRecord(item.modified);
+  const std::string extra = TypeRecord(archive_, item) + TimestampRecord(item.modified);
   const std::int32_t index = archive_->AddItemByStreams(
       source, ToSInt32(item.size), nil, 0, nil, DefineEncoding(String::Bytes(item.name), Encodings::UTF8()),
       archive_->MakeZipExtraField(String::Bytes(extra)), Date::FromUnixTime(item.modified.tv_sec));

@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <string_view>
 
-#include "tools/forkzip/FileBytes.h"
 #include "tools/forkzip/HeapRoom.h"
 #include "tools/forkzip/LittleEndian.h"
 #include "tools/forkzip/Printable.h"
@@ -28,20 +27,6 @@ Ref<ZipArchive> NewArchive() {
   auto archive = New<ZipArchive>();
   archive->d->copyChunkSize = kCopyChunk;
   return archive;
-}
-
-// The engine only says that opening failed; this says why.
-Descriptor OpenRegularFile(const std::string& path) {
-  Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!file.IsOpen()) {
-    const ExitCode code = errno == ENOENT ? ExitCode::kBadArchive : ExitCode::kFileError;
-    throw Failure(code, WithCause("cannot be opened", errno));
-  }
-  struct stat status {};
-  if (fstat(file.Get(), &status) == 0 && !S_ISREG(status.st_mode)) {
-    throw Failure(ExitCode::kFileError, S_ISDIR(status.st_mode) ? "is a folder" : "is not a regular file");
-  }
-  return file;
 }
 
 // Looks where the end record is in an archive without a comment; elsewhere nothing is lost but time.
@@ -69,8 +54,21 @@ Ref<TextEncoding> EncodingByName(const std::string& name) {
   return nil;
 }
 
+Descriptor OpenRegularFile(const std::string& path, int flags) {
+  Descriptor file(open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK));
+  if (!file.IsOpen()) {
+    const ExitCode code = errno == ENOENT ? ExitCode::kBadArchive : ExitCode::kFileError;
+    throw Failure(code, WithCause("cannot be opened", errno));
+  }
+  struct stat status {};
+  if (fstat(file.Get(), &status) == 0 && !S_ISREG(status.st_mode)) {
+    throw Failure(ExitCode::kFileError, S_ISDIR(status.st_mode) ? "is a folder" : "is not a regular file");
+  }
+  return file;
+}
+
 Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encoding) {
-  PrepareForManyMembers(OpenRegularFile(path).Get());
+  PrepareForManyMembers(OpenRegularFile(path, O_RDONLY).Get());
   Ref<ZipArchive> archive = NewArchive();
   if (!archive->Open(GetFolderItem(String::Bytes(path)), false, EncodingByName(encoding))) {
     throw Failure(ExitCode::kBadArchive, Utf8(archive->ErrorMessage()));
@@ -81,10 +79,10 @@ Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encod
 Ref<ZipArchive> OpenForWriting(const std::string& path, const std::string& encoding) {
   Ref<ZipArchive> archive = NewArchive();
   if (!archive->Open(GetFolderItem(String::Bytes(path)), true, EncodingByName(encoding))) {
-    throw Failure(ExitCode::kFileError, Utf8(archive->ErrorMessage()));
+    const std::string message = Utf8(archive->ErrorMessage());
+    const bool file_error = message.starts_with("Creating") || message.starts_with("Opening");
+    throw Failure(file_error ? ExitCode::kFileError : ExitCode::kBadArchive, message);
   }
-  if (!archive->IsWritable())
-    throw Failure(ExitCode::kBadArchive, "its directory is damaged; it cannot be changed");
   return archive;
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/base/Ref.h"
+#include "tools/forkzip/FileBytes.h"
 #include "zip/archive/ZipArchive.h"
 
 namespace vantorel::forkzip {
@@ -11,11 +12,15 @@ namespace vantorel::forkzip {
 // What `--encoding` may name; nil for any other word.
 Ref<TextEncoding> EncodingByName(const std::string& name);
 
-// Raises Failure: kBadArchive if there is no such file or it is no archive that can be read, kFileError if
-// the system refuses it.
+// `flags`: O_RDONLY or O_RDWR. Raises Failure: kBadArchive if there is no such file, kFileError if the system
+// refuses it or it is no regular file.
+Descriptor OpenRegularFile(const std::string& path, int flags);
+
+// Raises Failure as above, and kBadArchive if the file is no archive that can be read.
 Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encoding);
 
-// The same, for changes. The archive may be new: then the engine makes the file.
+// The same, for changes. If there is no such file the engine makes it. REQUIRES, for one that exists, a
+// directory that Preflight has found in order.
 Ref<ZipArchive> OpenForWriting(const std::string& path, const std::string& encoding);
 
 // Writes the directory and closes an archive that was open for changes. Raises Failure (kFileError) if
