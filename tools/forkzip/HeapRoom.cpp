@@ -6,7 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <memory>
+#include <new>
 
 namespace vantorel::forkzip {
 
@@ -16,10 +16,11 @@ void ExpectHeapOf(std::size_t bytes) {
   const auto room = static_cast<int>(std::min(bytes, kMost));
   mallopt(M_TOP_PAD, room);
   mallopt(M_TRIM_THRESHOLD, 2 * room);
-  // The allocation makes the heap grow by the room asked for.
+  // With nothing free at the heap's end, the allocation makes it grow by the room asked for.
+  malloc_trim(0);
   constexpr std::size_t kFromHeap = 100000;
   char* const begin = static_cast<char*>(sbrk(0));
-  std::make_unique<char[]>(kFromHeap);
+  ::operator delete(::operator new(kFromHeap));  // as calls: a compiler may drop a pair of expressions
   const auto grown = static_cast<std::size_t>(static_cast<char*>(sbrk(0)) - begin);
   const std::size_t to_large_page =
       (kLargePage - reinterpret_cast<std::uintptr_t>(begin) % kLargePage) % kLargePage;

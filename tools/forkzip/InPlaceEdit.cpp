@@ -16,6 +16,7 @@ namespace vantorel::forkzip {
 InPlaceEdit::InPlaceEdit(const std::string& path, const std::string& encoding) {
   file_ = OpenRegularFile(path, O_RDWR);
   LockAgainstOtherRuns(file_.Get());
+  PrepareForManyMembers(file_.Get());
   // Opening writes nothing, and the engine tells best why something is no archive.
   archive_ = OpenForWriting(path, encoding);
   before_ = RawDirectory::Read(file_.Get());

@@ -3,18 +3,12 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <unistd.h>
-
-#include <algorithm>
-#include <array>
 #include <cerrno>
-#include <string_view>
 
 #include "tools/forkzip/HeapRoom.h"
-#include "tools/forkzip/LittleEndian.h"
 #include "tools/forkzip/Printable.h"
 #include "tools/forkzip/Problems.h"
-#include "zip/archive/ZipRecords.h"
+#include "tools/forkzip/RawDirectory.h"
 
 namespace vantorel::forkzip {
 
@@ -27,20 +21,6 @@ Ref<ZipArchive> NewArchive() {
   auto archive = New<ZipArchive>();
   archive->d->copyChunkSize = kCopyChunk;
   return archive;
-}
-
-// Looks where the end record is in an archive without a comment; elsewhere nothing is lost but time.
-void PrepareForManyMembers(int file) {
-  constexpr std::uint32_t kMany = 10000;
-  constexpr std::size_t kBytesPerMember = 520;
-  std::array<char, EndRecord::kSize> record{};
-  const off_t length = lseek(file, 0, SEEK_END);
-  const ssize_t read =
-      pread(file, record.data(), record.size(), std::max<off_t>(length - EndRecord::kSize, 0));
-  const std::string_view bytes(record.data(), record.size());
-  if (read != EndRecord::kSize || Get32(bytes, EndRecord::kSignature) != EndRecord::kMagic) return;
-  const std::uint32_t members = Get16(bytes, EndRecord::kEntriesTotal);
-  if (members >= kMany) ExpectHeapOf(members * kBytesPerMember);
 }
 
 }  // namespace
@@ -65,6 +45,13 @@ Descriptor OpenRegularFile(const std::string& path, int flags) {
     throw Failure(ExitCode::kFileError, S_ISDIR(status.st_mode) ? "is a folder" : "is not a regular file");
   }
   return file;
+}
+
+void PrepareForManyMembers(int file) {
+  constexpr std::uint32_t kMany = 10000;
+  constexpr std::size_t kBytesPerMember = 520;
+  const std::uint32_t members = RawDirectory::CountOfMembers(file);
+  if (members >= kMany) ExpectHeapOf(members * kBytesPerMember);
 }
 
 Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encoding) {

@@ -22,19 +22,22 @@ constexpr std::size_t kLongestComment = 65535;
   throw Failure(ExitCode::kBadArchive, "the directory is damaged");
 }
 
+std::uint64_t LengthOf(int file) {
+  struct stat status {};
+  fstat(file, &status);
+  return static_cast<std::uint64_t>(status.st_size);
+}
+
 // The file's last bytes, as far as an end record can begin in them.
 std::string Tail(int file, std::uint64_t length) {
   const std::uint64_t count = std::min<std::uint64_t>(length, EndRecord::kSize + kLongestComment + 4);
   return ReadAt(file, length - count, count);
 }
 
-// Where the last end record of `tail` begins.
+// Where the last end record of `tail` begins; npos if there is none.
 std::size_t FindEndRecord(std::string_view tail) {
-  const std::string magic = LittleEndian32(EndRecord::kMagic);
-  if (tail.size() < EndRecord::kSize) FailAsCorrupt();
-  const std::size_t at = tail.rfind(magic, tail.size() - EndRecord::kSize);
-  if (at == std::string_view::npos) FailAsCorrupt();
-  return at;
+  if (tail.size() < EndRecord::kSize) return std::string_view::npos;
+  return tail.rfind(LittleEndian32(EndRecord::kMagic), tail.size() - EndRecord::kSize);
 }
 
 // Cuts the first record off `bytes`.
@@ -87,12 +90,17 @@ void RawRecord::SetName(std::string_view name) {
   bytes_.replace(CentralHeader::kNameLength, 2, LittleEndian16(static_cast<std::uint32_t>(name.size())));
 }
 
+std::uint32_t RawDirectory::CountOfMembers(int file) {
+  const std::string tail = Tail(file, LengthOf(file));
+  const std::size_t at = FindEndRecord(tail);
+  return at == std::string::npos ? 0 : Get16(std::string_view(tail).substr(at), EndRecord::kEntriesTotal);
+}
+
 RawDirectory RawDirectory::Read(int file) {
-  struct stat status {};
-  fstat(file, &status);
-  const auto length = static_cast<std::uint64_t>(status.st_size);
+  const std::uint64_t length = LengthOf(file);
   const std::string tail = Tail(file, length);
   const std::size_t at = FindEndRecord(tail);
+  if (at == std::string::npos) FailAsCorrupt();
   const std::string_view end_record = std::string_view(tail).substr(at);
 
   RawDirectory directory;

@@ -38,6 +38,8 @@ struct RawDirectory {
   std::uint64_t end = 0;        // behind the end record and its comment
   std::uint32_t announced = 0;  // the count in the end record
 
+  // The count in the end record; 0 if there is no such record.
+  static std::uint32_t CountOfMembers(int file);
   // Reads the directory that the engine would find. Raises Failure if it is damaged.
   static RawDirectory Read(int file);
   // The records and the end record, as they stand from `start` on.
