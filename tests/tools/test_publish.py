@@ -1,8 +1,11 @@
 #!/usr/bin/env python3
 """vantorel-publish: what it writes is read back by other tools; what it refuses leaves the last update in place."""
 
+import ctypes
+import fcntl
 import os
 import pathlib
+import struct
 import subprocess
 import tempfile
 import unittest
@@ -24,6 +27,7 @@ class Publish(unittest.TestCase):
         (self.app / "Contents/MacOS/Vantorel").write_text("#!/bin/sh\n" * 100)
         (self.app / "Contents/MacOS/Vantorel").chmod(0o755)
         (self.app / "Contents/Größe.txt").write_bytes(b"")
+        (self.app / "Contents/._Größe.txt").write_text("named like a side file, but none")
         self.notes.write_text("Größer")
 
     def publish(self, **changes):
@@ -42,7 +46,7 @@ class Publish(unittest.TestCase):
                 subprocess.run(["unzip", "-tq", f"{prefix}_update"], check=True, stdout=subprocess.DEVNULL)
                 with zipfile.ZipFile(f"{prefix}_update") as archive:
                     modes = {i.filename: i.external_attr >> 16 for i in archive.infolist() if i.filename.isascii()}
-                    self.assertEqual(len(archive.infolist()), 3)
+                    self.assertEqual(len(archive.infolist()), 4)
                     self.assertEqual(modes[f"{target}/Contents/MacOS/Vantorel"], 0o100755)
                     self.assertIn(f"{target}/Contents/Empty/", modes)
         self.assertEqual(len(list(self.out.iterdir())), 6)
@@ -66,6 +70,7 @@ class Publish(unittest.TestCase):
             ("no application", {"app": self.root / "none"}, 1, "is not a folder"),
             ("nothing in it", {"app": empty}, 1, "is empty"),
             ("output is a file", {"out": a_file}, 3, "a file"),
+            ("output in the application", {"out": self.app / "Contents/www"}, 1, "inside the application"),
             ("unknown platform", {"platform": "amiga"}, 2, "platform"),
             ("symbolic link", {"before": link}, 1, "symbolic link"),
         ]
@@ -80,10 +85,39 @@ class Publish(unittest.TestCase):
                 self.assertEqual({p.name: p.read_bytes() for p in self.out.iterdir()}, before)
 
     def test_the_version_comes_last(self):
-        (self.out / "mac_Vantorel_changelog").mkdir(parents=True)
+        self.out.mkdir()
+        libc = ctypes.CDLL(None)
+        watch = libc.inotify_init1(0)
+        moved_to = 0x80
+        self.assertGreaterEqual(libc.inotify_add_watch(watch, os.fsencode(self.out), moved_to), 0)
+        self.assertEqual(self.publish().returncode, 0)
+        names, events = [], os.read(watch, 4096)
+        while events:
+            length = struct.unpack_from("iIII", events)[3]
+            names.append(events[16:16 + length].rstrip(b"\0").decode())
+            events = events[16 + length:]
+        self.assertEqual(names[-1], "mac_Vantorel_version")
+        self.assertEqual(len(names), 3)
+
+    def test_what_was_published_before_stays_when_a_step_fails(self):
+        self.assertEqual(self.publish(version="17").returncode, 0)
+        version = self.out / "mac_Vantorel_version"
+        version.unlink()
+        (version / "in the way").mkdir(parents=True)
+        before = {p.name: p.read_bytes() for p in self.out.iterdir() if p.is_file()}
+        self.notes.write_text("other notes")
+        (self.app / "Contents/new").write_text("new")
         self.assertEqual(self.publish().returncode, 3)
-        self.assertTrue((self.out / "mac_Vantorel_update").is_file())
-        self.assertFalse((self.out / "mac_Vantorel_version").exists())
+        self.assertEqual({p.name: p.read_bytes() for p in self.out.iterdir() if p.is_file()}, before)
+
+    def test_one_run_at_a_time(self):
+        self.out.mkdir()
+        folder = os.open(self.out, os.O_RDONLY)
+        self.addCleanup(os.close, folder)
+        fcntl.flock(folder, fcntl.LOCK_EX)
+        result = self.publish()
+        self.assertEqual((result.returncode, list(self.out.iterdir())), (3, []))
+        self.assertIn("another run", result.stderr)
 
 
 if __name__ == "__main__":

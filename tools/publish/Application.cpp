@@ -1,9 +1,14 @@
 #include "tools/publish/Application.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <limits>
 
+#include "platform/files/SideFile.h"
 #include "tools/publish/PublishError.h"
 
 namespace vantorel::publish {
@@ -18,11 +23,11 @@ constexpr std::size_t kMostMembers = 65535;
   throw PublishError(ExitCode::kBadInput, path + ": " + why);
 }
 
-// Whether this is the side file with the classic attributes of a file beside it, which travels with that
-// file.
+// Whether this holds the classic attributes of a file beside it, with which it travels.
 bool IsSideFile(const fs::path& path) {
   const std::string name = path.filename();
-  return name.starts_with("._") && fs::exists(path.parent_path() / name.substr(2));
+  return SideFile::IsNamedLikeOne(name) && fs::exists(path.parent_path() / SideFile::ItemNameOf(name)) &&
+         SideFile::IsOne(path);
 }
 
 AppFile Describe(const fs::directory_entry& entry, const std::string& archive_path) {
@@ -33,6 +38,8 @@ AppFile Describe(const fs::directory_entry& entry, const std::string& archive_pa
   const bool folder = entry.is_directory();
   if (!folder && !entry.is_regular_file()) Refuse(entry.path(), "is neither a file nor a folder");
   const std::string native = entry.path();
+  if (access(native.c_str(), R_OK) != 0)
+    throw PublishError(ExitCode::kFileError, native + ": " + std::strerror(errno));
   AppFile file;
   file.path = archive_path;
   if (folder) file.path += "/";

@@ -1,10 +1,12 @@
 #include "tools/publish/OutputFolder.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -19,8 +21,8 @@ namespace {
   throw PublishError(ExitCode::kFileError, path + ": " + std::strerror(errno));
 }
 
-void Sync(const std::string& path, int flags) {
-  const int descriptor = open(path.c_str(), flags | O_CLOEXEC);
+void Sync(const std::string& path) {
+  const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (descriptor < 0) FailWithErrno(path);
   const bool synced = fsync(descriptor) == 0;
   close(descriptor);
@@ -33,15 +35,31 @@ OutputFolder::OutputFolder(std::string path) : path_(std::move(path)) {
   std::error_code error;
   std::filesystem::create_directories(path_, error);
   if (error) throw PublishError(ExitCode::kFileError, path_ + ": " + error.message());
+  folder_ = open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (folder_ < 0) FailWithErrno(path_);
+  if (flock(folder_, LOCK_EX | LOCK_NB) == 0) return;
+  const int cause = errno;
+  close(folder_);
+  if (cause == EWOULDBLOCK)
+    throw PublishError(ExitCode::kFileError, path_ + ": another run publishes in it right now");
+  errno = cause;
+  FailWithErrno(path_);
 }
 
-std::string OutputFolder::Draft(const std::string& name) const {
-  std::string draft = path_ + "/." + name + ".new";
+OutputFolder::~OutputFolder() {
+  for (auto placed = placed_.rbegin(); placed != placed_.rend(); ++placed) TakeBack(*placed);
+  for (const std::string& name : drafts_) unlink(DraftOf(name).c_str());
+  close(folder_);
+}
+
+std::string OutputFolder::Draft(const std::string& name) {
+  std::string draft = DraftOf(name);
   if (unlink(draft.c_str()) != 0 && errno != ENOENT) FailWithErrno(draft);
+  drafts_.push_back(name);
   return draft;
 }
 
-void OutputFolder::WriteDraft(const std::string& name, std::string_view content) const {
+void OutputFolder::WriteDraft(const std::string& name, std::string_view content) {
   const std::string draft = Draft(name);
   std::ofstream stream(draft, std::ios::binary);
   stream.write(content.data(), static_cast<std::streamsize>(content.size()));
@@ -49,13 +67,27 @@ void OutputFolder::WriteDraft(const std::string& name, std::string_view content)
   if (!stream) FailWithErrno(draft);
 }
 
-void OutputFolder::Place(const std::string& name) const {
-  const std::string draft = path_ + "/." + name + ".new";
-  const std::string final_path = path_ + "/" + name;
-  Sync(draft, O_RDONLY);
+void OutputFolder::Place(const std::string& name) {
+  const std::string draft = DraftOf(name);
+  const std::string final_path = PathOf(name);
+  Sync(draft);
   if (chmod(draft.c_str(), 0644) != 0) FailWithErrno(draft);
-  if (rename(draft.c_str(), final_path.c_str()) != 0) FailWithErrno(final_path);
-  Sync(path_, O_RDONLY | O_DIRECTORY);
+  struct stat status {};
+  const bool replaces_file = lstat(final_path.c_str(), &status) == 0 && !S_ISDIR(status.st_mode);
+  const bool exchanged =
+      replaces_file && renameat2(AT_FDCWD, draft.c_str(), AT_FDCWD, final_path.c_str(), RENAME_EXCHANGE) == 0;
+  // There are file systems that cannot exchange.
+  if (!exchanged && rename(draft.c_str(), final_path.c_str()) != 0) FailWithErrno(final_path);
+  if (exchanged || !replaces_file) placed_.push_back({name, exchanged});
+  if (fsync(folder_) != 0) FailWithErrno(path_);
+}
+
+void OutputFolder::TakeBack(const Placed& placed) const {
+  if (placed.old_is_draft) {
+    rename(DraftOf(placed.name).c_str(), PathOf(placed.name).c_str());
+  } else {
+    unlink(PathOf(placed.name).c_str());
+  }
 }
 
 }  // namespace vantorel::publish

@@ -1,27 +1,47 @@
-// The folder that a web server serves. Files appear in it whole or not at all.
+// The folder that a web server serves. Files appear in it whole or not at all, and what a run has put there
+// goes again, with what stood there before in its place, unless the run is completed. One run at a time.
 #pragma once
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vantorel::publish {
 
 class OutputFolder {
  public:
-  // Makes the folder if it is missing. Raises PublishError.
+  // Makes the folder if it is missing, and locks it. Raises PublishError.
   explicit OutputFolder(std::string path);
+  // Unless Complete was called: undoes what was placed. Drafts are removed in any case.
+  ~OutputFolder();
+  OutputFolder(const OutputFolder&) = delete;
+  OutputFolder& operator=(const OutputFolder&) = delete;
 
   // Where the file `name` is made before it is put in place; nothing is there yet. Left-overs of a run that
-  // was broken off are removed.
-  std::string Draft(const std::string& name) const;
+  // was broken off are removed. Raises PublishError.
+  std::string Draft(const std::string& name);
   // Writes a draft of `name` with this content. Raises PublishError.
-  void WriteDraft(const std::string& name, std::string_view content) const;
+  void WriteDraft(const std::string& name, std::string_view content);
   // Brings the draft safely to disk, readable to all, and puts it in the place of `name` in one step. Raises
   // PublishError.
-  void Place(const std::string& name) const;
+  void Place(const std::string& name);
+  // What was placed stays.
+  void Complete() { placed_.clear(); }
 
  private:
+  struct Placed {
+    std::string name;
+    bool old_is_draft;  // what stood there before has the draft's name now
+  };
+
+  std::string PathOf(const std::string& name) const { return path_ + "/" + name; }
+  std::string DraftOf(const std::string& name) const { return path_ + "/." + name + ".new"; }
+  void TakeBack(const Placed& placed) const;
+
   std::string path_;
+  int folder_ = -1;
+  std::vector<std::string> drafts_;
+  std::vector<Placed> placed_;
 };
 
 }  // namespace vantorel::publish

@@ -1,7 +1,7 @@
 #include "tools/publish/Update.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -23,8 +23,7 @@ void CheckVersion(const std::string& version) {
   if (version.find('_') != std::string::npos) {
     Refuse("the version '" + version +
            "' holds an underscore; a launcher reads its record of the version only up to there and would "
-           "update at "
-           "every start");
+           "update at every start");
   }
   const bool plain = std::none_of(version.begin(), version.end(),
                                   [](char c) { return static_cast<unsigned char>(c) <= ' ' || c == '\x7F'; });
@@ -64,6 +63,13 @@ std::string ReadNotes(const std::string& path) {
   return notes;
 }
 
+// The next update would hold this one.
+void CheckApart(const std::string& output, const std::string& application) {
+  const std::filesystem::path way = std::filesystem::weakly_canonical(output).lexically_relative(
+      std::filesystem::weakly_canonical(application));
+  if (*way.begin() != "..") Refuse(output + ": lies inside the application that is to be published");
+}
+
 }  // namespace
 
 void Publish(const Update& update) {
@@ -72,19 +78,17 @@ void Publish(const Update& update) {
   const std::string target = update.platform == "mac" ? "Vantorel.app" : "Vantorel";
   const std::vector<AppFile> files = ListApplication(update.application, target);
 
-  const OutputFolder folder(update.output_folder);
+  CheckApart(update.output_folder, update.application);
+
+  OutputFolder folder(update.output_folder);
   const std::string prefix = update.platform + "_Vantorel";
   const std::string archive = folder.Draft(prefix + "_update");
-  try {
-    MakeArchive(archive, files);
-    VerifyArchive(archive, files);
-    folder.WriteDraft(prefix + "_changelog", notes);
-    folder.WriteDraft(prefix + "_version", update.version);
-  } catch (const PublishError&) {
-    for (const char* suffix : {"_update", "_changelog", "_version"}) folder.Draft(prefix + suffix);
-    throw;
-  }
+  MakeArchive(archive, files);
+  VerifyArchive(archive, files);
+  folder.WriteDraft(prefix + "_changelog", notes);
+  folder.WriteDraft(prefix + "_version", update.version);
   for (const char* suffix : {"_update", "_changelog", "_version"}) folder.Place(prefix + suffix);
+  folder.Complete();
 }
 
 }  // namespace vantorel::publish

@@ -11,13 +11,12 @@ namespace {
 constexpr char kExamples[] =
     "Example:\n"
     "  vantorel-publish --app build/Vantorel.app --version 18 --notes NOTES.txt --out /srv/www/vantorel\n"
-    "writes mac_Vantorel_update, mac_Vantorel_changelog and, last, mac_Vantorel_version into the folder that "
-    "the web\n"
-    "server serves. Each file appears whole or not at all, so launchers may go on asking meanwhile.\n"
+    "writes mac_Vantorel_update, mac_Vantorel_changelog and, last, mac_Vantorel_version into the folder\n"
+    "that the web server serves. Each file appears whole or not at all, so launchers may go on asking\n"
+    "meanwhile.\n"
     "\n"
-    "Exit codes: 0 published, 1 what was given is no good, 2 wrong usage, 3 a file or disk error. On any but "
-    "0 the\n"
-    "update that was published before is still in place.";
+    "Exit codes: 0 published, 1 what was given is no good, 2 wrong usage, 3 a file or disk error. On any\n"
+    "but 0 the update that was published before is in place, or again in place.";
 
 int Fail(vantorel::publish::ExitCode code, const char* why) {
   std::fprintf(stderr, "vantorel-publish: %s\n", why);
