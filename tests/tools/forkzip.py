@@ -51,14 +51,17 @@ class Member:
                            offset if self.offset is None else self.offset) + self.name + self.extra + self.comment
 
 
-def archive(*members, comment=b"", count=None, gap=b""):
-    """The bytes of an archive; `gap` follows each member and belongs to none."""
+def archive(*members, comment=b"", count=None, gap=b"", between=b"", zip64=False):
+    """The bytes of an archive; `gap` follows each member and belongs to none, `between` the directory."""
     body, directory = b"", b""
     for member in members:
         directory += b"" if member.hole else member.central(len(body))
         body += member.local() + gap
     count = sum(not member.hole for member in members) if count is None else count
-    return body + directory + struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, count, count, len(directory), len(body),
+    if zip64:
+        between = struct.pack("<IQHHIIQQQQIIQI", 0x06064B50, 44, 45, 45, 0, 0, count, count, len(directory), len(body),
+                              0x07064B50, 0, len(body) + len(directory), 1)
+    return body + directory + between + struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, count, count, len(directory), len(body),
                                           len(comment)) + comment
 
 

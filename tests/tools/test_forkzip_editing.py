@@ -106,6 +106,10 @@ class Editing(ForkzipTest):
             ("a wrong count, in place", archive(Member("f"), Member("g"), count=1), "add", in_place, ["new"],
              "announces 1 member"),
             ("what lies behind the end", good + b"trailer", "add", [], ["new"], "7 bytes behind the end"),
+            ("an archive of the same layout in front", good + archive(Member("f", b"54321"), Member("g", b"2")),
+             "comment", [], ["x"], "bytes between its directory and its end record"),
+            ("a Zip64 record that tells another story", archive(Member("f"), between=archive(zip64=True)[:76]), "comment",
+             in_place, ["x"], "76 bytes between"),
             ("too many members", many, "add", [], ["new"], "the format ends at 65535"),
             ("too many members, in place", many, "add", in_place, ["new"], "the format ends at 65535"),
             ("overlapping members", overlapping, "compact", [], [], "overlaps"),
@@ -131,6 +135,31 @@ class Editing(ForkzipTest):
             self.expect(0, verb, "-q", self.zip, *arguments)
             self.assert_others_accept()
         self.assertLess(len(self.zip.read_bytes()), len(descriptors) - 50)
+
+    def test_members_of_unusual_shape(self):
+        """What an edit makes of members that share data, have no name of their own, or look like the tool's own."""
+        self.write("mac", "new")
+        mac = [Member("mac", b"old", extra=UNIX_TIMES), Member("__MACOSX/._mac", apple_double(b"f"), extra=UNIX_TIMES)]
+        shared = [Member("x"), Member("short", b"1" * 10), Member("long", b"2" * 1000, offset=31)]
+        cases = [
+            ("a replaced member's companion goes with it", mac, "add", ["mac"], ["mac"]),
+            ("what stands for no members gives way", [Member("/")], "add", ["mac"], ["mac"]),
+            ("but not if it holds data", [Member("/", b"data")], "add", ["mac"], ["/", "mac"]),
+            ("nor beside another", [Member("/"), Member("a")], "add", ["mac"], ["/", "a", "mac"]),
+            ("a short member at a long one's data", shared, "delete", ["x"], ["short", "long"]),
+            ("no name of its own", [Member("a"), Member(""), Member("b")], "delete", ["a"], ["b"]),
+            ("the same stays", [Member("a"), Member(""), Member("b")], "duplicate", ["b", "c"], ["a", "", "b", "c"]),
+        ]
+        for what, members, verb, arguments, names in cases:
+            for way in ([], ["--in-place"])[:1 if members is mac else 2]:
+                with self.subTest(what, way=way):
+                    content = archive(*members)
+                    self.zip.write_bytes(content)
+                    self.expect(0, verb, "-q", *way, self.zip, *arguments)
+                    with zipfile.ZipFile(self.zip) as other:
+                        self.assertEqual([info.orig_filename for info in other.infolist()], names)
+                    if members is shared:
+                        self.assertIn(content[66:1066], self.zip.read_bytes())
 
     def test_what_a_tree_leaves_out(self):
         self.tree()

@@ -1,7 +1,5 @@
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
+#include <set>
 #include <unordered_set>
 
 #include "tools/forkzip/AddingOptions.h"
@@ -13,7 +11,8 @@
 #include "tools/forkzip/Output.h"
 #include "tools/forkzip/Preflight.h"
 #include "tools/forkzip/Printable.h"
-#include "tools/forkzip/Rebuild.h"
+#include "tools/forkzip/RawDirectory.h"
+#include "tools/forkzip/RecordKey.h"
 #include "tools/forkzip/Verbs.h"
 
 namespace vantorel::forkzip {
@@ -42,19 +41,35 @@ AddPlan PlanOf(const AddOptionsOfVerb& options, Problems& problems) {
   return plan;
 }
 
-// Whether a member gives way to those that were added: it is called as one of them, or it is the one that
-// stands in an archive of no members. What could not be added replaces nothing.
+// Whether it is the member that stands in an archive of no members.
+bool StandsForNone(const RawDirectory& directory) {
+  return directory.records.size() == 1 && directory.records[0].Name() == "/" &&
+         directory.records[0].Size() == 0;
+}
+
+// Which old members give way to those that were added: they are called as one of them, and their companions
+// go with them. What could not be added replaces nothing.
 class GivesWay {
  public:
-  // The new members are those from `first_new` on.
-  GivesWay(const Ref<ZipArchive>& archive, std::int32_t first_new) : names_{"/"} {
-    for (std::int32_t i = first_new; i <= archive->EntryCount(); ++i)
+  // The new members of the archive are those behind the old ones.
+  GivesWay(const Ref<ZipArchive>& archive, std::int32_t old_members, const RawDirectory& before) {
+    if (StandsForNone(before)) names_.emplace("/");
+    for (std::int32_t i = old_members + 1; i <= archive->EntryCount(); ++i)
       names_.emplace(archive->Entry(i)->z_origEncodedName().view());
+    for (std::int32_t i = 1; i <= old_members; ++i) {
+      const Ref<ZipEntry> entry = archive->Entry(i);
+      if (entry->appleDoubleEntry && names_.contains(KeyOf(entry).second))
+        companions_.insert(KeyOf(entry->appleDoubleEntry));
+    }
   }
-  bool operator()(std::string_view name) const { return names_.contains(std::string(name)); }
+  bool operator()(const RawRecord& record) const {
+    return names_.contains(std::string(record.Name())) ||
+           (!companions_.empty() && companions_.contains(KeyOf(record)));
+  }
 
  private:
   std::unordered_set<std::string> names_;
+  std::set<RecordKey> companions_;
 };
 
 // How many members there will be if all that is planned can be added.
@@ -79,13 +94,13 @@ void AddByCopy(const AddOptionsOfVerb& options, const AddPlan& plan, const Ref<P
   const std::int32_t old_members = archive->EntryCount();
   MemberWriter(archive, options.Ways(), problems).Add(plan, progress);
   if (archive->EntryCount() == old_members) throw Failure(problems.Code(), "nothing was added");
-  const GivesWay gives_way(archive, old_members + 1);
+  const GivesWay gives_way(archive, old_members, before);
   CloseWritten(archive);
 
   // The engine wrote a directory of what it saw; this one has the old records as they were, and the new ones.
   const RawDirectory written = RawDirectory::Read(copy.File());
   RawDirectory after = before;
-  std::erase_if(after.records, [&](const RawRecord& record) { return gives_way(record.Name()); });
+  std::erase_if(after.records, [&](const RawRecord& record) { return gives_way(record); });
   after.records.insert(after.records.end(), written.records.begin() + old_members, written.records.end());
   Preflight::CheckCount(after.records.size());
   after.start = written.start;
@@ -114,9 +129,9 @@ void AddInPlace(const AddOptionsOfVerb& options, const AddPlan& plan, const Ref<
     edit.Finish();
     throw Failure(problems.Code(), "nothing was added");
   }
-  const GivesWay gives_way(archive, static_cast<std::int32_t>(old_members) + 1);
+  const GivesWay gives_way(archive, static_cast<std::int32_t>(old_members), edit.Before());
   for (std::size_t i = old_members; i > 0; --i) {
-    if (gives_way(edit.Before().records[i - 1].Name())) archive->RemoveEntry(static_cast<std::int32_t>(i));
+    if (gives_way(edit.Before().records[i - 1])) archive->RemoveEntry(static_cast<std::int32_t>(i));
   }
   edit.Finish();
 }

@@ -11,8 +11,8 @@
 #include "tools/forkzip/Preflight.h"
 #include "tools/forkzip/Printable.h"
 #include "tools/forkzip/Rebuild.h"
+#include "tools/forkzip/RecordKey.h"
 #include "tools/forkzip/Verbs.h"
-#include "zip/archive/ZipRecords.h"
 
 namespace vantorel::forkzip {
 
@@ -27,26 +27,12 @@ constexpr const char* kHelp =
     "  forkzip delete backup.zip '*.o' cache/           what matches a pattern; a folder and what is in it\n"
     "  forkzip delete --in-place big.zip old.iso && forkzip compact --in-place big.zip";
 
-// Tells records apart: where the local header lies, and the name.
-using RecordKey = std::pair<std::uint32_t, std::string>;
-
-RecordKey KeyOf(const Ref<ZipEntry>& entry) {
-  return {static_cast<std::uint32_t>(entry->header->Long(CentralHeader::kLocalHeaderOffset)),
-          std::string(entry->z_origEncodedName().view())};
-}
-
 // The records that stay. A member's companion goes with it.
 RawDirectory Without(RawDirectory directory, const Ref<ZipArchive>& archive,
                      const std::vector<std::int32_t>& members) {
   std::set<RecordKey> doomed;
-  for (const std::int32_t i : members) {
-    const Ref<ZipEntry> entry = archive->Entry(i);
-    doomed.insert(KeyOf(entry));
-    if (entry->appleDoubleEntry) doomed.insert(KeyOf(entry->appleDoubleEntry));
-  }
-  std::erase_if(directory.records, [&](const RawRecord& record) {
-    return doomed.contains({record.Offset(), std::string(record.Name())});
-  });
+  for (const std::int32_t i : members) AddKeysOf(archive->Entry(i), doomed);
+  std::erase_if(directory.records, [&](const RawRecord& record) { return doomed.contains(KeyOf(record)); });
   return directory;
 }
 

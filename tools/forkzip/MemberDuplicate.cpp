@@ -7,6 +7,7 @@
 #include "tools/forkzip/Preflight.h"
 #include "tools/forkzip/Printable.h"
 #include "tools/forkzip/Problems.h"
+#include "tools/forkzip/RecordKey.h"
 #include "zip/archive/ZipRecords.h"
 
 namespace vantorel::forkzip {
@@ -44,10 +45,9 @@ RawRecord AppendDuplicate(int from, const RawRecord& source, const std::string& 
 }
 
 const RawRecord& RecordOf(const RawDirectory& directory, const Ref<ZipEntry>& entry) {
-  const auto offset = static_cast<std::uint32_t>(entry->header->Long(CentralHeader::kLocalHeaderOffset));
-  const std::string_view name = entry->z_origEncodedName().view();
+  const RecordKey key = KeyOf(entry);
   for (const RawRecord& record : directory.records) {
-    if (record.Offset() == offset && record.Name() == name) return record;
+    if (record.Offset() == key.first && record.Name() == key.second) return record;
   }
   throw Failure(ExitCode::kBadArchive, "the directory is damaged");
 }

@@ -50,10 +50,14 @@ std::vector<MemberExtent> ExtentsOf(int file, const RawDirectory& directory) {
                    [](const RawRecord* a, const RawRecord* b) { return a->Offset() < b->Offset(); });
   std::vector<MemberExtent> extents;
   for (const RawRecord* record : in_file_order) {
-    if (!extents.empty() && extents.back().begin == record->Offset()) continue;
-    if (!extents.empty() && extents.back().end > record->Offset())
+    const MemberExtent extent = ExtentOf(file, *record, directory.start);
+    if (!extents.empty() && extents.back().begin == extent.begin) {
+      extents.back().end = std::max(extents.back().end, extent.end);
+      continue;
+    }
+    if (!extents.empty() && extents.back().end > extent.begin)
       Fail(*record, "its data overlaps another member's");
-    extents.push_back(ExtentOf(file, *record, directory.start));
+    extents.push_back(extent);
   }
   return extents;
 }

@@ -9,7 +9,7 @@
 namespace vantorel::forkzip {
 
 // Local header, data and, where there is one, data descriptor of one member. Records that share a local
-// header share an extent.
+// header share an extent, which holds what the longest of them needs.
 struct MemberExtent {
   std::uint32_t begin = 0;
   std::uint32_t end = 0;

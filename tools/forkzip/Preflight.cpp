@@ -34,6 +34,12 @@ void CheckDirectory(int file, const RawDirectory& directory) {
            std::to_string(directory.records.size()) +
            "; extract what it holds and make a new archive of that");
   }
+  if (directory.unknown != 0) {
+    Refuse(
+        Count(directory.unknown, "byte") +
+        " between its directory and its end record would be lost, and other programs may see other members "
+        "there; extract what it holds and make a new archive of that");
+  }
   // Zeros are filling, from programs that write in whole blocks.
   const std::string behind =
       length > directory.end ? ReadAt(file, directory.end, length - directory.end) : "";

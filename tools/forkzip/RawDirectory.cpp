@@ -40,6 +40,32 @@ std::size_t FindEndRecord(std::string_view tail) {
   return tail.rfind(LittleEndian32(EndRecord::kMagic), tail.size() - EndRecord::kSize);
 }
 
+// The Zip64 forms of the end record and its locator (APPNOTE 4.3.14 and 4.3.15) stand between the records and
+// the end record.
+namespace Zip64 {
+constexpr std::uint32_t kMagic = 0x06064B50;
+constexpr std::int32_t kSizeOfRest = 4;  // of what follows this field; 8 bytes, as the next two
+constexpr std::int32_t kDirectorySize = 40;
+constexpr std::int32_t kDirectoryOffset = 48;
+constexpr std::int32_t kSize = 56;  // less an extensible part
+constexpr std::int32_t kFieldsBeforeRest = 12;
+constexpr std::uint32_t kLocatorMagic = 0x07064B50;
+constexpr std::int32_t kLocatorSize = 20;
+}  // namespace Zip64
+
+// Whether `count` bytes at `at` are nothing but these two, and tell of the same directory.
+bool IsZip64End(int file, std::uint64_t at, std::uint64_t count, std::uint32_t start, std::uint32_t size) {
+  if (count < Zip64::kSize + Zip64::kLocatorSize) return false;
+  const std::string record = ReadAt(file, at, Zip64::kSize);
+  const std::string locator = ReadAt(file, at + count - Zip64::kLocatorSize, Zip64::kLocatorSize);
+  const auto field = [&](std::int32_t offset) {
+    return std::uint64_t{Get32(record, offset + 4)} << 32U | Get32(record, offset);
+  };
+  return Get32(record, 0) == Zip64::kMagic && Get32(locator, 0) == Zip64::kLocatorMagic &&
+         field(Zip64::kSizeOfRest) == count - Zip64::kLocatorSize - Zip64::kFieldsBeforeRest &&
+         field(Zip64::kDirectorySize) == size && field(Zip64::kDirectoryOffset) == start;
+}
+
 // Cuts the first record off `bytes`.
 std::string_view TakeRecord(std::string_view& bytes) {
   if (bytes.size() < CentralHeader::kSize ||
@@ -105,11 +131,16 @@ RawDirectory RawDirectory::Read(int file) {
 
   RawDirectory directory;
   directory.comment = end_record.substr(EndRecord::kSize, Get16(end_record, EndRecord::kCommentLength));
-  directory.end = length - tail.size() + at + EndRecord::kSize + directory.comment.size();
+  const std::uint64_t end_record_at = length - tail.size() + at;
+  directory.end = end_record_at + EndRecord::kSize + directory.comment.size();
   directory.start = Get32(end_record, EndRecord::kDirectoryOffset);
   directory.announced = Get16(end_record, EndRecord::kEntriesTotal);
   const std::uint32_t size = Get32(end_record, EndRecord::kDirectorySize);
-  if (std::uint64_t{directory.start} + size > length) FailAsCorrupt();
+  const std::uint64_t records_end = std::uint64_t{directory.start} + size;
+  if (records_end > end_record_at) FailAsCorrupt();
+  const std::uint64_t between = end_record_at - records_end;
+  const bool known = IsZip64End(file, records_end, between, directory.start, size);
+  directory.unknown = known ? 0 : between;
   const std::string bytes = ReadAt(file, directory.start, size);
   for (std::string_view rest = bytes; !rest.empty();) {
     directory.records.emplace_back(TakeRecord(rest));

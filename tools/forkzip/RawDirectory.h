@@ -37,6 +37,7 @@ struct RawDirectory {
   std::uint32_t start = 0;      // where the records begin
   std::uint64_t end = 0;        // behind the end record and its comment
   std::uint32_t announced = 0;  // the count in the end record
+  std::uint64_t unknown = 0;    // bytes between the records and the end record that are no Zip64 record
 
   // The count in the end record; 0 if there is no such record.
   static std::uint32_t CountOfMembers(int file);
