@@ -2,57 +2,32 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "tests/support/MacBytes.h"
 #include "tests/support/OpenZip.h"
-#include "zip/extract/SeqDataOutputStream.h"
+#include "tests/support/RecordingMonitor.h"
+#include "tests/support/StringStreams.h"
 
-namespace vantorel {
+namespace vantorel::testing {
 namespace {
 
-using namespace testing;  // NOLINT(google-build-using-namespace): builders of bytes
-
 // Notes what happens to it, in a log that several share.
-struct LoggedOutput : SeqDataOutputStream {
+struct LoggedOutput : StringSink {
   LoggedOutput(std::string name_in, std::string& log_in) : name(std::move(name_in)), log(log_in) {}
   bool Write(const String& data) override {
-    bytes += data.view();
     largest_write = std::max(largest_write, data.size());
-    return writable;
+    return StringSink::Write(data) && writable;
   }
-  bool Open() override {
-    log += name + ".open ";
-    return can_open;
-  }
-  bool Close() override {
-    log += name + ".close ";
-    return can_close;
-  }
-  void GetErrorDescription(std::int32_t& /*code*/, String& /*text*/) override {}
-  bool Skip(std::int32_t /*count*/) override { return false; }
-  void ClearError() override {}
-  bool Flush() override { return true; }
+  bool Open() override { return log += name + ".open ", can_open; }
+  bool Close() override { return log += name + ".close ", can_close; }
 
   std::string name;
   std::string& log;
-  std::string bytes;
   std::size_t largest_write = 0;
   bool can_open = true;
   bool can_close = true;
   bool writable = true;
-};
-
-struct Monitor : ZipProgressNotifier {
-  void EntryProgress(const Ref<ZipEntry>& /*entry*/, std::int32_t total, std::int32_t done,
-                     bool& abort) override {
-    log += std::to_string(done) + "/" + std::to_string(total) + " ";
-    abort = done >= abort_at;
-  }
-  void ItemFailed(const Ref<FolderItem>& /*item*/, std::int32_t /*code*/, const String& /*message*/,
-                  bool& /*stop*/) override {}
-  void ItemStarting(const Ref<FolderItem>& /*item*/, bool& /*abort*/) override {}
-  std::int32_t abort_at = 1 << 30;
-  std::string log;
 };
 
 class Unzip : public ::testing::Test {
@@ -78,55 +53,39 @@ constexpr const char* kNoLocalHeader =
     "Invalid Local File Header signature (archive appears to be severely corrupted)";
 constexpr const char* kCorrupted = "Data appears to be corrupted";
 
-ZipMember Forged(const char* what, std::uint32_t value) {
-  ZipMember m = DeflatedMember("f", "some text, some text");
-  const std::string field = what;
-  if (field == "crc") m.crc = value;
-  if (field == "size") m.uncompressed_size = value;
-  if (field == "compressed size") m.compressed_size = value;
-  if (field == "flags") m.flags = value;
-  if (field == "local flags") m.local_flags = value;
-  if (field == "method") m.method = value;
-  if (field == "offset") m.local_offset = value;
-  return m;
+template <typename Field>
+ZipMember With(Field ZipMember::*field, std::uint32_t value, ZipMember member) {
+  member.*field = value;
+  return member;
 }
 
 TEST_F(Unzip, ForgedMembersGetTheirMessage) {
-  struct Case {
-    const char* name;
-    ZipMember member;
-    std::string message;
+  using M = ZipMember;
+  constexpr const char* kOther = "An error -3 occured while deflation";
+  constexpr const char* kShort = "An error -5 occured while deflation";
+  const M packed = DeflatedMember("f", "some text, some text");
+  const M stored{.name = "f", .data = "stored"};
+  const std::tuple<const char*, M, const char*> cases[] = {
+      {"a good one", packed, ""},
+      {"local header not where it should be", With(&M::local_offset, 1, packed), kNoLocalHeader},
+      {"local header beyond the file", With(&M::local_offset, 0x7FFFFFFF, packed), kNoLocalHeader},
+      {"local header beyond 2^31", With(&M::local_offset, 0x80000000, packed), kNoLocalHeader},
+      {"other flags in the local header", With(&M::local_flags, 2, packed), "File Headers mismatch"},
+      {"encrypted", With(&M::flags, 1, packed), "Unsupported format (encrypted)"},
+      {"method unknown", With(&M::method, 12, packed), "Unsupported compression method (12)"},
+      {"wrong sum", With(&M::crc, 1, packed), kOther},
+      {"size too large", With(&M::uncompressed_size, 21, packed), kOther},
+      {"deflated data cut", With(&M::compressed_size, 5, packed), kShort},
+      {"negative compressed size", With(&M::compressed_size, 0x80000000, packed), kShort},
+      {"2 GiB claimed, deflated", With(&M::uncompressed_size, 0x7FFFFFFF, packed), kOther},
+      {"2^31 bytes claimed", With(&M::uncompressed_size, 0x80000000, stored), kCorrupted},
+      {"a stored member's sum is not looked at", With(&M::crc, 1, stored), ""},
+      {"stored data beyond the end of the file",
+       With(&M::uncompressed_size, 5000, With(&M::compressed_size, 5000, stored)), kCorrupted},
   };
-  const ZipMember stored{.name = "f", .data = "stored"};
-  ZipMember cut = stored;
-  cut.uncompressed_size = cut.compressed_size = 5000;
-  ZipMember wrong_sum = stored;
-  wrong_sum.crc = 1;
-  ZipMember huge = stored;
-  huge.uncompressed_size = 0x80000000;
-  const Case cases[] = {
-      {"a good one", DeflatedMember("f", "text"), ""},
-      {"local header not where it should be", Forged("offset", 1), kNoLocalHeader},
-      {"local header beyond the file", Forged("offset", 0x7FFFFFFF), kNoLocalHeader},
-      {"local header beyond 2^31", Forged("offset", 0x80000000), kNoLocalHeader},
-      {"other flags in the local header", Forged("local flags", 2), "File Headers mismatch"},
-      {"encrypted", Forged("flags", 1), "Unsupported format (encrypted)"},
-      {"method unknown", Forged("method", 12), "Unsupported compression method (12)"},
-      {"wrong sum", Forged("crc", 1), "An error -3 occured while deflation"},
-      {"size too large", Forged("size", 21), "An error -3 occured while deflation"},
-      {"deflated data cut", Forged("compressed size", 5), "An error -5 occured while deflation"},
-      {"negative compressed size", Forged("compressed size", 0x80000000),
-       "An error -5 occured while deflation"},
-      {"2 GiB claimed, deflated", Forged("size", 0x7FFFFFFF), "An error -3 occured while deflation"},
-      {"2^31 bytes claimed", huge, kCorrupted},
-      {"a stored member's sum is not looked at", wrong_sum, ""},
-      {"stored data beyond the end of the file", cut, kCorrupted},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    EXPECT_EQ(Extract({c.member}), c.message);
-    const auto archive = OpenZip(folder_, {c.member});
-    EXPECT_EQ(archive->Entry(1)->Verify(), c.message.empty());
+  for (const auto& [name, member, message] : cases) {
+    EXPECT_EQ(Extract({member}), message) << name;
+    EXPECT_EQ(OpenZip(folder_, {member})->Entry(1)->Verify(), message[0] == '\0') << name;
   }
 }
 
@@ -148,19 +107,21 @@ TEST_F(Unzip, LocalHeaderMustAgreeWithTheDirectory) {
 
 TEST_F(Unzip, OutputsThatFail) {
   const std::vector<ZipMember> mac = {{.name = "f", .data = MacBinaryMember("f", "data", "rsrc")}};
-  data_->can_open = false;
-  EXPECT_EQ(Extract(mac), "Opening destination file failed");
-  data_->can_open = true;
-  rsrc_->can_open = false;
-  log_.clear();
-  EXPECT_EQ(Extract(mac), "Opening destination rsrc fork failed");
-  EXPECT_EQ(log_, "data.open data.close rsrc.open ");
-  rsrc_->can_open = true;
-  rsrc_->can_close = false;
-  EXPECT_EQ(Extract(mac), "File write error (disk full?)");
-  rsrc_->can_close = true;
-  data_->writable = false;
-  EXPECT_EQ(Extract(mac), "File write error (disk full?)");
+  const std::string both = "data.open data.close rsrc.open rsrc.close data.close ";
+  const std::tuple<Ref<LoggedOutput>, bool LoggedOutput::*, const char*, std::string> cases[] = {
+      {data_, &LoggedOutput::can_open, "Opening destination file failed", "data.open "},
+      {rsrc_, &LoggedOutput::can_open, "Opening destination rsrc fork failed",
+       "data.open data.close rsrc.open "},
+      {rsrc_, &LoggedOutput::can_close, "File write error (disk full?)", both},
+      {data_, &LoggedOutput::writable, "File write error (disk full?)", "data.open rsrc.close data.close "},
+  };
+  for (const auto& [output, ability, message, log] : cases) {
+    log_.clear();
+    output.get()->*ability = false;
+    EXPECT_EQ(Extract(mac), message);
+    EXPECT_EQ(log_, log) << message;
+    output.get()->*ability = true;
+  }
   const auto archive = OpenZip(folder_, mac);
   const Ref<ZipEntry> entry = archive->Entry(1);
   EXPECT_THROW(entry->Extract(false, nil, nil, block_), RuntimeException);
@@ -171,15 +132,15 @@ TEST_F(Unzip, OutputsThatFail) {
 
 TEST_F(Unzip, ProgressAndAbort) {
   const auto archive = OpenZip(folder_, {{.name = "f", .data = std::string(40000, 'x')}});
-  const auto monitor = New<Monitor>();
+  const auto monitor = New<RecordingMonitor>();
   archive->SetProgressMonitor(monitor);
   EXPECT_EQ(Extract(archive), "");
-  EXPECT_EQ(monitor->log, "0/40000 128/40000 16384/40000 32640/40000 40000/40000 ");
-  monitor->log.clear();
+  EXPECT_EQ(monitor->progress, (std::vector{0, 128, 16384, 32640, 40000}));
+  monitor->progress.clear();
   monitor->abort_at = 0;
   data_->bytes.clear();
   EXPECT_EQ(Extract(archive), "Aborted");
-  EXPECT_EQ(monitor->log, "0/40000 40000/40000 ");
+  EXPECT_EQ(monitor->progress, (std::vector{0, 40000}));
   EXPECT_EQ(data_->bytes, "");
 }
 
@@ -187,12 +148,10 @@ TEST_F(Unzip, MacBinaryFallsIntoForks) {
   const std::string data(20000, 'd');
   const std::string rsrc(17000, 'r');
   for (const int level : {1, 2, 3, 4}) {
-    SCOPED_TRACE(level);
-    log_.clear();
-    data_->bytes = rsrc_->bytes = "";
-    EXPECT_EQ(Extract({DeflatedMember("f", MacBinaryMember("name", data, rsrc, level))}), "");
-    EXPECT_EQ(log_, "data.open data.close rsrc.open rsrc.close data.close ");
-    EXPECT_TRUE(data_->bytes == data && rsrc_->bytes == rsrc && block_);
+    log_ = data_->bytes = rsrc_->bytes = "";
+    EXPECT_EQ(Extract({DeflatedMember("f", MacBinaryMember("name", data, rsrc, level))}), "") << level;
+    EXPECT_EQ(log_, "data.open data.close rsrc.open rsrc.close data.close ") << level;
+    EXPECT_TRUE(data_->bytes == data && rsrc_->bytes == rsrc && block_) << level;
   }
   EXPECT_EQ(data_->largest_write, 16384U - 128) << "reads stay smaller by the header";
 
@@ -206,7 +165,6 @@ TEST_F(Unzip, MacBinaryFallsIntoForks) {
 }
 
 TEST_F(Unzip, MacBinaryThatIsNone) {
-  data_->bytes = "";
   ZipMember descriptor{.name = "f", .data = MacBinaryMember("f", "data", "rsrc"), .flags = 8};
   std::string bytes = MakeZip({descriptor});
   Put(bytes, LocalHeader::kCrc, std::string(12, '\0'));
@@ -268,4 +226,4 @@ TEST_F(Unzip, BadCompanions) {
 }
 
 }  // namespace
-}  // namespace vantorel
+}  // namespace vantorel::testing
