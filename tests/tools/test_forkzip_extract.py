@@ -135,6 +135,36 @@ class Extract(ForkzipTest):
                     self.assertIn(b"TEXTttxt", (self.out / "d/._mac").read_bytes())
                 self.assertEqual(self.cat("d/mac"), b"data")
 
+    def test_side_files_that_are_there(self):
+        wrapped, old = mac_binary(b"data", b"fork"), apple_double(b"old fork")
+        mac, both, over = Member("mac", wrapped), {"mac": b"old", "._mac": old}, ["--overwrite"]
+        cases = [
+            ("kept, and the member with it", [mac], {"._mac": old}, [], "._mac, where its", {"._mac": old}),
+            ("kept by a member that fails", [Member("mac", wrapped, crc=1)], both, over, "checksum", both),
+            ("kept where it is a text", [mac], {"._mac": b"text"}, over, "something else", {"._mac": b"text"}),
+            ("kept where it is a link", [mac], {"._mac": None}, over, "link is in the way", {"._mac": None}),
+            ("kept by a member without fork", [Member("mac", b"1")], both, over, "", {**both, "mac": b"1"}),
+            ("kept with --raw", [mac], both, [*over, "--raw"], "", {**both, "mac": wrapped}),
+            ("a member is kept", [Member("._mac", b"text"), mac], both, over, "the member ._mac", {**both, "._mac": b"text"}),
+            ("a fork is kept", [mac, Member("._mac", b"text")], {}, over, "data of another", {"mac": b"data", "._mac": b"fork"}),
+            ("kept by a folder", [Member("mac/", mac_binary(b"", b""))], {"._mac": old}, [], "._mac, where", {"._mac": old}),
+        ]
+        for what, members, before, arguments, says, after in cases:
+            with self.subTest(what):
+                subprocess.run(["rm", "-rf", self.out], check=True)
+                self.out.mkdir()
+                for name, content in before.items():
+                    (self.out / name).symlink_to("target") if content is None else (self.out / name).write_bytes(content)
+                self.zip.write_bytes(archive(*members))
+                result = self.run_tool("extract", self.zip, "-d", self.out, *arguments)
+                self.assertIn(says, result.stderr.decode())
+                self.assertEqual(result.returncode, 0 if not says else 3 if "where" in says or "else" in says else 1)
+                found = {path.name: None if path.is_symlink() else path.read_bytes()
+                         for path in self.out.iterdir() if not path.is_dir()}
+                if after.get("._mac") == b"fork":
+                    found["._mac"] = unar_fork(self.out / "._mac")
+                self.assertEqual(found, after)
+
     def test_raw_leaves_wrapping_and_companions_as_they_are(self):
         wrapped, companion = mac_binary(b"data", b"fork"), apple_double(b"fork")
         self.zip.write_bytes(archive(Member("wrapped", wrapped), Member("mac", b"data", extra=UNIX_TIMES),

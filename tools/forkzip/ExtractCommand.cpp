@@ -26,7 +26,7 @@ constexpr const char* kHelp =
 
 struct ExtractOptions : Options {
   std::string destination = ".";
-  Extraction::Ways ways;
+  ExtractionWays ways;
 };
 
 void Extract(const ExtractOptions& options, Problems& problems) {

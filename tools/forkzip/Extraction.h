@@ -9,20 +9,16 @@
 
 #include "platform/base/Ref.h"
 #include "tools/forkzip/Destination.h"
-#include "tools/forkzip/FileSink.h"
+#include "tools/forkzip/FileExtraction.h"
 #include "tools/forkzip/Problems.h"
+#include "tools/forkzip/SideFileGuard.h"
 #include "zip/archive/ZipEntry.h"
 
 namespace vantorel::forkzip {
 
 class Extraction {
  public:
-  struct Ways {
-    bool overwrite = false;
-    bool raw = false;  // MacBinary and companions are left as they are
-  };
-
-  Extraction(const std::string& root, const Ways& ways, Problems& problems);
+  Extraction(const std::string& root, const ExtractionWays& ways, Problems& problems);
 
   // Brings a member to disk, or tells why not. Symbolic links, and the times and modes of folders, wait for
   // Finish.
@@ -34,27 +30,28 @@ class Extraction {
 
  private:
   using Components = std::vector<std::string>;
+  // The path is split anew when it is needed: many members may share a long name in a short archive.
   struct Waiting {
     Ref<ZipEntry> entry;
-    Components path;
+    std::size_t depth;
   };
 
   // These raise Failure.
   void Place(const Ref<ZipEntry>& entry);
-  void ExtractFile(const Ref<ZipEntry>& entry, const Components& path);
-  void MakeLink(const Waiting& link);
-  void FinishFolder(const Waiting& folder);
+  void MakeLink(const Ref<ZipEntry>& entry);
+  void FinishFolder(const Ref<ZipEntry>& entry);
 
   // Runs `work` for a member, turning a Failure into a problem.
   template <typename Work>
   void Guarded(const Ref<ZipEntry>& entry, Work work);
 
   Destination destination_;
-  Ways ways_;
+  ExtractionWays ways_;
   Problems& problems_;
+  SideFileGuard side_files_;
   std::size_t extracted_ = 0;
   std::vector<Waiting> folders_;
-  std::vector<Waiting> links_;
+  std::vector<Ref<ZipEntry>> links_;
 };
 
 }  // namespace vantorel::forkzip

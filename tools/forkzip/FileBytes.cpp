@@ -1,10 +1,14 @@
 #include "tools/forkzip/FileBytes.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
+#include <cstdio>
 
 #include "tools/forkzip/Interruption.h"
 #include "tools/forkzip/Problems.h"
@@ -18,6 +22,25 @@ Descriptor::~Descriptor() {
 int Descriptor::Close() {
   if (!IsOpen()) return 0;
   return close(std::exchange(fd_, -1)) == 0 ? 0 : errno;
+}
+
+std::string ProvisionalName() {
+  // The time tells it from what a killed process of the same number may have left.
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return ".forkzip-" + std::to_string(getpid()) + "-" + std::to_string(now.count());
+}
+
+int Rename(int folder, const std::string& from, const std::string& to, bool replace) {
+  if (renameat2(folder, from.c_str(), folder, to.c_str(), replace ? 0 : RENAME_NOREPLACE) == 0) return 0;
+  if (replace || (errno != EINVAL && errno != ENOSYS)) return errno;
+  // A file system without this: two steps have to do.
+  if (KindOf(folder, to) != 0) return EEXIST;
+  return renameat(folder, from.c_str(), folder, to.c_str()) == 0 ? 0 : errno;
+}
+
+mode_t KindOf(int folder, const std::string& name) {
+  struct stat status {};
+  return fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 ? status.st_mode : 0;
 }
 
 int WriteAll(int fd, std::string_view bytes) {

@@ -1,6 +1,8 @@
 // Thin helpers over system calls.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -33,6 +35,13 @@ class Descriptor {
 
 // Writes all of `bytes`. 0, or the system's error.
 int WriteAll(int fd, std::string_view bytes);
+
+// A name for something that takes its place in a folder when it is whole; nothing there bears it.
+std::string ProvisionalName();
+// Renames within a folder. 0, or the system's error: EEXIST if `to` is there and not to be replaced.
+int Rename(int folder, const std::string& from, const std::string& to, bool replace);
+// What a name in a folder stands for, a link for itself: its mode, or 0 if there is nothing.
+mode_t KindOf(int folder, const std::string& name);
 
 // These raise Failure (kFileError).
 // Exactly `count` bytes from a position.

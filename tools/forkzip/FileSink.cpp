@@ -23,17 +23,15 @@ mode_t Umask() {
   return mask;
 }
 
-bool IsThere(int folder, const std::string& name) {
-  struct stat status {};
-  return fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
-}
-
 }  // namespace
 
 FileSink::FileSink(int folder, std::string name, std::optional<mode_t> mode, bool replace)
-    : folder_(folder), name_(std::move(name)), present_name_(name_), mode_(mode) {
+    : folder_(folder), name_(std::move(name)), present_name_(name_), mode_(mode), replace_(replace) {
+  if (!replace) return;
+  const mode_t kind = KindOf(folder_, name_);
+  if (S_ISDIR(kind)) Fail(EISDIR);
   // A name of its own in the same folder, so that one rename puts the finished file in place.
-  if (replace && IsThere(folder_, name_)) present_name_ = ".forkzip-" + std::to_string(getpid());
+  if (kind != 0) present_name_ = ProvisionalName();
 }
 
 FileSink::~FileSink() {
@@ -41,6 +39,7 @@ FileSink::~FileSink() {
 }
 
 bool FileSink::Open() {
+  if (error_ != 0) return false;
   if (file_.IsOpen()) return true;
   constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
   constexpr mode_t kNewFile = 0666;
@@ -68,14 +67,28 @@ void FileSink::GetErrorDescription(std::int32_t& code, String& text) {
   text = error_ == 0 ? String() : String("file error");
 }
 
-bool FileSink::Keep(std::optional<std::time_t> modified) {
+bool FileSink::Stage(const std::string& inner_folder) {
+  const std::string staged = inner_folder + "/" + name_;
+  if (renameat(folder_, present_name_.c_str(), folder_, staged.c_str()) != 0) return Fail(errno);
+  present_name_ = staged;
+  staged_in_ = inner_folder;
+  return true;
+}
+
+bool FileSink::Complete(std::optional<std::time_t> modified) {
   if (modified) {
     const std::array<timespec, 2> times = {timespec{*modified, 0}, timespec{*modified, 0}};
     if (futimens(file_.Get(), times.data()) != 0) return Fail(errno);
   }
   if (const int error = file_.Close()) return Fail(error);
-  if (present_name_ != name_ && renameat(folder_, present_name_.c_str(), folder_, name_.c_str()) != 0) {
-    return Fail(errno);
+  return true;
+}
+
+bool FileSink::Keep(const std::string& name) {
+  name_ = name;
+  if (!staged_in_.empty()) present_name_ = staged_in_ + "/" + name_;
+  if (present_name_ != name_) {
+    if (const int error = Rename(folder_, present_name_, name_, replace_)) return Fail(error);
   }
   made_ = false;
   return true;

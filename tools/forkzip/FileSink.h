@@ -32,11 +32,14 @@ class FileSink : public SeqDataOutputStream {
   void ClearError() override { error_ = 0; }
   bool Flush() override { return error_ == 0; }
 
-  // Gives the file its time and closes it under its name. False on a fault.
-  bool Keep(std::optional<std::time_t> modified);
+  // Moves the data to another folder inside the folder, for the time until Keep. These are false on a fault.
+  bool Stage(const std::string& inner_folder);
+  // Gives the file its time and closes it.
+  bool Complete(std::optional<std::time_t> modified);
+  // Puts the complete file in its place, under `name`, which what was staged has there already.
+  bool Keep(const std::string& name);
+  bool Keep() { return Keep(name_); }
 
-  // The name under which the data lies until Keep.
-  const std::string& PresentName() const { return present_name_; }
   // The system's error, 0 if there was none.
   int Error() const { return error_; }
   // The sum of what was written.
@@ -51,6 +54,8 @@ class FileSink : public SeqDataOutputStream {
   std::string name_;
   std::string present_name_;
   std::optional<mode_t> mode_;
+  bool replace_;
+  std::string staged_in_;
   Descriptor file_;
   bool made_ = false;
   bool summing_ = false;

@@ -1,18 +1,22 @@
 #include "tools/forkzip/MacAttributes.h"
 
-#include "platform/files/FolderItem.h"
-
 namespace vantorel::forkzip {
 
-void ApplyMacAttributes(const Ref<ZipEntry>& entry, const std::string& path,
+bool HasMacAttributes(const Ref<ZipEntry>& entry, const Ref<MemoryBlock>& header_block) {
+  String type;
+  String creator;
+  String name;
+  return header_block || entry->extra->GetTypeCreatorName(type, creator, name);
+}
+
+void ApplyMacAttributes(const Ref<ZipEntry>& entry, const Ref<FolderItem>& item,
                         const Ref<MemoryBlock>& header_block) {
   String type;
   String creator;
   String name;
   if (header_block) {
-    entry->ApplyMacBinaryInformation(GetFolderItem(String::Bytes(path)), header_block);
+    entry->ApplyMacBinaryInformation(item, header_block);
   } else if (entry->extra->GetTypeCreatorName(type, creator, name)) {
-    const Ref<FolderItem> item = GetFolderItem(String::Bytes(path));
     item->SetMacType(type);
     item->SetMacCreator(creator);
     if (!name.empty()) entry->z_adjustMacFilename(name, 0, item);

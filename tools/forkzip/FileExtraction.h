@@ -1,0 +1,59 @@
+// One member on its way to a file. A file with a resource fork or Finder data is staged, and takes its place
+// together with its side file; any other is written where it belongs.
+#pragma once
+
+#include <string>
+
+#include "platform/base/Ref.h"
+#include "platform/files/FolderItem.h"
+#include "platform/files/MemoryBlock.h"
+#include "tools/forkzip/FileSink.h"
+#include "tools/forkzip/ForkSink.h"
+#include "tools/forkzip/SideFileGuard.h"
+#include "tools/forkzip/Staging.h"
+#include "zip/archive/ZipEntry.h"
+
+namespace vantorel::forkzip {
+
+struct ExtractionWays {
+  bool overwrite = false;
+  bool raw = false;  // MacBinary and companions are left as they are
+};
+
+class FileExtraction {
+ public:
+  // To the file `name` in `folder`, an open one, whose path is `path`.
+  FileExtraction(Ref<ZipEntry> entry, int folder, std::string path, std::string name,
+                 const ExtractionWays& ways, SideFileGuard& side_files);
+
+  // Run once. Raises Failure; then all is as it was before.
+  void Run();
+
+ private:
+  void Stream();
+  void CheckStoredSums() const;
+  void Keep();
+  void KeepSideFile(const std::string& staged_name);
+  // Stages the file, if it is not staged yet.
+  Ref<FolderItem> Staged();
+  // A fault of the file's sink, told as a Failure.
+  void Expect(bool good) const;
+
+  Ref<ZipEntry> entry_;
+  int folder_;
+  std::string path_;
+  std::string name_;
+  ExtractionWays ways_;
+  SideFileGuard& side_files_;
+  bool unwrap_;
+  Staging staging_;  // outlives what is in it
+  Ref<FolderItem> staged_;
+  Ref<FileSink> sink_;
+  Ref<ForkSink> fork_;
+  Ref<MemoryBlock> header_block_;
+};
+
+// Without set-id and sticky bits, which are not an archive's to give.
+std::optional<mode_t> PermissionsOf(const Ref<ZipEntry>& entry);
+
+}  // namespace vantorel::forkzip
