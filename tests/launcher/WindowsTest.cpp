@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "launcher/BuildSettings.h"
 #include "launcher/Globals.h"
 #include "launcher/License.h"
 #include "launcher/ShowNotice.h"
@@ -19,6 +20,7 @@
 #include "platform/ui/PushButton.h"
 #include "tests/support/RecordingBackEnd.h"
 #include "tests/support/ScratchFolder.h"
+#include "tests/support/ZipBytes.h"
 
 namespace vantorel::testing {
 namespace {
@@ -27,8 +29,9 @@ std::string Text(const String& text) {
   return std::string(text.view());
 }
 
-// The download's progress, as the socket tells it.
+// A download, as the socket tells of it.
 struct Download : updateSocket {
+  using updateSocket::Event_DownloadComplete;
   using updateSocket::Event_ReceiveProgress;
 };
 
@@ -151,6 +154,46 @@ TEST_F(WindowsTest, ProgressIsCountedInHundredsOfBytes) {
     EXPECT_EQ(Bar()->Value(), each.value) << each.status;
     EXPECT_EQ(Bar()->Maximum(), each.maximum) << each.status;
     EXPECT_EQ(Status(), each.status);
+  }
+}
+
+TEST_F(WindowsTest, WhatWasDownloadedIsInstalledAndTheOutcomeTold) {
+  const std::string word = TargetMacBuild ? "mac_" : "win_";
+  const std::string target = TargetMacBuild ? "Vantorel.app" : "Vantorel";
+  const std::string folder = data_.Path("Vantorel");
+  std::string above_the_root;
+  for (int i = 0; i < 40; ++i) above_the_root += "../";
+  const std::string failed = "Update nicht erfolgreich! Versuche Vantorel zu starten...";
+  const struct {
+    std::string member;
+    std::vector<std::string> messages;
+    std::string status, version;
+  } cases[] = {
+      {"new", {}, "Update erfolgreich!", word + "18"},
+      {above_the_root + "new",
+       {"Konnte Update nicht entpacken! (" + folder + "/Vantorel.zip -> " + folder + ")"},
+       failed,
+       word + "17"},
+  };
+  for (const auto& each : cases) {
+    data_.Run("rm -rf Vantorel; mkdir -p Vantorel/" + target);
+    data_.Write("Vantorel/version", word + "17");
+    ZipMember member;
+    member.name = each.member;
+    data_.Write("Vantorel/Vantorel.zip", MakeZip({member}));
+    Globals::newVersion = "18";
+    const auto wheel = ControlByName<ProgressWheel>(Window1::Implicit(), "ProgressWheel1");
+    wheel->SetVisible(false);
+    HandOver()->SetMode(0);
+    screen_.messages.clear();
+    New<Download>()->Event_DownloadComplete("", 404, nil, nil);
+    EXPECT_EQ(screen_.messages, each.messages);
+    EXPECT_EQ(Status(), each.status);
+    EXPECT_EQ(data_.Read("Vantorel/version"), each.version) << each.status;
+    EXPECT_TRUE(wheel->Visible()) << each.status;
+    EXPECT_EQ(HandOver()->Mode(), 1) << each.status;
+    EXPECT_FALSE(data_.Item("Vantorel/Vantorel.zip")->Exists()) << each.status;
+    EXPECT_FALSE(data_.Item("Vantorel/" + target)->Exists()) << each.status;
   }
 }
 

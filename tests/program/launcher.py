@@ -38,10 +38,10 @@ def bundle_files(label):
 
 
 def update_archive(label, extra=()):
-    """An update as bytes, made by Python's zipfile: the target, its modes, and more (name, text) pairs."""
+    """An update as bytes, made by Python's zipfile: the target unless `label` is None, and more (name, text) pairs."""
     with tempfile.TemporaryFile() as file:
         with zipfile.ZipFile(file, "w", zipfile.ZIP_DEFLATED) as archive:
-            for name, (text, mode) in bundle_files(label).items():
+            for name, (text, mode) in bundle_files(label).items() if label else ():
                 info = zipfile.ZipInfo(name, (2026, 1, 2, 3, 4, 6))
                 info.external_attr = (0o100000 | mode) << 16
                 info.compress_type = zipfile.ZIP_DEFLATED

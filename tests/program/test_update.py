@@ -2,8 +2,10 @@
 """Updates that go wrong. The launcher is trusting by design: each run must still end by itself, with code 0."""
 
 import random
+import time
 import unittest
 
+from desktop import wait_for
 from launcher import CHANGELOG, NOTICE_INSTALL, NOTICE_UPDATE, UPDATE, VERSION, Launcher, update_archive
 from test_check import ProgramTest
 from updateserver import UpdateServer, page
@@ -13,60 +15,73 @@ def cut(data):
     return page(data)[:-len(data) // 2]
 
 
-class UpdateUnderFaults(ProgramTest):
-    def run_update(self, launcher, update, **options):
-        title = NOTICE_UPDATE if (launcher.folder / "version").exists() else NOTICE_INSTALL
-        with UpdateServer({VERSION: page(b"18"), CHANGELOG: page(b""), UPDATE: update}):
-            launcher.start(**options)
-            self.desktop.key(self.desktop.window(title, launcher.process), "Return")
-            self.assertEqual(launcher.finish(), 0, launcher.errors)
+def serving(update):
+    return UpdateServer({VERSION: page(b"18"), CHANGELOG: page(b""), UPDATE: update})
 
-    def test_what_is_no_good_archive_leaves_no_target(self):
+
+class UpdateUnderFaults(ProgramTest):
+    def accept(self, launcher, **options):
+        """Starts the launcher, and accepts the update that it finds."""
+        title = NOTICE_UPDATE if (launcher.folder / "version").exists() else NOTICE_INSTALL
+        launcher.start(**options)
+        self.desktop.key(self.desktop.window(title, launcher.process), "Return")
+
+    def test_any_download_counts_as_an_update(self):
         good = update_archive("new")
-        cases = [("cut download", cut(good)), ("error page", page(b"<html>oops</html>", "500 Oops")),
-                 ("empty answer", page(b"")), ("no target inside", page(update_archive("new")[:4] + b"junk" * 100))]
-        for name, update in cases:
-            with self.subTest(name), Launcher(self.desktop) as launcher:
-                self.run_update(launcher, update)
-                self.assertIsNone(launcher.started())
+        noise = random.Random(7).randbytes(100000).hex()  # deflates to a little more than half
+        large = page(update_archive("new", [("Vantorel.app/big", noise)]))
+        self.assertLess(len(large), 190000)
+        cases = [
+            # what is wrong, the server's answer, the file size limit, the target that starts
+            ("cut download", cut(good), None, None),
+            ("error page", page(b"<html>oops</html>", "500 Oops"), None, None),
+            ("empty answer", page(b""), None, None),
+            ("no target inside", page(update_archive(None, [("splash", "a picture")])), None, None),
+            ("disk full while downloading", large, 4096, None),
+            ("disk full while unpacking", large, 190000, "new"),
+        ]
+        for name, update, limit, target in cases:
+            with self.subTest(name), Launcher(self.desktop) as launcher, serving(update):
+                self.accept(launcher, file_limit=limit)
+                self.assertEqual(launcher.finish(), 0, launcher.errors)
+                self.assertEqual(launcher.wait_started() if target else launcher.started(), target)
                 self.assertFalse((launcher.folder / "Vantorel.zip").exists())
                 self.assertEqual((launcher.folder / "version").read_text(), "mac_18")
+                self.assertEqual((launcher.folder / "splash").exists(), name == "no target inside")
 
     def test_a_bundle_with_content_stays_and_is_unpacked_over(self):
-        with Launcher(self.desktop) as launcher:
+        with Launcher(self.desktop) as launcher, serving(page(update_archive("new"))):
             launcher.install("17", "old")
             mine = launcher.folder / "Vantorel.app/Contents/mine"
             mine.write_text("kept")
-            self.run_update(launcher, page(update_archive("new")))
+            self.accept(launcher)
+            self.assertEqual(launcher.finish(), 0, launcher.errors)
             self.assertEqual(launcher.wait_started(), "new")
             self.assertEqual(mine.read_text(), "kept")
 
-    def test_the_archive_brings_a_splash(self):
-        with Launcher(self.desktop) as launcher:
-            self.run_update(launcher, page(update_archive("new", [("splash", "a picture")])))
-            self.assertEqual((launcher.folder / "splash").read_text(), "a picture")
+    def test_a_name_that_leads_above_the_root_is_told_and_the_old_version_starts(self):
+        update = update_archive(None, [("../" * 40 + "x", "")])
+        with Launcher(self.desktop) as launcher, serving(page(update)):
+            launcher.install("17", "old")
+            self.accept(launcher)
+            self.desktop.key(self.message_box(launcher), "Return")
+            self.assertEqual(launcher.finish(), 0, launcher.errors)
+            self.assertEqual(launcher.wait_started(), "old")
+            self.assertFalse((launcher.folder / "Vantorel.zip").exists())
+            self.assertEqual((launcher.folder / "version").read_text(), "mac_17")
 
-    def test_the_disk_is_full(self):
-        noise = random.Random(7).randbytes(100000).hex()  # deflates to a little more than half
-        with self.subTest("while unpacking"), Launcher(self.desktop) as launcher:
-            update = update_archive("new", [("Vantorel.app/big", noise)])
-            self.assertLess(len(update), 190000)
-            self.run_update(launcher, page(update), file_limit=190000)
-            self.assertEqual(launcher.wait_started(), "new")
-        with self.subTest("while downloading"), Launcher(self.desktop) as launcher:
-            self.run_update(launcher, page(update_archive("new", [("Vantorel.app/big", noise)])), file_limit=4096)
-            self.assertIsNone(launcher.started())
-
-    def test_a_folder_that_cannot_be_written_ends_in_words(self):
-        with Launcher(self.desktop) as launcher, \
-                UpdateServer({VERSION: page(b"18"), CHANGELOG: page(b""), UPDATE: page(update_archive("new"))}):
+    def test_a_folder_that_cannot_be_written_leaves_the_splash_standing(self):
+        with Launcher(self.desktop) as launcher, serving(page(update_archive("new"))) as server:
             launcher.install("17", "old")
             launcher.folder.chmod(0o555)
-            launcher.start(as_nobody=True)
-            window = self.desktop.window(NOTICE_UPDATE, launcher.process)
-            self.desktop.key(window, "Return")
-            # The download has no file to go to, so nothing more happens: the splash stays, by design.
+            self.accept(launcher, as_nobody=True)
+            # The download has no file to go to, so nothing more happens, not even a hand-over: by design.
+            wait_for(lambda: not self.desktop.windows(NOTICE_UPDATE), "the notice to go")
+            time.sleep(4)
             self.assertIsNone(launcher.process.poll())
+            self.assertIsNone(launcher.started())
+            self.assertEqual(server.paths(), [VERSION, CHANGELOG])
+            self.assertEqual((launcher.folder / "version").read_text(), "mac_17")
 
 
 if __name__ == "__main__":
