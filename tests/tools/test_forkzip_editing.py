@@ -187,26 +187,69 @@ class Editing(ForkzipTest):
         with zipfile.ZipFile(self.root / "plain.zip") as other:
             self.assertEqual([info.external_attr for info in other.infolist()], [0, 0x10])
         self.expect(2, "add", self.zip, "new", "d", "--as", "x", says="--as names one item")
+        self.expect(2, "add", self.zip, "new", "--as", "", says="no name for a member")
+        self.expect(2, "create", "", "new", says="empty name")
 
     def test_mac_binary(self):
-        self.write("src/mac", "data fork " * 20)
-        self.write("src/._mac", apple_double(b"resource fork " * 20))
+        for name, fork in (("src/mac", b"resource fork " * 20), ("src/typed", b""), ("real", b"a link's fork")):
+            self.write(name, "data fork " * 20)
+            self.write(name.replace("/", "/._") if "/" in name else "._" + name, apple_double(fork))
         self.write("src/._alone", "no side file of anything")
-        cases = {"never": ["._alone", "._mac", "mac"], "smart": ["._alone", "mac"], "always": ["._alone", "mac"]}
-        for mode, names in cases.items():
+        (self.root / "src/folder").mkdir()
+        (self.root / "src/link").symlink_to("../real")
+        plain = ["._alone", "folder/", "link", "mac", "typed"]
+        for mode, names in {"never": [*plain, "._mac", "._typed"], "smart": [*plain, "._typed"], "always": plain}.items():
             with self.subTest(mode):
                 self.zip.unlink(missing_ok=True)
-                self.expect(0, "create", "-q", "--macbinary", mode, self.zip, ".", cwd=self.root / "src")
-                self.assertEqual(self.names(), names)
+                self.expect(0, "create", "-q", "--follow-links", "--macbinary", mode, self.zip, ".", cwd=self.root / "src")
+                self.assertEqual(self.names(), sorted(names))
                 self.expect(0, "test", "-q", self.zip)
                 self.assertEqual(self.cat("mac"), b"data fork " * 20)
+                subprocess.run(["unar", "-q", "-o", f"unar-{mode}", self.zip], cwd=self.root, check=True)
+                self.expect(0, "extract", "-q", self.zip, "-d", mode)
+                self.assertEqual(self.files_below(self.root / mode),
+                                 ["._alone", "._link", "._mac", "._typed", "link", "mac", "typed"])
+                self.assertIn(b"resource fork " * 20, (self.root / mode / "._mac").read_bytes())
                 if mode == "never":
                     continue
                 listed = subprocess.run(["lsar", "-j", self.zip], capture_output=True, check=True).stdout
                 self.assertIn(b"XADIsResourceFork", listed)
                 self.assertIn(b"XADFileType", listed)
-                self.expect(0, "extract", "-q", self.zip, "-d", mode)
-                self.assertIn(b"resource fork " * 20, (self.root / mode / "._mac").read_bytes())
+                self.assertIn(b"a link's fork", (self.root / mode / "._link").read_bytes())
+        self.root.chmod(0o777)
+        (self.root / "src/typed").chmod(0)
+        self.expect(3, "create", "-q", "--macbinary", "always", "b.zip", "src", says="cannot be read: Permission denied",
+                    preexec_fn=lambda: os.geteuid() or os.setuid(65534))
+
+    def test_names_in_the_encoding_of_the_archive(self):
+        """(encoding, a name, what is stored of it or None, whether it is marked as UTF-8)"""
+        cases = [("utf-8", "é", "é".encode(), True), ("windows-1252", "Ã©", b"\xc3\xa9", False),
+                 ("cp437", "ü", b"\x81", False), ("cp437", "ü日", None, False)]
+        content = archive(Member("é", b"1", flags=0x800, local_flags=0x800))
+        for encoding, name, stored, marked in cases:
+            self.write(name, "1")
+            for verb, arguments in (("add", [name]), ("duplicate", ["*", name + "2"])):
+                with self.subTest((encoding, verb, name)):
+                    self.zip.write_bytes(content)
+                    result = self.run_tool(verb, "--in-place", "--encoding", encoding, self.zip, *arguments)
+                    if stored is None:
+                        self.assertIn("letters that the archive's encoding lacks", result.stderr.decode())
+                        self.assertEqual(self.zip.read_bytes(), content)
+                        continue
+                    record = self.zip.read_bytes().rpartition(b"PK\1\2")[2]
+                    end = 42 + len(stored) + (verb == "duplicate")
+                    self.assertEqual(record[42:end], stored + b"2" * (verb == "duplicate"), result.stderr)
+                    self.assertEqual(record[5] & 8 != 0, marked)
+
+    def test_a_duplicate_can_be_decrypted(self):
+        self.write("a", "secret " * 100)
+        for way in ([], ["--in-place"]):
+            self.zip.unlink(missing_ok=True)
+            subprocess.run(["zip", "-qP", "pw", self.zip, "a"], cwd=self.root, check=True)
+            self.expect(0, "duplicate", *way, self.zip, "a", "b")
+            self.expect(0, "delete", "-q", self.zip, "a")
+            for command in (["unzip", "-P", "pw", "-tqq"], ["7zz", "t", "-ppw"]):
+                subprocess.run([*command, self.zip], check=True, capture_output=True)
 
     def test_the_new_archive_takes_the_place_of_the_old_one(self):
         self.zip.write_bytes(archive(Member("f", b"1")))

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <optional>
 #include <set>
 #include <unordered_set>
 
@@ -27,17 +28,20 @@ constexpr const char* kHelp =
     "  forkzip add --in-place logs.zip today.log";
 
 struct AddOptionsOfVerb : AddingOptions {
-  std::string name;
+  std::optional<std::string> name;
 };
 
 AddPlan PlanOf(const AddOptionsOfVerb& options, Problems& problems) {
-  if (!options.name.empty() && options.paths.size() != 1) {
+  if (options.name && options.paths.size() != 1) {
     throw Failure(ExitCode::kUsage, "--as names one item, so give one PATH with it");
+  }
+  if (options.name && MemberNameOf(*options.name).empty()) {
+    throw Failure(ExitCode::kUsage, "what --as gives is no name for a member");
   }
   AddPlan plan(options.Ways(), problems);
   plan.LeaveOut(options.archive);
   plan.LeaveOut(ArchiveCopy::PathOfNewFile(options.archive));
-  for (const std::string& path : options.paths) plan.Add(path, options.name);
+  for (const std::string& path : options.paths) plan.Add(path, options.name.value_or(""));
   return plan;
 }
 

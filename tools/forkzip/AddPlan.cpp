@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 #include <memory>
 #include <utility>
 
@@ -41,21 +42,41 @@ bool IsIn(const std::vector<std::string>& names, const std::string& name) {
   return std::binary_search(names.begin(), names.end(), name);
 }
 
-// A side file whose fork goes into the MacBinary wrapping of the file it belongs to.
+// A side file whose content goes into the MacBinary wrapping of the file it belongs to.
 bool GoesWithItsFile(const std::string& path_prefix, const std::vector<std::string>& names,
-                     const std::string& name) {
-  if (!name.starts_with(kSidePrefix)) return false;
+                     const std::string& name, std::int32_t mac_binary) {
+  if (mac_binary == kMacBinaryNever || !name.starts_with(kSidePrefix)) return false;
   const std::string file = name.substr(kSidePrefix.size());
-  return IsIn(names, file) && GetFolderItem(String::Bytes(path_prefix + file))->ResourceForkLength() > 0;
+  struct stat status {};
+  const bool wrappable =
+      IsIn(names, file) && lstat((path_prefix + file).c_str(), &status) == 0 && S_ISREG(status.st_mode);
+  if (!wrappable) return false;
+  const auto item = GetFolderItem(String::Bytes(path_prefix + file));
+  return item->ResourceForkLength() > 0 ||
+         (mac_binary == kMacBinaryAlways && !item->GetFinderInfo().IsEmpty());
+}
+
+std::string SideFileOf(std::string path) {
+  return path.insert(path.find_last_of('/') + 1, kSidePrefix);  // at the front where there is no slash
 }
 
 bool HasSideFile(const std::string& path) {
-  const std::size_t leaf = path.find_last_of('/') + 1;  // 0 where there is no slash
   struct stat status {};
-  return lstat((path.substr(0, leaf) + std::string(kSidePrefix) + path.substr(leaf)).c_str(), &status) == 0;
+  return lstat(SideFileOf(path).c_str(), &status) == 0;
+}
+
+// Where the links of a path lead in the end.
+std::string TargetOf(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::path target = std::filesystem::canonical(path, error);
+  return error ? path : target.string();
 }
 
 }  // namespace
+
+bool IsSideFile(const std::string& name) {
+  return name.compare(name.find_last_of('/') + 1, kSidePrefix.size(), kSidePrefix) == 0;
+}
 
 std::string MemberNameOf(const std::string& path) {
   std::string name;
@@ -99,7 +120,8 @@ void AddPlan::AddItem(const std::string& path, const std::string& name, bool has
                       status.st_mode,
                       status.st_dev,
                       status.st_ino,
-                      has_side_file};
+                      has_side_file,
+                      ""};
   if (S_ISDIR(status.st_mode)) {
     item.kind = PlannedItem::Kind::kFolder;
     item.name += '/';
@@ -111,6 +133,10 @@ void AddPlan::AddItem(const std::string& path, const std::string& name, bool has
   }
   if (IsLeftOut(status)) return problems_.Note(path + ": left out, it is the archive itself");
   if (S_ISLNK(status.st_mode)) item.kind = PlannedItem::Kind::kLink;
+  if (link && options_.follow_links) {
+    item.target = TargetOf(path);
+    item.has_side_file = HasSideFile(item.target);
+  }
   item.size = static_cast<std::uint64_t>(status.st_size);
   TakeUp(std::move(item));
 }
@@ -122,7 +148,7 @@ void AddPlan::AddFolder(const std::string& path, const std::string& name) {
   const std::string path_prefix = path.back() == '/' ? path : path + "/";
   const std::string name_prefix = name.empty() ? "" : name + "/";
   for (const std::string& each : names) {
-    if (options_.mac_binary != 0 && GoesWithItsFile(path_prefix, names, each)) continue;
+    if (GoesWithItsFile(path_prefix, names, each, options_.mac_binary)) continue;
     AddItem(path_prefix + each, name_prefix + each, IsIn(names, std::string(kSidePrefix) + each));
   }
 }
@@ -141,6 +167,10 @@ void AddPlan::TakeUp(PlannedItem item) {
   if (same || item.kind == PlannedItem::Kind::kFolder) return;
   problems_.Add(ExitCode::kFileError, item.path,
                 "left out, another file has the name " + item.name + " already");
+}
+
+bool AddPlan::HasSideFileOf(const PlannedItem& item) const {
+  return item.has_side_file && by_name_.contains(SideFileOf(item.name));
 }
 
 void AddPlan::LeaveOut(const std::string& path) {

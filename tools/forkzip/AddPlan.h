@@ -14,8 +14,13 @@
 
 namespace vantorel::forkzip {
 
+// As ZipArchive::MacBinaryNever and so on.
+inline constexpr std::int32_t kMacBinaryNever = 0;
+inline constexpr std::int32_t kMacBinarySmart = 1;
+inline constexpr std::int32_t kMacBinaryAlways = 2;
+
 struct AddOptions {
-  std::int32_t mac_binary = 1;  // as ZipArchive::MacBinaryNever and so on
+  std::int32_t mac_binary = kMacBinarySmart;
   bool follow_links = false;
   bool keep_permissions = true;
 };
@@ -32,6 +37,10 @@ struct PlannedItem {
   dev_t device;
   ino_t inode;
   bool has_side_file;  // "._name" lies beside it
+  std::string target;  // what a link leads to that is followed, else empty
+
+  // The path of what is to be read.
+  const std::string& Source() const { return target.empty() ? path : target; }
 };
 
 class AddPlan {
@@ -46,6 +55,8 @@ class AddPlan {
   // empty: as its path, less what leads upward or to the root.
   void Add(const std::string& path, const std::string& name);
 
+  // Whether the side file of an item is planned as a member of its own.
+  bool HasSideFileOf(const PlannedItem& item) const;
   const std::deque<PlannedItem>& Items() const { return items_; }
   std::uint64_t TotalSize() const { return total_size_; }
 
@@ -63,6 +74,9 @@ class AddPlan {
   std::unordered_map<std::string_view, const PlannedItem*> by_name_;
   std::uint64_t total_size_ = 0;
 };
+
+// Whether the last component of a name begins with "._": Finder data of another file, which has none itself.
+bool IsSideFile(const std::string& name);
 
 // "../a/./b" and "/a/b" as "a/b".
 std::string MemberNameOf(const std::string& path);

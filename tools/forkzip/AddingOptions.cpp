@@ -5,7 +5,8 @@
 namespace vantorel::forkzip {
 
 AddOptions AddingOptions::Ways() const {
-  static const std::map<std::string, std::int32_t> modes = {{"never", 0}, {"smart", 1}, {"always", 2}};
+  static const std::map<std::string, std::int32_t> modes = {
+      {"never", kMacBinaryNever}, {"smart", kMacBinarySmart}, {"always", kMacBinaryAlways}};
   return {modes.at(mac_binary), follow_links, !no_permissions};
 }
 

@@ -14,6 +14,7 @@
 #include "tools/forkzip/Options.h"
 #include "tools/forkzip/Preflight.h"
 #include "tools/forkzip/Printable.h"
+#include "tools/forkzip/StoredNames.h"
 #include "tools/forkzip/Verbs.h"
 
 namespace vantorel::forkzip {
@@ -35,6 +36,9 @@ std::string StoredName(const Ref<ZipArchive>& archive, const DuplicateOptions& o
   std::string name = MemberNameOf(options.new_name);
   if (name.empty()) throw Failure(ExitCode::kUsage, "NEWNAME is no name for a member");
   if (folder) name += '/';
+  if (!CanStore(archive, name)) {
+    throw Failure(ExitCode::kUsage, "NEWNAME has letters that the archive's encoding lacks");
+  }
   const String text = DefineEncoding(String::Bytes(name), Encodings::UTF8());
   if (archive->EntryIdxByRawPath(text, 1) != 0)
     throw Failure(ExitCode::kBadArchive, name + ": exists already");

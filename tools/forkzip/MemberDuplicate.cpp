@@ -5,32 +5,41 @@
 #include "tools/forkzip/MemberExtents.h"
 #include "tools/forkzip/MemberFacts.h"
 #include "tools/forkzip/Preflight.h"
-#include "tools/forkzip/Printable.h"
 #include "tools/forkzip/Problems.h"
 #include "tools/forkzip/RecordKey.h"
+#include "tools/forkzip/StoredNames.h"
 #include "zip/archive/ZipRecords.h"
 
 namespace vantorel::forkzip {
 
 namespace {
 
-constexpr std::uint32_t kUtf8Flag = 1U << 11U;
+// A decryption is checked against the time where there is a data descriptor, and against the CRC where there
+// is none: encrypted data keeps its own.
+bool NeedsDescriptor(std::uint32_t local_flags) {
+  constexpr auto kBoth = static_cast<std::uint32_t>(ZipFlags::kEncrypted | ZipFlags::kFakeEntry);
+  return (local_flags & kBoth) == kBoth;
+}
 
 // Writes a second member with the data of `source` to `to` at `at`. Returns its record; `at` moves behind it.
-RawRecord AppendDuplicate(int from, const RawRecord& source, const std::string& name, int to,
-                          std::uint32_t& at) {
+RawRecord AppendDuplicate(int from, const RawRecord& source, const std::string& name,
+                          const ZipArchiveData& archive, int to, std::uint32_t& at) {
   std::string header = ReadAt(from, source.Offset(), LocalHeader::kSize);
   const std::uint32_t name_length = Get16(header, LocalHeader::kNameLength);
   const std::uint32_t extra_length = Get16(header, LocalHeader::kExtraLength);
   const std::uint64_t extra_begin = std::uint64_t{source.Offset()} + LocalHeader::kSize + name_length;
-  // The sizes are known, so no data descriptor is needed behind the data.
-  std::uint32_t flags =
-      Get16(header, LocalHeader::kFlags) & ~static_cast<std::uint32_t>(ZipFlags::kFakeEntry);
-  if (!IsAscii(name) && IsUtf8(name)) flags |= kUtf8Flag;
+  std::uint32_t flags = FlagsForName(Get16(header, LocalHeader::kFlags), name, archive);
+  const std::string sizes =
+      LittleEndian32(source.Crc()) + LittleEndian32(source.CompressedSize()) + LittleEndian32(source.Size());
+  std::string descriptor;
+  if (NeedsDescriptor(flags)) {
+    descriptor = LittleEndian32(DataDescriptor::kMagic) + sizes;
+  } else {
+    // The sizes are known, so no data descriptor is needed behind the data.
+    flags &= ~static_cast<std::uint32_t>(ZipFlags::kFakeEntry);
+    header.replace(LocalHeader::kCrc, sizes.size(), sizes);
+  }
   header.replace(LocalHeader::kFlags, 2, LittleEndian16(flags));
-  header.replace(LocalHeader::kCrc, 4, LittleEndian32(source.Crc()));
-  header.replace(LocalHeader::kCompressedSize, 4, LittleEndian32(source.CompressedSize()));
-  header.replace(LocalHeader::kUncompressedSize, 4, LittleEndian32(source.Size()));
   header.replace(LocalHeader::kNameLength, 2, LittleEndian16(static_cast<std::uint32_t>(name.size())));
   header += name + ReadAt(from, extra_begin, extra_length);
 
@@ -39,8 +48,11 @@ RawRecord AppendDuplicate(int from, const RawRecord& source, const std::string& 
   record.SetFlags(flags);
   record.SetOffset(at);
   WriteAt(to, at, header);
-  CopyBytes(from, extra_begin + extra_length, to, at + header.size(), source.CompressedSize());
-  at += static_cast<std::uint32_t>(header.size()) + source.CompressedSize();
+  at += static_cast<std::uint32_t>(header.size());
+  CopyBytes(from, extra_begin + extra_length, to, at, source.CompressedSize());
+  at += source.CompressedSize();
+  WriteAt(to, at, descriptor);
+  at += static_cast<std::uint32_t>(descriptor.size());
   return record;
 }
 
@@ -78,7 +90,8 @@ RawDirectory AddDuplicate(int from, RawDirectory directory, const Ref<ZipEntry>&
   for (const std::string& each : names) Preflight::CheckName(each);
   ExtentsOf(from, sources);  // raises if they are damaged
   for (std::size_t i = 0; i < names.size(); ++i) {
-    directory.records.push_back(AppendDuplicate(from, sources.records[i], names[i], to, directory.start));
+    directory.records.push_back(
+        AppendDuplicate(from, sources.records[i], names[i], *entry->d, to, directory.start));
   }
   return directory;
 }

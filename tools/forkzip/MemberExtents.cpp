@@ -12,18 +12,13 @@ namespace vantorel::forkzip {
 
 namespace {
 
-// A data descriptor (APPNOTE 4.3.9): CRC-32 and both sizes, with or without a signature in front.
-constexpr std::uint32_t kDescriptorMagic = 0x08074B50;
-constexpr std::uint64_t kDescriptorSize = 12;
-constexpr std::uint64_t kSignedDescriptorSize = 16;
-
 [[noreturn]] void Fail(const RawRecord& record, const char* what) {
   throw Failure(ExitCode::kBadArchive, Printable(record.Name()) + ": " + what);
 }
 
 std::uint64_t DescriptorSize(int file, std::uint64_t at, std::uint64_t limit) {
-  const bool is_signed = limit - at >= 4 && Get32(ReadAt(file, at, 4), 0) == kDescriptorMagic;
-  return std::min(is_signed ? kSignedDescriptorSize : kDescriptorSize, limit - at);
+  const bool is_signed = limit - at >= 4 && Get32(ReadAt(file, at, 4), 0) == DataDescriptor::kMagic;
+  return std::min(is_signed ? DataDescriptor::kSignedSize : DataDescriptor::kSize, limit - at);
 }
 
 MemberExtent ExtentOf(int file, const RawRecord& record, std::uint32_t directory_start) {

@@ -8,6 +8,13 @@
 
 namespace vantorel::forkzip {
 
+// Behind the data of a member (APPNOTE 4.3.9): CRC-32 and both sizes, with or without a signature in front.
+namespace DataDescriptor {
+inline constexpr std::uint32_t kMagic = 0x08074B50;
+inline constexpr std::uint64_t kSize = 12;
+inline constexpr std::uint64_t kSignedSize = 16;
+}  // namespace DataDescriptor
+
 // Local header, data and, where there is one, data descriptor of one member. Records that share a local
 // header share an extent, which holds what the longest of them needs.
 struct MemberExtent {

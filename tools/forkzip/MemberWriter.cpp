@@ -9,18 +9,18 @@
 #include "platform/base/Arithmetic.h"
 #include "platform/files/FolderItem.h"
 #include "platform/text/TextFunctions.h"
-#include "tools/forkzip/FileSource.h"
 #include "tools/forkzip/Interruption.h"
 #include "tools/forkzip/LittleEndian.h"
 #include "tools/forkzip/Preflight.h"
 #include "tools/forkzip/Printable.h"
+#include "tools/forkzip/StoredNames.h"
 #include "zip/archive/ZipRecords.h"
+#include "zip/extract/RsrcForkReader.h"
 
 namespace vantorel::forkzip {
 
 namespace {
 
-constexpr std::uint32_t kUtf8Flag = 1U << 11U;
 constexpr std::int32_t kDosFolder = 0x10;
 constexpr std::uint64_t kLargestMember = 0x7FFFFFFF;
 
@@ -34,12 +34,19 @@ std::string TimestampRecord(const timespec& modified) {
          LittleEndian32(static_cast<std::uint32_t>(modified.tv_sec));
 }
 
-// Type and creator, if the file has any.
+// Type and creator of a file with a side file, if it has any.
 std::string TypeRecord(const Ref<ZipArchive>& archive, const PlannedItem& item) {
-  if (item.kind != PlannedItem::Kind::kFile || !item.has_side_file) return {};
-  const auto file = GetFolderItem(String::Bytes(item.path));
+  const auto file = GetFolderItem(String::Bytes(item.Source()));
   if (file->MacType().empty() && file->MacCreator().empty()) return {};
   return std::string(archive->MakeZipExtraField(file, "")->AsData().view());
+}
+
+String NameOf(const PlannedItem& item) {
+  return DefineEncoding(String::Bytes(item.name), Encodings::UTF8());
+}
+
+Ref<Date> TimeOf(const PlannedItem& item) {
+  return Date::FromUnixTime(item.modified.tv_sec);
 }
 
 std::string LinkTargetOf(const std::string& path) {
@@ -59,63 +66,74 @@ void MemberWriter::Add(const AddPlan& plan, const Ref<Progress>& progress) {
   for (const PlannedItem& item : plan.Items()) {
     archive_->Mark();
     progress->Begin(item.name);
-    AddItem(item);
+    AddItem(item, plan.HasSideFileOf(item));
     Interruption::Check();
     CheckArchive();
     progress->End(item.size);
   }
 }
 
-bool MemberWriter::AddItem(const PlannedItem& item) {
+bool MemberWriter::AddItem(const PlannedItem& item, bool side_file_is_member) {
   if (item.size > kLargestMember) return TakeBack(item, "left out, it is larger than 2 GiB");
   if (!Preflight::FitsAsName(item.name))
     return TakeBack(item, "left out, its name is longer than 65535 bytes");
+  if (!CanStore(archive_, item.name))
+    return TakeBack(item, "left out, its name has letters that the archive's encoding lacks");
   if (item.kind == PlannedItem::Kind::kLink) return AddLink(item);
-  const bool may_have_fork = item.kind == PlannedItem::Kind::kFile && item.has_side_file;
-  const bool wrap = options_.mac_binary == archive_->MacBinaryAlways() ||
-                    (options_.mac_binary == archive_->MacBinarySmart() && may_have_fork &&
-                     GetFolderItem(String::Bytes(item.path))->ResourceForkLength() > 0);
-  return wrap ? AddWrapped(item) : AddPlain(item);
+  // A side file that is a member itself says all there is to say.
+  const bool has_mac_data = item.has_side_file && !side_file_is_member;
+  if (side_file_is_member || !IsToBeWrapped(item)) return AddPlain(item, has_mac_data);
+  return AddWrapped(item);
 }
 
-bool MemberWriter::AddPlain(const PlannedItem& item) {
+// Folders have no forks and are never wrapped, though the engine would: other programs would see files.
+bool MemberWriter::IsToBeWrapped(const PlannedItem& item) const {
+  if (item.kind != PlannedItem::Kind::kFile || options_.mac_binary == kMacBinaryNever) return false;
+  if (options_.mac_binary == kMacBinaryAlways && !IsSideFile(item.name)) return true;
+  return item.has_side_file && GetFolderItem(String::Bytes(item.Source()))->ResourceForkLength() > 0;
+}
+
+bool MemberWriter::AddPlain(const PlannedItem& item, bool has_mac_data) {
   const bool is_file = item.kind == PlannedItem::Kind::kFile;
-  const auto source = is_file ? New<FileSource>(item.path, item.size) : Ref<FileSource>();
-  const std::string extra = TypeRecord(archive_, item) + TimestampRecord(item.modified);
+  const auto source = is_file ? New<FileSource>(item.Source(), item.size) : Ref<FileSource>();
+  const std::string type = is_file && has_mac_data ? TypeRecord(archive_, item) : "";
+  const std::string extra = type + TimestampRecord(item.modified);
+  const std::int32_t index =
+      archive_->AddItemByStreams(source, ToSInt32(item.size), nil, 0, nil, NameOf(item),
+                                 archive_->MakeZipExtraField(String::Bytes(extra)), TimeOf(item));
+  return Settle(item, source, index);
+}
+
+bool MemberWriter::AddLink(const PlannedItem& item) {
+  const std::string target = LinkTargetOf(item.path);
   const std::int32_t index = archive_->AddItemByStreams(
-      source, ToSInt32(item.size), nil, 0, nil, DefineEncoding(String::Bytes(item.name), Encodings::UTF8()),
-      archive_->MakeZipExtraField(String::Bytes(extra)), Date::FromUnixTime(item.modified.tv_sec));
+      New<TextSource>(String::Bytes(target)), ToSInt32(target.size()), nil, 0, nil, NameOf(item),
+      archive_->MakeZipExtraField(String::Bytes(TimestampRecord(item.modified))), TimeOf(item));
+  return Settle(item, nil, index);
+}
+
+// The engine adds files in MacBinary by itself too, but tells less of what goes wrong, and knows the file by
+// no other name than its own.
+bool MemberWriter::AddWrapped(const PlannedItem& item) {
+  const auto file = GetFolderItem(String::Bytes(item.Source()));
+  const auto source = New<FileSource>(item.Source(), item.size);
+  const std::int32_t fork_length = file->ResourceForkLength();
+  const auto fork = fork_length > 0 ? New<RsrcForkReader>(file) : Ref<RsrcForkReader>();
+  const std::string leaf = item.name.substr(item.name.find_last_of('/') + 1);
+  const Ref<MemoryBlock> header = archive_->MakeMacBinaryHeader(
+      file, ToSInt32(item.size), fork_length, DefineEncoding(String::Bytes(leaf), Encodings::UTF8()));
+  const std::int32_t index =
+      archive_->AddItemByStreams(source, ToSInt32(item.size), fork, fork_length, header, NameOf(item),
+                                 archive_->MakeZipExtraField(file), TimeOf(item));
+  return Settle(item, source, index);
+}
+
+bool MemberWriter::Settle(const PlannedItem& item, const Ref<FileSource>& source, std::int32_t index) {
   if (source && source->Error() != 0)
     return TakeBack(item, WithCause("left out, cannot be read", source->Error()));
   if (index <= 0) return TakeBack(item, Utf8(archive_->ErrorMessage()));
   if (source && item.size != 0 && !source->CameWhole())
     return TakeBack(item, "left out, it shrank while it was read");
-  Finish(item, index);
-  return true;
-}
-
-bool MemberWriter::AddLink(const PlannedItem& item) {
-  const std::string target = LinkTargetOf(item.path);
-  const std::int32_t index =
-      archive_->AddItemByStreams(New<TextSource>(String::Bytes(target)), ToSInt32(target.size()), nil, 0, nil,
-                                 DefineEncoding(String::Bytes(item.name), Encodings::UTF8()),
-                                 archive_->MakeZipExtraField(String::Bytes(TimestampRecord(item.modified))),
-                                 Date::FromUnixTime(item.modified.tv_sec));
-  if (index <= 0) return TakeBack(item, Utf8(archive_->ErrorMessage()));
-  Finish(item, index);
-  return true;
-}
-
-// MacBinary is the engine's own affair; it records the size that it finds, so a file that shrinks shows
-// afterwards.
-bool MemberWriter::AddWrapped(const PlannedItem& item) {
-  const auto file = GetFolderItem(String::Bytes(item.path));
-  const std::int32_t index = archive_->AddItemWithRawPath(
-      file, DefineEncoding(String::Bytes(item.name), Encodings::UTF8()), options_.mac_binary);
-  if (index <= 0) return TakeBack(item, Utf8(archive_->ErrorMessage()));
-  if (item.kind == PlannedItem::Kind::kFile && file->Length() < item.size) {
-    return TakeBack(item, "left out, it shrank while it was read");
-  }
   Finish(item, index);
   return true;
 }
@@ -135,7 +153,7 @@ void MemberWriter::Finish(const PlannedItem& item, std::int32_t index) {
   } else {
     entry->SetExternalFileAttributes(dos);
   }
-  MarkNameAsUtf8(archive_, entry);
+  MarkName(entry);
 }
 
 void MemberWriter::CheckArchive() const {
@@ -145,15 +163,15 @@ void MemberWriter::CheckArchive() const {
       std::max<std::uint64_t>(stream->Position(), static_cast<std::uint32_t>(archive_->startOfDirInArchive)));
 }
 
-void MarkNameAsUtf8(const Ref<ZipArchive>& archive, const Ref<ZipEntry>& entry) {
-  const std::string name(entry->z_origEncodedName().view());
-  if (IsAscii(name) || !IsUtf8(name)) return;
+void MemberWriter::MarkName(const Ref<ZipEntry>& entry) const {
   const Ref<MemoryBlock> header = entry->z_Header();
-  const std::int32_t flags = header->UShort(CentralHeader::kFlags) | static_cast<std::int32_t>(kUtf8Flag);
-  header->SetUShort(CentralHeader::kFlags, flags);
-  const Ref<BinaryStream>& stream = archive->d->zipStream;
+  const auto flags = static_cast<std::uint32_t>(header->UShort(CentralHeader::kFlags));
+  const std::uint32_t marked = FlagsForName(flags, entry->z_origEncodedName().view(), *archive_->d);
+  if (marked == flags) return;
+  header->SetUShort(CentralHeader::kFlags, ToSInt32(marked));
+  const Ref<BinaryStream>& stream = archive_->d->zipStream;
   stream->SetPosition(ToPosition(header->Long(CentralHeader::kLocalHeaderOffset)) + LocalHeader::kFlags);
-  stream->WriteShort(flags);
+  stream->WriteShort(ToSInt32(marked));
 }
 
 }  // namespace vantorel::forkzip

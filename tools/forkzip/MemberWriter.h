@@ -4,6 +4,7 @@
 
 #include "platform/base/Ref.h"
 #include "tools/forkzip/AddPlan.h"
+#include "tools/forkzip/FileSource.h"
 #include "tools/forkzip/Problems.h"
 #include "tools/forkzip/Progress.h"
 #include "zip/archive/ZipArchive.h"
@@ -19,22 +20,24 @@ class MemberWriter {
   void Add(const AddPlan& plan, const Ref<Progress>& progress);
 
  private:
-  bool AddItem(const PlannedItem& item);
-  bool AddPlain(const PlannedItem& item);
+  bool AddItem(const PlannedItem& item, bool side_file_is_member);
+  bool IsToBeWrapped(const PlannedItem& item) const;
+  bool AddPlain(const PlannedItem& item, bool has_mac_data);
   bool AddLink(const PlannedItem& item);
   bool AddWrapped(const PlannedItem& item);
+  // Sees to what the engine answered to an addition from `source`, nil if it was from no file.
+  bool Settle(const PlannedItem& item, const Ref<FileSource>& source, std::int32_t index);
   // Takes back what came of an item, which is then a problem.
   bool TakeBack(const PlannedItem& item, const std::string& why);
   void Finish(const PlannedItem& item, std::int32_t index);
+  // Marks the name of a member that was just added as UTF-8, if it is and not plain ASCII, in its local
+  // header and in its record in memory.
+  void MarkName(const Ref<ZipEntry>& entry) const;
   void CheckArchive() const;
 
   Ref<ZipArchive> archive_;
   AddOptions options_;
   Problems& problems_;
 };
-
-// Marks the name of a member that was just added as UTF-8, in its local header and in its record in memory,
-// if it is not plain ASCII.
-void MarkNameAsUtf8(const Ref<ZipArchive>& archive, const Ref<ZipEntry>& entry);
 
 }  // namespace vantorel::forkzip

@@ -14,7 +14,9 @@ Progress::When Options::ShowProgress() const {
 }
 
 void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb) {
-  command.add_option("ARCHIVE", options.archive, "The Zip archive")->required();
+  command.add_option("ARCHIVE", options.archive, "The Zip archive")
+      ->required()
+      ->check([](const std::string& path) { return path.empty() ? "an empty name is no file's" : ""; });
   command.add_flag("-q,--quiet", options.quiet, "Tell nothing but what goes wrong");
   command.add_flag("--progress", options.force_progress,
                    "Show a progress bar even where no one may be watching");
@@ -63,7 +65,7 @@ const char* const kHelpOnEditing =
 void Parse(CLI::App& app, int argc, char** argv) {
   constexpr char kMark = '\x01';
   const auto take_mark_off = [](const std::string& value) {
-    return value.substr(value.front() == kMark ? 1 : 0);
+    return value.substr(value.starts_with(kMark) ? 1 : 0);
   };
   for (CLI::App* verb : app.get_subcommands([](CLI::App*) { return true; })) {
     for (CLI::Option* option : verb->get_options()) option->transform(take_mark_off);
