@@ -26,6 +26,9 @@ class BinaryStream : public Object {
   // Closes the file if Close was not called.
   ~BinaryStream() override;
 
+  // The descriptor, which stays the stream's; -1 once it is closed.
+  int Descriptor() const { return descriptor_; }
+
   bool LittleEndian() const { return little_endian_; }
   void SetLittleEndian(bool value) { little_endian_ = value; }
 

@@ -4,9 +4,10 @@
 import os
 import resource
 import signal
+import subprocess
 import unittest
 
-from forkzip import WRITE_COUNTER, ForkzipTest, Member, archive
+from forkzip import PROGRAM, WRITE_COUNTER, ForkzipTest, Member, archive
 
 # Verb, arguments: each is run on the same archive, a gap in it.
 EDITS = [
@@ -28,15 +29,28 @@ class Crashes(ForkzipTest):
         self.write("new", os.urandom(70000))
         os.utime(self.root / "new", (1, 1600000000))
 
+    def counted(self, **settings):
+        """The environment in which forkzip's writes are counted, with faults."""
+        return {**os.environ, "LD_PRELOAD": WRITE_COUNTER, "WRITE_COUNTER_LOG": str(self.root / "count"),
+                "ASAN_OPTIONS": "verify_asan_link_order=0",
+                **{f"WRITE_COUNTER_{key}": str(value) for key, value in settings.items()}}
+
     def run_counted(self, *arguments, **settings):
         """Runs forkzip with the counter of writes; gives its result and the number of writes."""
-        log = self.root / "count"
-        environment = {**os.environ, "LD_PRELOAD": WRITE_COUNTER, "WRITE_COUNTER_LOG": str(log),
-                       "ASAN_OPTIONS": "verify_asan_link_order=0",
-                       **{f"WRITE_COUNTER_{key}": str(value) for key, value in settings.items()}}
-        log.write_text("0")
-        result = self.run_tool(*arguments, env=environment)
+        log = self.write("count", "0")
+        result = self.run_tool(*arguments, env=self.counted(**settings))
         return result, int(log.read_text())
+
+    def run_stopped(self, *arguments, meanwhile, **settings):
+        """Runs forkzip, which stops at a fault, calls `meanwhile`, and lets it go on. Gives its exit code."""
+        process = subprocess.Popen([PROGRAM, *map(str, arguments)], cwd=self.root, env=self.counted(**settings))
+        os.waitid(os.P_PID, process.pid, os.WSTOPPED | os.WEXITED | os.WNOWAIT)
+        try:
+            self.assertIsNone(process.poll(), "it did not stop")
+            meanwhile()
+        finally:
+            process.send_signal(signal.SIGCONT)
+        return process.wait()
 
     def each_fault(self, kind, verb, arguments, way):
         """Runs an edit with a fault at each of its writes in turn, from the old archive. Yields the results."""
@@ -71,18 +85,38 @@ class Crashes(ForkzipTest):
             self.assertEqual(seen, {self.old, new}, "the faults came too early or too late")
 
     def test_a_created_archive_is_whole_or_not_there(self):
-        self.write("t/a", os.urandom(100000))
+        self.write("t/a", b"a" * 100)
         self.write("t/b", "2")
-        _, writes = self.run_counted("create", "-q", "new.zip", "t")
-        new = self.root / "new.zip"
-        for n in range(1, writes + 1):
+        result, writes = self.run_counted("create", "-q", self.zip, "t", OLD=1)  # where renaming takes no flags
+        self.assertEqual(result.returncode, 0)
+        for kind in ("KILL", "LOSE"):
+            for n in range(1, writes + 1):
+                with self.subTest(kind, n=n):
+                    self.zip.unlink(missing_ok=True)
+                    self.run_counted("create", "-q", self.zip, "t", **{kind: n})
+                    if not self.zip.exists():
+                        self.expect(0, "create", "-q", self.zip, "t")
+                    self.assertEqual((self.names(), self.strays()), (["t/", "t/a", "t/b"], []))
+                    if kind == "KILL":
+                        self.expect(0, "test", "-q", self.zip)
+
+    def test_of_two_runs_that_create_one_archive_the_first_makes_it(self):
+        for n in (1, 2):
             with self.subTest(n):
-                new.unlink(missing_ok=True)
-                self.run_counted("create", "-q", "new.zip", "t", KILL=n)
-                if not new.exists():
-                    self.expect(0, "create", "-q", "new.zip", "t")
-                self.expect(0, "test", "-q", "new.zip")
-                self.assertEqual(self.strays(), [])
+                self.zip.unlink(missing_ok=True)
+                code = self.run_stopped("create", "-q", self.zip, "new", STOP=n, meanwhile=lambda: self.expect(
+                    3, "create", "-q", self.zip, "count", says="is being changed by another run"))
+                self.assertEqual((code, self.names()), (0, ["new"]))
+
+    def test_an_edit_sees_what_the_run_before_it_renamed(self):
+        self.write("first", "1")
+        for way in ([], ["--in-place"]):
+            with self.subTest(way):
+                self.zip.write_bytes(self.old)
+                code = self.run_stopped("comment", "-q", *way, self.zip, "hello", LOCK=1,
+                                        meanwhile=lambda: self.expect(0, "add", "-q", self.zip, "first"))
+                self.assertEqual((code, self.names()), (0, ["second", "third", "first"]))
+                self.assertEqual((self.cat("first"), self.expect(0, "comment", self.zip)), (b"1", b"hello\n"))
 
     def test_a_full_disk_leaves_the_old_archive(self):
         for verb, arguments in EDITS:
@@ -103,13 +137,36 @@ class Crashes(ForkzipTest):
             self.assertEqual((states[0], states[-1]), ("old", "whole"), (verb, arguments, states))
             self.assertNotIn("old", states[1:])
 
-    def test_an_addition_in_place_that_finds_no_room_is_taken_back(self):
-        self.zip.write_bytes(self.old)
+    def test_an_edit_in_place_that_finds_no_room_is_taken_back(self):
         def limit():
             signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
-            resource.setrlimit(resource.RLIMIT_FSIZE, (len(self.old) + 1000, len(self.old) + 1000))
-        self.expect(3, "add", "--in-place", self.zip, "new", says="cannot be written", preexec_fn=limit)
-        self.assertEqual(self.zip.read_bytes(), self.old)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (len(self.old), len(self.old)))
+        for verb, arguments in EDITS:
+            with self.subTest(verb, arguments=arguments):
+                self.zip.write_bytes(self.old)
+                if verb in ("delete", "compact"):
+                    self.expect(0, verb, "-q", "--in-place", self.zip, *arguments, preexec_fn=limit)
+                    continue
+                self.expect(3, verb, "--in-place", self.zip, *arguments, says="cannot be written", preexec_fn=limit)
+                self.assertTrue(self.zip.read_bytes() == self.old)
+        # Where the gap is a hole in the file, moving members into it takes room.
+        self.zip.write_bytes(self.old)
+        self.assertEqual(self.run_counted("compact", "--in-place", self.zip, FULL=1)[0].returncode, 3)
+        self.assertTrue(self.zip.read_bytes() == self.old)
+
+    def test_a_signal_leaves_the_old_archive_or_the_new_one(self):
+        for way in ([], ["--in-place"]):
+            for verb, arguments in EDITS:
+                self.zip.write_bytes(self.old)
+                self.expect(0, verb, "-q", *way, self.zip, *arguments)
+                new = self.zip.read_bytes()
+                states = {self.old: "old", new: "new"}
+                seen = set()
+                for result in self.each_fault("TERM", verb, arguments, way):
+                    self.assertEqual((result.returncode, self.strays()), (-signal.SIGTERM, []), result.stderr)
+                    seen.add(states.get(self.zip.read_bytes(), "neither"))
+                expected = {"old", "new"} if verb in ("add", "duplicate") else {*seen, "new"} - {"neither"}
+                self.assertEqual(seen, expected, (verb, arguments, way))
 
 
 if __name__ == "__main__":

@@ -40,8 +40,8 @@ AddPlan PlanOf(const AddOptionsOfVerb& options, Problems& problems) {
   }
   AddPlan plan(options.Ways(), problems);
   plan.LeaveOut(options.archive);
-  plan.LeaveOut(ArchiveCopy::PathOfNewFile(options.archive));
   for (const std::string& path : options.paths) plan.Add(path, options.name.value_or(""));
+  if (plan.Items().empty()) throw Failure(ExitCode::kFileError, "there is nothing to add");
   return plan;
 }
 
@@ -85,15 +85,18 @@ std::size_t CountAfter(const RawDirectory& before, const AddPlan& plan) {
   return before.records.size() - static_cast<std::size_t>(replaced) + plan.Items().size();
 }
 
-void AddByCopy(const AddOptionsOfVerb& options, const AddPlan& plan, const Ref<Progress>& progress,
-               Problems& problems) {
+void AddByCopy(const AddOptionsOfVerb& options, Problems& problems) {
   ArchiveCopy copy(options.archive);
+  OpenForReading(options.archive, options.encoding);  // says why if it is no archive
   const RawDirectory before = RawDirectory::Read(copy.Original());
   Preflight::CheckDirectory(copy.Original(), before);
+  const AddPlan plan = PlanOf(options, problems);
   Preflight::CheckCount(CountAfter(before, plan));
+  copy.Begin();
   CopyBytes(copy.Original(), 0, copy.File(), 0, before.end);
 
   const Ref<ZipArchive> archive = OpenForWriting(copy.Path(), options.encoding);
+  const auto progress = New<Progress>(options.ShowProgress(), plan.TotalSize());
   archive->SetProgressMonitor(progress);
   const std::int32_t old_members = archive->EntryCount();
   MemberWriter(archive, options.Ways(), problems).Add(plan, progress);
@@ -112,15 +115,16 @@ void AddByCopy(const AddOptionsOfVerb& options, const AddPlan& plan, const Ref<P
   copy.Commit(after);
 }
 
-void AddInPlace(const AddOptionsOfVerb& options, const AddPlan& plan, const Ref<Progress>& progress,
-                Problems& problems) {
+void AddInPlace(const AddOptionsOfVerb& options, Problems& problems) {
   InPlaceEdit edit(options.archive, options.encoding);
+  const AddPlan plan = PlanOf(options, problems);
   Preflight::CheckCount(edit.Before().records.size() + plan.Items().size());
   // Each member's data may grow by five bytes in 16 KiB, and names and headers come on top.
   constexpr std::uint64_t kPerMember = 1024;
   Preflight::CheckSize(edit.Before().end + plan.TotalSize() + plan.TotalSize() / 2048 +
                        plan.Items().size() * kPerMember);
   const Ref<ZipArchive>& archive = edit.Archive();
+  const auto progress = New<Progress>(options.ShowProgress(), plan.TotalSize());
   archive->SetProgressMonitor(progress);
   try {
     MemberWriter(archive, options.Ways(), problems).Add(plan, progress);
@@ -130,7 +134,7 @@ void AddInPlace(const AddOptionsOfVerb& options, const AddPlan& plan, const Ref<
   }
   const std::size_t old_members = edit.Before().records.size();
   if (static_cast<std::size_t>(archive->EntryCount()) == old_members) {
-    edit.Finish();
+    edit.Undo();
     throw Failure(problems.Code(), "nothing was added");
   }
   const GivesWay gives_way(archive, static_cast<std::int32_t>(old_members), edit.Before());
@@ -141,15 +145,11 @@ void AddInPlace(const AddOptionsOfVerb& options, const AddPlan& plan, const Ref<
 }
 
 void Add(const AddOptionsOfVerb& options, Problems& problems) {
-  if (!options.in_place) OpenForReading(options.archive, options.encoding);  // says why if it is no archive
-  const AddPlan plan = PlanOf(options, problems);
-  if (plan.Items().empty()) throw Failure(ExitCode::kFileError, "there is nothing to add");
   Interruption::Watch();
-  const auto progress = New<Progress>(options.ShowProgress(), plan.TotalSize());
   if (options.in_place) {
-    AddInPlace(options, plan, progress, problems);
+    AddInPlace(options, problems);
   } else {
-    AddByCopy(options, plan, progress, problems);
+    AddByCopy(options, problems);
   }
 }
 

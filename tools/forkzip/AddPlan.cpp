@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/files/FolderItem.h"
+#include "tools/forkzip/Interruption.h"
 
 namespace vantorel::forkzip {
 
@@ -149,6 +150,7 @@ void AddPlan::AddFolder(const std::string& path, const std::string& name) {
   const std::string name_prefix = name.empty() ? "" : name + "/";
   for (const std::string& each : names) {
     if (GoesWithItsFile(path_prefix, names, each, options_.mac_binary)) continue;
+    Interruption::Check();
     AddItem(path_prefix + each, name_prefix + each, IsIn(names, std::string(kSidePrefix) + each));
   }
 }

@@ -51,8 +51,8 @@ class AddPlan {
   void LeaveOut(const std::string& path);
 
   // Plans an item, and for a folder what is in it, in byte order of the names. What cannot be added is a
-  // problem; an item that is planned already is passed over. `name`: what it is to be called in the archive;
-  // empty: as its path, less what leads upward or to the root.
+  // problem; an item that is planned already is passed over. Raises Interrupted. `name`: what it is to be
+  // called in the archive; empty: as its path, less what leads upward or to the root.
   void Add(const std::string& path, const std::string& name);
 
   // Whether the side file of an item is planned as a member of its own.

@@ -1,35 +1,28 @@
 #include "tools/forkzip/ArchiveCopy.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <filesystem>
 
+#include "tools/forkzip/Draft.h"
 #include "tools/forkzip/OpenArchive.h"
 #include "tools/forkzip/Problems.h"
+#include "tools/forkzip/RunLock.h"
 
 namespace vantorel::forkzip {
 
 namespace {
 
-constexpr mode_t kPrivate = 0600;
-
 [[noreturn]] void Fail(const std::string& what, int error) {
   throw Failure(ExitCode::kFileError, WithCause(what, error));
 }
 
-std::string RealPath(const std::string& path) {
-  std::error_code error;
-  const std::filesystem::path real = std::filesystem::weakly_canonical(path, error);
-  return error ? path : real.string();
-}
-
-std::string PathBeside(const std::string& target) {
-  const std::filesystem::path path(target);
-  return (path.parent_path() / ("." + path.filename().string() + ".forkzip-new")).string();
+[[noreturn]] void FailAsUnlike() {
+  throw Failure(ExitCode::kFileError,
+                "the new archive does not read back as it was written; nothing is changed");
 }
 
 void SyncFolderOf(const std::string& path) {
@@ -38,34 +31,17 @@ void SyncFolderOf(const std::string& path) {
   if (folder.IsOpen()) fsync(folder.Get());
 }
 
-bool SameFile(const struct stat& a, const struct stat& b) {
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
-}
-
 }  // namespace
 
-void LockAgainstOtherRuns(int file) {
-  if (flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) return;
-  throw Failure(ExitCode::kFileError, "is being changed by another run of forkzip");
-}
-
 ArchiveCopy::ArchiveCopy(const std::string& archive)
-    : target_(RealPath(archive)), path_(PathBeside(target_)) {
-  original_ = Descriptor(open(target_.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!original_.IsOpen()) Fail("cannot be opened", errno);
-  LockAgainstOtherRuns(original_.Get());
+    : name_(archive), target_(RealPath(archive)), path_(DraftOf(archive)), original_(OpenLocked(target_)) {
   fstat(original_.Get(), &original_status_);
-  OpenLocked();
+  RemoveStray(path_);
 }
 
-ArchiveCopy::ArchiveCopy(const std::string& archive, ForNew)
-    : target_(RealPath(archive)), path_(PathBeside(target_)) {
-  OpenLocked();
-  unlink(path_.c_str());
-}
-
-std::string ArchiveCopy::PathOfNewFile(const std::string& archive) {
-  return PathBeside(RealPath(archive));
+ArchiveCopy::ArchiveCopy(const std::string& archive, ForNew /*new*/)
+    : name_(archive), target_(RealPath(archive)), path_(DraftOf(archive)) {
+  if (!RemoveStray(path_)) FailAsInUse();
 }
 
 ArchiveCopy ArchiveCopy::ForNewArchive(const std::string& archive) {
@@ -73,73 +49,92 @@ ArchiveCopy ArchiveCopy::ForNewArchive(const std::string& archive) {
 }
 
 ArchiveCopy::~ArchiveCopy() {
-  if (!committed_) unlink(path_.c_str());
+  if (!committed_ && file_.IsOpen() && IsNamed(file_.Get(), path_)) unlink(path_.c_str());
 }
 
-// A lock counts only while the file still has its name: the run before may just have renamed it.
-void ArchiveCopy::OpenLocked() {
-  struct stat opened {};
-  struct stat named {};
-  do {
-    file_ = Descriptor(open(path_.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, kPrivate));
-    if (!file_.IsOpen()) Fail("no new file can be made beside it", errno);
-    LockAgainstOtherRuns(file_.Get());
-    fstat(file_.Get(), &opened);
-  } while (lstat(path_.c_str(), &named) != 0 || !SameFile(opened, named));
-  if (ftruncate(file_.Get(), 0) != 0) Fail("cannot be written", errno);
+void ArchiveCopy::Begin() {
+  file_ = MakeDraft(path_);
 }
 
-void ArchiveCopy::MakeEmptyArchive(const std::string& comment) {
-  unlink(path_.c_str());
-  const Ref<ZipArchive> archive = OpenForWriting(path_, "utf-8");
-  archive->SetComment(String::Bytes(comment));
-  CloseWritten(archive);
-}
-
-void ArchiveCopy::CommitAsWritten() {
-  file_ = Descriptor(open(path_.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
-  if (!file_.IsOpen()) Fail("the new file cannot be opened", errno);
-  Commit(RawDirectory::Read(file_.Get()));
+Ref<ZipArchive> ArchiveCopy::BeginByEngine() {
+  Ref<ZipArchive> archive = OpenForWriting(path_, "utf-8");
+  // The lock is that of the engine's own file, whatever has the name by now, and outlasts its closing.
+  Descriptor made(fcntl(archive->d->zipStream->Descriptor(), F_DUPFD_CLOEXEC, 0));
+  if (!made.IsOpen()) Fail("the new file cannot be opened", errno);
+  LockDraft(made.Get(), path_);
+  file_ = std::move(made);
+  return archive;
 }
 
 void ArchiveCopy::Commit(const RawDirectory& expected) {
-  Check(expected);
+  const RawDirectory written = RawDirectory::Read(file_.Get());
+  if (written.start != expected.start || written.Bytes() != expected.Bytes()) FailAsUnlike();
+  PutInPlace();
+}
+
+void ArchiveCopy::CommitByEngine(const std::vector<std::string_view>& names, std::size_t count) {
+  const RawDirectory written = RawDirectory::Read(file_.Get());
+  if (written.records.size() != count) FailAsUnlike();
+  auto next = names.begin();
+  for (const RawRecord& record : written.records) {
+    next = std::find(next, names.end(), record.Name());
+    if (next == names.end()) FailAsUnlike();
+    ++next;
+  }
+  PutInPlace();
+}
+
+void ArchiveCopy::CommitEmpty(const std::string& comment) {
+  const Ref<ZipArchive> archive = BeginByEngine();
+  archive->SetComment(String::Bytes(comment));
+  CloseWritten(archive);
+  CommitByEngine({"/"}, 1);
+}
+
+void ArchiveCopy::PutInPlace() {
+  OpenForReading(path_, "utf-8");
   if (original_.IsOpen()) {
     CheckOriginalIsUnchanged();
-    // Whoever may write in the folder may not be allowed to give files away.
-    const bool given = fchown(file_.Get(), original_status_.st_uid, original_status_.st_gid) == 0;
-    const mode_t mode = original_status_.st_mode & (given ? 07777U : 0777U);
-    if (fchmod(file_.Get(), mode) != 0) Fail("the new file's mode cannot be set", errno);
+    TakeOverModeAndOwner();
   }
   if (fsync(file_.Get()) != 0) Fail("cannot be written", errno);
-  Rename();
+  if (!IsNamed(file_.Get(), path_)) {
+    throw Failure(ExitCode::kFileError, "another program took the new file away; nothing is changed");
+  }
+  const int error = Rename(AT_FDCWD, path_, target_, original_.IsOpen());
+  if (error != 0) Fail("the new archive cannot be put in its place", error);
   committed_ = true;
   SyncFolderOf(target_);
 }
 
-void ArchiveCopy::Check(const RawDirectory& expected) const {
-  const RawDirectory written = RawDirectory::Read(file_.Get());
-  if (written.start != expected.start || written.Bytes() != expected.Bytes()) {
-    throw Failure(ExitCode::kFileError,
-                  "the new archive does not read back as it was written; nothing is changed");
-  }
-  OpenForReading(path_, "utf-8");
-}
-
 void ArchiveCopy::CheckOriginalIsUnchanged() const {
   struct stat now {};
-  const bool same = stat(target_.c_str(), &now) == 0 && SameFile(now, original_status_) &&
+  const bool same = IsNamed(original_.Get(), target_) && fstat(original_.Get(), &now) == 0 &&
                     now.st_size == original_status_.st_size &&
                     now.st_mtim.tv_sec == original_status_.st_mtim.tv_sec &&
                     now.st_mtim.tv_nsec == original_status_.st_mtim.tv_nsec;
   if (!same) throw Failure(ExitCode::kFileError, "was changed by another program meanwhile; nothing is done");
 }
 
-void ArchiveCopy::Rename() const {
-  const unsigned flags = original_.IsOpen() ? 0 : RENAME_NOREPLACE;
-  if (renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target_.c_str(), flags) != 0) {
-    Fail("the new archive cannot be put in its place", errno);
+// Whoever may write in the folder may not be allowed to give files away.
+void ArchiveCopy::TakeOverModeAndOwner() const {
+  constexpr mode_t kSetId = S_ISUID | S_ISGID;
+  const struct stat& old = original_status_;
+  const int file = file_.Get();
+  if (fchown(file, old.st_uid, old.st_gid) != 0 && fchown(file, static_cast<uid_t>(-1), old.st_gid) != 0) {
+    // What came of it shows below.
   }
+  struct stat now {};
+  fstat(file, &now);
+  const bool owner_kept = now.st_uid == old.st_uid;
+  const bool group_kept = now.st_gid == old.st_gid;
+  mode_t mode = old.st_mode & 07777U;
+  if (!owner_kept || !group_kept) mode &= ~kSetId;
+  if (!group_kept) mode &= ~static_cast<mode_t>(S_IRWXG);
+  if (fchmod(file, mode) != 0) Fail("the new file's mode cannot be set", errno);
+  const Problems problems(name_);
+  if (!owner_kept) problems.Note("its owner cannot be kept; --in-place would keep it");
+  if (!group_kept) problems.Note("its group cannot be kept and loses its rights; --in-place would keep them");
 }
 
 }  // namespace vantorel::forkzip

@@ -34,9 +34,11 @@ void TellComment(const Options& options) {
 
 void SetByCopy(const Options& options, const std::string& text) {
   ArchiveCopy copy(options.archive);
+  OpenForReading(options.archive, "utf-8");  // says why if it is no archive
   RawDirectory directory = RawDirectory::Read(copy.Original());
   Preflight::CheckDirectory(copy.Original(), directory);
   directory.comment = text;
+  copy.Begin();
   CopyBytes(copy.Original(), 0, copy.File(), 0, directory.start);
   directory.Write(copy.File());
   copy.Commit(directory);
@@ -51,7 +53,6 @@ void SetInPlace(const Options& options, const std::string& text) {
 void Comment(const CommentOptions& options) {
   if (!options.text) return TellComment(options);
   Preflight::CheckComment(*options.text);
-  if (!options.in_place) OpenForReading(options.archive, "utf-8");  // says why if it is no archive
   Interruption::Watch();
   if (options.in_place) {
     SetInPlace(options, *options.text);

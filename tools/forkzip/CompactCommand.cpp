@@ -25,27 +25,31 @@ constexpr const char* kHelp =
 // Bytes that were given back.
 std::uint64_t CompactByCopy(const Options& options) {
   ArchiveCopy copy(options.archive);
+  OpenForReading(options.archive, "utf-8");  // says why if it is no archive
   const RawDirectory before = RawDirectory::Read(copy.Original());
   Preflight::CheckDirectory(copy.Original(), before);
   const std::uint64_t unused = UnusedBytes(before, ExtentsOf(copy.Original(), before));
-  if (unused != 0) copy.Commit(Rebuild(copy.Original(), before, copy.File()));
+  if (unused == 0) return 0;
+  copy.Begin();
+  copy.Commit(Rebuild(copy.Original(), before, copy.File()));
   return unused;
 }
 
 std::uint64_t CompactInPlace(const Options& options) {
   InPlaceEdit edit(options.archive, options.encoding);
-  const std::uint64_t unused = UnusedBytes(edit.Before(), ExtentsOf(edit.File(), edit.Before()));
+  const std::vector<MemberExtent> extents = ExtentsOf(edit.File(), edit.Before());
+  const std::uint64_t unused = UnusedBytes(edit.Before(), extents);
   if (unused == 0) return 0;
-  Preflight::CheckCompactable(edit.File(), edit.Before());
+  Preflight::CheckCompactable(edit.File(), edit.Before(), extents);
+  FillHoles(edit.File(), 0, edit.Before().start);
   const bool compacted = edit.Archive()->Compact();
   const std::string message = Utf8(edit.Archive()->ErrorMessage());
-  edit.Finish();
+  edit.FinishMoved();
   if (!compacted) throw Failure(ExitCode::kBadArchive, message);
   return unused;
 }
 
 void Compact(const Options& options) {
-  if (!options.in_place) OpenForReading(options.archive, "utf-8");  // says why if it is no archive
   Interruption::Watch();
   const std::uint64_t unused = options.in_place ? CompactInPlace(options) : CompactByCopy(options);
   if (options.quiet) return;

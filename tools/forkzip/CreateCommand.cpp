@@ -30,22 +30,23 @@ void Create(const AddingOptions& options, Problems& problems) {
   if (lstat(options.archive.c_str(), &status) == 0) {
     throw Failure(ExitCode::kFileError, "exists already; `forkzip add` puts members into it");
   }
+  Interruption::Watch();
+  ArchiveCopy copy = ArchiveCopy::ForNewArchive(options.archive);
   AddPlan plan(options.Ways(), problems);
-  plan.LeaveOut(ArchiveCopy::PathOfNewFile(options.archive));
   for (const std::string& path : options.paths) plan.Add(path, "");
   if (plan.Items().empty()) throw Failure(ExitCode::kFileError, "there is nothing to put into it");
   Preflight::CheckCount(plan.Items().size());
 
-  Interruption::Watch();
   const auto progress = New<Progress>(options.ShowProgress(), plan.TotalSize());
-  ArchiveCopy copy = ArchiveCopy::ForNewArchive(options.archive);
-  const Ref<ZipArchive> archive = OpenForWriting(copy.Path(), "utf-8");
+  const Ref<ZipArchive> archive = copy.BeginByEngine();
   archive->SetProgressMonitor(progress);
   MemberWriter(archive, options.Ways(), problems).Add(plan, progress);
   const std::int32_t members = archive->EntryCount();
   if (members == 0) throw Failure(ExitCode::kFileError, "there is nothing to put into it");
   CloseWritten(archive);
-  copy.CommitAsWritten();
+  std::vector<std::string_view> names;
+  for (const PlannedItem& item : plan.Items()) names.emplace_back(item.name);
+  copy.CommitByEngine(names, static_cast<std::size_t>(members));
   Progress::ClearLine();
   if (options.quiet) return;
   Output output;

@@ -51,9 +51,9 @@ std::size_t DeleteByCopy(const Options& options, Problems& problems) {
   Preflight::CheckDirectory(copy.Original(), before);
   const RawDirectory kept = Without(before, archive, members);
   if (kept.records.empty()) {
-    copy.MakeEmptyArchive(kept.comment);
-    copy.CommitAsWritten();
+    copy.CommitEmpty(kept.comment);
   } else {
+    copy.Begin();
     copy.Commit(Rebuild(copy.Original(), kept, copy.File()));
   }
   return members.size();
@@ -69,7 +69,6 @@ std::size_t DeleteInPlace(const Options& options, Problems& problems) {
 }
 
 void Delete(const Options& options, Problems& problems) {
-  OpenForReading(options.archive, options.encoding);  // says why if it is no archive
   Interruption::Watch();
   // The members are looked for once no other run can change the archive any more.
   const std::size_t deleted =

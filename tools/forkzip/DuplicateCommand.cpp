@@ -45,32 +45,45 @@ std::string StoredName(const Ref<ZipArchive>& archive, const DuplicateOptions& o
   return std::string(archive->z_pathToEncName(text).view());
 }
 
-void DuplicateByCopy(const DuplicateOptions& options, const Ref<ZipEntry>& entry, const std::string& name) {
+// Looked up once no other run can change the archive any more.
+Ref<ZipEntry> EntryOf(const Ref<ZipArchive>& archive, const DuplicateOptions& options) {
+  return archive->Entry(SelectOneMember(archive, options.member));
+}
+
+void DuplicateByCopy(const DuplicateOptions& options) {
   ArchiveCopy copy(options.archive);
+  const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
+  const Ref<ZipEntry> entry = EntryOf(archive, options);
+  const std::string name = StoredName(archive, options, entry->IsDirectory());
   const RawDirectory before = RawDirectory::Read(copy.Original());
   Preflight::CheckDirectory(copy.Original(), before);
+  copy.Begin();
   CopyBytes(copy.Original(), 0, copy.File(), 0, before.start);
   const RawDirectory after = AddDuplicate(copy.Original(), before, entry, name, copy.File());
   after.Write(copy.File());
   copy.Commit(after);
 }
 
-void DuplicateInPlace(const DuplicateOptions& options, const Ref<ZipEntry>& entry, const std::string& name) {
-  const InPlaceEdit edit(options.archive, options.encoding);
-  const RawDirectory after = AddDuplicate(edit.File(), edit.Before(), entry, name, edit.File());
-  after.Write(edit.File());
-  if (fsync(edit.File()) != 0) throw Failure(ExitCode::kFileError, WithCause("cannot be written", errno));
+void DuplicateInPlace(const DuplicateOptions& options) {
+  InPlaceEdit edit(options.archive, options.encoding);
+  const Ref<ZipEntry> entry = EntryOf(edit.Archive(), options);
+  const std::string name = StoredName(edit.Archive(), options, entry->IsDirectory());
+  try {
+    const RawDirectory after = AddDuplicate(edit.File(), edit.Before(), entry, name, edit.File());
+    after.Write(edit.File());
+    if (fsync(edit.File()) != 0) throw Failure(ExitCode::kFileError, WithCause("cannot be written", errno));
+  } catch (...) {
+    edit.Undo();
+    throw;
+  }
 }
 
 void Duplicate(const DuplicateOptions& options) {
-  const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
-  const Ref<ZipEntry> entry = archive->Entry(SelectOneMember(archive, options.member));
-  const std::string name = StoredName(archive, options, entry->IsDirectory());
   Interruption::Watch();
   if (options.in_place) {
-    DuplicateInPlace(options, entry, name);
+    DuplicateInPlace(options);
   } else {
-    DuplicateByCopy(options, entry, name);
+    DuplicateByCopy(options);
   }
 }
 

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
+#include <filesystem>
 
 #include "tools/forkzip/Interruption.h"
 #include "tools/forkzip/Problems.h"
@@ -96,6 +97,20 @@ void WriteAt(int fd, std::uint64_t position, std::string_view bytes) {
     if (written < 0) throw Failure(ExitCode::kFileError, WithCause("cannot be written", errno));
     position += static_cast<std::uint64_t>(written);
     bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
+std::string RealPath(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::path real = std::filesystem::weakly_canonical(path, error);
+  return error ? path : real.string();
+}
+
+void FillHoles(int fd, std::uint64_t position, std::uint64_t count) {
+  const int error =
+      fallocate(fd, FALLOC_FL_KEEP_SIZE, static_cast<off_t>(position), static_cast<off_t>(count));
+  if (error != 0 && errno == ENOSPC) {
+    throw Failure(ExitCode::kFileError, WithCause("cannot be written", ENOSPC));
   }
 }
 

@@ -20,13 +20,18 @@ class InPlaceEdit {
   const RawDirectory& Before() const { return before_; }
   int File() const { return file_.Get(); }
 
-  // Writes the directory and syncs the file. Raises Failure.
+  // Writes the directory and syncs the file. If that fails it undoes the change, and raises Failure.
   void Finish();
-  // Drops the members that were added, and writes the directory that was there before.
+  // The same where old members have been moved: that cannot be undone.
+  void FinishMoved();
+  // Ends the engine's part, and writes the directory that was there before, where it was, unless it still is
+  // there. REQUIRES: nothing in front of it was changed. Raises Failure.
   void Undo();
 
  private:
+  void CheckSameArchive() const;
   void KeepNamesAndComments();
+  bool DirectoryIsThere() const;
 
   Descriptor file_;
   RawDirectory before_;

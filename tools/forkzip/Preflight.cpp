@@ -23,6 +23,16 @@ constexpr std::size_t kLongestText = 65535;  // a name or a comment
   throw Failure(ExitCode::kBadArchive, "not changed: " + why);
 }
 
+// What the engine compares on its way, when earlier members have been moved already.
+bool HeadersAgree(std::string_view local, const RawRecord& record) {
+  const std::string_view central = record.Bytes();
+  return Get16(local, LocalHeader::kFlags) == record.Flags() &&
+         Get16(local, LocalHeader::kMethod) == Get16(central, CentralHeader::kMethod) &&
+         Get32(local, LocalHeader::kCrc) == record.Crc() &&
+         Get32(local, LocalHeader::kCompressedSize) == record.CompressedSize() &&
+         Get32(local, LocalHeader::kUncompressedSize) == record.Size();
+}
+
 }  // namespace
 
 void CheckDirectory(int file, const RawDirectory& directory) {
@@ -62,13 +72,18 @@ void CheckNothingVanishes(const RawDirectory& directory, std::int32_t entries_se
          " with resource forks and Finder data would vanish; leave out --in-place, which keeps them");
 }
 
-void CheckCompactable(int file, const RawDirectory& directory) {
-  const std::vector<MemberExtent> extents = ExtentsOf(file, directory);
+void CheckCompactable(int file, const RawDirectory& directory, const std::vector<MemberExtent>& extents) {
   const auto descriptors = std::count_if(extents.begin(), extents.end(),
                                          [](const MemberExtent& extent) { return extent.has_descriptor; });
-  if (descriptors == 0) return;
-  Refuse("in place, " + Count(static_cast<unsigned long long>(descriptors), "member") +
-         " with data descriptors would be damaged; leave out --in-place, which compacts them soundly");
+  if (descriptors != 0) {
+    Refuse("in place, " + Count(static_cast<unsigned long long>(descriptors), "member") +
+           " with data descriptors would be damaged; leave out --in-place, which compacts them soundly");
+  }
+  for (const RawRecord& record : directory.records) {
+    if (HeadersAgree(ReadAt(file, record.Offset(), LocalHeader::kSize), record)) continue;
+    Refuse(Printable(record.Name()) +
+           " has a local header that contradicts the directory; leave out --in-place, which keeps both");
+  }
 }
 
 void CheckCount(std::uint64_t members) {
