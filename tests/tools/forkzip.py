@@ -53,7 +53,7 @@ class Member:
 
 def archive(*members, comment=b"", count=None, gap=b"", between=b"", zip64=False):
     """The bytes of an archive; `gap` follows each member and belongs to none, `between` the directory."""
-    body, directory = b"", b""
+    body, directory = bytearray(), bytearray()  # which grow in place
     for member in members:
         directory += b"" if member.hole else member.central(len(body))
         body += member.local() + gap
@@ -61,8 +61,8 @@ def archive(*members, comment=b"", count=None, gap=b"", between=b"", zip64=False
     if zip64:
         between = struct.pack("<IQHHIIQQQQIIQI", 0x06064B50, 44, 45, 45, 0, 0, count, count, len(directory), len(body),
                               0x07064B50, 0, len(body) + len(directory), 1)
-    return body + directory + between + struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, count, count, len(directory), len(body),
-                                          len(comment)) + comment
+    end = struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, count, count, len(directory), len(body), len(comment))
+    return bytes(body + directory) + between + end + comment
 
 
 def apple_double(fork, type_and_creator=b"TEXTttxt"):
