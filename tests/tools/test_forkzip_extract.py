@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """forkzip extract: what arrives on disk, what is refused, and what is left when it does not work out."""
 
+import json
 import os
-import pathlib
 import resource
 import signal
 import subprocess
@@ -30,15 +30,13 @@ def mac_binary(data, fork):
     return bytes(header) + data + bytes(-len(data) % 128) + fork + bytes(-len(fork) % 128)
 
 
-def unar_fork(side_file):
-    """The resource fork in a side file, as another tool reads it."""
-    data = side_file.read_bytes()
-    count = int.from_bytes(data[24:26], "big")
-    for entry in (data[26 + 12 * i:38 + 12 * i] for i in range(count)):
-        kind, offset, length = (int.from_bytes(entry[j:j + 4], "big") for j in (0, 4, 8))
-        if kind == 2:
-            return data[offset:offset + length]
-    return b""
+def read_by_lsar(side_file):
+    """Type and creator, and the resource fork, where lsar finds them."""
+    report = subprocess.run(["lsar", "-j", side_file], check=True, capture_output=True).stdout
+    fork = json.loads(report)["lsarContents"][0]
+    start = fork["XADDataOffset"]
+    kind = b"".join(fork[key].to_bytes(4, "big") for key in ("XADFileType", "XADFileCreator"))
+    return kind, side_file.read_bytes()[start:start + fork["XADDataLength"]]
 
 
 class Extract(ForkzipTest):
@@ -131,8 +129,7 @@ class Extract(ForkzipTest):
                     self.extract(0, "-q", "d", "--overwrite")
                     self.assertEqual(self.files_below(self.out), ["d/._mac", "d/mac"])
                     self.assertEqual((self.out / "d/mac").read_bytes(), b"data")
-                    self.assertEqual(unar_fork(self.out / "d/._mac"), fork)
-                    self.assertIn(b"TEXTttxt", (self.out / "d/._mac").read_bytes())
+                    self.assertEqual(read_by_lsar(self.out / "d/._mac"), (b"TEXTttxt", fork))
                 self.assertEqual(self.cat("d/mac"), b"data")
 
     def test_side_files_that_are_there(self):
@@ -162,7 +159,7 @@ class Extract(ForkzipTest):
                 found = {path.name: None if path.is_symlink() else path.read_bytes()
                          for path in self.out.iterdir() if not path.is_dir()}
                 if after.get("._mac") == b"fork":
-                    found["._mac"] = unar_fork(self.out / "._mac")
+                    found["._mac"] = read_by_lsar(self.out / "._mac")[1]
                 self.assertEqual(found, after)
 
     def test_raw_leaves_wrapping_and_companions_as_they_are(self):
