@@ -118,10 +118,14 @@ class Editing(ForkzipTest):
             ("no such member", good, "delete", in_place, ["f", "x"], "nothing is deleted"),
             ("no such file", good, "add", [], ["missing"], "No such file"),
             ("the archive itself", good, "add", in_place, [self.zip], "it is the archive itself"),
+            ("no archive, before the file is missed", b"x" * 99, "add", in_place, ["missing"], "Zip file"),
+            ("headers that disagree", archive(Member("gap", b"x", hole=True), Member("f"), Member("g", local_flags=2)),
+             "compact", in_place, [], "g has a local header that contradicts"),
         ]
         for what, content, verb, way, arguments, message in cases:
             with self.subTest(what):
                 self.zip.write_bytes(content)
+                self.write(".a.zip.forkzip-new", "left by a run that was killed")
                 result = self.run_tool(verb, *way, self.zip, *arguments)
                 self.assertIn(result.returncode, (1, 2, 3))
                 self.assertIn(message, result.stderr.decode())
@@ -250,27 +254,55 @@ class Editing(ForkzipTest):
                 subprocess.run([*command, self.zip], check=True, capture_output=True)
 
     def test_the_new_archive_takes_the_place_of_the_old_one(self):
-        self.zip.write_bytes(archive(Member("f", b"1")))
-        self.zip.chmod(0o640)
-        os.chown(self.zip, 12, 34) if os.geteuid() == 0 else None
-        owner = (self.zip.stat().st_uid, self.zip.stat().st_gid)
+        precious = self.write("precious", "of someone else")
+        os.chown(self.root, 65534, -1) if os.geteuid() == 0 else None
+        owned, nobody = (12, 34), {"user": 65534, "group": 65534, "extra_groups": []}
+        kept = "its owner cannot be kept"
+        cases = [  # of root's tests, the archive's mode, who runs forkzip, what it says; the new owner and mode
+            ("mode and owner stay, and a link in the way is not written through", False, 0o640, {}, "", owned, 0o640),
+            ("an owner that is lost is told, and lets no group in", True, 0o2666, nobody, kept, (65534, 65534), 0o606),
+            ("a group that can be kept keeps its rights", True, 0o4660, {**nobody, "group": 34}, kept, (65534, 34), 0o660),
+        ]
         (self.root / "links").mkdir()
         (self.root / "links/l.zip").symlink_to("../a.zip")
-        self.write(".a.zip.forkzip-new", "left by a run that was killed")
-        self.expect(0, "comment", "links/l.zip", "x")
-        self.assertTrue((self.root / "links/l.zip").is_symlink())
-        status = self.zip.stat()
-        self.assertEqual((stat.S_IMODE(status.st_mode), status.st_uid, status.st_gid), (0o640, *owner))
-        self.assertEqual(self.expect(0, "comment", self.zip), b"x\n")
-        self.assert_no_strays()
+        for what, by_root, mode, user, says, owner, new_mode in cases:
+            if by_root and os.geteuid() != 0:
+                continue
+            with self.subTest(what):
+                self.zip.write_bytes(archive(Member("f", b"1")))
+                os.chown(self.zip, *owned) if os.geteuid() == 0 else None
+                self.zip.chmod(mode)
+                os.link(precious, self.root / ".a.zip.forkzip-new")
+                self.expect(0, "comment", "links/l.zip", "x", says=says, **user)
+                self.assertTrue((self.root / "links/l.zip").is_symlink())
+                status = self.zip.stat()
+                owner = owner if os.geteuid() == 0 else (os.geteuid(), status.st_gid)
+                self.assertEqual((stat.S_IMODE(status.st_mode), status.st_uid, status.st_gid), (new_mode, *owner))
+                self.assertEqual(self.expect(0, "comment", self.zip), b"x\n")
+                self.assertEqual(precious.read_text(), "of someone else")
+                self.assert_no_strays()
+        self.zip.chmod(0o444)
+        user = nobody if os.geteuid() == 0 else {}
+        for way in ([], ["--in-place"]):
+            self.expect(3, "comment", *way, self.zip, "read-only", says="cannot be opened for writing", **user)
+
+    def test_an_archive_of_the_longest_name(self):
+        self.write("f", "1")
+        name = "n" * 251 + ".zip"
+        self.expect(0, "create", "-q", name, "f")
+        self.expect(0, "comment", "-q", name, "x")
+        self.assertEqual(sorted(os.listdir(self.root)), ["f", name])
 
     def test_two_runs_do_not_change_an_archive_at_once(self):
         self.zip.write_bytes(archive(Member("f", b"1")))
-        with open(self.zip, "rb") as held:
-            fcntl.flock(held, fcntl.LOCK_EX)
-            for way in ([], ["--in-place"]):
-                self.expect(3, "comment", *way, self.zip, "x", says="is being changed by another run")
-            self.expect(0, "list", self.zip)
+        draft = self.write(".a.zip.forkzip-new", "of a run at work")
+        for held, way, code in ((self.zip, [], 3), (self.zip, ["--in-place"], 3), (draft, [], 3),
+                                (draft, ["--in-place"], 0)):
+            with self.subTest(held=held, way=way), open(held, "rb") as file:
+                fcntl.flock(file, fcntl.LOCK_EX)
+                self.expect(code, "comment", *way, self.zip, "x", says="is being changed by another run" if code else "")
+                self.expect(0, "list", self.zip)
+                self.assertEqual(draft.read_text(), "of a run at work")
 
 
 if __name__ == "__main__":

@@ -37,6 +37,7 @@ void SetByCopy(const Options& options, const std::string& text) {
   OpenForReading(options.archive, "utf-8");  // says why if it is no archive
   RawDirectory directory = RawDirectory::Read(copy.Original());
   Preflight::CheckDirectory(copy.Original(), directory);
+  Preflight::CheckComment(text);
   directory.comment = text;
   copy.Begin();
   CopyBytes(copy.Original(), 0, copy.File(), 0, directory.start);
@@ -46,13 +47,13 @@ void SetByCopy(const Options& options, const std::string& text) {
 
 void SetInPlace(const Options& options, const std::string& text) {
   InPlaceEdit edit(options.archive, "utf-8");
+  Preflight::CheckComment(text);
   edit.Archive()->SetComment(String::Bytes(text));
   edit.Finish();
 }
 
 void Comment(const CommentOptions& options) {
   if (!options.text) return TellComment(options);
-  Preflight::CheckComment(*options.text);
   Interruption::Watch();
   if (options.in_place) {
     SetInPlace(options, *options.text);

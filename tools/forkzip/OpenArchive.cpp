@@ -38,7 +38,8 @@ Descriptor OpenRegularFile(const std::string& path, int flags) {
   Descriptor file(open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK));
   if (!file.IsOpen()) {
     const ExitCode code = errno == ENOENT ? ExitCode::kBadArchive : ExitCode::kFileError;
-    throw Failure(code, WithCause("cannot be opened", errno));
+    const bool writing = (flags & O_ACCMODE) != O_RDONLY && code == ExitCode::kFileError;
+    throw Failure(code, WithCause(writing ? "cannot be opened for writing" : "cannot be opened", errno));
   }
   struct stat status {};
   if (fstat(file.Get(), &status) == 0 && !S_ISREG(status.st_mode)) {
