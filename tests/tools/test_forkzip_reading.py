@@ -148,6 +148,24 @@ class Damage(ForkzipTest):
             self.expect(1, "extract", self.zip, "-d", "out")
             self.assertEqual(self.files_below(self.root / "out"), [])
 
+    def test_memory_stays_with_what_is_there(self):
+        claim = 0x7FFFFFFF
+        archives = {
+            "nothing large": archive(Member("f", b"1")),
+            "a record claims 2 GiB": archive(Member("f", b"words", DEFLATED, size=claim)),
+            "a stored record and its companion claim 2 GiB": archive(
+                Member("f", b"words", size=claim), Member("__MACOSX/._f", apple_double(b"fork"), size=claim)),
+            "a bomb": archive(Member("f", bytes(80 << 20), DEFLATED)),
+        }
+        small = None
+        for what, content in archives.items():
+            self.zip.write_bytes(content)
+            for verb, *arguments in (["list", "--json"], ["info", "f"], ["test", "--json"], ["cat", "f"], ["extract"]):
+                with self.subTest(what, verb=verb):
+                    peak = self.peak(verb, self.zip, *arguments)
+                    small = small or peak
+                    self.assertLess(peak, 4 * small)
+
     def test_wrong_usage(self):
         for arguments in ([], ["bla"], ["list"], ["list", "a", "--bla"], ["cat", "a"], ["list", "--encoding", "x", "a"]):
             with self.subTest(arguments):
