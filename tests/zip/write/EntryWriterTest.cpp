@@ -1,5 +1,8 @@
+#include <tuple>
+
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/MacBytes.h"
+#include "tests/support/RecordingMonitor.h"
 #include "tests/zip/write/WriteSupport.h"
 
 namespace vantorel::testing {
@@ -13,15 +16,10 @@ Ref<MemoryBlock> Header(ZipArchive& archive, std::int32_t data_length, std::int3
 
 TEST(EntryWriter, RefusesWithoutATrace) {
   constexpr const char* kUnexpected = "An unexpected error occured while storing an item";
-  struct Case {
-    const char* name;  // of the member
-    bool opens;
-    std::int32_t length, rsrc_length, header_length;  // kNone: no fork, no header
-    std::int32_t result;
-    const char* message;
-    bool dirty;
-  };
-  const Case cases[] = {
+  using Length = std::int32_t;  // kNone: no fork, no header
+  // The member's name, whether its data opens, three lengths, result, message, and whether the archive is
+  // dirty then.
+  const std::tuple<const char*, bool, Length, Length, Length, int, const char*, bool> cases[] = {
       {"", true, 3, kNone, kNone, -50, "Name must not be empty", false},
       {"data", false, 3, kNone, kNone, -38, "Opening the source data stream failed", true},
       {"empty data", false, 0, kNone, 0, -38, "Opening the source data stream failed", true},
@@ -30,20 +28,19 @@ TEST(EntryWriter, RefusesWithoutATrace) {
       {"negative", true, -5, kNone, kNone, -2, kUnexpected, true},
       {"runs short", true, 4, kNone, 4, -2, "Read error, the archived item may be corrupted", true},
   };
-  for (const Case& c : cases) {
+  for (const auto& [name, opens, length, rsrc_length, header_length, result, message, dirty] : cases) {
     const ScratchFolder scratch;
     const auto archive = Open(scratch);
     archive->d->dirty = false;
-    const Ref<SeqDataInputStream> rsrc = c.rsrc_length == kNone ? nil : New<StringSource>("abc", false);
-    const auto header = c.header_length == kNone ? nil : Header(*archive, c.header_length, rsrc ? 3 : 0);
-    const auto data = New<StringSource>("abc", c.opens);
-    EXPECT_EQ(archive->AddItemByStreams(data, c.length, rsrc, 3, header, c.name, nil, nil), c.result)
-        << c.name;
-    EXPECT_EQ(Text(archive->errmsg), c.message) << c.name;
-    EXPECT_EQ(archive->d->dirty, c.dirty) << c.name;
-    EXPECT_EQ(Add(*archive, "next", "text"), 1) << c.name;
+    const Ref<SeqDataInputStream> rsrc = rsrc_length == kNone ? nil : New<StringSource>("abc", false);
+    const auto header = header_length == kNone ? nil : Header(*archive, header_length, rsrc ? 3 : 0);
+    const auto data = New<StringSource>("abc", opens);
+    EXPECT_EQ(archive->AddItemByStreams(data, length, rsrc, 3, header, name, nil, nil), result) << name;
+    EXPECT_EQ(Text(archive->errmsg), message) << name;
+    EXPECT_EQ(archive->d->dirty, dirty) << name;
+    EXPECT_EQ(Add(*archive, "next", "text"), 1) << name;
     EXPECT_TRUE(archive->Close());
-    EXPECT_EQ(MembersOf(scratch), (Members{{"next", "text"}})) << c.name;
+    EXPECT_EQ(MembersOf(scratch), (Members{{"next", "text"}})) << name;
   }
 }
 
@@ -65,27 +62,9 @@ TEST(EntryWriter, ForksAreFilledUpBehindTheHeader) {
   EXPECT_EQ(stored, expected);
 }
 
-struct ProgressMonitor : ZipProgressNotifier {
-  void EntryProgress(const Ref<ZipEntry>& entry, std::int32_t total, std::int32_t done,
-                     bool& abort) override {
-    EXPECT_EQ(entry->Size(), total);
-    progress.push_back(done);
-    abort = done >= abort_at;
-  }
-  void ItemFailed(const Ref<FolderItem>&, std::int32_t, const String&, bool&) override {}
-  void ItemStarting(const Ref<FolderItem>&, bool&) override {}
-  std::vector<std::int32_t> progress;
-  std::int32_t abort_at = INT32_MAX;
-};
-
 TEST(EntryWriter, TellsTheMonitorAndStopsWhenItSaysSo) {
-  struct Case {
-    const char* name;
-    std::int32_t length, rsrc_length, abort_at;
-    std::vector<std::int32_t> progress;
-    std::size_t bytes_read;
-  };
-  const Case cases[] = {
+  // Both forks' lengths, where the monitor aborts, what it is told, and what is read of the data fork.
+  const std::tuple<const char*, int, int, int, std::vector<std::int32_t>, std::size_t> cases[] = {
       {"nothing to tell of an empty member", 0, kNone, INT32_MAX, {}, 0},
       {"one call per chunk, the last one's is the end's", 32768, kNone, INT32_MAX, {0, 16384, 32768}, 32768},
       {"header and first piece fill a chunk", 20000, 10, INT32_MAX, {0, 16384, 20128, 20234, 20352}, 20000},
@@ -94,22 +73,23 @@ TEST(EntryWriter, TellsTheMonitorAndStopsWhenItSaysSo) {
       {"abort within a chunk", 40000, kNone, 1, {0, 16384, 40000}, 16384},
       {"abort in the last call", 100, kNone, 100, {0, 100}, 100},
   };
-  for (const Case& c : cases) {
+  for (const auto& [name, length, rsrc_length, abort_at, progress, bytes_read] : cases) {
     const ScratchFolder scratch;
     const auto archive = Open(scratch);
-    const auto monitor = New<ProgressMonitor>();
-    monitor->abort_at = c.abort_at;
+    const auto monitor = New<RecordingMonitor>();
+    monitor->abort_at = abort_at;
     archive->SetProgressMonitor(monitor);
     const auto data = New<StringSource>(Noise(40000));
-    const Ref<SeqDataInputStream> rsrc = c.rsrc_length == kNone ? nil : New<StringSource>(Noise(40000));
-    const auto header = rsrc ? Header(*archive, c.length, c.rsrc_length) : nil;
-    const bool aborted = c.abort_at != INT32_MAX;
-    const auto result = archive->AddItemByStreams(data, c.length, rsrc, c.rsrc_length, header, "n", nil, nil);
-    EXPECT_EQ(result, aborted ? 0 : 1) << c.name;
-    EXPECT_EQ(Text(archive->errmsg), aborted ? "Aborted" : "") << c.name;
-    EXPECT_EQ(monitor->progress, c.progress) << c.name;
-    EXPECT_EQ(data->position, c.bytes_read) << c.name;
-    EXPECT_EQ(data->times_opened, data->times_closed) << c.name;
+    const Ref<SeqDataInputStream> rsrc = rsrc_length == kNone ? nil : New<StringSource>(Noise(40000));
+    const auto header = rsrc ? Header(*archive, length, rsrc_length) : nil;
+    const bool aborted = abort_at != INT32_MAX;
+    EXPECT_EQ(archive->AddItemByStreams(data, length, rsrc, rsrc_length, header, "n", nil, nil),
+              aborted ? 0 : 1)
+        << name;
+    EXPECT_EQ(Text(archive->errmsg), aborted ? "Aborted" : "") << name;
+    EXPECT_EQ(monitor->progress, progress) << name;
+    EXPECT_EQ(data->position, bytes_read) << name;
+    EXPECT_EQ(data->times_opened, data->times_closed) << name;
   }
 }
 
