@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "platform/text/TextFunctions.h"
 
@@ -20,11 +21,7 @@ Ref<InternetHeaders> Parsed(std::string_view block) {
 }
 
 TEST(InternetHeaders, ParsesBlocks) {
-  const struct {
-    const char* fault;
-    const char* block;
-    const char* formatted;
-  } cases[] = {
+  const std::tuple<const char*, const char*, const char*> cases[] = {
       {"name ends at a later colon", "HTTP/1.0 200 OK\r\nA: b:c", "A: b:c"},
       {"blanks stay before the value or go behind it", "A:  \t b  ", "A: b  "},
       {"folded line is lost", "A: 1\r\n 2\r\n\t3\r\nB: 4", "A: 1 2 3\r\nB: 4"},
@@ -32,7 +29,8 @@ TEST(InternetHeaders, ParsesBlocks) {
       {"CR alone ends no line", "A: 1\rB: 3", "A: 1\r\nB: 3"},
       {"repeated names collide", "a: 1\r\nA: 2\r\nB: 3\r\na: 4\r\n", "a: 1\r\nA: 2\r\nB: 3\r\na: 4"},
   };
-  for (const auto& c : cases) EXPECT_EQ(Text(Parsed(c.block)->_FormatHTTPHeaders()), c.formatted) << c.fault;
+  for (const auto& [fault, block, formatted] : cases)
+    EXPECT_EQ(Text(Parsed(block)->_FormatHTTPHeaders()), formatted) << fault;
 }
 
 TEST(InternetHeaders, AnswersAndIsEditedByNameAndPosition) {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 #include <thread>
+#include <tuple>
 
 #include "tests/http/RecordingSocket.h"
 #include "tests/support/Peer.h"
@@ -26,11 +27,7 @@ std::string Request(const std::string& start, const std::string& rest) {
 using Call = void (*)(HTTPSocket&, const Peer&);
 
 TEST(HTTPSocketRequests, AreThoseOnTheWire) {
-  const struct {
-    const char* fault;
-    Call call;
-    std::string request;
-  } cases[] = {
+  const std::tuple<const char*, Call, std::string> cases[] = {
       {"query is cut, or scheme needed", [](auto& s, auto& p) { s.Get(Bytes(p.Host() + "/x?q=a/z"), 20); },
        Request("GET /x?q=a/z", "Host: HOST\r\n\r\n")},
       {"URL of a host alone has no path", [](auto& s, auto& p) { s.Get(Bytes("ftp://" + p.Host()), 20); },
@@ -64,17 +61,17 @@ TEST(HTTPSocketRequests, AreThoseOnTheWire) {
        },
        Request("GET /", "Host: HOST\r\nAuthorization: Basic eA==\r\n\r\n")},
   };
-  for (const auto& c : cases) {
+  for (const auto& [fault, call, expected] : cases) {
     Peer peer;
     const auto socket = New<RecordingSocket>();
     std::string request;
     std::thread server([&] { request = peer.Serve("HTTP/1.0 200 OK\r\n\r\n"); });
-    c.call(*socket, peer);
+    call(*socket, peer);
     server.join();
     const std::size_t host = request.find(peer.Host());
     if (host != std::string::npos) request.replace(host, peer.Host().size(), "HOST");
-    EXPECT_EQ(request, c.request) << c.fault;
-    EXPECT_EQ(socket->log, "") << c.fault << ": a synchronous call raised events";
+    EXPECT_EQ(request, expected) << fault;
+    EXPECT_EQ(socket->log, "") << fault << ": a synchronous call raised events";
   }
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <tuple>
 
 #include "launcher/BuildSettings.h"
 #include "launcher/VantorelLauncher.h"
@@ -49,12 +50,8 @@ TEST_F(GlobalsTest, SettingsAreSettledByTheOpenEvent) {
 }
 
 TEST_F(GlobalsTest, TheVersionCountsOnlyTogetherWithTheTarget) {
-  const struct {
-    const char* name;
-    const char* version;  // nullptr: no such file
-    bool target;
-    std::string result;
-  } cases[] = {
+  // nullptr: no such file
+  const std::tuple<const char*, const char*, bool, std::string> cases[] = {
       {"nothing installed", nullptr, false, kSentinel},
       {"a target of unknown version", nullptr, true, kSentinel},
       {"a version without its target", "mac_17", false, kSentinel},
@@ -65,11 +62,11 @@ TEST_F(GlobalsTest, TheVersionCountsOnlyTogetherWithTheTarget) {
       {"a line end belongs to the version", "mac_17\n", true, "17\n"},
       {"another platform's record", "win_17", true, "17"},
   };
-  for (const auto& one : cases) {
+  for (const auto& [name, version, target, result] : cases) {
     data_.Run("rm -rf Vantorel; mkdir Vantorel");
-    if (one.version != nullptr) data_.Write("Vantorel/version", one.version);
-    if (one.target) data_.Item("Vantorel/" + kTarget)->CreateAsFolder();
-    EXPECT_EQ(Text(Globals::CheckApplicationVersion()), one.result) << one.name;
+    if (version != nullptr) data_.Write("Vantorel/version", version);
+    if (target) data_.Item("Vantorel/" + kTarget)->CreateAsFolder();
+    EXPECT_EQ(Text(Globals::CheckApplicationVersion()), result) << name;
   }
 }
 

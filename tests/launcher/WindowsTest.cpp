@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "launcher/BuildSettings.h"
@@ -65,11 +66,8 @@ class WindowsTest : public ::testing::Test {
 TEST_F(WindowsTest, ControlsStandWhereTheLayoutSays) {
   const Ref<Window> splash = Window1::Implicit();
   const Ref<Window> notice = License::Implicit();
-  const struct {
-    Ref<Window> window;
-    const char* name;
-    std::vector<std::int32_t> layout;  // left, top, width, height, tab index, visible
-  } cases[] = {
+  // left, top, width, height, tab index, visible
+  const std::tuple<Ref<Window>, const char*, std::vector<std::int32_t>> cases[] = {
       {splash, "ProgressBar1", {172, 320, 289, 11, 0, false}},
       {splash, "ProgressWheel1", {1, 320, 15, 17, 5, true}},
       {splash, "statusText", {27, 317, 138, 20, 6, true}},
@@ -79,11 +77,11 @@ TEST_F(WindowsTest, ControlsStandWhereTheLayoutSays) {
       {notice, "info", {20, 14, 550, 20, 3, true}},
       {notice, "StaticText1", {20, 379, 600, 33, 4, true}},
   };
-  for (const auto& each : cases) {
-    const auto control = ControlByName<RectControl>(each.window, each.name);
+  for (const auto& [window, name, expected] : cases) {
+    const auto control = ControlByName<RectControl>(window, name);
     const std::vector<std::int32_t> layout{control->Left,   control->Top,      control->Width,
                                            control->Height, control->TabIndex, control->Visible()};
-    EXPECT_EQ(layout, each.layout) << each.name;
+    EXPECT_EQ(layout, expected) << name;
   }
 }
 
@@ -139,21 +137,18 @@ TEST_F(WindowsTest, UnreachableAndNothingInstalledIsSaid) {
 }
 
 TEST_F(WindowsTest, ProgressIsCountedInHundredsOfBytes) {
-  const struct {
-    std::int32_t received, total, value, maximum;
-    const char* status;
-  } cases[] = {
+  const std::tuple<std::int32_t, std::int32_t, std::int32_t, std::int32_t, const char*> cases[] = {
       {2500, 10000, 25, 100, "Herunterladen... (25%)"},
       {333, 1000, 3, 10, "Herunterladen... (33%)"},
       {2147483647, 2147483647, 21474836, 21474836, "Herunterladen... (100%)"},
       {5000, 0, 50, 0, "Herunterladen... (-2147483648%)"},
   };
   const auto socket = New<Download>();
-  for (const auto& each : cases) {
-    socket->Event_ReceiveProgress(each.received, each.total, "");
-    EXPECT_EQ(Bar()->Value(), each.value) << each.status;
-    EXPECT_EQ(Bar()->Maximum(), each.maximum) << each.status;
-    EXPECT_EQ(Status(), each.status);
+  for (const auto& [received, total, value, maximum, status] : cases) {
+    socket->Event_ReceiveProgress(received, total, "");
+    EXPECT_EQ(Bar()->Value(), value) << status;
+    EXPECT_EQ(Bar()->Maximum(), maximum) << status;
+    EXPECT_EQ(Status(), status);
   }
 }
 

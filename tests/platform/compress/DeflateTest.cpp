@@ -3,18 +3,13 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 #include "GzipSamples.h"
 #include "platform/compress/ZStream.h"
 
-namespace vantorel {
+namespace vantorel::testing {
 namespace {
-
-using testing::Gunzip;
-using testing::Gzip;
-using testing::kHeader;
-using testing::Noise;
-using testing::Words;
 
 class StringWriter : public IStreamWriter {
  public:
@@ -28,15 +23,11 @@ class StringWriter : public IStreamWriter {
 class Deflating : public ::testing::TestWithParam<CompressEngine> {};
 
 INSTANTIATE_TEST_SUITE_P(Engines, Deflating, ::testing::Values(CompressEngine::Zlib, CompressEngine::Fast),
-                         testing::EngineName);
+                         EngineName);
 
 TEST_P(Deflating, MakesOneMemberThatZlibReads) {
   constexpr std::size_t kHeldLimit = 8U << 20U;
-  const struct {
-    const char* name;
-    std::string contents;
-    std::size_t piece;
-  } cases[] = {
+  const std::tuple<const char*, std::string, std::size_t> cases[] = {
       {"nothing written", "", 1},
       {"one byte", "x", 1},
       {"byte by byte", Words(5000), 1},
@@ -45,24 +36,24 @@ TEST_P(Deflating, MakesOneMemberThatZlibReads) {
       {"one byte more than is held", Words(kHeldLimit + 1), 16384},
       {"far more, in one piece", Words(2 * kHeldLimit), 2 * kHeldLimit},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, contents, piece] : cases) {
+    SCOPED_TRACE(name);
     const auto writer = New<StringWriter>();
     ZStream stream(true, writer, nil, GetParam());
-    for (std::size_t at = 0; at < c.contents.size(); at += c.piece) {
-      stream.Write(String::Bytes(std::string_view(c.contents).substr(at, c.piece)));
+    for (std::size_t at = 0; at < contents.size(); at += piece) {
+      stream.Write(String::Bytes(std::string_view(contents).substr(at, piece)));
     }
-    EXPECT_EQ(Gunzip(writer->written, c.contents.size()), "(bad)") << "ended before it is closed";
+    EXPECT_EQ(Gunzip(writer->written, contents.size()), "(bad)") << "ended before it is closed";
     stream.Close();
     EXPECT_EQ(stream.ErrorValue(), StringWriter::kError) << "the writer's fault is not told";
     const std::string member = writer->written;
     stream.Close();
     EXPECT_EQ(writer->written.size(), member.size()) << "closing twice adds something";
-    EXPECT_TRUE(Gunzip(member, c.contents.size()) == c.contents);
+    EXPECT_TRUE(Gunzip(member, contents.size()) == contents);
     EXPECT_EQ(member[3], 0) << "optional fields make the header longer than 10 bytes";
-    EXPECT_LT(member.size() * 100, Gzip(c.contents).size() * 101 + 2000) << "not the default level's ratio";
+    EXPECT_LT(member.size() * 100, Gzip(contents).size() * 101 + 2000) << "not the default level's ratio";
   }
 }
 
 }  // namespace
-}  // namespace vantorel
+}  // namespace vantorel::testing

@@ -2,18 +2,14 @@
 
 #include <algorithm>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "GzipSamples.h"
 #include "platform/compress/ZStream.h"
 
-namespace vantorel {
+namespace vantorel::testing {
 namespace {
-
-using testing::Gzip;
-using testing::kHeader;
-using testing::Noise;
-using testing::Words;
 
 // Delivers a string in pieces of at most `piece` bytes.
 class PieceReader : public IStreamReader {
@@ -32,45 +28,35 @@ class PieceReader : public IStreamReader {
   std::size_t position_ = 0;
 };
 
-struct Outcome {
-  std::string bytes;
-  std::int32_t error = 0;
-};
-
 // Reads to the end or to the first fault.
-Outcome Inflate(CompressEngine engine, const std::string& member, std::int32_t count = 16384,
-                std::size_t piece = 1U << 30U) {
+std::pair<std::string, std::int32_t> Inflate(CompressEngine engine, const std::string& member,
+                                             std::int32_t count = 16384, std::size_t piece = 1U << 30U) {
   ZStream stream(false, nil, New<PieceReader>(member, piece), engine);
-  Outcome outcome;
+  std::string all;
   while (stream.ErrorValue() == 0) {
     const String bytes = stream.Read(count);
-    outcome.bytes += bytes.view();
-    const bool full = bytes.size() == static_cast<std::size_t>(count);
-    EXPECT_TRUE(full || stream.ErrorValue() != 0) << "a short read without end or fault";
-    if (!full) break;
+    all += bytes.view();
+    if (bytes.size() == static_cast<std::size_t>(count)) continue;
+    EXPECT_NE(stream.ErrorValue(), 0) << "a short read without end or fault";
+    break;
   }
-  outcome.error = stream.ErrorValue();
+  const std::int32_t error = stream.ErrorValue();
   EXPECT_TRUE(stream.Read(count).empty()) << "bytes behind the end";
-  EXPECT_EQ(stream.ErrorValue(), outcome.error) << "the outcome does not last";
-  return outcome;
+  EXPECT_EQ(stream.ErrorValue(), error) << "the outcome does not last";
+  return {all, error};
 }
 
 class Inflating : public ::testing::TestWithParam<CompressEngine> {};
 
 INSTANTIATE_TEST_SUITE_P(Engines, Inflating, ::testing::Values(CompressEngine::Zlib, CompressEngine::Fast),
-                         testing::EngineName);
+                         EngineName);
 
 std::string LargeText() {
   return Words(3'000'000);
 }
 
 TEST_P(Inflating, GivesBackWhatWasCompressed) {
-  const struct {
-    const char* name;
-    std::string contents;
-    std::int32_t count;
-    std::size_t piece;
-  } cases[] = {
+  const std::tuple<const char*, std::string, std::int32_t, std::size_t> cases[] = {
       {"nothing", "", 16384, 100000},
       {"small, byte by byte in and out", Words(2000), 1, 1},
       {"stored blocks beyond a piece of input", Noise(300'000), 16384, 100000},
@@ -78,11 +64,9 @@ TEST_P(Inflating, GivesBackWhatWasCompressed) {
       {"large from small pieces", LargeText(), 16256, 777},
       {"runs that compress a thousandfold", std::string(5'000'000, '\0'), 16384, 1U << 30U},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    const Outcome outcome = Inflate(GetParam(), Gzip(c.contents), c.count, c.piece);
-    EXPECT_TRUE(outcome.bytes == c.contents);
-    EXPECT_EQ(outcome.error, 1);
+  for (const auto& [name, contents, count, piece] : cases) {
+    SCOPED_TRACE(name);
+    EXPECT_TRUE(Inflate(GetParam(), Gzip(contents), count, piece) == std::pair(contents, 1));
   }
 }
 
@@ -104,11 +88,7 @@ TEST_P(Inflating, TheReadOfTheLastByteTellsTheEnd) {
 }
 
 TEST_P(Inflating, TellsFaultsApart) {
-  const struct {
-    const char* name;
-    std::string (*damage)(std::string member);
-    std::int32_t error;
-  } cases[] = {
+  const std::tuple<const char*, std::string (*)(std::string member), std::int32_t> cases[] = {
       {"a second member is not read", [](std::string m) { return m + m; }, 1},
       {"a name in the header", [](std::string m) { return m[3] = 8, m.insert(kHeader, "name", 5); }, 1},
       {"wrong checksum", [](std::string m) { return m[m.size() - 5] ^= 1, m; }, -3},
@@ -124,11 +104,11 @@ TEST_P(Inflating, TellsFaultsApart) {
   };
   for (const std::string& contents : {std::string(), Noise(50'000), LargeText()}) {
     const std::string member = Gzip(contents);
-    for (const auto& c : cases) {
-      SCOPED_TRACE(std::string(c.name) + ", contents of " + std::to_string(contents.size()));
-      const Outcome outcome = Inflate(GetParam(), c.damage(member));
-      EXPECT_EQ(outcome.error, c.error);
-      EXPECT_TRUE(contents.starts_with(outcome.bytes)) << "bytes that were never compressed";
+    for (const auto& [name, damage, error] : cases) {
+      SCOPED_TRACE(std::string(name) + ", contents of " + std::to_string(contents.size()));
+      const auto [bytes, found] = Inflate(GetParam(), damage(member));
+      EXPECT_EQ(found, error);
+      EXPECT_TRUE(contents.starts_with(bytes)) << "bytes that were never compressed";
     }
   }
 }
@@ -138,9 +118,9 @@ TEST_P(Inflating, KeepsNothingOfTheStreamBefore) {
   const std::string small = Gzip(Words(3000));
   for (const std::string& next : {small, large, small}) {
     Inflate(GetParam(), large.substr(0, large.size() / 3));
-    EXPECT_EQ(Inflate(GetParam(), next).error, 1);
+    EXPECT_EQ(Inflate(GetParam(), next).second, 1);
   }
 }
 
 }  // namespace
-}  // namespace vantorel
+}  // namespace vantorel::testing

@@ -10,7 +10,7 @@
 
 #include "tests/support/FileSizeLimit.h"
 
-namespace vantorel {
+namespace vantorel::testing {
 namespace {
 
 // A file in memory with the given content, and a second descriptor to see what has reached the kernel.
@@ -93,7 +93,7 @@ TEST(BinaryStream, AWriteThatFailsShowsInErrorAndLength) {
   EXPECT_TRUE(reader->WriteError() && reader->Length() == 0) << "written without leave";
   for (const std::size_t size : {std::size_t{10}, BinaryStream::kDirect + 10}) {
     File file;
-    const testing::FileSizeLimit full_disk(4);  // takes the part that fits, then none
+    const FileSizeLimit full_disk(4);  // takes the part that fits, then none
     file.stream->Write(String::Adopt(std::string(size, 'x'), nil));
     EXPECT_EQ(file.stream->Length(), 4U);
     EXPECT_TRUE(file.stream->WriteError());
@@ -140,4 +140,4 @@ TEST(BinaryStream, BehavesLikeAStringOfBytes) {
 }
 
 }  // namespace
-}  // namespace vantorel
+}  // namespace vantorel::testing

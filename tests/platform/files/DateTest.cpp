@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <limits>
 #include <string>
+#include <tuple>
 
 namespace vantorel {
 namespace {
@@ -33,33 +34,26 @@ Ref<Date> FromFields(const std::array<std::int32_t, 6>& fields) {
 }
 
 TEST(Date, FieldsAddUp) {
-  const struct {
-    const char* name;
-    std::array<std::int32_t, 6> set;
-    const char* expected;
-  } cases[] = {
+  const std::tuple<const char*, std::array<std::int32_t, 6>, const char*> cases[] = {
       {"no leap day in 1900", {1900, 2, 29, 0, 0, 0}, "1900 3 1 0 0 0"},
       {"but in 2000", {2000, 2, 29, 0, 0, 0}, "2000 2 29 0 0 0"},
       {"an empty DOS date", {1980, 0, 0, 0, 0, 0}, "1979 11 30 0 0 0"},
       {"a full DOS date", {2107, 15, 31, 31, 63, 62}, "2108 4 1 8 4 2"},
       {"backwards over the year", {2024, 1, 1, 0, 0, -1}, "2023 12 31 23 59 59"},
   };
-  for (const auto& c : cases) EXPECT_EQ(Text(*FromFields(c.set)), c.expected) << c.name;
+  for (const auto& [name, set, expected] : cases) EXPECT_EQ(Text(*FromFields(set)), expected) << name;
   EXPECT_NE(FromFields({std::numeric_limits<std::int32_t>::max(), 1, 1, 0, 0, 0})->UnixTime(), 0);
 }
 
 TEST(Date, SecondsSince1904) {
-  const struct {
-    double seconds;
-    const char* fields;
-  } cases[] = {
+  const std::tuple<double, const char*> cases[] = {
       {0, "1904 1 1 0 0 0"},         {2147483648.0, "1972 1 19 3 14 8"}, {4294967295.0, "2040 2 6 6 28 15"},
       {-0.5, "1903 12 31 23 59 59"}, {std::nan(""), "1904 1 1 0 0 0"},
   };
   const Ref<Date> date = New<Date>();
-  for (const auto& c : cases) {
-    date->SetTotalSeconds(c.seconds);
-    EXPECT_EQ(Text(*date), c.fields);
+  for (const auto& [seconds, fields] : cases) {
+    date->SetTotalSeconds(seconds);
+    EXPECT_EQ(Text(*date), fields);
   }
   for (const double absurd : {1e300, -1e300, std::numeric_limits<double>::infinity()}) {
     date->SetTotalSeconds(absurd);

@@ -10,20 +10,14 @@
 #include "platform/text/TextFunctions.h"
 #include "tests/support/ScratchFolder.h"
 
-namespace vantorel {
+namespace vantorel::testing {
 namespace {
 
-using testing::ScratchFolder;
-
-std::string TextOf(const Ref<FolderItem>& item) {
-  const Ref<BinaryStream> stream = item->OpenAsBinaryFile(false);
-  return stream ? std::string(stream->Read(1000).view()) : "(cannot be opened)";
-}
-
-std::vector<std::string> Names(const Ref<FolderItem>& folder) {
-  std::vector<std::string> names;
+// The names in a folder, each in front of "|".
+std::string Names(const Ref<FolderItem>& folder) {
+  std::string names;
   for (std::int32_t i = 1; const Ref<FolderItem> item = folder->TrueItem(i); ++i) {
-    names.emplace_back(item->Name().view());
+    names += std::string(item->Name().view()) + "|";
   }
   return names;
 }
@@ -31,7 +25,6 @@ std::vector<std::string> Names(const Ref<FolderItem>& folder) {
 TEST(FolderItem, Paths) {
   const ScratchFolder scratch;
   const Ref<FolderItem> folder = scratch.Item();
-  EXPECT_EQ(folder->Child("version")->Parent()->Path(), folder->Path());
   EXPECT_EQ(GetFolderItem("/a//./b/")->Path(), "/a/b");
   EXPECT_EQ(GetFolderItem("/")->Parent(), nil);
   EXPECT_EQ(GetFolderItem("a")->Parent()->Path(), GetFolderItem(".")->Path());
@@ -39,26 +32,20 @@ TEST(FolderItem, Paths) {
   for (const char* name : {"", ".", "..", "a/b", "/"}) EXPECT_EQ(folder->TrueChild(name), nil) << name;
   EXPECT_EQ(folder->TrueChild(String::Bytes({"a\0b", 3})), nil);
   EXPECT_EQ(folder->TrueChild(DefineEncoding("\xFC", Encodings::WindowsANSI()))->Name().view(), "\xC3\xBC");
-}
-
-TEST(FolderItem, ShellPathIsOneWordOfTheShell) {
-  const ScratchFolder scratch;
   const Ref<FolderItem> item = scratch.Write("a 'b' \"$(c)\"\\\n*", "found");
-  EXPECT_EQ(scratch.Run("cat " + std::string(item->ShellPath().view())), "found");
+  EXPECT_EQ(scratch.Run("cat " + std::string(item->ShellPath().view())), "found") << "one word of the shell";
 }
 
 TEST(FolderItem, LinksAreFollowedOnlyWhereTheNameSaysSo) {
   const ScratchFolder scratch;
   scratch.Write("file", "content");
-  scratch.Run(
-      "mkdir folder; ln -s file link; ln -s folder tofolder; ln -s nowhere dangling; ln -s loop loop");
+  scratch.Run("mkdir folder; ln -s file link; ln -s folder tofolder; ln -s gone dangling; ln -s loop loop");
   const Ref<FolderItem> folder = scratch.Item();
   EXPECT_EQ(folder->Child("link")->Name().view(), "file");
   EXPECT_TRUE(folder->TrueChild("dangling")->Exists());
   EXPECT_TRUE(folder->Child("loop")->Alias());
   EXPECT_TRUE(folder->Child("tofolder")->Directory());
-  EXPECT_EQ(TextOf(folder->TrueChild("link")), "content");
-
+  EXPECT_EQ(folder->TrueChild("link")->OpenAsBinaryFile(false)->Read(9).view(), "content");
   folder->TrueChild("link")->SetModificationDate(Date::FromUnixTime(0));
   EXPECT_NE(folder->TrueChild("file")->ModificationDate()->UnixTime(), 0);
   folder->TrueChild("link")->Delete();
@@ -118,7 +105,6 @@ TEST(FolderItem, StatusAndModes) {
   EXPECT_EQ(mode, 0100554);
   item->SetLocked(false);
   EXPECT_FALSE(item->Locked());
-
   EXPECT_EQ(scratch.Item("absent")->GetUnixMode(mode), -ENOENT);
 }
 
@@ -126,12 +112,11 @@ TEST(FolderItem, ListingIsInByteOrderAndReadAnewFromTheFirst) {
   const ScratchFolder scratch;
   for (const char* name : {"b", "A", "a", "\xFF", ".dot", "._alone", "._b"}) scratch.Write(name, "");
   const Ref<FolderItem> folder = scratch.Item();
-  EXPECT_EQ(Names(folder), (std::vector<std::string>{"._alone", "._b", ".dot", "A", "a", "b", "\xFF"}))
-      << "an ordinary file is not hidden for its name";
+  EXPECT_EQ(Names(folder), "._alone|._b|.dot|A|a|b|\xFF|") << "an ordinary file is not hidden for its name";
   scratch.Item("A")->Delete();
   EXPECT_EQ(folder->TrueItem(4)->Name().view(), "A") << "the listing is of one moment";
   EXPECT_EQ(folder->TrueItem(0), nil);
-  EXPECT_EQ(Names(folder).size(), 6U);
+  EXPECT_EQ(Names(folder), "._alone|._b|.dot|a|b|\xFF|");
 }
 
 TEST(FolderItem, ApplicationDataIsInTheHomeFolderWhereTheEnvironmentNamesNoOther) {
@@ -142,4 +127,4 @@ TEST(FolderItem, ApplicationDataIsInTheHomeFolderWhereTheEnvironmentNamesNoOther
 }
 
 }  // namespace
-}  // namespace vantorel
+}  // namespace vantorel::testing

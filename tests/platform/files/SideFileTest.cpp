@@ -6,19 +6,18 @@
 #include <cerrno>
 #include <map>
 #include <string>
+#include <tuple>
 
 #include "platform/files/FolderItem.h"
-#include "platform/files/ResourceFork.h"
 #include "platform/text/TextFunctions.h"
 #include "tests/support/FileSizeLimit.h"
+#include "tests/support/Forks.h"
 #include "tests/support/ScratchFolder.h"
 
-namespace vantorel {
+namespace vantorel::testing {
 namespace {
 
-using testing::ScratchFolder;
-
-std::string Big(std::uint32_t value, int bytes = 4) {
+std::string Big(std::size_t value, int bytes = 4) {
   std::string text;
   while (bytes-- > 0) text += static_cast<char>(value >> (8 * bytes));
   return text;
@@ -30,10 +29,7 @@ std::uint32_t Number(const std::string& bytes, std::size_t at, std::size_t count
   return value;
 }
 
-struct Entry {
-  std::uint32_t id;
-  std::string data;
-};
+using Entry = std::pair<std::uint32_t, std::string>;
 
 const std::string kHeader = Big(0x00051607) + Big(0x00020000) + std::string(16, '\0');
 
@@ -41,13 +37,11 @@ const std::string kHeader = Big(0x00051607) + Big(0x00020000) + std::string(16, 
 std::string AppleDoubleOf(const std::vector<Entry>& entries) {
   std::string table;
   std::string data;
-  for (const Entry& entry : entries) {
-    const std::size_t offset = 26 + 12 * entries.size() + data.size();
-    table += Big(entry.id) + Big(static_cast<std::uint32_t>(offset)) +
-             Big(static_cast<std::uint32_t>(entry.data.size()));
-    data += entry.data;
+  for (const auto& [id, bytes] : entries) {
+    table += Big(id) + Big(26 + 12 * entries.size() + data.size()) + Big(bytes.size());
+    data += bytes;
   }
-  return kHeader + Big(static_cast<std::uint32_t>(entries.size()), 2) + table + data;
+  return kHeader + Big(entries.size(), 2) + table + data;
 }
 
 // The other way.
@@ -62,39 +56,25 @@ std::map<std::uint32_t, std::string> EntriesOf(const std::string& file) {
   return entries;
 }
 
-void WriteFork(const Ref<FolderItem>& item, const std::string& bytes) {
-  std::int32_t error = -1;
-  const Ref<ResourceFork> fork = ResourceFork::Open(item, ResourceFork::Access::kReadWrite, error);
-  ASSERT_EQ(error, 0);
-  EXPECT_EQ(fork->SetEOF(0), 0);
-  EXPECT_EQ(fork->Write(bytes), 0);
-  EXPECT_EQ(fork->Close(), 0);
-}
-
-std::string ForkOf(const Ref<FolderItem>& item) {
-  std::int32_t error = -1;
-  const Ref<ResourceFork> fork = ResourceFork::Open(item, ResourceFork::Access::kRead, error);
-  std::string bytes;
-  if (fork) fork->Read(0x7FFFFFFF, bytes);
-  return fork ? bytes : "error " + std::to_string(error);
-}
-
 TEST(SideFile, HoldsWhatWasSetAndNothingMore) {
   const ScratchFolder scratch;
   const Ref<FolderItem> item = scratch.Write("name", "data");
-  item->SetMacType("TEXT");
-  item->SetMacCreator("R*");
-  FinderInfo info = item->GetFinderInfo();
-  info.flags = 0x4A0B;
-  info.location_v = -2, info.location_h = 3, info.folder = 4;
-  info.script = 0x81, info.extended_flags = 0x20;
+  const FinderInfo info{{'T', 'E', 'X', 'T'}, {'R', '*', ' ', ' '}, 0x4A0B, -2, 3, 4, 0x81, 0x20};
   EXPECT_TRUE(item->SetFinderInfo(info));
-  WriteFork(item, "fork");
+  WithFork(item, "fork");
   const std::string finder = std::string("TEXTR*  \x4A\x0B\xFF\xFE\0\3\0\4", 16) + std::string(8, '\0') +
                              "\x81\x20" + std::string(6, '\0');
   EXPECT_EQ(scratch.Read("._name"), AppleDoubleOf({{9, finder}, {2, "fork"}}));
   EXPECT_EQ(item->GetFinderInfo(), info);
   EXPECT_EQ(ForkOf(item), "fork");
+}
+
+TEST(SideFile, MayBeReadByNoOneElseThanTheItem) {
+  const ScratchFolder scratch;
+  const Ref<FolderItem> item = scratch.Write("name", "");
+  item->SetUnixMode(0600);
+  WithFork(item, "secret");
+  EXPECT_EQ(scratch.Run("stat -c %a ._name"), "600\n");
 }
 
 // Takes minutes if the whole table is walked for each entry.
@@ -115,13 +95,13 @@ TEST(SideFile, IsThereOnlyWhileItHoldsSomething) {
   const ScratchFolder scratch;
   const Ref<FolderItem> item = scratch.Write("name", "data");
   item->SetMacType("");
-  WriteFork(item, "");
+  WithFork(item, "");
   EXPECT_FALSE(scratch.Has("._name"));
   item->SetMacType("TEXT");
-  WriteFork(item, "fork");
+  WithFork(item, "fork");
   item->SetMacType("");
   EXPECT_TRUE(scratch.Has("._name"));
-  WriteFork(item, "");
+  WithFork(item, "");
   EXPECT_FALSE(scratch.Has("._name"));
 
   // What no field here stands for is something too: an icon number, say.
@@ -154,38 +134,27 @@ TEST(SideFile, GoesWithItsItem) {
   EXPECT_FALSE(scratch.Has("._new"));
 }
 
-TEST(SideFile, NoOneMayReadMoreOfTheForkThanOfTheItem) {
-  const ScratchFolder scratch;
-  const Ref<FolderItem> item = scratch.Write("name", "");
-  item->SetUnixMode(0600);
-  WriteFork(item, "secret");
-  EXPECT_EQ(scratch.Run("stat -c %a ._name"), "600\n");
-}
-
 TEST(SideFile, ForeignEntriesAreKept) {
   const std::string finder = "TEXTttxt" + std::string(24, '\1');
   const std::string attributes = finder + std::string(3728, 'A');  // as other systems add them
   const std::string long_fork(40'000, 'f');
-  const struct {
-    const char* name;
-    std::vector<Entry> entries;
-  } cases[] = {
+  const std::tuple<const char*, std::vector<Entry>> cases[] = {
       {"fork before others", {{3, "real name"}, {2, long_fork}, {9, finder}, {8, "dates"}}},
       {"fork last", {{9, attributes}, {2, "fork"}}},
       {"no Finder info", {{2, "fork"}, {4, "comment"}}},
       {"no fork", {{4, "comment"}, {9, finder}}},
       {"Finder info too short", {{9, "TEXT"}, {4, "comment"}, {2, "fork"}}},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, entries] : cases) {
+    SCOPED_TRACE(name);
     const ScratchFolder scratch;
     const Ref<FolderItem> item = scratch.Write("name", "");
-    scratch.Write("._name", AppleDoubleOf(c.entries));
+    scratch.Write("._name", AppleDoubleOf(entries));
     std::map<std::uint32_t, std::string> expected = EntriesOf(scratch.Read("._name"));
     EXPECT_EQ(ForkOf(item), expected[2]);
 
     expected[9].resize(std::max(expected[9].size(), std::size_t{32}));
-    if (std::string_view(c.name) == "Finder info too short") expected[9].assign(32, '\0');
+    if (std::string_view(name) == "Finder info too short") expected[9].assign(32, '\0');
     expected[9].replace(0, 4, "APPL");
     item->SetMacType("APPL");
     EXPECT_EQ(EntriesOf(scratch.Read("._name")), expected);
@@ -198,7 +167,7 @@ TEST(SideFile, ForeignEntriesAreKept) {
     expected[2].resize(50'002);
     expected[2].replace(2, 50'000, 50'000, 'w');
     EXPECT_EQ(EntriesOf(scratch.Read("._name")), expected);
-    WriteFork(item, "short");
+    WithFork(item, "short");
     expected[2] = "short";
     EXPECT_EQ(EntriesOf(scratch.Read("._name")), expected);
     EXPECT_EQ(scratch.Run("ls -A"), "._name\nname\n");
@@ -207,28 +176,25 @@ TEST(SideFile, ForeignEntriesAreKept) {
 
 TEST(SideFile, WhatIsNoAppleDoubleFileIsLeftAlone) {
   const std::string good = AppleDoubleOf({{9, std::string(32, 'x')}, {2, "fork"}});
-  const struct {
-    const char* name;
-    std::string content;
-  } cases[] = {
+  const std::tuple<const char*, std::string> cases[] = {
       {"AppleSingle", Big(0x00051600) + good.substr(4)},
       {"text", "just a file"},
       {"version 1", good.substr(0, 4) + Big(0x00010000) + good.substr(8)},
       {"cut in its table", good.substr(0, 49)},
       {"more entries than there is room for", good.substr(0, 24) + Big(0xFFFF, 2) + good.substr(26)},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, content] : cases) {
+    SCOPED_TRACE(name);
     const ScratchFolder scratch;
     const Ref<FolderItem> item = scratch.Write("name", "");
-    scratch.Write("._name", c.content);
+    scratch.Write("._name", content);
     EXPECT_TRUE(item->MacType().empty());
     EXPECT_EQ(ForkOf(item), "");
     EXPECT_FALSE(item->SetFinderInfo({.script = 1}));
     std::int32_t error = 0;
     EXPECT_EQ(ResourceFork::Open(item, ResourceFork::Access::kReadWrite, error), nil);
     EXPECT_EQ(error, -EEXIST);
-    EXPECT_EQ(scratch.Read("._name"), c.content);
+    EXPECT_EQ(scratch.Read("._name"), content);
   }
   const ScratchFolder scratch;
   scratch.Run("touch name; mkdir ._name; ln -s other ._link; touch link other");
@@ -240,13 +206,12 @@ TEST(SideFile, WhatIsNoAppleDoubleFileIsLeftAlone) {
 TEST(ResourceFork, AFullDiskShowsAtCloseAndLeavesNoHalfFile) {
   const ScratchFolder scratch;
   std::int32_t error = 0;
-  const Ref<ResourceFork> fork =
-      ResourceFork::Open(scratch.Write("name", ""), ResourceFork::Access::kReadWrite, error);
-  const testing::FileSizeLimit full_disk(100);
+  const auto fork = ResourceFork::Open(scratch.Write("name", ""), ResourceFork::Access::kReadWrite, error);
+  const FileSizeLimit full_disk(100);
   fork->Write(std::string(200, 'x'));
   EXPECT_EQ(fork->Close(), -EFBIG);
   EXPECT_FALSE(scratch.Has("._name"));
 }
 
 }  // namespace
-}  // namespace vantorel
+}  // namespace vantorel::testing

@@ -13,14 +13,13 @@
 #include <functional>
 #include <string>
 #include <thread>
+#include <tuple>
 
 #include "platform/run/EventLoop.h"
 #include "tests/support/Peer.h"
 
-namespace vantorel {
+namespace vantorel::testing {
 namespace {
-
-using testing::Peer;
 
 // Writes down its events: C connected, D data, S send complete, E error; lets a test act inside each.
 class RecordingSocket : public TCPSocket {
@@ -76,11 +75,7 @@ double ProcessorSeconds() {
 
 TEST(TCPSocket, FailuresArriveAsOneErrorEventAfterConnectReturned) {
   const std::int32_t closed = Peer().Port();
-  const struct {
-    const char* name;
-    std::string host;
-    std::int32_t port, code;
-  } cases[] = {
+  const std::tuple<const char*, std::string, std::int32_t, std::int32_t> cases[] = {
       {"nobody listens", "127.0.0.1", closed, SocketCore::kConnectionRefused},
       {"port 0", "127.0.0.1", 0, SocketCore::kBadPort},
       {"port that would wrap to a good one", "127.0.0.1", 65536 + closed, SocketCore::kBadPort},
@@ -88,17 +83,17 @@ TEST(TCPSocket, FailuresArriveAsOneErrorEventAfterConnectReturned) {
       {"too long for a name", std::string(300, 'a'), 80, SocketCore::kNameResolutionFailed},
       {"an address that cannot be connected to", "255.255.255.255", 80, SocketCore::kOpenFailed},
   };
-  for (const auto& one : cases) {
+  for (const auto& [name, host, port, code] : cases) {
     for (const bool polled : {false, true}) {
       const auto socket = New<RecordingSocket>();
-      socket->ConnectTo(one.host.c_str(), one.port);
-      EXPECT_EQ(socket->events, "") << one.name;
+      socket->ConnectTo(host.c_str(), port);
+      EXPECT_EQ(socket->events, "") << name;
       while (polled && !socket->Saw('E')) socket->Poll();
       socket->RunUntil('E');
       EventLoop::Current().RunPending(5);
-      EXPECT_EQ(socket->events, "E") << one.name;
-      EXPECT_EQ(socket->LastErrorCode(), one.code) << one.name;
-      EXPECT_FALSE(socket->IsConnected()) << one.name;
+      EXPECT_EQ(socket->events, "E") << name;
+      EXPECT_EQ(socket->LastErrorCode(), code) << name;
+      EXPECT_FALSE(socket->IsConnected()) << name;
     }
   }
 }
@@ -153,8 +148,7 @@ TEST(TCPSocket, AResetFoundByWritingDoesNotHideWhatWasReceived) {
   Connection connection;
   connection.peer.Send("answer");
   connection.peer.Reset();
-  connection.socket->Write("a");
-  connection.socket->Write("b");
+  for (const char* text : {"a", "b"}) connection.socket->Write(text);
   connection.socket->RunUntil('E');
   EXPECT_EQ(connection.socket->received, "answer");
 }
@@ -211,29 +205,26 @@ TEST(TCPSocket, PurgeThrowsAwayBothBuffersAndNoWaitSpins) {
 }
 
 TEST(TCPSocket, MayBeClosedConnectedAnewOrDroppedInItsOwnEvents) {
-  for (const char event : {'C', 'D', 'E'}) {
-    for (const char act : {'c', 'd', 'a'}) {
-      SCOPED_TRACE(std::string(act == 'c'   ? "closed"
-                               : act == 'd' ? "dropped"
-                                            : "connected anew") +
-                   " in " + event);
+  for (const std::string until : {"C", "CD", "CDE"}) {
+    for (const std::string act : {"closed", "dropped", "connected anew"}) {
+      SCOPED_TRACE(act + " in the last of " + until);
       Peer first, second;
       auto socket = New<RecordingSocket>();
       std::string events;  // the socket may be gone
       socket->on_event = [&](char now) {
-        if (now != event || !events.empty()) return;
+        if (now != until.back() || !events.empty()) return;
         events = socket->events;
-        if (act == 'c') socket->Close();
-        if (act == 'd') socket = nil;
-        if (act == 'a') socket->ConnectTo("127.0.0.1", second.Port());
+        if (act == "closed") socket->Close();
+        if (act == "dropped") socket = nil;
+        if (act == "connected anew") socket->ConnectTo("127.0.0.1", second.Port());
       };
       socket->ConnectTo("127.0.0.1", first.Port());
       first.Accept();
       first.Send("old");
       first.Close();
       EventLoop::Current().RunUntil([&] { return !events.empty(); });
-      std::string expected = event == 'C' ? "C" : event == 'D' ? "CD" : "CDE";
-      if (act == 'a') {
+      std::string expected = until;
+      if (act == "connected anew") {
         expected += "CDE";
         second.Accept();
         second.Send("new");
@@ -242,8 +233,7 @@ TEST(TCPSocket, MayBeClosedConnectedAnewOrDroppedInItsOwnEvents) {
         EXPECT_TRUE(socket->received.ends_with("new"));
       }
       for (int i = 0; i < 5; ++i) EventLoop::Current().RunPending(2);
-      if (socket != nil) events = socket->events;
-      EXPECT_EQ(events, expected);
+      EXPECT_EQ(socket != nil ? socket->events : events, expected);
     }
   }
 }
@@ -273,4 +263,4 @@ TEST(TCPSocket, TriesAllAddressesThatAResolverGives) {
 }
 
 }  // namespace
-}  // namespace vantorel
+}  // namespace vantorel::testing

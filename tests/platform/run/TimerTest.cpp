@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <string>
+#include <tuple>
 
 #include "platform/base/Exceptions.h"
 #include "platform/run/Quit.h"
@@ -24,23 +25,19 @@ void RunFor(milliseconds time) {
 }
 
 TEST(Timer, FiresAsItsModeAndPeriodSay) {
-  const struct {
-    const char* name;
-    std::function<void(const Ref<Timer>&)> set;
-    int fired;
-  } cases[] = {
+  const std::tuple<const char*, std::function<void(const Ref<Timer>&)>, int> cases[] = {
       {"off unless armed", [](const Ref<Timer>& t) { t->SetPeriod(1); }, 0},
       {"the period may be set after arming", [](const Ref<Timer>& t) { t->SetMode(1), t->SetPeriod(1); }, 1},
       {"turned off in time", [](const Ref<Timer>& t) { t->SetPeriod(1), t->SetMode(1), t->SetMode(0); }, 0},
   };
-  for (const auto& one : cases) {
+  for (const auto& [name, set, times] : cases) {
     int fired = 0;
     const auto timer = New<Timer>();
     timer->Action = [&] { ++fired; };
-    one.set(timer);
+    set(timer);
     RunFor(milliseconds(40));
-    EXPECT_EQ(fired, one.fired) << one.name;
-    EXPECT_EQ(timer->Mode(), 0) << one.name;
+    EXPECT_EQ(fired, times) << name;
+    EXPECT_EQ(timer->Mode(), 0) << name;
   }
 }
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "platform/text/TextFunctions.h"
 
 namespace vantorel {
@@ -13,13 +15,7 @@ TEST(Encodings, NumbersAndNames) {
 }
 
 TEST(Encodings, Conversion) {
-  const struct {
-    const char* name;
-    const char* from;
-    Ref<TextEncoding> from_encoding;
-    Ref<TextEncoding> to;
-    const char* expected;
-  } cases[] = {
+  const std::tuple<const char*, const char*, Ref<TextEncoding>, Ref<TextEncoding>, const char*> cases[] = {
       {"u umlaut to Windows", "\xC3\xBC", Encodings::UTF8(), Encodings::WindowsANSI(), "\xFC"},
       {"and to the Mac", "\x81", GetTextEncoding(1024, 0, 0), Encodings::MacRoman(), "\x9F"},
       {"no label counts as UTF-8", "a\xC3\xBC", nil, Encodings::MacRoman(), "a\x9F"},
@@ -30,10 +26,10 @@ TEST(Encodings, Conversion) {
       {"output longer than twice the input", "\xB1\xB2\xB3", GetTextEncoding(1, 0, 0), Encodings::UTF8(),
        "\xEF\xBD\xB1\xEF\xBD\xB2\xEF\xBD\xB3"},
   };
-  for (const auto& c : cases) {
-    const String result = ConvertEncoding(DefineEncoding(String::Bytes(c.from), c.from_encoding), c.to);
-    EXPECT_EQ(result.view(), c.expected) << c.name;
-    EXPECT_EQ(Encoding(result), c.to) << c.name;
+  for (const auto& [name, from, from_encoding, to, expected] : cases) {
+    const String result = ConvertEncoding(DefineEncoding(String::Bytes(from), from_encoding), to);
+    EXPECT_EQ(result.view(), expected) << name;
+    EXPECT_EQ(Encoding(result), to) << name;
   }
 }
 
@@ -64,18 +60,15 @@ TEST(Encodings, EachKnownOneConverts) {
 }
 
 TEST(Encodings, JapaneseGuess) {
-  const struct {
-    const char* name;
-    const char* bytes;
-    std::int32_t base;  // -1: none
-  } cases[] = {
+  // -1: none
+  const std::tuple<const char*, const char*, std::int32_t> cases[] = {
       {"ASCII says nothing", "plain", -1},        {"UTF-8", "\xC3\xBC.txt", 256},
       {"Shift-JIS", "\x83\x5C\x81\x5B", 2561},    {"EUC", "\xA5\xBD\xA1\xBC", 2336},
       {"overlong UTF-8 is none", "\xC0\x80", -1}, {"cut short", "a\xE3", -1},
   };
-  for (const auto& c : cases) {
-    const Ref<TextEncoding> guess = GuessJapaneseEncoding(String::Bytes(c.bytes));
-    EXPECT_EQ(guess ? guess->base() : -1, c.base) << c.name;
+  for (const auto& [name, bytes, base] : cases) {
+    const Ref<TextEncoding> guess = GuessJapaneseEncoding(String::Bytes(bytes));
+    EXPECT_EQ(guess ? guess->base() : -1, base) << name;
   }
 }
 

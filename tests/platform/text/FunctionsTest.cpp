@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <tuple>
 
 #include "platform/base/Arithmetic.h"
 #include "platform/text/TextFunctions.h"
@@ -15,11 +16,7 @@ String Labelled(const char* bytes, std::int32_t base) {
 TEST(TextFunctions, PartsOfATextAndReplacement) {
   const String umlauts("\xC3\xA4xx\xE2\x82\xACyyyyyyyyyyyy\xC3\xBCz");
   const String sjis = Labelled("a\x83\\z", 1);
-  const struct {
-    const char* name;
-    String result;
-    const char* expected;
-  } cases[] = {
+  const std::tuple<const char*, String, const char*> cases[] = {
       {"negative count", Left("abc", -1), ""},
       {"start past the end", Mid("abc", 4), ""},
       {"largest count does not overflow", Mid("abc", 2, std::numeric_limits<std::int32_t>::max()), "bc"},
@@ -40,7 +37,7 @@ TEST(TextFunctions, PartsOfATextAndReplacement) {
       {"nothing to look for", ReplaceAll("abc", "", "-"), "abc"},
       {"not within a double byte", ReplaceAll(Labelled("\x83\\\\", 1), "\\", "-"), "\x83\\-"},
   };
-  for (const auto& c : cases) EXPECT_EQ(c.result.view(), c.expected) << c.name;
+  for (const auto& [name, result, expected] : cases) EXPECT_EQ(result.view(), expected) << name;
   EXPECT_EQ(Len(umlauts), 18);
   EXPECT_EQ(LenB(umlauts), 22);
   EXPECT_EQ(Len(sjis), 3);
@@ -49,11 +46,7 @@ TEST(TextFunctions, PartsOfATextAndReplacement) {
 
 TEST(TextFunctions, Positions) {
   const std::string far = std::string(1000, 'a') + "HEADER: x";
-  const struct {
-    const char* name;
-    std::int32_t result;
-    std::int32_t expected;
-  } cases[] = {
+  const std::tuple<const char*, std::int32_t, std::int32_t> cases[] = {
       {"from a start", InStr(3, "aXbxc", "x"), 4},
       {"behind the last", InStr(3, "aXb", "x"), 0},
       {"empty pattern", InStr("abc", ""), 0},
@@ -64,25 +57,20 @@ TEST(TextFunctions, Positions) {
       {"bytes above 127 have no case", InStr(String::Bytes("\xC4"), String::Bytes("\xE4")), 0},
       {"half of a double byte is no match", InStr(Labelled("\x83\\\\", 1), "\\"), 2},
   };
-  for (const auto& c : cases) EXPECT_EQ(c.result, c.expected) << c.name;
+  for (const auto& [name, result, expected] : cases) EXPECT_EQ(result, expected) << name;
 }
 
 TEST(TextFunctions, Comparison) {
-  const struct {
-    const char* name;
-    const char* a;
-    const char* b;
-    bool same;
-  } cases[] = {
+  const std::tuple<const char*, const char*, const char*, bool> cases[] = {
       {"case plays no part", "README.TXT and more", "readme.txt AND MORE", true},
       {"nor does it in the last bytes", "12345678AbC", "12345678aBc", true},
       {"'@' and '`' differ by the same bit", "@@@@@@@@", "````````", false},
       {"'Z' folds, '[' does not", "[Z", "{z", false},
       {"beyond ASCII bytes count", "\xC3\x84", "\xC3\xA4", false},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(SameText(c.a, c.b), c.same) << c.name;
-    EXPECT_EQ(CaselessHash(c.a) == CaselessHash(c.b), c.same) << c.name;
+  for (const auto& [name, a, b, same] : cases) {
+    EXPECT_EQ(SameText(a, b), same) << name;
+    EXPECT_EQ(CaselessHash(a) == CaselessHash(b), same) << name;
   }
   EXPECT_TRUE(SameText(String::Bytes("x"), DefineEncoding("X", Encodings::MacRoman())));
   EXPECT_GT(0, StrComp("__MACOSX", "__macosx", 0));
@@ -98,13 +86,10 @@ TEST(TextFunctions, Numbers) {
   EXPECT_EQ(Chr(0x20AC).view(), "\xE2\x82\xAC");
   EXPECT_EQ(BitwiseAnd(static_cast<std::uint64_t>(std::int32_t{-1}), 0xFFFFFFFF00000000), 0xFFFFFFFF00000000);
 
-  const struct {
-    const char* text;
-    double expected;
-  } values[] = {{" 12abc", 12}, {"-5", -5}, {"+5", 5},   {"1.5e2x", 150},
-                {".5", 0.5},    {"", 0},    {"x1", 0},   {"inf", 0},
-                {"nan", 0},     {"--1", 0}, {"0x1F", 0}, {"4294967296", 4294967296.0}};
-  for (const auto& v : values) EXPECT_EQ(Val(v.text), v.expected) << v.text;
+  const std::tuple<const char*, double> values[] = {
+      {" 12abc", 12}, {"-5", -5}, {"+5", 5},  {"1.5e2x", 150}, {".5", 0.5}, {"", 0},
+      {"x1", 0},      {"inf", 0}, {"nan", 0}, {"--1", 0},      {"0x1F", 0}, {"4294967296", 4294967296.0}};
+  for (const auto& [text, expected] : values) EXPECT_EQ(Val(text), expected) << text;
   EXPECT_EQ(RuntimeCvtReal64ToSInt32(Val("1e999")), std::numeric_limits<std::int32_t>::min());
 }
 

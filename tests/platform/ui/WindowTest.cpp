@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "platform/run/EventLoop.h"
@@ -63,27 +64,23 @@ TEST_F(WindowTest, ShowModalReturnsWhenTheWindowClosesAndUnwindsOnQuit) {
 }
 
 TEST_F(WindowTest, PressesThatCountForNothing) {
-  const struct {
-    const char* name;
-    std::function<void(Dialog&)> before, after;
-    int actions;
-  } cases[] = {
+  const std::tuple<const char*, std::function<void(Dialog&)>, std::function<void(Dialog&)>, int> cases[] = {
       {"an ordinary press counts", [](auto&) {}, [](auto&) {}, 1},
       {"disabled", [](auto& dialog) { dialog.button->Enabled = false; }, [](auto&) {}, 0},
       {"hidden", [](auto& dialog) { dialog.button->SetVisible(false); }, [](auto&) {}, 0},
       {"its window closed before the action ran", [](auto&) {}, [](auto& dialog) { dialog.Close(); }, 0},
   };
-  for (const auto& each : cases) {
-    SCOPED_TRACE(each.name);
+  for (const auto& [name, before, after, expected] : cases) {
+    SCOPED_TRACE(name);
     int actions = 0;
     const Ref<Dialog> dialog = Open();
     dialog->on_press = [&] { ++actions; };
-    each.before(*dialog.get());
+    before(*dialog.get());
     Press(dialog, "Button");
     EXPECT_EQ(actions, 0) << "ran inside the press";
-    each.after(*dialog.get());
+    after(*dialog.get());
     EventLoop::Current().RunPending(0);
-    EXPECT_EQ(actions, each.actions);
+    EXPECT_EQ(actions, expected);
     CloseAllWindows();
   }
 }

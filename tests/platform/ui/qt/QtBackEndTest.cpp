@@ -8,7 +8,6 @@
 #include <QApplication>
 #include <QDialog>
 #include <QFontMetricsF>
-#include <QImage>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPlainTextEdit>
@@ -17,6 +16,7 @@
 #include <chrono>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "platform/run/BackgroundTask.h"
@@ -38,8 +38,6 @@ class Panel : public Window {
   Panel() : Window("Panel") {
     Width = 475;
     Height = 337;
-    HasBackColor = true;
-    BackColor = 0xc5c4c4;
     field = _AddControl("field", New<EditField>(Bounds{20, 20, 400, 100}));
     field->ScrollbarVertical = true;
     yes = _AddControl("yes", New<PushButton>(Bounds{200, 200, 145, 20}));
@@ -101,24 +99,20 @@ class QtBackEndTest : public ::testing::Test {
 };
 
 TEST_F(QtBackEndTest, KeysReachTheButtons) {
-  const struct {
-    const char* name;
-    std::vector<Qt::Key> keys;
-    const char* pressed;
-  } cases[] = {
+  const std::tuple<const char*, std::vector<Qt::Key>, const char*> cases[] = {
       {"Return in the field presses the default", {Qt::Key_Return}, "yes "},
       {"Escape in the field cancels", {Qt::Key_Escape}, "no "},
       {"the next Tab reaches the other button", {Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Space}, "no "},
       {"Return presses the button that has the focus", {Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Return}, "no "},
   };
-  for (const auto& each : cases) {
-    SCOPED_TRACE(each.name);
+  for (const auto& [name, keys, pressed] : cases) {
+    SCOPED_TRACE(name);
     panel_->pressed.clear();
     Part<QPlainTextEdit>().setFocus();
-    for (const Qt::Key key : each.keys) Key(key);
+    for (const Qt::Key key : keys) Key(key);
     EXPECT_EQ(panel_->pressed, "") << "an action ran inside a callback of the toolkit";
     Turn();
-    EXPECT_EQ(panel_->pressed, each.pressed);
+    EXPECT_EQ(panel_->pressed, pressed);
   }
 }
 
@@ -171,37 +165,20 @@ TEST_F(QtBackEndTest, TextsAreWhole) {
 
 TEST_F(QtBackEndTest, NotesAreShownAsTheyAre) {
   const QString broken = QString(4000, u'x') + u'\n' + QString(1000, u'x');
-  const struct {
-    const char* name;
-    std::string text;
-    QString shown;
-  } cases[] = {
+  const std::tuple<const char*, std::string, QString> cases[] = {
       {"markup is text", "<h1>Not Found</h1>", QStringLiteral("<h1>Not Found</h1>")},
       {"line ends of any kind", "a\r\nb\rc", QStringLiteral("a\nb\nc")},
       {"bytes that are no UTF-8", "a\xff", QStringLiteral("a\uFFFD")},
       {"a line without end is broken", std::string(5000, 'x'), broken},
   };
-  for (const auto& each : cases) {
-    SCOPED_TRACE(each.name);
-    panel_->field->SetText(String::Bytes(each.text));
-    EXPECT_EQ(Part<QPlainTextEdit>().toPlainText(), each.shown);
+  for (const auto& [name, text, shown] : cases) {
+    SCOPED_TRACE(name);
+    panel_->field->SetText(String::Bytes(text));
+    EXPECT_EQ(Part<QPlainTextEdit>().toPlainText(), shown);
   }
   panel_->field->SetText(String::Bytes(std::string(50'000'000, '\n')));
   EXPECT_LT(Part<QPlainTextEdit>().blockCount(), 300'000);
   EXPECT_TRUE(Part<QPlainTextEdit>().toPlainText().endsWith(u'…'));
-}
-
-TEST_F(QtBackEndTest, BackdropLiesUnderTheControlsOnTheWindowsColour) {
-  const ScratchFolder folder;
-  for (const int size : {100, 950}) {
-    QImage image(size, size, QImage::Format_RGB32);
-    image.fill(QColor(0, 200, 0));
-    image.save(QString::fromStdString(folder.Path("picture")), "PNG");
-    panel_->SetBackdrop(OpenAsPicture(folder.Item("picture")));
-    const QImage window = Shown().grab().toImage();
-    EXPECT_EQ(window.pixel(2, 2) & 0xffffff, 0x00c800U) << size;
-    EXPECT_EQ(window.pixel(470, 300) & 0xffffff, size == 100 ? 0xc5c4c4U : 0x00c800U);
-  }
 }
 
 TEST_F(QtBackEndTest, WhatIsNoPictureOrTooLargeIsNil) {
