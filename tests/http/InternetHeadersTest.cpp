@@ -3,16 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <tuple>
 
 #include "platform/text/TextFunctions.h"
 
-namespace vantorel {
+namespace vantorel::testing {
 namespace {
-
-std::string Text(const String& text) {
-  return std::string(text.view());
-}
 
 Ref<InternetHeaders> Parsed(std::string_view block) {
   auto headers = New<InternetHeaders>();
@@ -30,20 +25,20 @@ TEST(InternetHeaders, ParsesBlocks) {
       {"repeated names collide", "a: 1\r\nA: 2\r\nB: 3\r\na: 4\r\n", "a: 1\r\nA: 2\r\nB: 3\r\na: 4"},
   };
   for (const auto& [fault, block, formatted] : cases)
-    EXPECT_EQ(Text(Parsed(block)->_FormatHTTPHeaders()), formatted) << fault;
+    EXPECT_EQ(Parsed(block)->_FormatHTTPHeaders().view(), formatted) << fault;
 }
 
 TEST(InternetHeaders, AnswersAndIsEditedByNameAndPosition) {
   const auto headers = Parsed("set: 1\nSet: 2\nLength: 5\nSET: 3");
   EXPECT_EQ(headers->Count(), 4);
   EXPECT_EQ(headers->NameCount("sEt"), 3);
-  EXPECT_EQ(Text(headers->Value("set", -1) + headers->Value("set", 2) + headers->Value("set", 3)), "13");
-  EXPECT_EQ(Text(headers->Value(3) + headers->Value(4) + headers->Name(3)), "3SET");
+  EXPECT_EQ((headers->Value("set", -1) + headers->Value("set", 2) + headers->Value("set", 3)).view(), "13");
+  EXPECT_EQ((headers->Value(3) + headers->Value(4) + headers->Name(3)).view(), "3SET");
   EXPECT_THROW(headers->Name(4), OutOfBoundsException);
   headers->Delete("set", 1);
-  EXPECT_EQ(Text(headers->CommaSeparatedValues("set")), "1, 3") << "deletion leaves a gap";
+  EXPECT_EQ(headers->CommaSeparatedValues("set").view(), "1, 3") << "deletion leaves a gap";
   headers->SetHeader("Set", "5");
-  EXPECT_EQ(Text(headers->_FormatHTTPHeaders()), "Length: 5\r\nSet: 5") << "setting leaves other values";
+  EXPECT_EQ(headers->_FormatHTTPHeaders().view(), "Length: 5\r\nSet: 5") << "setting leaves other values";
   headers->SetHeader("Length", "", INT32_MAX);
   headers->Delete("Length", INT32_MAX);
   EXPECT_EQ(headers->NameCount("Length"), 1) << "the last index overflows";
@@ -54,10 +49,10 @@ TEST(InternetHeaders, FormatsMailInMailOrder) {
       "X: 1\nto: a\nBCC: hidden\nReceived: r1\nFrom: f\nDate: d\nDate: later\nX: 2\nTo: b\n"
       "Received: r2\nSubject: s\nCC: c\nReturn-Path: p\nate: no part of a listed name");
   EXPECT_EQ(
-      Text(headers->_FormatEmailHeaders()),
+      headers->_FormatEmailHeaders().view(),
       "Return-Path: p\r\nReceived: r1\r\nReceived: r2\r\nDate: d\r\nSubject: s\r\nFrom: f\r\nTo: a, b\r\n"
       "CC: c\r\nX: 1\r\nX: 2\r\nate: no part of a listed name");
 }
 
 }  // namespace
-}  // namespace vantorel
+}  // namespace vantorel::testing

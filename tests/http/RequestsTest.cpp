@@ -4,16 +4,12 @@
 #include <functional>
 #include <string>
 #include <thread>
-#include <tuple>
 
 #include "tests/http/RecordingSocket.h"
 #include "tests/support/Peer.h"
 
-namespace vantorel {
+namespace vantorel::testing {
 namespace {
-
-using testing::Peer;
-using testing::RecordingSocket;
 
 String Bytes(const std::string& text) {
   return String::Bytes(text);
@@ -87,4 +83,4 @@ TEST(HTTPSocketRequests, FormsAreEscapedOnce) {
 }
 
 }  // namespace
-}  // namespace vantorel
+}  // namespace vantorel::testing

@@ -1,7 +1,4 @@
 // What comes back, over connections on which a scripted peer says what no real server would.
-#include <gtest/gtest.h>
-
-#include <string>
 #include <utility>
 
 #include "platform/text/TextFunctions.h"
@@ -9,12 +6,8 @@
 #include "tests/support/Peer.h"
 #include "tests/support/ScratchFolder.h"
 
-namespace vantorel {
+namespace vantorel::testing {
 namespace {
-
-using testing::Peer;
-using testing::RecordingSocket;
-using testing::ScratchFolder;
 
 // A request under way on a connection of its own.
 struct Exchange {
@@ -161,4 +154,4 @@ TEST(HTTPSocketResponses, AFailedConnectionIsTheSocketsError) {
 }
 
 }  // namespace
-}  // namespace vantorel
+}  // namespace vantorel::testing

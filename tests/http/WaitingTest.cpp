@@ -1,8 +1,5 @@
 // The synchronous calls and their silence limit.
-#include <gtest/gtest.h>
-
 #include <chrono>
-#include <string>
 #include <thread>
 
 #include "platform/run/Application.h"
@@ -12,12 +9,8 @@
 #include "tests/support/Peer.h"
 #include "tests/support/ScratchFolder.h"
 
-namespace vantorel {
+namespace vantorel::testing {
 namespace {
-
-using testing::Peer;
-using testing::RecordingSocket;
-using testing::ScratchFolder;
 
 // A page that comes in pieces: together they take longer than a limit of two seconds, each alone does not.
 void ServeSlowly(Peer& peer) {
@@ -75,4 +68,4 @@ TEST(HTTPSocketWaiting, EndsAtTheLimitWhereNothingEndsThePage) {
 }
 
 }  // namespace
-}  // namespace vantorel
+}  // namespace vantorel::testing

@@ -1,10 +1,6 @@
 #include "launcher/Globals.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
-#include <string>
-#include <tuple>
 
 #include "launcher/BuildSettings.h"
 #include "launcher/VantorelLauncher.h"
@@ -13,16 +9,12 @@
 #include "platform/run/System.h"
 #include "tests/support/ScratchFolder.h"
 
-namespace vantorel {
+namespace vantorel::testing {
 namespace {
 
 const std::string kWord = TargetMacBuild ? "mac" : "win";
 const std::string kSentinel = kWord + "_00000000";
 const std::string kTarget = TargetMacBuild ? "Vantorel.app" : "Vantorel";
-
-std::string Text(const String& text) {
-  return std::string(text.view());
-}
 
 // An empty application-data folder of its own, and the settings as they are once the application has opened.
 class GlobalsTest : public ::testing::Test {
@@ -35,18 +27,18 @@ class GlobalsTest : public ::testing::Test {
   }
   ~GlobalsTest() override { RuntimeExit(); }
 
-  const testing::ScratchFolder data_;
+  const ScratchFolder data_;
 };
 
 TEST_F(GlobalsTest, SettingsAreSettledByTheOpenEvent) {
   Globals::Finalize();
   Globals::Initialize();
   EXPECT_EQ(
-      Text(Globals::TargetApplication + "," + Globals::UpdateServer + "," + Globals::ApplicationParameter),
+      (Globals::TargetApplication + "," + Globals::UpdateServer + "," + Globals::ApplicationParameter).view(),
       std::string("Vantorel,") + kFirstUpdateServer + ",-auc");
-  EXPECT_EQ(Text(Globals::CurrentOS + Globals::newVersion), "");
+  EXPECT_EQ((Globals::CurrentOS + Globals::newVersion).view(), "");
   App()->Event_Open();
-  EXPECT_EQ(Text(Globals::ResourceURL("_version")), kUpdateServer + kWord + "_Vantorel_version");
+  EXPECT_EQ(Globals::ResourceURL("_version").view(), kUpdateServer + kWord + "_Vantorel_version");
 }
 
 TEST_F(GlobalsTest, TheVersionCountsOnlyTogetherWithTheTarget) {
@@ -66,7 +58,7 @@ TEST_F(GlobalsTest, TheVersionCountsOnlyTogetherWithTheTarget) {
     data_.Run("rm -rf Vantorel; mkdir Vantorel");
     if (version != nullptr) data_.Write("Vantorel/version", version);
     if (target) data_.Item("Vantorel/" + kTarget)->CreateAsFolder();
-    EXPECT_EQ(Text(Globals::CheckApplicationVersion()), result) << name;
+    EXPECT_EQ(Globals::CheckApplicationVersion().view(), result) << name;
   }
 }
 
@@ -96,9 +88,9 @@ TEST_F(GlobalsTest, HandingOverLeavesWordForTheTarget) {
 
 TEST_F(GlobalsTest, TheCommandIsThatOfItsPlatform) {
   const std::string folder = data_.Path("Vantorel");
-  EXPECT_EQ(Text(Globals::TargetCommand()),
+  EXPECT_EQ(Globals::TargetCommand().view(),
             TargetMacBuild ? "open " + folder + "/Vantorel.app" : folder + "\\Vantorel\\Vantorel.exe ");
 }
 
 }  // namespace
-}  // namespace vantorel
+}  // namespace vantorel::testing

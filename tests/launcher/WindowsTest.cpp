@@ -1,11 +1,6 @@
 // The launcher's windows on a back end that records.
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <functional>
-#include <string>
-#include <tuple>
-#include <vector>
 
 #include "launcher/BuildSettings.h"
 #include "launcher/Globals.h"
@@ -25,10 +20,6 @@
 
 namespace vantorel::testing {
 namespace {
-
-std::string Text(const String& text) {
-  return std::string(text.view());
-}
 
 // A download, as the socket tells of it.
 struct Download : updateSocket {
@@ -55,7 +46,7 @@ class WindowsTest : public ::testing::Test {
   static Ref<StaticText> Label(const Ref<Window>& window, const char* name) {
     return ControlByName<StaticText>(window, name);
   }
-  static std::string Status() { return Text(Label(Window1::Implicit(), "statusText")->Text()); }
+  static std::string Status() { return std::string(Label(Window1::Implicit(), "statusText")->Text().view()); }
   static Ref<ProgressBar> Bar() { return ControlByName<ProgressBar>(Window1::Implicit(), "ProgressBar1"); }
   static Ref<Timer> HandOver() { return ControlByName<Timer>(Window1::Implicit(), "Timer2"); }
 
@@ -92,7 +83,7 @@ TEST_F(WindowsTest, TheSplash) {
   EXPECT_EQ(window->Placement, Window::kPlacedOnMainScreen);
   EXPECT_FALSE(window->CloseButton || window->Resizeable || window->MaximizeButton || window->MinimizeButton);
   EXPECT_EQ(window->HasBackColor ? window->BackColor : 0, 0xc5c4c4U);
-  EXPECT_EQ(Text(window->Title()), "<");
+  EXPECT_EQ(window->Title().view(), "<");
   EXPECT_EQ(Status(), "Suche nach Updates...");
   EXPECT_EQ(Label(window, "statusText")->TextColor, Color{0x000000});
   const auto check = ControlByName<Timer>(window, "Timer1");
@@ -108,14 +99,14 @@ TEST_F(WindowsTest, TheNoticeHasTwoWordingsAndTwoEnds) {
     screen_.on_modal = [&](Window& shown) {
       seen = true;
       const Ref<Window> window(&shown);
-      EXPECT_EQ(Text(window->Title()), title);
-      EXPECT_EQ(Text(Label(window, "info")->Text()), title + ":");
+      EXPECT_EQ(window->Title().view(), title);
+      EXPECT_EQ(Label(window, "info")->Text().view(), title + ":");
       EXPECT_EQ(
-          Text(Label(window, "StaticText1")->Text()),
+          Label(window, "StaticText1")->Text().view(),
           "Um Vantorel verwenden zu können müssen sie den oben genannten Informationen zustimmen und das "
           "Update durchführen!");
-      EXPECT_EQ(Text(ControlByName<PushButton>(window, "PushButton1")->Caption), "Update installieren");
-      EXPECT_EQ(Text(ControlByName<PushButton>(window, "PushButton2")->Caption), "Abbrechen");
+      EXPECT_EQ(ControlByName<PushButton>(window, "PushButton1")->Caption.view(), "Update installieren");
+      EXPECT_EQ(ControlByName<PushButton>(window, "PushButton2")->Caption.view(), "Abbrechen");
       EXPECT_TRUE(ControlByName<PushButton>(window, "PushButton1")->Default);
       EXPECT_TRUE(ControlByName<PushButton>(window, "PushButton2")->Cancel);
       Press(window, "PushButton1");

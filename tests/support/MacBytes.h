@@ -2,10 +2,7 @@
 // them.
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <string_view>
-
+#include "tests/support/ZipBytes.h"
 #include "zip/extract/AppleDoubleHeader.h"
 #include "zip/extract/MacBinaryHeader.h"
 
@@ -16,10 +13,6 @@ inline std::string BigEndian(std::uint32_t value, int size) {
   for (int shift = 8 * (size - 1); shift >= 0; shift -= 8) bytes += static_cast<char>(value >> shift & 0xFF);
   return bytes;
 }
-inline void PutBytes(std::string& record, std::int32_t offset, std::string_view bytes) {
-  record.replace(static_cast<std::size_t>(offset), bytes.size(), bytes);
-}
-
 // The CRC of MacBinary II, bit by bit.
 inline std::uint32_t PlainCrc16(std::string_view bytes) {
   std::uint32_t crc = 0;
@@ -30,7 +23,7 @@ inline std::uint32_t PlainCrc16(std::string_view bytes) {
   return crc;
 }
 inline void SealMacBinary(std::string& header) {
-  PutBytes(header, MacBinaryHeader::kCrc, BigEndian(PlainCrc16(header.substr(0, MacBinaryHeader::kCrc)), 2));
+  Put(header, MacBinaryHeader::kCrc, BigEndian(PlainCrc16(header.substr(0, MacBinaryHeader::kCrc)), 2));
 }
 
 // A MacBinary III header; level II has no signature, level I no sum either.
@@ -38,18 +31,15 @@ inline std::string MacBinaryBytes(std::string_view name, std::uint32_t data_leng
                                   int level = 3) {
   namespace Mac = MacBinaryHeader;
   std::string header(Mac::kSize, '\0');
-  PutBytes(header, Mac::kName, BigEndian(static_cast<std::uint32_t>(name.size()), 1) + std::string(name));
-  PutBytes(header, Mac::kType, "TEXT");
-  PutBytes(header, Mac::kCreator, "ttxt");
-  PutBytes(header, Mac::kFinderFlagsHigh, "\xFF");
-  PutBytes(header, Mac::kProtected, "\x01");
-  PutBytes(header, Mac::kDataLength, BigEndian(data_length, 4));
-  PutBytes(header, Mac::kResourceLength, BigEndian(rsrc_length, 4));
-  PutBytes(header, Mac::kCreated, BigEndian(0xC0000000, 4));
-  PutBytes(header, Mac::kModified, BigEndian(0xC0000000, 4));
-  PutBytes(header, Mac::kFinderFlagsLow, "\x80");
-  if (level >= 3) PutBytes(header, Mac::kSignature, "mBIN");
-  PutBytes(header, Mac::kMinimumVersion, BigEndian(level > 3 ? 131 : 129, 1));
+  Put(header, Mac::kName, BigEndian(static_cast<std::uint32_t>(name.size()), 1) + std::string(name));
+  Put(header, Mac::kType, "TEXTttxt");
+  Put(header, Mac::kFinderFlagsHigh, "\xFF");
+  Put(header, Mac::kProtected, "\x01");
+  const std::string date = BigEndian(0xC0000000, 4);
+  Put(header, Mac::kDataLength, BigEndian(data_length, 4) + BigEndian(rsrc_length, 4) + date + date);
+  Put(header, Mac::kFinderFlagsLow, "\x80");
+  if (level >= 3) Put(header, Mac::kSignature, "mBIN");
+  Put(header, Mac::kMinimumVersion, BigEndian(level > 3 ? 131 : 129, 1));
   if (level >= 2) SealMacBinary(header);
   return header;
 }

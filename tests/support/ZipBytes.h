@@ -1,5 +1,5 @@
 // Archives made byte by byte, so that a test can say exactly what is wrong with one. The builder shares the
-// table of offsets with the program and nothing else.
+// signatures with the program and nothing else.
 #pragma once
 
 #include <cstdint>
@@ -23,13 +23,6 @@ inline std::string Le32(std::uint32_t value) {
 inline void Put(std::string& record, std::int32_t offset, std::string_view bytes) {
   record.replace(static_cast<std::size_t>(offset), bytes.size(), bytes);
 }
-inline void Put16(std::string& record, std::int32_t offset, std::uint32_t value) {
-  Put(record, offset, Le16(value));
-}
-inline void Put32(std::string& record, std::int32_t offset, std::uint32_t value) {
-  Put(record, offset, Le32(value));
-}
-
 inline std::uint32_t PlainCrc32(std::string_view bytes) {
   std::uint32_t crc = 0xFFFFFFFFU;
   for (const char c : bytes) {
@@ -84,60 +77,36 @@ struct ZipEnd {
   std::string tail{};  // behind the comment
 };
 
-inline std::string LocalRecord(const ZipMember& m) {
-  std::string r(LocalHeader::kSize, '\0');
+// What both headers of a member hold, in the same order.
+inline std::string SharedFields(const ZipMember& m, std::uint32_t flags, const std::string& extra) {
   const auto length = static_cast<std::uint32_t>(m.data.size());
-  Put32(r, LocalHeader::kSignature, m.local_magic.value_or(LocalHeader::kMagic));
-  Put16(r, LocalHeader::kVersionNeeded, m.version_needed);
-  Put16(r, LocalHeader::kFlags, m.local_flags.value_or(m.flags));
-  Put16(r, LocalHeader::kMethod, m.method);
-  Put16(r, LocalHeader::kTime, m.time);
-  Put16(r, LocalHeader::kDate, m.date);
-  Put32(r, LocalHeader::kCrc, m.crc.value_or(PlainCrc32(m.data)));
-  Put32(r, LocalHeader::kCompressedSize, m.compressed_size.value_or(length));
-  Put32(r, LocalHeader::kUncompressedSize, m.uncompressed_size.value_or(length));
-  Put16(r, LocalHeader::kNameLength, static_cast<std::uint32_t>(m.name.size()));
-  Put16(r, LocalHeader::kExtraLength, static_cast<std::uint32_t>(m.local_extra.size()));
-  return r + m.name + m.local_extra + m.data;
+  return Le16(m.version_needed) + Le16(flags) + Le16(m.method) + Le16(m.time) + Le16(m.date) +
+         Le32(m.crc.value_or(PlainCrc32(m.data))) + Le32(m.compressed_size.value_or(length)) +
+         Le32(m.uncompressed_size.value_or(length)) + Le16(static_cast<std::uint32_t>(m.name.size())) +
+         Le16(static_cast<std::uint32_t>(extra.size()));
+}
+
+inline std::string LocalRecord(const ZipMember& m) {
+  return Le32(m.local_magic.value_or(LocalHeader::kMagic)) +
+         SharedFields(m, m.local_flags.value_or(m.flags), m.local_extra) + m.name + m.local_extra + m.data;
 }
 
 inline std::string CentralRecord(const ZipMember& m, std::uint32_t local_offset) {
-  std::string r(CentralHeader::kSize, '\0');
-  const auto length = static_cast<std::uint32_t>(m.data.size());
-  Put32(r, CentralHeader::kSignature, m.central_magic.value_or(CentralHeader::kMagic));
-  Put16(r, CentralHeader::kVersionMadeBy, 20 | m.os_made_by << 8);
-  Put16(r, CentralHeader::kVersionNeeded, m.version_needed);
-  Put16(r, CentralHeader::kFlags, m.flags);
-  Put16(r, CentralHeader::kMethod, m.method);
-  Put16(r, CentralHeader::kTime, m.time);
-  Put16(r, CentralHeader::kDate, m.date);
-  Put32(r, CentralHeader::kCrc, m.crc.value_or(PlainCrc32(m.data)));
-  Put32(r, CentralHeader::kCompressedSize, m.compressed_size.value_or(length));
-  Put32(r, CentralHeader::kUncompressedSize, m.uncompressed_size.value_or(length));
-  Put16(r, CentralHeader::kNameLength, static_cast<std::uint32_t>(m.name.size()));
-  Put16(r, CentralHeader::kExtraLength, static_cast<std::uint32_t>(m.central_extra.size()));
-  Put16(r, CentralHeader::kCommentLength, static_cast<std::uint32_t>(m.comment.size()));
-  Put16(r, CentralHeader::kInternalAttributes, m.internal_attributes);
-  Put32(r, CentralHeader::kExternalAttributes, m.external_attributes);
-  Put32(r, CentralHeader::kLocalHeaderOffset, m.local_offset.value_or(local_offset));
-  return r + m.name + m.central_extra + m.comment;
+  constexpr std::uint32_t kFirstDisk = 0;
+  return Le32(m.central_magic.value_or(CentralHeader::kMagic)) + Le16(20 | m.os_made_by << 8) +
+         SharedFields(m, m.flags, m.central_extra) + Le16(static_cast<std::uint32_t>(m.comment.size())) +
+         Le16(kFirstDisk) + Le16(m.internal_attributes) + Le32(m.external_attributes) +
+         Le32(m.local_offset.value_or(local_offset)) + m.name + m.central_extra + m.comment;
 }
 
 inline std::string EndBytes(const ZipEnd& end, std::size_t entries, std::size_t directory_size,
                             std::size_t directory_offset) {
-  std::string r(EndRecord::kSize, '\0');
-  const auto count = static_cast<std::uint32_t>(entries);
-  Put32(r, EndRecord::kSignature, EndRecord::kMagic);
-  Put16(r, EndRecord::kDiskNumber, end.disk.value_or(0));
-  Put16(r, EndRecord::kDirectoryDisk, end.directory_disk.value_or(0));
-  Put16(r, EndRecord::kEntriesOnDisk, end.entries_on_disk.value_or(count));
-  Put16(r, EndRecord::kEntriesTotal, end.entries_total.value_or(end.entries_on_disk.value_or(count)));
-  Put32(r, EndRecord::kDirectorySize,
-        end.directory_size.value_or(static_cast<std::uint32_t>(directory_size)));
-  Put32(r, EndRecord::kDirectoryOffset,
-        end.directory_offset.value_or(static_cast<std::uint32_t>(directory_offset)));
-  Put16(r, EndRecord::kCommentLength, static_cast<std::uint32_t>(end.comment.size()));
-  return r + end.comment + end.tail;
+  const std::uint32_t on_disk = end.entries_on_disk.value_or(static_cast<std::uint32_t>(entries));
+  return Le32(EndRecord::kMagic) + Le16(end.disk.value_or(0)) + Le16(end.directory_disk.value_or(0)) +
+         Le16(on_disk) + Le16(end.entries_total.value_or(on_disk)) +
+         Le32(end.directory_size.value_or(static_cast<std::uint32_t>(directory_size))) +
+         Le32(end.directory_offset.value_or(static_cast<std::uint32_t>(directory_offset))) +
+         Le16(static_cast<std::uint32_t>(end.comment.size())) + end.comment + end.tail;
 }
 
 // A whole archive.

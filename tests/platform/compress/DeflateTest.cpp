@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
-#include <tuple>
 
 #include "GzipSamples.h"
 #include "platform/compress/ZStream.h"

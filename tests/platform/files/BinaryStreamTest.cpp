@@ -1,39 +1,23 @@
 #include "platform/files/BinaryStream.h"
 
-#include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <random>
-#include <string>
 
 #include "tests/support/FileSizeLimit.h"
+#include "tests/support/ScratchFolder.h"
 
 namespace vantorel::testing {
 namespace {
 
-// A file in memory with the given content, and a second descriptor to see what has reached the kernel.
-class File {
- public:
-  explicit File(const std::string& content = "") : descriptor_(memfd_create("file", MFD_CLOEXEC)) {
-    EXPECT_EQ(write(descriptor_, content.data(), content.size()), static_cast<ssize_t>(content.size()));
-    stream = New<BinaryStream>(dup(descriptor_), true, content.size());
+// A file with the given content, and what of it has reached the kernel.
+struct File {
+  explicit File(const std::string& content = "") {
+    stream = folder.Write("f", content)->OpenAsBinaryFile(true);
   }
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
-  ~File() { close(descriptor_); }
+  std::string Content() const { return folder.Read("f"); }
 
-  std::string Content() const {
-    std::string content(static_cast<std::size_t>(lseek(descriptor_, 0, SEEK_END)), '\0');
-    EXPECT_EQ(pread(descriptor_, content.data(), content.size(), 0), static_cast<ssize_t>(content.size()));
-    return content;
-  }
-
+  ScratchFolder folder;
   Ref<BinaryStream> stream;
-
- private:
-  int descriptor_;
 };
 
 std::string Bytes(std::size_t count, unsigned seed) {
@@ -88,7 +72,8 @@ TEST(BinaryStream, WhatReachesTheKernelWhen) {
 }
 
 TEST(BinaryStream, AWriteThatFailsShowsInErrorAndLength) {
-  const Ref<BinaryStream> reader = New<BinaryStream>(memfd_create("f", MFD_CLOEXEC), false, std::uint64_t{0});
+  const ScratchFolder folder;
+  const Ref<BinaryStream> reader = folder.Write("f", "")->OpenAsBinaryFile(false);
   reader->Write("x");
   EXPECT_TRUE(reader->WriteError() && reader->Length() == 0) << "written without leave";
   for (const std::size_t size : {std::size_t{10}, BinaryStream::kDirect + 10}) {

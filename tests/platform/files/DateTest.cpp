@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <limits>
 #include <string>
-#include <tuple>
 
 namespace vantorel {
 namespace {

@@ -1,11 +1,7 @@
 #include "platform/files/FolderItem.h"
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <string>
-#include <vector>
 
 #include "platform/text/TextFunctions.h"
 #include "tests/support/ScratchFolder.h"

@@ -1,12 +1,9 @@
 // The classic attributes of an item and the AppleDouble file that holds them.
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <map>
-#include <string>
-#include <tuple>
 
 #include "platform/files/FolderItem.h"
 #include "platform/text/TextFunctions.h"

@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -6,7 +5,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <sstream>
-#include <string>
 
 #include "platform/run/EventLoop.h"
 #include "platform/run/Shell.h"
@@ -55,17 +53,6 @@ TEST_F(ShellTest, ModeOneDoesNotWaitAndLeavesNoZombie) {
   siginfo_t ended;
   while (waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT) == 0) EventLoop::Current().RunPending(10);
   EXPECT_EQ(errno, ECHILD);  // no child is left, running or dead
-}
-
-TEST_F(ShellTest, TheCommandOutlivesTheProgram) {
-  const pid_t program = fork();
-  if (program == 0) {
-    Execute("while [ ! -e $D/go ]; do sleep 0.01; done; : > $D/done");
-    _exit(0);
-  }
-  waitpid(program, nullptr, 0);
-  folder_.Write("go", "");
-  AwaitDone();
 }
 
 }  // namespace

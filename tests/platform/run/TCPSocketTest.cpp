@@ -13,7 +13,6 @@
 #include <functional>
 #include <string>
 #include <thread>
-#include <tuple>
 
 #include "platform/run/EventLoop.h"
 #include "tests/support/Peer.h"

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <chrono>
 #include <string>
-#include <tuple>
 
 #include "platform/base/Exceptions.h"
 #include "platform/run/Quit.h"

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <tuple>
 
 #include "platform/base/Arithmetic.h"
 #include "platform/text/TextFunctions.h"

@@ -1,5 +1,3 @@
-#include <tuple>
-
 #include "platform/text/TextFunctions.h"
 #include "tests/zip/archive/OpenedZip.h"
 

@@ -1,5 +1,3 @@
-#include <tuple>
-
 #include "tests/zip/archive/OpenedZip.h"
 
 namespace vantorel::testing {

@@ -1,10 +1,6 @@
 // Extraction to disk: what is in the way, what a failure leaves, and the metadata that files get.
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <string>
-#include <tuple>
 
 #include "platform/text/TextFunctions.h"
 #include "tests/support/FileSizeLimit.h"

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <tuple>
 
 #include "tests/support/MacBytes.h"
 #include "zip/archive/ZipEntry.h"
@@ -41,7 +40,7 @@ TEST(MacBinaryHeader, Level) {
   };
   for (const auto& [name, offset, bytes, seal, level, level_with_macbinary1] : cases) {
     std::string header = MacBinaryBytes("name", 1, 2);
-    PutBytes(header, offset, bytes);
+    Put(header, offset, bytes);
     if (seal) SealMacBinary(header);
     const auto block = New<MemoryBlock>(128);
     block->SetLittleEndian(false);
@@ -84,7 +83,7 @@ TEST(AppleDoubleHeader, OtherShapesAreRefused) {
   std::int32_t fork = 0;
   for (const auto& [name, offset, good, bytes] : cases) {
     std::string header = AppleDoubleBytes("").substr(0, 82);
-    PutBytes(header, offset, bytes);
+    Put(header, offset, bytes);
     const Ref<ZipEntry> entry = NewEntry();
     block = nil;
     EXPECT_EQ(entry->z_unzipMBHdr(true, String::Bytes(header), block, fork), good) << name;

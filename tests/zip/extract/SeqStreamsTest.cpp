@@ -1,8 +1,5 @@
 // The sequential streams over the forks of real files.
-#include <gtest/gtest.h>
-
 #include <limits>
-#include <string>
 
 #include "platform/text/TextFunctions.h"
 #include "tests/support/FileSizeLimit.h"

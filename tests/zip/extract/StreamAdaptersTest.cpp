@@ -1,9 +1,4 @@
 // The adapters between gzip streams and the raw bytes of a member.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <tuple>
-
 #include "platform/compress/Crc32.h"
 #include "tests/support/ScratchFolder.h"
 #include "zip/extract/ZipBinaryStreamReader.h"

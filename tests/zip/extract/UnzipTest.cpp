@@ -1,9 +1,4 @@
 // Decompression into streams: what it refuses, and the order in which forks come out.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <tuple>
-
 #include "tests/support/MacBytes.h"
 #include "tests/support/OpenZip.h"
 #include "tests/support/RecordingMonitor.h"
@@ -195,7 +190,7 @@ TEST_F(Unzip, CompanionGivesTheResourceFork) {
   EXPECT_EQ(block_->Long(MacBinaryHeader::kDataLength), 4);
 
   std::string far = AppleDoubleBytes("");
-  PutBytes(far, AppleDoubleHeader::kResourceOffset, BigEndian(3000000, 4) + BigEndian(4, 4));
+  Put(far, AppleDoubleHeader::kResourceOffset, BigEndian(3000000, 4) + BigEndian(4, 4));
   far.resize(3000000);
   rsrc_->bytes = "";
   EXPECT_EQ(Extract(Pair(far + "rsrc")), "");
@@ -220,7 +215,7 @@ TEST_F(Unzip, BadCompanions) {
   deflated[1].central_extra = UnixExtra(1, 1);
   EXPECT_EQ(Extract(deflated), "") << "noticed only with a data descriptor";
   std::string beyond = AppleDoubleBytes("rsrc");
-  PutBytes(beyond, AppleDoubleHeader::kResourceLength, BigEndian(0x7FFFFFFF, 4));
+  Put(beyond, AppleDoubleHeader::kResourceLength, BigEndian(0x7FFFFFFF, 4));
   EXPECT_EQ(Extract(Pair(beyond)), kCorrupted);
   EXPECT_EQ(rsrc_->bytes, "");
 }

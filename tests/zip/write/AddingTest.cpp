@@ -1,6 +1,4 @@
 // Files and folders on their way in: sizes, paths, order, links, permissions, failures, MacBinary.
-#include <tuple>
-
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/Forks.h"
 #include "tests/support/MacBytes.h"
@@ -129,10 +127,10 @@ TEST(MacBinaryBuilding, FieldByField) {
       archive->MakeMacBinaryHeader(10, 20, std::string(70, 'n').c_str(), "TYPE", "CREA", date, nil);
   namespace Mac = MacBinaryHeader;
   std::string expected(Mac::kSize, '\0');
-  PutBytes(expected, Mac::kName, "\x3F" + std::string(63, 'n') + "TYPECREA");
-  PutBytes(expected, Mac::kDataLength, BigEndian(10, 4) + BigEndian(20, 4) + BigEndian(3000000000U, 4));
-  PutBytes(expected, Mac::kSignature, "mBIN");
-  PutBytes(expected, Mac::kWriterVersion, "\x82\x81");
+  Put(expected, Mac::kName, "\x3F" + std::string(63, 'n') + "TYPECREA");
+  Put(expected, Mac::kDataLength, BigEndian(10, 4) + BigEndian(20, 4) + BigEndian(3000000000U, 4));
+  Put(expected, Mac::kSignature, "mBIN");
+  Put(expected, Mac::kWriterVersion, "\x82\x81");
   SealMacBinary(expected);
   EXPECT_EQ(bare->View(), expected);
   EXPECT_THROW(archive->MakeMacBinaryHeader(0, 0, "", "TYPE", "CREA", nil, nil), RuntimeException);

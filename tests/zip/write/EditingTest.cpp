@@ -1,6 +1,4 @@
 // Removal, rollback, duplicates and compaction.
-#include <tuple>
-
 #include "tests/support/ZipBytes.h"
 #include "tests/zip/write/WriteSupport.h"
 

@@ -1,5 +1,3 @@
-#include <tuple>
-
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/MacBytes.h"
 #include "tests/support/RecordingMonitor.h"

@@ -1,6 +1,4 @@
 // The records as they stand in the file, byte for byte.
-#include <tuple>
-
 #include "tests/support/OpenZip.h"
 #include "tests/zip/write/WriteSupport.h"
 

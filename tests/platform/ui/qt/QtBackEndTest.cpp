@@ -1,7 +1,5 @@
 // The Qt back end without a screen (QT_QPA_PLATFORM=offscreen): what would be seen is looked at in the
 // toolkit.
-
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <QAccessible>
@@ -14,10 +12,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <chrono>
-#include <string>
 #include <thread>
-#include <tuple>
-#include <vector>
 
 #include "platform/run/BackgroundTask.h"
 #include "platform/run/EventLoop.h"
