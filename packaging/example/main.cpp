@@ -21,6 +21,11 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: list-archive ARCHIVE FILE-TO-ADD\n");
     return 2;
   }
+  const Ref<FolderItem> file = GetFolderItem(String::Bytes(argv[2]));
+  if (!file || !file->Exists()) {  // which the library would store as an empty member
+    std::fprintf(stderr, "%s: no such file\n", argv[2]);
+    return 1;
+  }
   const auto archive = New<ZipArchive>();
   if (!archive->Open(GetFolderItem(String::Bytes(argv[1])), true)) return Complain(argv[1], archive);
 
@@ -29,9 +34,9 @@ int main(int argc, char** argv) {
     std::printf("%10d  %s\n", entry->Size(), std::string(entry->RawPath().view()).c_str());
   }
 
-  const Ref<FolderItem> file = GetFolderItem(String::Bytes(argv[2]));
   const std::int32_t added = archive->AddItemToRoot(file, archive->MacBinarySmart());
-  if (added < 1) return Complain(argv[2], archive);
-  std::printf("added as member %d\n", added);
-  return archive->Close() ? 0 : Complain(argv[1], archive);
+  int exit_code = added < 1 ? Complain(argv[2], archive) : 0;
+  if (!archive->Close()) exit_code = Complain(argv[1], archive);  // in any case, or the directory is lost
+  if (exit_code == 0) std::printf("added as member %d\n", added);
+  return exit_code;
 }

@@ -19,5 +19,8 @@ cd "$scratch"
 echo "a note" >note.txt
 echo "first" >first.txt
 zip -q archive.zip first.txt
+truncate -s 3G too-large
+! build/list-archive archive.zip too-large || { echo "what cannot be stored was added" >&2; exit 1; }
+unzip -tqq archive.zip
 build/list-archive archive.zip note.txt | grep -q first.txt
 [ "$(unzip -p archive.zip note.txt)" = "a note" ]

@@ -4,6 +4,7 @@
 import fcntl
 import os
 import stat
+import struct
 import subprocess
 import unittest
 import zipfile
@@ -106,8 +107,8 @@ class Editing(ForkzipTest):
             ("what lies behind the end", good + b"trailer", "add", [], ["new"], "7 bytes behind the end"),
             ("an archive of the same layout in front", good + archive(Member("f", b"54321"), Member("g", b"2")),
              "comment", [], ["x"], "bytes between its directory and its end record"),
-            ("a Zip64 record that tells another story", archive(Member("f"), between=archive(zip64=True)[:76]), "comment",
-             in_place, ["x"], "76 bytes between"),
+            ("a Zip64 record that tells another story", archive(Member("f"), between=archive(zip64=True)[:76]),
+             "comment", in_place, ["x"], "76 bytes between"),
             ("too many members", many, "add", [], ["new"], "the format ends at 65535"),
             ("too many members, in place", many, "add", in_place, ["new"], "the format ends at 65535"),
             ("overlapping members", overlapping, "compact", [], [], "overlaps"),
@@ -200,10 +201,12 @@ class Editing(ForkzipTest):
         (self.root / "src/folder").mkdir()
         (self.root / "src/link").symlink_to("../real")
         plain = ["._alone", "folder/", "link", "mac", "typed"]
-        for mode, names in {"never": [*plain, "._mac", "._typed"], "smart": [*plain, "._typed"], "always": plain}.items():
+        cases = {"never": [*plain, "._mac", "._typed"], "smart": [*plain, "._typed"], "always": plain}
+        for mode, names in cases.items():
             with self.subTest(mode):
                 self.zip.unlink(missing_ok=True)
-                self.expect(0, "create", "-q", "--follow-links", "--macbinary", mode, self.zip, ".", cwd=self.root / "src")
+                self.expect(0, "create", "-q", "--follow-links", "--macbinary", mode, self.zip, ".",
+                            cwd=self.root / "src")
                 self.assertEqual(self.names(), sorted(names))
                 self.expect(0, "test", "-q", self.zip)
                 self.assertEqual(self.cat("mac"), b"data fork " * 20)
@@ -220,8 +223,8 @@ class Editing(ForkzipTest):
                 self.assertIn(b"a link's fork", (self.root / mode / "._link").read_bytes())
         self.root.chmod(0o777)
         (self.root / "src/typed").chmod(0)
-        self.expect(3, "create", "-q", "--macbinary", "always", "b.zip", "src", says="cannot be read: Permission denied",
-                    preexec_fn=lambda: os.geteuid() or os.setuid(65534))
+        self.expect(3, "create", "-q", "--macbinary", "always", "b.zip", "src",
+                    says="cannot be read: Permission denied", preexec_fn=lambda: os.geteuid() or os.setuid(65534))
 
     def test_names_in_the_encoding_of_the_archive(self):
         """(encoding, a name, what is stored of it or None, whether it is marked as UTF-8)"""
@@ -243,15 +246,53 @@ class Editing(ForkzipTest):
                     self.assertEqual(record[42:end], stored + b"2" * (verb == "duplicate"), result.stderr)
                     self.assertEqual(record[5] & 8 != 0, marked)
 
-    def test_a_duplicate_can_be_decrypted(self):
+    def test_archives_of_other_kinds(self):
+        """Each goes through edits in both ways, and then another tool reads what is left."""
         self.write("a", "secret " * 100)
-        for way in ([], ["--in-place"]):
+        self.write("new", "new")
+        subprocess.run(["zip", "-qP", "pw", "encrypted.zip", "a"], cwd=self.root, check=True)
+        cases = [("encrypted", (self.root / "encrypted.zip").read_bytes()),
+                 ("with a Zip64 record", archive(Member("a", b"1"), zip64=True)),
+                 ("behind bytes of something else", archive(Member("other", b"2" * 99, hole=True), Member("a", b"1")))]
+        for what, content in cases:
+            for way in ([], ["--in-place"]):
+                with self.subTest(what, way=way):
+                    self.zip.write_bytes(content)
+                    for edit in (["duplicate", "a", "b"], ["add", "new"], ["delete", "a"], ["comment", "c"]):
+                        self.expect(0, edit[0], "-q", *way, self.zip, *edit[1:])
+                    self.assertEqual(self.names(), ["b", "new"])
+                    for command in (["unzip", "-P", "pw", "-tqq"], ["7zz", "t", "-ppw"]):
+                        subprocess.run([*command, self.zip], check=True, capture_output=True)
+
+    def test_up_to_two_gibibytes(self):
+        """A sparse archive grows in place until the format ends, and one beyond it is not touched."""
+        self.write("new", os.urandom(5000))
+        for length, code in ((2**31 - 20000, 0), (2**31 - 3000, 1), (2**31 + 5, 1)):
+            with self.subTest(length):
+                record = Member("big", packed=range(length - 33 - 49 - 22)).central(0)
+                with open(self.zip, "wb") as file:
+                    file.write(Member("big").local())
+                    file.seek(length - len(record) - 22)
+                    file.write(record + struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, 1, 1, len(record), file.tell(), 0))
+                self.expect(code, "add", "--in-place", self.zip, "new", says="2 GiB" if code else "")
+                self.assertEqual(self.names(), ["big"] + ["new"] * (code == 0))
+                if code == 0:
+                    self.assertEqual(self.cat("new"), (self.root / "new").read_bytes())
+                else:
+                    self.assertEqual(self.zip.stat().st_size, length)
+
+    def test_memory_stays_flat(self):
+        peaks = []
+        for size in (1 << 16, 1 << 29):
+            with open(self.root / "large", "wb") as large:
+                large.truncate(size)
             self.zip.unlink(missing_ok=True)
-            subprocess.run(["zip", "-qP", "pw", self.zip, "a"], cwd=self.root, check=True)
-            self.expect(0, "duplicate", *way, self.zip, "a", "b")
-            self.expect(0, "delete", "-q", self.zip, "a")
-            for command in (["unzip", "-P", "pw", "-tqq"], ["7zz", "t", "-ppw"]):
-                subprocess.run([*command, self.zip], check=True, capture_output=True)
+            process = subprocess.Popen([PROGRAM, "create", "-q", self.zip, "large"], cwd=self.root,
+                                       env={**os.environ, "ASAN_OPTIONS": "quarantine_size_mb=1"})
+            _, process.returncode, usage = os.wait4(process.pid, 0)
+            self.assertEqual(process.returncode, 0)
+            peaks.append(usage.ru_maxrss)
+        self.assertLess(peaks[1] - peaks[0], 4096, "KiB more for half a gibibyte")
 
     def test_the_new_archive_takes_the_place_of_the_old_one(self):
         precious = self.write("precious", "of someone else")

@@ -99,6 +99,15 @@ TEST(Compact, LeavesOverlappingMembersAlone) {
   EXPECT_EQ(MembersOf(*archive), (Members{{"a", inner}, {"b", "inner"}}));
 }
 
+TEST(Compact, SurvivesAnEntryThatIsNone) {
+  const ScratchFolder scratch;
+  scratch.Write("a.zip", MakeZip({{.name = "a", .data = "x"}}));
+  const auto archive = Open(scratch);
+  archive->ReplaceEntry(1, nil);
+  EXPECT_FALSE(archive->Compact());
+  EXPECT_EQ(Text(archive->errmsg), "Compact() encountered an unexpected error");
+}
+
 TEST(Compact, GivesAMemberWithADescriptorAValidHeaderAndWrongBytes) {
   const ScratchFolder scratch;
   scratch.Write("a.zip", MakeZip({{.name = "a", .data = "x"}, {.name = "b", .data = "y", .flags = 8}}));
