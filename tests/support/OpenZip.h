@@ -33,6 +33,28 @@ inline ZipMember DeflatedMember(const std::string& name, const std::string& plai
   return member;
 }
 
+using Strings = std::vector<std::string>;
+
+// An archive in a folder of its own, opened.
+struct OpenedZip {
+  explicit OpenedZip(std::string_view bytes, bool writable) {
+    opened = archive->Open(folder.Write("a.zip", bytes), writable);
+  }
+  explicit OpenedZip(const std::vector<ZipMember>& members) : OpenedZip(MakeZip(members), false) {}
+
+  std::string Message() const { return std::string(archive->ErrorMessage().view()); }
+  Strings Names() const {
+    Strings names;
+    for (const String& name : archive->AllEntriesAsRawPaths()) names.emplace_back(name.view());
+    return names;
+  }
+  Ref<ZipEntry> First() const { return archive->Entry(1); }
+
+  ScratchFolder folder;
+  Ref<ZipArchive> archive = New<ZipArchive>();
+  bool opened = false;
+};
+
 // The archive `name` in a folder, opened for reading.
 inline Ref<ZipArchive> OpenZip(const ScratchFolder& folder, const std::string& name) {
   const auto archive = New<ZipArchive>();

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/epoll.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <memory>
@@ -22,19 +23,14 @@ EventLoop& Loop() {
   return EventLoop::Current();
 }
 
-struct Pipe {
-  Pipe() {
-    int ends[2];
-    if (pipe(ends) != 0) throw std::runtime_error("pipe");
-    out = Descriptor(ends[0]);
-    in = Descriptor(ends[1]);
-  }
-  void Fill() { ASSERT_EQ(write(in.Number(), "x", 1), 1); }
+// A descriptor that is readable while it is filled.
+struct Signal {
+  void Fill() { EXPECT_EQ(eventfd_write(descriptor.Number(), 1), 0); }
   void Drain() {
-    char byte;
-    ASSERT_EQ(read(out.Number(), &byte, 1), 1);
+    eventfd_t count = 0;
+    EXPECT_EQ(eventfd_read(descriptor.Number(), &count), 0);
   }
-  Descriptor out, in;
+  Descriptor descriptor{eventfd(0, EFD_CLOEXEC)};
 };
 
 TEST(EventLoop, AsksWhetherItIsDoneAfterEveryHandlerAndAfterAFault) {
@@ -49,13 +45,13 @@ TEST(EventLoop, AsksWhetherItIsDoneAfterEveryHandlerAndAfterAFault) {
 }
 
 TEST(EventLoop, NestedLoopsRunOthersButNotTheHandlerOnTheStack) {
-  Pipe own, other;
+  Signal own, other;
   int depth = 0, deepest = 0, runs = 0;
   bool inner_done = false, outer_done = false;
-  DescriptorWatch watch(own.out.Number(), EPOLLIN, [&] {
+  DescriptorWatch watch(own.descriptor.Number(), EPOLLIN, [&] {
     deepest = std::max(deepest, ++depth);
     if (++runs == 1) {  // still readable, and yet it must not run inside itself
-      DescriptorWatch other_watch(other.out.Number(), EPOLLIN, [&] { inner_done = true; });
+      DescriptorWatch other_watch(other.descriptor.Number(), EPOLLIN, [&] { inner_done = true; });
       other.Fill();
       Loop().RunUntil([&] { return inner_done; });
     } else {
@@ -71,15 +67,15 @@ TEST(EventLoop, NestedLoopsRunOthersButNotTheHandlerOnTheStack) {
 }
 
 TEST(EventLoop, WhatIsGoneDoesNotRunThoughItsEventIsQueued) {
-  Pipe first, second;
+  Signal first, second;
   first.Fill();
   second.Fill();
   int runs = 0;
   std::optional<DescriptorWatch> a, b;
   std::optional<LoopTimer> timer;
   const auto only_one = [&] { ++runs, a.reset(), b.reset(), timer.reset(); };
-  a.emplace(first.out.Number(), EPOLLIN, only_one);
-  b.emplace(second.out.Number(), EPOLLIN, only_one);
+  a.emplace(first.descriptor.Number(), EPOLLIN, only_one);
+  b.emplace(second.descriptor.Number(), EPOLLIN, only_one);
   timer.emplace(only_one);
   timer->StartIn(0);
   usleep(2000);
@@ -100,7 +96,7 @@ class WindowSystem : public LoopWaiter, public Repainter {
     SetRepainter(nullptr);
   }
   void Wait(bool may_block) override {
-    pollfd both[] = {{Loop().Descriptor(), POLLIN, 0}, {toolkit.out.Number(), POLLIN, 0}};
+    pollfd both[] = {{Loop().Descriptor(), POLLIN, 0}, {toolkit.descriptor.Number(), POLLIN, 0}};
     poll(both, 2, may_block ? -1 : 0);
     blocked += may_block ? 1 : 0;
     if ((both[1].revents & POLLIN) == 0) return;
@@ -109,7 +105,7 @@ class WindowSystem : public LoopWaiter, public Repainter {
   }
   void Repaint() override { ++repaints; }
 
-  Pipe toolkit;
+  Signal toolkit;
   int clicks = 0, blocked = 0, repaints = 0;
 };
 

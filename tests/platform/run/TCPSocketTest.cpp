@@ -97,16 +97,6 @@ TEST(TCPSocket, FailuresArriveAsOneErrorEventAfterConnectReturned) {
   }
 }
 
-TEST(TCPSocket, TriesEveryAddressOfAName) {
-  for (const int family : {AF_INET, AF_INET6}) {  // the other family refuses
-    const Peer listener(family);
-    const auto socket = New<RecordingSocket>();
-    socket->ConnectTo("localhost", listener.Port());
-    socket->RunUntil('C');
-    EXPECT_EQ(socket->events, "C");
-  }
-}
-
 TEST(TCPSocket, AnAddressThatStaysSilentDoesNotKeepTheNextWaiting) {
   Peer answering;
   const Peer silent(AF_INET6, answering.Port(), 0);

@@ -1,5 +1,5 @@
 #include "platform/text/TextFunctions.h"
-#include "tests/zip/archive/OpenedZip.h"
+#include "tests/support/OpenZip.h"
 
 namespace vantorel::testing {
 namespace {

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "platform/text/TextFunctions.h"
-#include "tests/zip/archive/OpenedZip.h"
+#include "tests/support/OpenZip.h"
 
 namespace vantorel {
 namespace {

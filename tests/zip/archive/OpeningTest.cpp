@@ -1,4 +1,4 @@
-#include "tests/zip/archive/OpenedZip.h"
+#include "tests/support/OpenZip.h"
 
 namespace vantorel::testing {
 namespace {
