@@ -73,6 +73,9 @@ class Extract(ForkzipTest):
             ("a link that leads up", Member("l", b"../evil", mode=LINK), "leads out of the destination"),
             ("a link with an absolute target", Member("l", b"/etc", mode=LINK), "leads out of the destination"),
             ("a link that leads up by way of another", Member("d/l", b"x/../../..", mode=LINK), "leads out"),
+            ("a link without a target", Member("l", b"", mode=LINK), "has no target"),
+            ("a stored link with a wrong sum", Member("l", b"good", mode=LINK, crc=1), "the checksum of its data is wrong"),
+            ("a folder's data with a wrong sum", Member("d/", mac_binary(b"", b""), crc=1), "the checksum of its data"),
             ("a name of a folder's own", Member("d/.", b"x"), "cannot be that of a file"),
             ("a name with a zero byte", Member(b"a\0b", b"x"), "cannot be that of a file"),
             ("no name", Member("", b"x"), "no name"),
@@ -99,17 +102,26 @@ class Extract(ForkzipTest):
 
     def test_files_that_are_there(self):
         self.zip.write_bytes(archive(Member("f", b"new"), Member("bad", b"new", DEFLATED, crc=1), Member("l", b"new"),
-                                     Member("d", b"new"), Member("fresh", b"new")))
+                                     Member("d", b"new"), Member("fresh", b"new"), Member("to f", b"f", mode=LINK),
+                                     Member("e", b"f", mode=LINK)))
         for overwrite in (False, True):
             subprocess.run(["rm", "-rf", self.out], check=True)
-            for name in ("f", "bad", "target", "d/inner"):
+            for name in ("f", "bad", "target", "d/inner", "to f", "e/inner"):
                 self.write(f"out/{name}", "old")
             (self.out / "l").symlink_to("target")
-            self.extract(3, *(["--overwrite"] if overwrite else []), says="d: " if overwrite else "f: exists already")
+            errors = self.run_tool("extract", self.zip, "-d", self.out, *(["--overwrite"] if overwrite else [])).stderr
+            self.assertEqual(errors.count(b": a folder is there already"), 2)
+            self.assertEqual(errors.count(b"--overwrite replaces it"), 0 if overwrite else 4)
             content = {path: (self.out / path).read_bytes() for path in self.files_below(self.out)}
             changed = b"new" if overwrite else b"old"
             self.assertEqual(content, {"f": changed, "bad": b"old", "l": changed, "target": b"old", "d/inner": b"old",
-                                       "fresh": b"new"})
+                                       "fresh": b"new", "to f": changed, "e/inner": b"old"})
+
+    def test_folders_that_are_closed(self):
+        self.zip.write_bytes(archive(Member("d/e/", mode=0o040000), Member("d/e/g", b"1"), Member("d/", mode=0o040000)))
+        self.out.mkdir()
+        self.root.chmod(0o755), self.out.chmod(0o333)
+        self.extract(0, "-q", preexec_fn=lambda: os.setuid(65534) if os.getuid() == 0 else None)
 
     def test_forks_go_to_the_side_file(self):
         fork = b"resource fork " * 30
@@ -171,23 +183,20 @@ class Extract(ForkzipTest):
         self.assertEqual(content, {"wrapped": wrapped, "mac": b"data", "__MACOSX/._mac": companion})
         self.assertEqual(self.expect(0, "cat", "--raw", self.zip, "wrapped"), wrapped)
 
-    def test_a_wrong_sum_of_a_stored_wrapped_member(self):
-        self.zip.write_bytes(archive(Member("mac", mac_binary(b"data", b"fork"), crc=1)))
-        self.extract(1, says="the checksum of its data is wrong")
-        self.assertEqual(self.files_below(self.out), [])
-
     def test_a_full_disk_leaves_nothing_half_written(self):
-        self.zip.write_bytes(archive(Member("small", b"1"), Member("large", bytes(300000), DEFLATED)))
         def limit():
             signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
             resource.setrlimit(resource.RLIMIT_FSIZE, (100000, 100000))
-        self.extract(3, says="large: cannot be written: File too large", preexec_fn=limit)
-        self.assertEqual(self.files_below(self.out), ["small"])
+        for data, says in ((bytes(300000), ""), (mac_binary(b"", bytes(300000)), "its resource fork ")):
+            self.zip.write_bytes(archive(Member("small", b"1"), Member("large", data, DEFLATED)))
+            self.extract(3, "--overwrite", says=f"large: {says}cannot be written", preexec_fn=limit)
+            self.extract(3, "--overwrite", says=": File too large", preexec_fn=limit)
+            self.assertEqual(self.files_below(self.out), ["small"])
         self.expect(3, "extract", self.zip, "-d", self.zip, says="destination")
 
     def test_a_signal_leaves_nothing_half_written(self):
         self.zip.write_bytes(archive(Member("large", bytes(1 << 30), DEFLATED), Member("next", b"1")))
-        for number in (signal.SIGINT, signal.SIGTERM):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGPIPE):
             with self.subTest(number):
                 process = subprocess.Popen([PROGRAM, "extract", self.zip, "-d", self.out])
                 large = self.out / "large"
@@ -198,8 +207,23 @@ class Extract(ForkzipTest):
                 self.assertEqual(self.files_below(self.out), [])
 
     def test_the_bar_tells_how_far_it_is(self):
-        self.zip.write_bytes(archive(Member("f", b"12345")))
+        self.zip.write_bytes(archive(Member("f", b"12345"), *[Member(f"{i}") for i in range(2000)]))
         self.extract(0, "--progress", says="100%")
+        errors = self.run_tool("extract", "--progress", "--overwrite", self.zip, "-d", self.out).stderr
+        self.assertLess(errors.count(b"["), 1000)
+        closed = '"$0" extract --progress --overwrite a.zip -d out <&- >&- 2>&-'
+        subprocess.run(["sh", "-c", closed, PROGRAM], cwd=self.root, check=False)
+        self.assertEqual((self.out / "f").read_bytes(), b"12345", "no file takes the place of a closed stream")
+
+    def test_a_long_name_of_many_members_costs_little(self):
+        for arguments, count in ((["extract"], 1500), (["info", "x"], 1500), (["test", "--json"], 500)):
+            with self.subTest(arguments):
+                first = Member(("a" * 200 + "/") * 320, crc=1)
+                self.zip.write_bytes(archive(first, *[Member("", crc=1)] * count))
+                process = subprocess.Popen([PROGRAM, arguments[0], self.zip, *arguments[1:]], cwd=self.root,
+                                           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                process.returncode, usage = os.wait4(process.pid, 0)[1:]
+                self.assertLess(usage.ru_maxrss, 70000)
 
 
 if __name__ == "__main__":

@@ -83,6 +83,7 @@ class Listing(ForkzipTest):
         cases = [
             ("the exact name before other letter case", ["A"], 1),
             ("other letter case if need be", ["DIR/ONE.TXT"], 1),
+            ("a folder in other letter case", ["OTHER"], 1),
             ("a folder and what is in it", ["dir"], 3),
             ("the same with a slash", ["dir/"], 3),
             ("a pattern passes slashes", ["*.txt"], 2),
@@ -94,6 +95,8 @@ class Listing(ForkzipTest):
                 tested = json.loads(self.expect(0, "test", "--json", self.zip, *arguments))["tested"]
                 self.assertEqual(tested, expected)
         self.expect(1, "cat", self.zip, "*.txt", says="means 2 members")
+        self.assertIn(b"0 members tested, 1 missing", self.expect(1, "test", self.zip, "x", says="x: no such member"))
+        self.assertEqual(json.loads(self.run_tool("test", "--json", self.zip, "x").stdout)["missing"], ["x"])
 
 
 class Damage(ForkzipTest):
@@ -115,6 +118,8 @@ class Damage(ForkzipTest):
                     self.expect(code, verb, self.zip, says=message)
         self.expect(1, "list", "missing.zip", says="forkzip: missing.zip: cannot be opened: No such file")
         self.expect(3, "list", ".", says="is a folder")
+        self.zip.write_bytes(archive(Member("f", b"1"), Member("g", b"2"), count=1))
+        self.expect(1, "test", self.zip, says="more members than it announces")
 
     def test_members_that_are_not_sound(self):
         text = b"words " * 1000
@@ -145,7 +150,7 @@ class Damage(ForkzipTest):
             bad = Member("__MACOSX/._f", apple_double(b"fork"), method, crc=1, extra=UNIX_TIMES)
             self.zip.write_bytes(archive(Member("f", b"1", extra=UNIX_TIMES), bad))
             self.expect(1, "test", self.zip, says="f: its companion: ")
-            self.expect(1, "extract", self.zip, "-d", "out")
+            self.expect(1, "extract", self.zip, "-d", "out", says="f: its companion: ")
             self.assertEqual(self.files_below(self.root / "out"), [])
 
     def test_memory_stays_with_what_is_there(self):
@@ -167,7 +172,8 @@ class Damage(ForkzipTest):
                     self.assertLess(peak, 4 * small)
 
     def test_wrong_usage(self):
-        for arguments in ([], ["bla"], ["list"], ["list", "a", "--bla"], ["cat", "a"], ["list", "--encoding", "x", "a"]):
+        for arguments in ([], ["bla"], ["list"], ["list", "a", "--bla"], ["cat", "a"], ["list", "--encoding", "x", "a"],
+                          ["list", "--progress", "a"]):
             with self.subTest(arguments):
                 self.expect(2, *arguments, says="forkzip: ")
         self.expect(3, "list", self.zip.parent)
@@ -176,9 +182,10 @@ class Damage(ForkzipTest):
 
     def test_a_full_disk_behind_standard_output(self):
         self.zip.write_bytes(archive(Member("f", b"12345")))
-        with open("/dev/full", "wb") as full:
-            self.expect(3, "list", self.zip, says="No space left", stdout=full, stderr=subprocess.PIPE,
-                        capture_output=False)
+        for arguments in (["list", self.zip], ["--help"], ["--version"]):
+            with open("/dev/full", "wb") as full, self.subTest(arguments):
+                self.expect(3, *arguments, says="No space left", stdout=full, stderr=subprocess.PIPE,
+                            capture_output=False)
 
 
 if __name__ == "__main__":

@@ -159,6 +159,7 @@ void AddAddVerb(CLI::App& app, ExitCode& exit_code) {
   static AddOptionsOfVerb options;
   CLI::App& command = *app.add_subcommand("add", "Puts files and folders into an archive");
   SetUp(command, options, exit_code, [](Problems& problems) { Add(options, problems); });
+  AddProgressOption(command, options);
   AddAddingOptions(command, options);
   command.add_option("--as", options.name, "The name of the one PATH in the archive");
   AddInPlaceOption(command, options);

@@ -60,6 +60,7 @@ void AddCreateVerb(CLI::App& app, ExitCode& exit_code) {
   static AddingOptions options;
   CLI::App& command = *app.add_subcommand("create", "Makes a new archive");
   SetUp(command, options, exit_code, [](Problems& problems) { Create(options, problems); });
+  AddProgressOption(command, options);
   AddAddingOptions(command, options);
   command.footer(kHelp);
 }

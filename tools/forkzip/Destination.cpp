@@ -20,7 +20,8 @@ constexpr mode_t kNewFolder = 0777;  // less the umask
 Destination::Destination(const std::string& root) : root_path_(root) {
   std::error_code error;
   std::filesystem::create_directories(root, error);
-  if (!error) root_ = Descriptor(open(root.c_str(), kFolderFlags));
+  if (!error)
+    root_ = Descriptor(open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));  // need not be readable
   if (!root_.IsOpen()) {
     throw Failure(ExitCode::kFileError, WithCause("destination " + root, error ? error.value() : errno));
   }

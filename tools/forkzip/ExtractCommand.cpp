@@ -31,7 +31,7 @@ struct ExtractOptions : Options {
 
 void Extract(const ExtractOptions& options, Problems& problems) {
   const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
-  const std::vector<std::int32_t> members = SelectMembers(archive, options.members, problems);
+  const std::vector<std::int32_t> members = SelectMembers(archive, options.members, problems).members;
   std::uint64_t total = 0;
   for (const std::int32_t i : members) total += SizeOf(archive->Entry(i));
   Interruption::Watch();
@@ -59,6 +59,7 @@ void AddExtractVerb(CLI::App& app, ExitCode& exit_code) {
   static ExtractOptions options;
   CLI::App& command = *app.add_subcommand("extract", "Brings members to disk");
   SetUp(command, options, exit_code, [](Problems& problems) { Extract(options, problems); });
+  AddProgressOption(command, options);
   command.add_option("MEMBER", options.members,
                      "Names, folders or shell patterns; all members if none is given");
   command.add_option("-d,--destination", options.destination, "The folder to extract to")->default_str(".");

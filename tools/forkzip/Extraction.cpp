@@ -18,6 +18,7 @@
 #include "tools/forkzip/MemberPath.h"
 #include "tools/forkzip/Printable.h"
 #include "tools/forkzip/Verification.h"
+#include "zip/archive/CarriedName.h"
 #include "zip/extract/MacBinaryHeader.h"
 
 namespace vantorel::forkzip {
@@ -83,8 +84,18 @@ void Extraction::Extract(const Ref<ZipEntry>& entry) {
   Guarded(entry->appleDoubleEntry, [&] { Place(entry->appleDoubleEntry); });
 }
 
+const Extraction::Components& Extraction::PathFor(const Ref<ZipEntry>& entry) {
+  const String name = entry->RawPath();
+  if (split_path_.empty() || !IsCarriedOver(name, split_name_)) {
+    split_path_.clear();
+    split_path_ = SafePath(entry);
+    split_name_ = name;
+  }
+  return split_path_;
+}
+
 void Extraction::Place(const Ref<ZipEntry>& entry) {
-  const Components path = SafePath(entry);
+  const Components& path = PathFor(entry);
   if (entry->IsDirectory()) {
     destination_.Folder(path);
     if (!path.empty()) folders_.push_back({entry, path.size()});
@@ -113,7 +124,7 @@ void Extraction::Finish() {
 }
 
 void Extraction::MakeLink(const Ref<ZipEntry>& entry) {
-  const Components path = SafePath(entry);
+  const Components& path = PathFor(entry);
   const std::string target = LinkTargetOf(entry, path.size() - 1);
   const int folder = destination_.Folder(FoldersOf(path));
   const std::string& name = path.back();
@@ -124,7 +135,7 @@ void Extraction::MakeLink(const Ref<ZipEntry>& entry) {
 }
 
 void Extraction::FinishFolder(const Ref<ZipEntry>& entry) {
-  const Components path = SafePath(entry);
+  const Components& path = PathFor(entry);
   const int descriptor = destination_.Folder(path);
   Ref<MemoryBlock> header_block;
   const bool may_have_header = entry->appleDoubleEntry || SizeOf(entry) == MacBinaryHeader::kSize;

@@ -30,13 +30,15 @@ class Extraction {
 
  private:
   using Components = std::vector<std::string>;
-  // The path is split anew when it is needed: many members may share a long name in a short archive.
   struct Waiting {
     Ref<ZipEntry> entry;
     std::size_t depth;
   };
 
   // These raise Failure.
+  // Where a member belongs; valid until the next call. Members that share a name in a short archive come one
+  // after another, and their common path is split once.
+  const Components& PathFor(const Ref<ZipEntry>& entry);
   void Place(const Ref<ZipEntry>& entry);
   void MakeLink(const Ref<ZipEntry>& entry);
   void FinishFolder(const Ref<ZipEntry>& entry);
@@ -50,6 +52,8 @@ class Extraction {
   Problems& problems_;
   SideFileGuard side_files_;
   std::size_t extracted_ = 0;
+  String split_name_;
+  Components split_path_;
   std::vector<Waiting> folders_;
   std::vector<Ref<ZipEntry>> links_;
 };

@@ -14,7 +14,7 @@ void Note(int signal) {
 }  // namespace
 
 void Watch() {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
     struct sigaction present {};
     sigaction(signal, nullptr, &present);
     if (present.sa_handler == SIG_IGN) continue;

@@ -1,5 +1,5 @@
-// SIGINT, SIGTERM and SIGHUP while files are being made: the work stops at the next chance, cleans up, and
-// then the process ends by that very signal.
+// SIGINT, SIGTERM, SIGHUP and SIGPIPE while files are being made: the work stops at the next chance, cleans
+// up, and then the process ends by that very signal.
 #pragma once
 
 #include <exception>

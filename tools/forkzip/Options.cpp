@@ -18,14 +18,12 @@ void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb) 
       ->required()
       ->check([](const std::string& path) { return path.empty() ? "an empty name is no file's" : ""; });
   command.add_flag("-q,--quiet", options.quiet, "Tell nothing but what goes wrong");
-  command.add_flag("--progress", options.force_progress,
-                   "Show a progress bar even where no one may be watching");
   command.callback([&options, &exit_code, verb = std::move(verb)] {
     Problems problems(options.archive);
     try {
       verb(problems);
     } catch (const Failure& failure) {
-      problems.Add(failure.Code(), failure.what());
+      if (!Interruption::Requested()) problems.Add(failure.Code(), failure.what());
     } catch (const Interrupted&) {
       // The process ends by the signal.
     } catch (const std::bad_alloc&) {
@@ -35,6 +33,11 @@ void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb) 
     }
     exit_code = problems.Code();
   });
+}
+
+void AddProgressOption(CLI::App& command, Options& options) {
+  command.add_flag("--progress", options.force_progress,
+                   "Show a progress bar even where no one may be watching");
 }
 
 void AddEncodingOption(CLI::App& command, Options& options) {

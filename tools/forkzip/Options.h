@@ -28,9 +28,10 @@ struct Options {
 // What a verb does. Raises Failure for what ends it at once.
 using Verb = std::function<void(Problems& problems)>;
 
-// Puts the verb's argument ARCHIVE and the options -q and --progress to `command`, and has `verb` run when
-// the command is given. `options` and `exit_code` must live until then.
+// Puts the verb's argument ARCHIVE and the option -q to `command`, and has `verb` run when the command is
+// given. `options` and `exit_code` must live until then.
 void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb);
+void AddProgressOption(CLI::App& command, Options& options);
 void AddEncodingOption(CLI::App& command, Options& options);
 void AddJsonOption(CLI::App& command, Options& options);
 void AddInPlaceOption(CLI::App& command, Options& options);

@@ -57,7 +57,8 @@ void Progress::Begin(const std::string& name) {
 
 void Progress::End(std::uint64_t size) {
   finished_ += size;
-  if (finished_ >= total_) next_ = {};
+  const bool all_done = finished_ >= total_ && !std::exchange(all_done_, true);
+  if (all_done && bar_is_shown) next_ = {};
   Show(finished_);
 }
 

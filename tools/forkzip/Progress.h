@@ -38,6 +38,7 @@ class Progress : public ZipProgressNotifier {
   bool visible_;
   std::uint64_t total_;
   std::uint64_t finished_ = 0;
+  bool all_done_ = false;
   std::string name_;
   std::chrono::steady_clock::time_point next_;
 };

@@ -28,14 +28,61 @@ std::uint64_t SizeOfAll(const Ref<ZipArchive>& archive, const std::vector<std::i
                          [&](std::uint64_t sum, std::int32_t i) { return sum + SizeOf(archive->Entry(i)); });
 }
 
+// Tells what is tested as it goes, so that nothing is kept of an archive whose members are all bad.
+class Report {
+ public:
+  explicit Report(bool json) : json_(json) {}
+
+  void Begin(const std::string& archive, const MemberSelection& selected, bool count_is_wrong) {
+    if (!json_) return;
+    const nlohmann::ordered_json head = {{"archive", archive},
+                                         {"tested", selected.members.size()},
+                                         {"missing", selected.missing},
+                                         {"countIsWrong", count_is_wrong}};
+    const std::string text = JsonText(head, 2);
+    output_.Write(text.substr(0, text.rfind("\n}")) + ",\n  \"failed\": [");
+  }
+
+  void Add(std::int32_t index, const std::string& name, const std::string& fault) {
+    if (json_) {
+      output_.Write(failed_ == 0 ? "\n    " : ",\n    ");
+      output_.Write(JsonText({{"index", index}, {"name", name}, {"error", fault}}));
+    }
+    ++failed_;
+  }
+
+  void End(const MemberSelection& selected, bool quiet) {
+    if (json_) {
+      output_.Write(failed_ == 0 ? "]\n}\n" : "\n  ]\n}\n");
+    } else if (!quiet) {
+      const std::string missing =
+          selected.missing.empty() ? "" : ", " + std::to_string(selected.missing.size()) + " missing";
+      const std::string state = failed_ != 0      ? ", " + std::to_string(failed_) + " damaged"
+                                : missing.empty() ? ", all sound"
+                                                  : "";
+      output_.Write(Count(selected.members.size(), "member") + " tested" + state + missing + "\n");
+    }
+    output_.Flush();
+  }
+
+ private:
+  bool json_;
+  std::size_t failed_ = 0;
+  Output output_;
+};
+
 void Test(const Options& options, Problems& problems) {
   const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
-  const std::vector<std::int32_t> members = SelectMembers(archive, options.members, problems);
+  const MemberSelection selected = SelectMembers(archive, options.members, problems);
+  if (archive->centralDirCorrupted) {
+    problems.Add(ExitCode::kBadArchive, "the directory holds more members than it announces");
+  }
   Interruption::Watch();
-  const auto progress = New<Progress>(options.ShowProgress(), SizeOfAll(archive, members));
+  const auto progress = New<Progress>(options.ShowProgress(), SizeOfAll(archive, selected.members));
   archive->SetProgressMonitor(progress);
-  auto failed = nlohmann::ordered_json::array();
-  for (const std::int32_t i : members) {
+  Report report(options.json);
+  report.Begin(options.archive, selected, archive->centralDirCorrupted);
+  for (const std::int32_t i : selected.members) {
     const Ref<ZipEntry> entry = archive->Entry(i);
     progress->Begin(entry);
     const std::string fault = FaultOf(entry);
@@ -44,18 +91,10 @@ void Test(const Options& options, Problems& problems) {
     if (fault.empty()) continue;
     const std::string name = Utf8(entry->RawPath());
     problems.Add(ExitCode::kBadArchive, name, fault);
-    failed.push_back({{"index", i}, {"name", name}, {"error", fault}});
+    report.Add(i, name, fault);
   }
   Progress::ClearLine();
-  Output output;
-  if (options.json) {
-    output.Write(JsonText({{"archive", options.archive}, {"tested", members.size()}, {"failed", failed}}, 2) +
-                 "\n");
-  } else if (!options.quiet) {
-    const std::string tested = Count(members.size(), "member") + " tested, ";
-    output.Write(tested + (failed.empty() ? "all sound" : std::to_string(failed.size()) + " damaged") + "\n");
-  }
-  output.Flush();
+  report.End(selected, options.quiet);
 }
 
 }  // namespace
@@ -64,6 +103,7 @@ void AddTestVerb(CLI::App& app, ExitCode& exit_code) {
   static Options options;
   CLI::App& command = *app.add_subcommand("test", "Checks that members can be read and are whole");
   SetUp(command, options, exit_code, [](Problems& problems) { Test(options, problems); });
+  AddProgressOption(command, options);
   command.add_option("MEMBER", options.members,
                      "Names, folders or shell patterns; all members if none is given");
   AddJsonOption(command, options);

@@ -1,15 +1,29 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <initializer_list>
 #include <iostream>
+#include <sstream>
 
 #include "tools/forkzip/Interruption.h"
 #include "tools/forkzip/Options.h"
+#include "tools/forkzip/Output.h"
 #include "tools/forkzip/Verbs.h"
 
 namespace vantorel::forkzip {
 namespace {
+
+// A file of ours that took the number of a standard stream which is closed would get what is meant for that
+// stream. Its stand-in fails as the closed one would.
+void FillStandardStreams() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
 
 constexpr const char* kAbout =
     "forkzip reads, makes and edits Zip archives, and keeps the resource forks and Finder data of classic "
@@ -41,7 +55,12 @@ int Main(int argc, char** argv) {
   try {
     Parse(app, argc, argv);
   } catch (const CLI::Success& asked) {  // --help, --version
-    return app.exit(asked);
+    std::ostringstream text;
+    const int code = app.exit(asked, text);
+    Output output;
+    output.Write(text.str());
+    output.Flush();
+    return code;
   } catch (const CLI::ParseError& error) {
     const std::string first = argc > 1 ? argv[1] : "-";
     const auto verbs = app.get_subcommands([&](const CLI::App* verb) { return verb->check_name(first); });
@@ -60,8 +79,8 @@ int Main(int argc, char** argv) {
 int main(int argc, char** argv) {
   int exit_code = static_cast<int>(vantorel::forkzip::ExitCode::kFileError);
   try {
+    vantorel::forkzip::FillStandardStreams();
     exit_code = vantorel::forkzip::Main(argc, argv);
-    std::cout.flush();
   } catch (const std::exception& fault) {
     std::fprintf(stderr, "forkzip: %s\n", fault.what());
   }
