@@ -4,13 +4,16 @@
 import os
 import pathlib
 import pty
+import re
 import subprocess
 import time
 import unittest
 
 from forkzip import PROGRAM, ForkzipTest, Member, archive
 
-COMPLETION = pathlib.Path(__file__).resolve().parents[2] / "packaging/forkzip.bash-completion"
+SOURCES = pathlib.Path(__file__).resolve().parents[2]
+COMPLETION = SOURCES / "packaging/forkzip.bash-completion"
+MANUAL = SOURCES / "docs/man/forkzip.1"
 SOURCE = f". /usr/share/bash-completion/bash_completion; . '{COMPLETION}'\n"
 
 # What is typed, and the name that it must come to.
@@ -29,17 +32,29 @@ class Completion(ForkzipTest):
         self.environment = {"PATH": f"{os.path.dirname(PROGRAM)}:/usr/bin:/bin", "LC_ALL": "C.UTF-8", "HOME": "/root",
                             "TERM": "dumb", "PS1": "", "INPUTRC": "/dev/null"}
 
-    def test_what_is_offered(self):
+    def offered(self, *words):
         script = SOURCE + r"""
-            COMP_WORDS=(forkzip cat 'an\ archive.zip' "$1") COMP_CWORD=3 COMP_LINE="forkzip cat an\ archive.zip $1"
+            COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)) COMP_LINE="$*"
             COMP_POINT=${#COMP_LINE}
             _forkzip
             eval printf "'%s\n'" "${COMPREPLY[@]}" """
-        for typed, names in {"": [*dict.fromkeys(NAMES.values())], "no": [""], "k": ["k@2x:y=!a"]}.items():
-            result = subprocess.run(["bash", "-c", script, "bash", typed], env=self.environment, cwd=self.root,
-                                    capture_output=True, check=True)
-            self.assertEqual((result.stderr, sorted(result.stdout.decode().splitlines())), (b"", sorted(names)), typed)
+        result = subprocess.run(["bash", "-c", script, "bash", "forkzip", *words], env=self.environment, cwd=self.root,
+                                capture_output=True, check=True)
+        self.assertEqual(result.stderr, b"")
+        return sorted(result.stdout.decode().splitlines())
+
+    def test_every_name_is_offered_and_expanded_by_nothing(self):
+        for typed, names in {"": {*NAMES.values()}, "no": [""], "k": ["k@2x:y=!a"]}.items():
+            self.assertEqual(self.offered("cat", "an\\ archive.zip", typed), sorted(names))
         self.assertFalse((self.root / "RAN").exists())
+
+    def test_completion_and_manual_know_the_options_of_each_verb(self):
+        manual = MANUAL.read_text()
+        for verb in self.offered("")[2:]:
+            help_text = self.expect(0, verb, "--help").decode()
+            options = re.findall(r"^  (?:-\w,)?(--[\w-]+)", help_text, re.MULTILINE)
+            self.assertEqual(self.offered(verb, "--"), sorted(options), verb)
+            self.assertEqual([option for option in options if option not in manual], [], verb)
 
     def test_what_is_inserted_means_the_member(self):
         master, terminal = pty.openpty()
