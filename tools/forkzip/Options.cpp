@@ -61,9 +61,9 @@ const char* const kHelpOnEditing =
     "whenever the\n"
     "run ends, even by a power cut, the old archive or the new one is there whole. It needs room for a "
     "second copy.\n"
-    "With --in-place the archive itself is changed. A run that is killed, or meets a full disk, then leaves "
-    "it without\n"
-    "a directory, and other programs may not be able to open it any more.\n";
+    "With --in-place the archive itself is changed. What fails for want of room or is interrupted is taken "
+    "back, but a run\n"
+    "that is killed leaves it without a directory, and other programs may not be able to open it any more.\n";
 
 void Parse(CLI::App& app, int argc, char** argv) {
   constexpr char kMark = '\x01';
