@@ -104,7 +104,8 @@ class ForkzipTest(unittest.TestCase):
     def peak(self, *arguments):
         """The most memory, in MiB, that a run of forkzip holds, however it ends."""
         subprocess.run(["/usr/bin/time", "-f", "%M", "-o", "peak", PROGRAM, *map(str, arguments)], cwd=self.root,
-                       check=False, timeout=300, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                       check=False, timeout=300, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                       env={**os.environ, "ASAN_OPTIONS": "quarantine_size_mb=1"})
         return int((self.root / "peak").read_text().split()[-1]) / 1024
 
     def names(self):

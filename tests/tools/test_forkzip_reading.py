@@ -161,6 +161,8 @@ class Damage(ForkzipTest):
             "a stored record and its companion claim 2 GiB": archive(
                 Member("f", b"words", size=claim), Member("__MACOSX/._f", apple_double(b"fork"), size=claim)),
             "a bomb": archive(Member("f", bytes(80 << 20), DEFLATED)),
+            "a long name that members take over": archive(Member(("a" * 200 + "/") * 320, crc=1),
+                                                          *[Member("", crc=1)] * 500),
         }
         small = None
         for what, content in archives.items():
