@@ -13,11 +13,12 @@ namespace vantorel::forkzip {
 namespace {
 
 constexpr const char* kHelp =
-    "Files that are there already are kept, unless --overwrite is given; then each is replaced once its new "
-    "content\n"
-    "is whole. Members whose names lead out of the destination, or through a symbolic link, are refused; the "
-    "others\n"
-    "are extracted all the same. Nothing half-written stays behind.\n"
+    "Files that are there already are kept, unless --overwrite is given; then each is replaced once its new\n"
+    "content is whole. Members whose names lead out of the destination, or through a symbolic link, are\n"
+    "refused; the others are extracted all the same. Nothing half-written stays behind.\n"
+    "The resource fork and Finder data of `name` go to the AppleDouble file `._name` beside it. One that is\n"
+    "there already is kept too, and the member with it, unless --overwrite is given; any other file of that\n"
+    "name is always kept.\n"
     "Examples:\n"
     "  forkzip extract site.zip                    all of it, into the present folder\n"
     "  forkzip extract site.zip -d /tmp/site       into a folder, which is made if it is missing\n"

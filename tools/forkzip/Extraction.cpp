@@ -103,9 +103,7 @@ void Extraction::Place(const Ref<ZipEntry>& entry) {
     destination_.Folder(FoldersOf(path));
     links_.push_back(entry);
   } else {
-    const int folder = destination_.Folder(FoldersOf(path));
-    FileExtraction(entry, folder, destination_.PathOf(FoldersOf(path)), path.back(), ways_, side_files_)
-        .Run();
+    FileExtraction(entry, destination_, path, ways_, side_files_).Run();
   }
 }
 

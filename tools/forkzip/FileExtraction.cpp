@@ -19,16 +19,18 @@ std::optional<mode_t> PermissionsOf(const Ref<ZipEntry>& entry) {
   return static_cast<mode_t>(*mode & kPermissions);
 }
 
-FileExtraction::FileExtraction(Ref<ZipEntry> entry, int folder, std::string path, std::string name,
-                               const ExtractionWays& ways, SideFileGuard& side_files)
+FileExtraction::FileExtraction(Ref<ZipEntry> entry, Destination& destination,
+                               std::span<const std::string> path, const ExtractionWays& ways,
+                               SideFileGuard& side_files)
     : entry_(std::move(entry)),
-      folder_(folder),
-      path_(std::move(path)),
-      name_(std::move(name)),
+      destination_(destination),
+      folders_(path.first(path.size() - 1)),
+      folder_(destination.Folder(folders_)),
+      name_(path.back()),
       ways_(ways),
       side_files_(side_files),
       unwrap_(!ways.raw && (entry_->appleDoubleEntry || SizeOf(entry_) >= MacBinaryHeader::kSize)),
-      staging_(folder_, path_),
+      staging_(folder_),
       sink_(New<FileSink>(folder_, name_, PermissionsOf(entry_), ways_.overwrite)) {
   sink_->SetSumming(entry_->CompressionMethod() == ZipMethod::kStored);
   if (unwrap_) fork_ = New<ForkSink>([this] { return Staged(); });
@@ -71,15 +73,17 @@ void FileExtraction::CheckStoredSums() const {
   if (!fault.empty()) throw Failure(ExitCode::kBadArchive, fault);
 }
 
-// The attributes may have brought the exact name that the file had on its Mac.
 void FileExtraction::Keep() {
-  if (staged_) name_ = staged_->Path().substr(staged_->Path().rfind('/') + 1);
-  const std::string side_file = staging_.Name() + "/" + SideFile::PathFor(name_);
-  const bool has_side_file = staged_ && KindOf(folder_, side_file) != 0;
-  if (has_side_file) side_files_.CheckSideFile(folder_, path_, name_);
+  std::string side_file;
+  if (staged_) {
+    name_ = staged_->Path().substr(staged_->Path().rfind('/') + 1);  // it may bear its Mac name by now
+    side_file = staging_.Name() + "/" + SideFile::PathFor(name_);
+    if (KindOf(folder_, side_file) == 0) side_file.clear();
+  }
+  if (!side_file.empty()) side_files_.CheckSideFile(folder_, destination_.PathOf(folders_), name_);
   Expect(sink_->Keep(name_));
   if (!ways_.raw) side_files_.NoteMember(folder_, name_);
-  if (has_side_file) KeepSideFile(side_file);
+  if (!side_file.empty()) KeepSideFile(side_file);
 }
 
 void FileExtraction::KeepSideFile(const std::string& staged_name) {
@@ -92,7 +96,7 @@ void FileExtraction::KeepSideFile(const std::string& staged_name) {
 
 Ref<FolderItem> FileExtraction::Staged() {
   if (staged_) return staged_;
-  staging_.Make();
+  staging_.Make(destination_.PathOf(folders_));
   Expect(sink_->Stage(staging_.Name()));
   staged_ = GetFolderItem(String::Bytes(staging_.Path() + "/" + name_));
   return staged_;

@@ -2,11 +2,14 @@
 // together with its side file; any other is written where it belongs.
 #pragma once
 
+#include <optional>
+#include <span>
 #include <string>
 
 #include "platform/base/Ref.h"
 #include "platform/files/FolderItem.h"
 #include "platform/files/MemoryBlock.h"
+#include "tools/forkzip/Destination.h"
 #include "tools/forkzip/FileSink.h"
 #include "tools/forkzip/ForkSink.h"
 #include "tools/forkzip/SideFileGuard.h"
@@ -22,8 +25,8 @@ struct ExtractionWays {
 
 class FileExtraction {
  public:
-  // To the file `name` in `folder`, an open one, whose path is `path`.
-  FileExtraction(Ref<ZipEntry> entry, int folder, std::string path, std::string name,
+  // To where `path`, which is not empty, leads below the destination.
+  FileExtraction(Ref<ZipEntry> entry, Destination& destination, std::span<const std::string> path,
                  const ExtractionWays& ways, SideFileGuard& side_files);
 
   // Run once. Raises Failure; then all is as it was before.
@@ -40,8 +43,9 @@ class FileExtraction {
   void Expect(bool good) const;
 
   Ref<ZipEntry> entry_;
+  Destination& destination_;
+  std::span<const std::string> folders_;
   int folder_;
-  std::string path_;
   std::string name_;
   ExtractionWays ways_;
   SideFileGuard& side_files_;

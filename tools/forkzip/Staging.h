@@ -3,26 +3,25 @@
 #pragma once
 
 #include <string>
-#include <utility>
 
 namespace vantorel::forkzip {
 
 class Staging {
  public:
-  // For files that belong in `folder`, an open one, whose path is `path`. Nothing is made yet.
-  Staging(int folder, std::string path) : folder_(folder), path_(std::move(path)) {}
+  // For files that belong in `folder`, an open one. Nothing is made yet.
+  explicit Staging(int folder) : folder_(folder) {}
   Staging(const Staging&) = delete;
   Staging& operator=(const Staging&) = delete;
   // Takes it away with all that is still in it.
   ~Staging();
 
-  // Makes an empty folder inside that one, once. Raises Failure (kFileError).
-  void Make();
-  bool IsMade() const { return !name_.empty(); }
+  // Makes an empty folder inside that one, whose path is `path`. To be called once. Raises Failure
+  // (kFileError).
+  void Make(const std::string& path);
 
   // Its name in that folder, and its own path.
   const std::string& Name() const { return name_; }
-  std::string Path() const { return path_ + "/" + name_; }
+  const std::string& Path() const { return path_; }
 
  private:
   int folder_;
