@@ -2,10 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
-#include "platform/text/TextFunctions.h"
-
 namespace vantorel::testing {
 namespace {
 

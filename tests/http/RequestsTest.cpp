@@ -1,7 +1,6 @@
 // What goes out: every request is compared with what a server read from the wire.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <thread>
 

@@ -1,6 +1,5 @@
 // The launcher's windows on a back end that records.
 #include <cstdlib>
-#include <functional>
 
 #include "launcher/BuildSettings.h"
 #include "launcher/Globals.h"

@@ -5,7 +5,6 @@
 #include <zlib.h>
 
 #include <cstddef>
-#include <cstdint>
 #include <random>
 #include <string>
 #include <string_view>

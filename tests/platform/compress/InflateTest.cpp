@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <string>
-#include <vector>
 
 #include "GzipSamples.h"
 #include "platform/compress/ZStream.h"

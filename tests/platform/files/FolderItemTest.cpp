@@ -1,7 +1,6 @@
 #include "platform/files/FolderItem.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "platform/text/TextFunctions.h"
 #include "tests/support/ScratchFolder.h"

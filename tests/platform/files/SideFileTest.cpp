@@ -6,7 +6,6 @@
 #include <map>
 
 #include "platform/files/FolderItem.h"
-#include "platform/text/TextFunctions.h"
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/Forks.h"
 #include "tests/support/ScratchFolder.h"

@@ -6,7 +6,6 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>

@@ -1,4 +1,3 @@
-#include "platform/text/TextFunctions.h"
 #include "tests/support/OpenZip.h"
 
 namespace vantorel::testing {

@@ -1,7 +1,6 @@
 // The sequential streams over the forks of real files.
 #include <limits>
 
-#include "platform/text/TextFunctions.h"
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/ScratchFolder.h"
 #include "zip/extract/FileReader.h"
