@@ -89,7 +89,7 @@ TEST(Entry, KnowsFakeDuplicates) {
   }
 }
 
-TEST(Permissions, OfWhatIsNotThereAreAnError) {
+TEST(Permissions, AreReadAndChangedThroughAReference) {
   const ScratchFolder folder;
   const Ref<ZipArchive> archive = New<ZipArchive>();
   const Ref<FolderItem> item = folder.Write(std::string(100, 'n'), "x");
@@ -98,7 +98,10 @@ TEST(Permissions, OfWhatIsNotThereAreAnError) {
   EXPECT_FALSE(archive->GetUnixPermissions(folder.Item("gone"), mode));
   EXPECT_EQ(mode, -1);
   const Ref<MemoryBlock> reference = archive->d->makeFSRef(item);
-  EXPECT_EQ(archive->d->updateUnixPermissions(reference, -1, 0), 0);
+  item->SetUnixMode(0640);
+  EXPECT_EQ(archive->d->updateUnixPermissions(reference, ~0040, 0101), 0);
+  EXPECT_TRUE(archive->GetUnixPermissions(item, mode));
+  EXPECT_EQ(mode, 0100701);
   item->Delete();
   EXPECT_LT(archive->d->updateUnixPermissions(reference, -1, 0), 0);
 }
