@@ -6,18 +6,6 @@
 namespace vantorel {
 namespace {
 
-TEST(MemoryBlock, ByteOrder) {
-  const Ref<MemoryBlock> block = New<MemoryBlock>(8);
-  block->SetLittleEndian(false);
-  block->SetLong(0, 0x12345678);
-  EXPECT_EQ(block->UShort(0), 0x1234);
-  block->SetLittleEndian(true);
-  EXPECT_EQ(block->UShort(0), 0x3412);
-  block->SetShort(4, 33188);
-  EXPECT_EQ(block->Short(4), -32348);
-  EXPECT_EQ(block->View(), std::string_view("\x12\x34\x56\x78\xA4\x81\0\0", 8));
-}
-
 TEST(MemoryBlock, Strings) {
   const Ref<MemoryBlock> block = New<MemoryBlock>(300);
   block->SetStringValue(0, 4, "abcdef");

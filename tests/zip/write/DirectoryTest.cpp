@@ -31,19 +31,6 @@ TEST(Directory, AReadOnlyArchiveRefusesEveryChange) {
   EXPECT_EQ(scratch.Read("a.zip"), bytes);
 }
 
-TEST(Directory, FlushLeavesAWholeArchiveAndGoesOn) {
-  const ScratchFolder scratch;
-  const auto archive = Open(scratch);
-  Add(*archive, "a", Noise(5000));
-  Add(*archive, "b", "b");
-  EXPECT_TRUE(archive->Flush() && archive->Flush());
-  EXPECT_EQ(NamesOf(scratch), (std::vector<std::string>{"a", "b"}));
-  archive->RemoveEntry(1);
-  EXPECT_EQ(NamesOf(scratch).size(), 2U) << "in memory only";
-  EXPECT_TRUE(archive->Close());
-  EXPECT_EQ(MembersOf(scratch), (Members{{"b", "b"}}));
-}
-
 TEST(Directory, WhatCannotBeWrittenIsToldAndTriedAgain) {
   for (const bool locked : {false, true}) {
     const ScratchFolder scratch;

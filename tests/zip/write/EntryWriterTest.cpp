@@ -1,4 +1,3 @@
-#include "tests/support/FileSizeLimit.h"
 #include "tests/support/MacBytes.h"
 #include "tests/support/RecordingMonitor.h"
 #include "tests/zip/write/WriteSupport.h"
@@ -89,20 +88,6 @@ TEST(EntryWriter, TellsTheMonitorAndStopsWhenItSaysSo) {
     EXPECT_EQ(data->position, bytes_read) << name;
     EXPECT_EQ(data->times_opened, data->times_closed) << name;
   }
-}
-
-TEST(EntryWriter, AMemberThatFindsNoRoomIsNotListed) {
-  const ScratchFolder scratch;
-  const auto archive = Open(scratch);
-  {
-    const FileSizeLimit limit(100000);
-    EXPECT_EQ(Add(*archive, "first", Noise(20000)), 1);
-    EXPECT_EQ(Add(*archive, "large", Noise(200000)), -2);
-    EXPECT_EQ(Text(archive->errmsg), "Write error, the archived item may be corrupted");
-    EXPECT_EQ(Add(*archive, "fits", Noise(1000)), 2) << "an earlier fault is no fault of this member";
-    EXPECT_TRUE(archive->Close());
-  }
-  EXPECT_EQ(MembersOf(scratch), (Members{{"first", Noise(20000)}, {"fits", Noise(1000)}}));
 }
 
 }  // namespace
