@@ -70,7 +70,7 @@ TEST(AddingFolders, TheMonitorDecidesBehindAFailure) {
       {true, "e", {"a", "c"}, false}};
   for (const auto& [monitored, stop_before, names, done] : cases) {
     const ScratchFolder scratch;
-    scratch.Run("mkdir -p t/d; touch t/a t/c t/d/e");
+    scratch.Run("mkdir -p t/d; echo text | tee t/a t/c t/d/e");
     scratch.Write("t/b", Noise(500000));
     const auto archive = Open(scratch);
     const auto monitor = New<WalkMonitor>();
