@@ -1,6 +1,5 @@
 // The client against servers and a proxy as people run them.
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,11 +17,9 @@ class ServerProcess {
   // Starts the shell's command for the port, and waits until it takes connections.
   explicit ServerProcess(const std::function<std::string(const std::string& port)>& command)
       : port_(Peer().Port()) {
-    std::string line = "exec " + command(std::to_string(port_)) + " >/dev/null 2>&1";
-    std::string shell = "/bin/sh";
-    std::string option = "-c";
-    char* const arguments[] = {shell.data(), option.data(), line.data(), nullptr};
-    posix_spawn(&process_, "/bin/sh", nullptr, nullptr, arguments, environ);
+    const std::string line = "exec " + command(std::to_string(port_)) + " >/dev/null 2>&1";
+    process_ = fork();
+    if (process_ == 0) _exit(execl("/bin/sh", "sh", "-c", line.c_str(), nullptr));
     const auto socket = New<RecordingSocket>();
     while (socket->GetHeaders(String::Bytes(Url("/")), 20) == nil) {
       if (waitpid(process_, nullptr, WNOHANG) != 0) throw std::runtime_error("ended early: " + line);

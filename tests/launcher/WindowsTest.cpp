@@ -149,36 +149,30 @@ TEST_F(WindowsTest, WhatWasDownloadedIsInstalledAndTheOutcomeTold) {
   std::string above_the_root;
   for (int i = 0; i < 40; ++i) above_the_root += "../";
   const std::string failed = "Update nicht erfolgreich! Versuche Vantorel zu starten...";
-  const struct {
-    std::string member;
-    std::vector<std::string> messages;
-    std::string status, version;
-  } cases[] = {
+  const std::tuple<std::string, std::vector<std::string>, std::string, std::string> cases[] = {
       {"new", {}, "Update erfolgreich!", word + "18"},
       {above_the_root + "new",
        {"Konnte Update nicht entpacken! (" + folder + "/Vantorel.zip -> " + folder + ")"},
        failed,
        word + "17"},
   };
-  for (const auto& each : cases) {
+  for (const auto& [member, messages, status, version] : cases) {
     data_.Run("rm -rf Vantorel; mkdir -p Vantorel/" + target);
     data_.Write("Vantorel/version", word + "17");
-    ZipMember member;
-    member.name = each.member;
-    data_.Write("Vantorel/Vantorel.zip", MakeZip({member}));
+    data_.Write("Vantorel/Vantorel.zip", MakeZip({{.name = member}}));
     Globals::newVersion = "18";
     const auto wheel = ControlByName<ProgressWheel>(Window1::Implicit(), "ProgressWheel1");
     wheel->SetVisible(false);
     HandOver()->SetMode(0);
     screen_.messages.clear();
     New<Download>()->Event_DownloadComplete("", 404, nil, nil);
-    EXPECT_EQ(screen_.messages, each.messages);
-    EXPECT_EQ(Status(), each.status);
-    EXPECT_EQ(data_.Read("Vantorel/version"), each.version) << each.status;
-    EXPECT_TRUE(wheel->Visible()) << each.status;
-    EXPECT_EQ(HandOver()->Mode(), 1) << each.status;
-    EXPECT_FALSE(data_.Item("Vantorel/Vantorel.zip")->Exists()) << each.status;
-    EXPECT_FALSE(data_.Item("Vantorel/" + target)->Exists()) << each.status;
+    EXPECT_EQ(screen_.messages, messages);
+    EXPECT_EQ(Status(), status);
+    EXPECT_EQ(data_.Read("Vantorel/version"), version) << status;
+    EXPECT_TRUE(wheel->Visible()) << status;
+    EXPECT_EQ(HandOver()->Mode(), 1) << status;
+    EXPECT_FALSE(data_.Item("Vantorel/Vantorel.zip")->Exists()) << status;
+    EXPECT_FALSE(data_.Item("Vantorel/" + target)->Exists()) << status;
   }
 }
 

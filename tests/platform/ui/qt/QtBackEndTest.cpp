@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QDialog>
 #include <QFontMetricsF>
+#include <QImage>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPlainTextEdit>
@@ -33,6 +34,8 @@ class Panel : public Window {
   Panel() : Window("Panel") {
     Width = 475;
     Height = 337;
+    HasBackColor = true;
+    BackColor = 0xc5c4c4;
     field = _AddControl("field", New<EditField>(Bounds{20, 20, 400, 100}));
     field->ScrollbarVertical = true;
     yes = _AddControl("yes", New<PushButton>(Bounds{200, 200, 145, 20}));
@@ -174,6 +177,19 @@ TEST_F(QtBackEndTest, NotesAreShownAsTheyAre) {
   panel_->field->SetText(String::Bytes(std::string(50'000'000, '\n')));
   EXPECT_LT(Part<QPlainTextEdit>().blockCount(), 300'000);
   EXPECT_TRUE(Part<QPlainTextEdit>().toPlainText().endsWith(u'…'));
+}
+
+TEST_F(QtBackEndTest, BackdropLiesUnderTheControlsOnTheWindowsColour) {
+  const ScratchFolder folder;
+  for (const int size : {100, 950}) {
+    QImage image(size, size, QImage::Format_RGB32);
+    image.fill(QColor(0, 200, 0));
+    image.save(QString::fromStdString(folder.Path("picture")), "PNG");
+    panel_->SetBackdrop(OpenAsPicture(folder.Item("picture")));
+    const QImage window = Shown().grab().toImage();
+    EXPECT_EQ(window.pixel(2, 2) & 0xffffff, 0x00c800U) << size;
+    EXPECT_EQ(window.pixel(470, 300) & 0xffffff, size == 100 ? 0xc5c4c4U : 0x00c800U);
+  }
 }
 
 TEST_F(QtBackEndTest, WhatIsNoPictureOrTooLargeIsNil) {
