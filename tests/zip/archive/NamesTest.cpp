@@ -1,3 +1,4 @@
+#include "platform/text/TextFunctions.h"
 #include "tests/support/OpenZip.h"
 
 namespace vantorel::testing {
@@ -67,6 +68,7 @@ TEST(Names, GoThroughTheEncodingOfTheArchive) {
 
 TEST(Names, AreCleanedAndJoined) {
   const Ref<ZipArchive> archive = New<ZipArchive>();
+  EXPECT_EQ(archive->EncodedAsMacDefault(), Encodings::MacRoman());
   EXPECT_EQ(archive->CleanName("a/b\\c").view(), "a-b-c");
   EXPECT_THROW(archive->CleanName(String::Bytes("a")), NilObjectException);
   EXPECT_TRUE(archive->IsValidName("a-b"));

@@ -1,6 +1,7 @@
-// The raw bytes of a member as a gzip stream.
+// The adapters between gzip streams and the raw bytes of a member.
 #include "tests/support/ScratchFolder.h"
 #include "zip/extract/ZipBinaryStreamReader.h"
+#include "zip/extract/ZipBinaryStreamWriter.h"
 
 namespace vantorel::testing {
 namespace {
@@ -27,6 +28,16 @@ TEST(ZipBinaryStreamReader, DeliversPrefixStretchAndSuffixWithoutSeams) {
     }
     EXPECT_EQ(reader->LastError(), error) << name;
   }
+}
+
+TEST(ZipBinaryStreamWriter, DropsTheLeadingBytesInHoweverManyPieces) {
+  const ScratchFolder folder;
+  const Ref<BinaryStream> stream = folder.Write("a", "")->OpenAsBinaryFile(true);
+  const auto writer = New<ZipBinaryStreamWriter>(stream, 10);
+  for (const char* piece : {"0123", "456789", "abcde"}) writer->Write(piece);
+  EXPECT_EQ(writer->BytesWritten(), 5);
+  stream->Close();
+  EXPECT_EQ(folder.Read("a"), "abcde");
 }
 
 }  // namespace
