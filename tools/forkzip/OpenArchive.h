@@ -23,8 +23,8 @@ void PrepareForManyMembers(int file);
 // Raises Failure as above, and kBadArchive if the file is no archive that can be read.
 Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encoding);
 
-// The same, for changes. If there is no such file the engine makes it. REQUIRES, for one that exists, a
-// directory that Preflight has found in order.
+// The same, for changes. If there is no such file the engine makes it. Nothing is written yet to one that
+// exists; its directory is to be checked by Preflight before anything is.
 Ref<ZipArchive> OpenForWriting(const std::string& path, const std::string& encoding);
 
 // Writes the directory and closes an archive that was open for changes. Raises Failure (kFileError) if

@@ -26,13 +26,12 @@ void FillStandardStreams() {
 }
 
 constexpr const char* kAbout =
-    "forkzip reads, makes and edits Zip archives, and keeps the resource forks and Finder data of classic "
-    "Mac "
-    "files.";
+    "forkzip reads, makes and edits Zip archives, and keeps the resource forks and Finder data of\n"
+    "classic Mac files.";
 
 constexpr const char* kFooter =
-    "Exit codes: 0 done; 1 the archive or a member is bad or missing; 2 wrong usage; 3 a file or disk "
-    "error.\n"
+    "Exit codes: 0 done; 1 the archive or a member is bad or missing; 2 wrong usage; 3 a file or\n"
+    "disk error.\n"
     "`forkzip VERB --help` explains a verb by examples.";
 
 int Main(int argc, char** argv) {
