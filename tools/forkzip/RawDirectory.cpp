@@ -116,10 +116,12 @@ void RawRecord::SetName(std::string_view name) {
   bytes_.replace(CentralHeader::kNameLength, 2, LittleEndian16(static_cast<std::uint32_t>(name.size())));
 }
 
-std::uint32_t RawDirectory::CountOfMembers(int file) {
+RawDirectory::Announcement RawDirectory::Announced(int file) {
   const std::string tail = Tail(file, LengthOf(file));
   const std::size_t at = FindEndRecord(tail);
-  return at == std::string::npos ? 0 : Get16(std::string_view(tail).substr(at), EndRecord::kEntriesTotal);
+  if (at == std::string::npos) return {};
+  const std::string_view end_record = std::string_view(tail).substr(at);
+  return {Get16(end_record, EndRecord::kEntriesTotal), Get32(end_record, EndRecord::kDirectorySize)};
 }
 
 RawDirectory RawDirectory::Read(int file) {
