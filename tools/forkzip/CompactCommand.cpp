@@ -41,7 +41,8 @@ std::uint64_t CompactInPlace(const Options& options) {
   const std::uint64_t unused = UnusedBytes(edit.Before(), extents);
   if (unused == 0) return 0;
   Preflight::CheckCompactable(edit.File(), edit.Before(), extents);
-  FillHoles(edit.File(), 0, edit.Before().start);
+  const std::uint64_t first_gap = BeginOfGaps(extents);
+  FillHoles(edit.File(), first_gap, edit.Before().start - first_gap);
   const bool compacted = edit.Archive()->Compact();
   const std::string message = Utf8(edit.Archive()->ErrorMessage());
   edit.FinishMoved();

@@ -107,6 +107,8 @@ std::string RealPath(const std::string& path) {
 }
 
 void FillHoles(int fd, std::uint64_t position, std::uint64_t count) {
+  const off_t hole = lseek(fd, static_cast<off_t>(position), SEEK_HOLE);
+  if (hole >= 0 && static_cast<std::uint64_t>(hole) >= position + count) return;
   const int error =
       fallocate(fd, FALLOC_FL_KEEP_SIZE, static_cast<off_t>(position), static_cast<off_t>(count));
   if (error != 0 && errno == ENOSPC) {

@@ -50,7 +50,8 @@ mode_t KindOf(int folder, const std::string& name);
 // Exactly `count` bytes from a position.
 std::string ReadAt(int fd, std::uint64_t position, std::uint64_t count);
 void WriteAt(int fd, std::uint64_t position, std::string_view bytes);
-// Sees to it that bytes within a file can be written: holes in it take room only then.
+// Sees to it that bytes within a file can be written: holes in it take room only then. Moves the file's own
+// position.
 void FillHoles(int fd, std::uint64_t position, std::uint64_t count);
 // Copies bytes from one file to another, by the system's quickest way. Raises Interrupted if a signal came.
 void CopyBytes(int from, std::uint64_t from_position, int to, std::uint64_t to_position, std::uint64_t count);

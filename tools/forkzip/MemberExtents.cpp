@@ -63,4 +63,13 @@ std::uint64_t UnusedBytes(const RawDirectory& directory, const std::vector<Membe
   return unused;
 }
 
+std::uint64_t BeginOfGaps(const std::vector<MemberExtent>& extents) {
+  std::uint64_t end = 0;
+  for (const MemberExtent& extent : extents) {
+    if (extent.begin != end) break;
+    end = extent.end;
+  }
+  return end;
+}
+
 }  // namespace vantorel::forkzip
