@@ -8,12 +8,12 @@
 #include <cstdlib>
 #include <string>
 
-#include "tools/forkzip/FileBytes.h"
-#include "tools/forkzip/MemberExtents.h"
-#include "tools/forkzip/Preflight.h"
-#include "tools/forkzip/Problems.h"
-#include "tools/forkzip/RawDirectory.h"
-#include "tools/forkzip/Rebuild.h"
+#include "tools/forkzip/cli/FileBytes.h"
+#include "tools/forkzip/cli/Problems.h"
+#include "tools/forkzip/edit/Preflight.h"
+#include "tools/forkzip/edit/Rebuild.h"
+#include "tools/forkzip/read/MemberExtents.h"
+#include "tools/forkzip/read/RawDirectory.h"
 
 namespace {
 

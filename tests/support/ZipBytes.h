@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "zip/archive/ZipRecords.h"
+#include "zip/records/ZipRecords.h"
 
 namespace vantorel::testing {
 

@@ -1,7 +1,7 @@
 // Each verb of the tool puts itself on the command line; its work is done while that is parsed.
 #pragma once
 
-#include "tools/forkzip/Problems.h"
+#include "tools/forkzip/cli/Problems.h"
 
 namespace CLI {
 class App;

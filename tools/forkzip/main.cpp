@@ -9,10 +9,10 @@
 #include <iostream>
 #include <sstream>
 
-#include "tools/forkzip/Interruption.h"
-#include "tools/forkzip/Options.h"
-#include "tools/forkzip/Output.h"
 #include "tools/forkzip/Verbs.h"
+#include "tools/forkzip/cli/Interruption.h"
+#include "tools/forkzip/cli/Options.h"
+#include "tools/forkzip/cli/Output.h"
 
 namespace vantorel::forkzip {
 namespace {

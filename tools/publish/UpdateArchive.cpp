@@ -7,7 +7,7 @@
 #include "platform/text/TextFunctions.h"
 #include "tools/publish/PublishError.h"
 #include "zip/archive/ZipArchive.h"
-#include "zip/archive/ZipRecords.h"
+#include "zip/records/ZipRecords.h"
 
 namespace vantorel::publish {
 namespace {

@@ -1,7 +1,7 @@
 // The test for a second record of the same data, and the 16-bit shifts of the external attributes.
 #include "platform/base/Arithmetic.h"
 #include "zip/archive/ZipArchiveData.h"
-#include "zip/archive/ZipRecords.h"
+#include "zip/records/ZipRecords.h"
 
 namespace vantorel {
 

@@ -1,6 +1,6 @@
 #include "zip/archive/ZipEntry.h"
 
-#include "zip/archive/ZipRecords.h"
+#include "zip/records/ZipRecords.h"
 
 namespace vantorel {
 

@@ -2,7 +2,7 @@
 #include "platform/base/Arithmetic.h"
 #include "platform/text/TextFunctions.h"
 #include "zip/archive/ZipEntry.h"
-#include "zip/archive/ZipRecords.h"
+#include "zip/records/ZipRecords.h"
 
 namespace vantorel {
 

@@ -2,7 +2,7 @@
 #include <ctime>
 
 #include "zip/archive/ZipEntry.h"
-#include "zip/archive/ZipRecords.h"
+#include "zip/records/ZipRecords.h"
 
 namespace vantorel {
 

@@ -7,9 +7,9 @@
 #include "platform/base/Arithmetic.h"
 #include "platform/run/BackgroundTask.h"
 #include "platform/text/TextFunctions.h"
-#include "zip/archive/ZipRecords.h"
 #include "zip/extract/AppleDoubleHeader.h"
 #include "zip/extract/MacBinaryHeader.h"
+#include "zip/records/ZipRecords.h"
 
 namespace vantorel {
 

@@ -2,9 +2,9 @@
 #include "platform/run/BackgroundTask.h"
 #include "platform/text/TextFunctions.h"
 #include "zip/archive/ZipEntry.h"
-#include "zip/archive/ZipRecords.h"
 #include "zip/extract/FileWriter.h"
 #include "zip/extract/RsrcForkWriter.h"
+#include "zip/records/ZipRecords.h"
 
 namespace vantorel {
 

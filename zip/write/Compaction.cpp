@@ -6,7 +6,7 @@
 #include "platform/base/Arithmetic.h"
 #include "platform/run/BackgroundTask.h"
 #include "zip/archive/RuntimeGuard.h"
-#include "zip/archive/ZipRecords.h"
+#include "zip/records/ZipRecords.h"
 
 namespace vantorel {
 

@@ -4,8 +4,8 @@
 #include "platform/text/TextFunctions.h"
 #include "zip/archive/RuntimeGuard.h"
 #include "zip/archive/ZipArchive.h"
-#include "zip/archive/ZipRecords.h"
 #include "zip/extract/SeqDataInputStream.h"
+#include "zip/records/ZipRecords.h"
 
 namespace vantorel {
 

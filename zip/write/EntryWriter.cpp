@@ -4,8 +4,8 @@
 
 #include "platform/base/Arithmetic.h"
 #include "platform/text/TextFunctions.h"
-#include "zip/archive/ZipRecords.h"
 #include "zip/extract/MacBinaryHeader.h"
+#include "zip/records/ZipRecords.h"
 #include "zip/write/AddResult.h"
 #include "zip/write/DosTime.h"
 #include "zip/write/MacBinaryLength.h"

@@ -2,7 +2,7 @@
 // of its flags, which the local header lacks, marks it.
 #include "platform/text/TextFunctions.h"
 #include "zip/archive/ZipArchive.h"
-#include "zip/archive/ZipRecords.h"
+#include "zip/records/ZipRecords.h"
 #include "zip/write/AddResult.h"
 #include "zip/write/DosTime.h"
 

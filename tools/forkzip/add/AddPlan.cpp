@@ -1,0 +1,190 @@
+#include "tools/forkzip/add/AddPlan.h"
+
+#include <dirent.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <memory>
+#include <utility>
+
+#include "platform/files/FolderItem.h"
+#include "tools/forkzip/cli/Interruption.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+constexpr std::string_view kSidePrefix = "._";
+
+struct CloseFolder {
+  void operator()(DIR* folder) const { closedir(folder); }
+};
+
+// The names in a folder, sorted. On a fault `error` is set.
+std::vector<std::string> NamesIn(const std::string& path, int& error) {
+  std::vector<std::string> names;
+  const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
+  if (folder == nullptr) {
+    error = errno;
+    return names;
+  }
+  errno = 0;
+  while (const dirent* entry = readdir(folder.get())) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") names.emplace_back(name);
+  }
+  error = errno;
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+bool IsIn(const std::vector<std::string>& names, const std::string& name) {
+  return std::binary_search(names.begin(), names.end(), name);
+}
+
+// A side file whose content goes into the MacBinary wrapping of the file it belongs to.
+bool GoesWithItsFile(const std::string& path_prefix, const std::vector<std::string>& names,
+                     const std::string& name, std::int32_t mac_binary) {
+  if (mac_binary == kMacBinaryNever || !name.starts_with(kSidePrefix)) return false;
+  const std::string file = name.substr(kSidePrefix.size());
+  struct stat status {};
+  const bool wrappable =
+      IsIn(names, file) && lstat((path_prefix + file).c_str(), &status) == 0 && S_ISREG(status.st_mode);
+  if (!wrappable) return false;
+  const auto item = GetFolderItem(String::Bytes(path_prefix + file));
+  return item->ResourceForkLength() > 0 ||
+         (mac_binary == kMacBinaryAlways && !item->GetFinderInfo().IsEmpty());
+}
+
+std::string SideFileOf(std::string path) {
+  return path.insert(path.find_last_of('/') + 1, kSidePrefix);  // at the front where there is no slash
+}
+
+bool HasSideFile(const std::string& path) {
+  struct stat status {};
+  return lstat(SideFileOf(path).c_str(), &status) == 0;
+}
+
+// Where the links of a path lead in the end.
+std::string TargetOf(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::path target = std::filesystem::canonical(path, error);
+  return error ? path : target.string();
+}
+
+}  // namespace
+
+bool IsSideFile(const std::string& name) {
+  return name.compare(name.find_last_of('/') + 1, kSidePrefix.size(), kSidePrefix) == 0;
+}
+
+std::string MemberNameOf(const std::string& path) {
+  std::string name;
+  for (std::size_t begin = 0; begin < path.size();) {
+    const std::size_t slash = std::min(path.find('/', begin), path.size());
+    const std::string component = path.substr(begin, slash - begin);
+    begin = slash + 1;
+    if (component == "..") {
+      name.erase(name.find_last_of('/') == std::string::npos ? 0 : name.find_last_of('/'));
+    } else if (!component.empty() && component != ".") {
+      name += (name.empty() ? "" : "/") + component;
+    }
+  }
+  return name;
+}
+
+void AddPlan::Add(const std::string& path, const std::string& name) {
+  AddItem(path, MemberNameOf(name.empty() ? path : name), HasSideFile(path));
+}
+
+void AddPlan::AddItem(const std::string& path, const std::string& name, bool has_side_file) {
+  struct stat status {};
+  if (lstat(path.c_str(), &status) != 0)
+    return problems_.Add(ExitCode::kFileError, path, WithCause("left out", errno));
+  const bool link = S_ISLNK(status.st_mode);
+  if (link && options_.follow_links && stat(path.c_str(), &status) != 0) {
+    return problems_.Add(ExitCode::kFileError, path,
+                         WithCause("left out, a symbolic link to nothing", errno));
+  }
+  if (link && options_.follow_links && S_ISDIR(status.st_mode)) {
+    return problems_.Note(path + ": left out, a symbolic link to a folder");
+  }
+  if (link && !options_.follow_links && !options_.keep_permissions) {
+    return problems_.Note(path + ": left out, a symbolic link; --follow-links adds what it points to");
+  }
+  PlannedItem item = {PlannedItem::Kind::kFile,
+                      path,
+                      name,
+                      0,
+                      status.st_mtim,
+                      status.st_mode,
+                      status.st_dev,
+                      status.st_ino,
+                      has_side_file,
+                      ""};
+  if (S_ISDIR(status.st_mode)) {
+    item.kind = PlannedItem::Kind::kFolder;
+    item.name += '/';
+    if (!name.empty()) TakeUp(std::move(item));  // the present folder has no name of its own
+    return AddFolder(path, name);
+  }
+  if (!S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) {
+    return problems_.Add(ExitCode::kFileError, path, "left out, neither a file nor a folder");
+  }
+  if (IsLeftOut(status)) return problems_.Note(path + ": left out, it is the archive itself");
+  if (S_ISLNK(status.st_mode)) item.kind = PlannedItem::Kind::kLink;
+  if (link && options_.follow_links) {
+    item.target = TargetOf(path);
+    item.has_side_file = HasSideFile(item.target);
+  }
+  item.size = static_cast<std::uint64_t>(status.st_size);
+  TakeUp(std::move(item));
+}
+
+void AddPlan::AddFolder(const std::string& path, const std::string& name) {
+  int error = 0;
+  const std::vector<std::string> names = NamesIn(path, error);
+  if (error != 0) problems_.Add(ExitCode::kFileError, path, WithCause("cannot be read", error));
+  const std::string path_prefix = path.back() == '/' ? path : path + "/";
+  const std::string name_prefix = name.empty() ? "" : name + "/";
+  for (const std::string& each : names) {
+    if (GoesWithItsFile(path_prefix, names, each, options_.mac_binary)) continue;
+    Interruption::Check();
+    AddItem(path_prefix + each, name_prefix + each, IsIn(names, std::string(kSidePrefix) + each));
+  }
+}
+
+void AddPlan::TakeUp(PlannedItem item) {
+  const auto taken = by_name_.find(item.name);
+  if (taken == by_name_.end()) {
+    total_size_ += item.size;
+    items_.push_back(std::move(item));
+    by_name_.emplace(items_.back().name, &items_.back());
+    return;
+  }
+  // Two folders of one name become one.
+  const PlannedItem& other = *taken->second;
+  const bool same = other.device == item.device && other.inode == item.inode;
+  if (same || item.kind == PlannedItem::Kind::kFolder) return;
+  problems_.Add(ExitCode::kFileError, item.path,
+                "left out, another file has the name " + item.name + " already");
+}
+
+bool AddPlan::HasSideFileOf(const PlannedItem& item) const {
+  return item.has_side_file && by_name_.contains(SideFileOf(item.name));
+}
+
+void AddPlan::LeaveOut(const std::string& path) {
+  struct stat status {};
+  if (lstat(path.c_str(), &status) == 0) left_out_.push_back(status);
+  if (S_ISLNK(status.st_mode) && stat(path.c_str(), &status) == 0) left_out_.push_back(status);
+}
+
+bool AddPlan::IsLeftOut(const struct stat& status) const {
+  return std::any_of(left_out_.begin(), left_out_.end(), [&](const struct stat& each) {
+    return each.st_dev == status.st_dev && each.st_ino == status.st_ino;
+  });
+}
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,84 @@
+// What a command line asks to be added: all items, with the names they get, before anything is written.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "tools/forkzip/cli/Problems.h"
+
+namespace vantorel::forkzip {
+
+// As ZipArchive::MacBinaryNever and so on.
+inline constexpr std::int32_t kMacBinaryNever = 0;
+inline constexpr std::int32_t kMacBinarySmart = 1;
+inline constexpr std::int32_t kMacBinaryAlways = 2;
+
+struct AddOptions {
+  std::int32_t mac_binary = kMacBinarySmart;
+  bool follow_links = false;
+  bool keep_permissions = true;
+};
+
+struct PlannedItem {
+  enum class Kind { kFile, kFolder, kLink };
+
+  Kind kind;
+  std::string path;
+  std::string name;  // in the archive; a folder's ends in "/"
+  std::uint64_t size;
+  struct timespec modified;
+  std::uint32_t mode;
+  dev_t device;
+  ino_t inode;
+  bool has_side_file;  // "._name" lies beside it
+  std::string target;  // what a link leads to that is followed, else empty
+
+  // The path of what is to be read.
+  const std::string& Source() const { return target.empty() ? path : target; }
+};
+
+class AddPlan {
+ public:
+  AddPlan(const AddOptions& options, Problems& problems) : options_(options), problems_(problems) {}
+
+  // The archive itself, or what is to become it, is not added to itself. There need be no such file yet.
+  void LeaveOut(const std::string& path);
+
+  // Plans an item, and for a folder what is in it, in byte order of the names. What cannot be added is a
+  // problem; an item that is planned already is passed over. Raises Interrupted. `name`: what it is to be
+  // called in the archive; empty: as its path, less what leads upward or to the root.
+  void Add(const std::string& path, const std::string& name);
+
+  // Whether the side file of an item is planned as a member of its own.
+  bool HasSideFileOf(const PlannedItem& item) const;
+  const std::deque<PlannedItem>& Items() const { return items_; }
+  std::uint64_t TotalSize() const { return total_size_; }
+
+ private:
+  void AddItem(const std::string& path, const std::string& name, bool has_side_file);
+  void AddFolder(const std::string& path, const std::string& name);
+  bool IsLeftOut(const struct stat& status) const;
+  // Takes the item up if no other bears its name yet. Another file of the same name is a problem.
+  void TakeUp(PlannedItem item);
+
+  AddOptions options_;
+  Problems& problems_;
+  std::vector<struct stat> left_out_;
+  std::deque<PlannedItem> items_;  // which stay where they are
+  std::unordered_map<std::string_view, const PlannedItem*> by_name_;
+  std::uint64_t total_size_ = 0;
+};
+
+// Whether the last component of a name begins with "._": Finder data of another file, which has none itself.
+bool IsSideFile(const std::string& name);
+
+// "../a/./b" and "/a/b" as "a/b".
+std::string MemberNameOf(const std::string& path);
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,54 @@
+#include "tools/forkzip/add/FileSource.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "platform/base/Ref.h"
+
+namespace vantorel::forkzip {
+
+bool FileSource::Open() {
+  if (file_.IsOpen()) return true;
+  file_ = Descriptor(open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+  if (!file_.IsOpen()) error_ = errno;
+  return file_.IsOpen();
+}
+
+String FileSource::Read(std::int32_t count) {
+  if (error_ != 0 || count <= 0) return {};
+  std::string bytes(std::min<std::uint64_t>(static_cast<std::uint64_t>(count), left_), '\0');
+  ssize_t got = 0;
+  do {
+    got = read(file_.Get(), bytes.data(), bytes.size());
+  } while (got < 0 && errno == EINTR);
+  if (got < 0) error_ = errno;
+  bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+  left_ -= bytes.size();
+  return String::Adopt(std::move(bytes), nil);
+}
+
+bool FileSource::Skip(std::int32_t count) {
+  return Read(count).size() == static_cast<std::size_t>(count);
+}
+
+void FileSource::GetErrorDescription(std::int32_t& code, String& text) {
+  code = -error_;
+  text = error_ == 0 ? String() : String("file error");
+}
+
+String TextSource::Read(std::int32_t count) {
+  String bytes = text_.Slice(0, static_cast<std::size_t>(std::max(count, 0)));
+  text_ = text_.Slice(bytes.size());
+  return bytes;
+}
+
+void TextSource::GetErrorDescription(std::int32_t& code, String& text) {
+  code = 0;
+  text = String();
+}
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,56 @@
+// The data fork of a file, or the target of a symbolic link, on its way into an archive. Remembers whether as
+// much came as was promised, which the engine does not look at.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "tools/forkzip/cli/FileBytes.h"
+#include "zip/extract/SeqDataInputStream.h"
+
+namespace vantorel::forkzip {
+
+class FileSource : public SeqDataInputStream {
+ public:
+  FileSource(std::string path, std::uint64_t promised) : path_(std::move(path)), left_(promised) {}
+
+  String Read(std::int32_t count) override;
+  bool AtEOF() override { return left_ == 0; }
+  bool HadError() override { return error_ != 0; }
+  bool Open() override;
+  void Close() override { file_.Close(); }
+  void GetErrorDescription(std::int32_t& code, String& text) override;
+  bool Skip(std::int32_t count) override;
+  void ClearError() override { error_ = 0; }
+
+  // The system's error, 0 if there was none.
+  int Error() const { return error_; }
+  // Whether all of the promised bytes came.
+  bool CameWhole() const { return error_ == 0 && left_ == 0; }
+
+ private:
+  std::string path_;
+  std::uint64_t left_;
+  Descriptor file_;
+  int error_ = 0;
+};
+
+// A text that lies in memory.
+class TextSource : public SeqDataInputStream {
+ public:
+  explicit TextSource(String text) : text_(std::move(text)) {}
+
+  String Read(std::int32_t count) override;
+  bool AtEOF() override { return text_.empty(); }
+  bool HadError() override { return false; }
+  bool Open() override { return true; }
+  void Close() override {}
+  void GetErrorDescription(std::int32_t& code, String& text) override;
+  bool Skip(std::int32_t /*count*/) override { return false; }
+  void ClearError() override {}
+
+ private:
+  String text_;
+};
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,177 @@
+#include "tools/forkzip/add/MemberWriter.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+
+#include "platform/base/Arithmetic.h"
+#include "platform/files/FolderItem.h"
+#include "platform/text/TextFunctions.h"
+#include "tools/forkzip/cli/Interruption.h"
+#include "tools/forkzip/cli/LittleEndian.h"
+#include "tools/forkzip/cli/Printable.h"
+#include "tools/forkzip/edit/Preflight.h"
+#include "tools/forkzip/edit/StoredNames.h"
+#include "zip/extract/RsrcForkReader.h"
+#include "zip/records/ZipRecords.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+constexpr std::int32_t kDosFolder = 0x10;
+constexpr std::uint64_t kLargestMember = 0x7FFFFFFF;
+
+// The extended time stamp with the time of the last change; the same in the local and the central header.
+std::string TimestampRecord(const timespec& modified) {
+  constexpr std::uint32_t kId = 0x5455;
+  constexpr std::uint32_t kSize = 5;
+  const bool fits = modified.tv_sec >= INT32_MIN && modified.tv_sec <= INT32_MAX;
+  if (!fits) return {};
+  return LittleEndian16(kId) + LittleEndian16(kSize) + '\x01' +
+         LittleEndian32(static_cast<std::uint32_t>(modified.tv_sec));
+}
+
+// Type and creator of a file with a side file, if it has any.
+std::string TypeRecord(const Ref<ZipArchive>& archive, const PlannedItem& item) {
+  const auto file = GetFolderItem(String::Bytes(item.Source()));
+  if (file->MacType().empty() && file->MacCreator().empty()) return {};
+  return std::string(archive->MakeZipExtraField(file, "")->AsData().view());
+}
+
+String NameOf(const PlannedItem& item) {
+  return DefineEncoding(String::Bytes(item.name), Encodings::UTF8());
+}
+
+Ref<Date> TimeOf(const PlannedItem& item) {
+  return Date::FromUnixTime(item.modified.tv_sec);
+}
+
+std::string LinkTargetOf(const std::string& path) {
+  std::array<char, 4096> target{};
+  const ssize_t length = readlink(path.c_str(), target.data(), target.size());
+  return std::string(target.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+}
+
+}  // namespace
+
+MemberWriter::MemberWriter(const Ref<ZipArchive>& archive, const AddOptions& options, Problems& problems)
+    : archive_(archive), options_(options), problems_(problems) {
+  archive_->PreserveUnixPermissions(options_.keep_permissions);
+}
+
+void MemberWriter::Add(const AddPlan& plan, const Ref<Progress>& progress) {
+  for (const PlannedItem& item : plan.Items()) {
+    archive_->Mark();
+    progress->Begin(item.name);
+    AddItem(item, plan.HasSideFileOf(item));
+    Interruption::Check();
+    CheckArchive();
+    progress->End(item.size);
+  }
+}
+
+bool MemberWriter::AddItem(const PlannedItem& item, bool side_file_is_member) {
+  if (item.size > kLargestMember) return TakeBack(item, "left out, it is larger than 2 GiB");
+  if (!Preflight::FitsAsName(item.name))
+    return TakeBack(item, "left out, its name is longer than 65535 bytes");
+  if (!CanStore(archive_, item.name))
+    return TakeBack(item, "left out, its name has letters that the archive's encoding lacks");
+  if (item.kind == PlannedItem::Kind::kLink) return AddLink(item);
+  // A side file that is a member itself says all there is to say.
+  const bool has_mac_data = item.has_side_file && !side_file_is_member;
+  if (side_file_is_member || !IsToBeWrapped(item)) return AddPlain(item, has_mac_data);
+  return AddWrapped(item);
+}
+
+// Folders have no forks and are never wrapped, though the engine would: other programs would see files.
+bool MemberWriter::IsToBeWrapped(const PlannedItem& item) const {
+  if (item.kind != PlannedItem::Kind::kFile || options_.mac_binary == kMacBinaryNever) return false;
+  if (options_.mac_binary == kMacBinaryAlways && !IsSideFile(item.name)) return true;
+  return item.has_side_file && GetFolderItem(String::Bytes(item.Source()))->ResourceForkLength() > 0;
+}
+
+bool MemberWriter::AddPlain(const PlannedItem& item, bool has_mac_data) {
+  const bool is_file = item.kind == PlannedItem::Kind::kFile;
+  const auto source = is_file ? New<FileSource>(item.Source(), item.size) : Ref<FileSource>();
+  const std::string type = is_file && has_mac_data ? TypeRecord(archive_, item) : "";
+  const std::string extra = type + TimestampRecord(item.modified);
+  const std::int32_t index =
+      archive_->AddItemByStreams(source, ToSInt32(item.size), nil, 0, nil, NameOf(item),
+                                 archive_->MakeZipExtraField(String::Bytes(extra)), TimeOf(item));
+  return Settle(item, source, index);
+}
+
+bool MemberWriter::AddLink(const PlannedItem& item) {
+  const std::string target = LinkTargetOf(item.path);
+  const std::int32_t index = archive_->AddItemByStreams(
+      New<TextSource>(String::Bytes(target)), ToSInt32(target.size()), nil, 0, nil, NameOf(item),
+      archive_->MakeZipExtraField(String::Bytes(TimestampRecord(item.modified))), TimeOf(item));
+  return Settle(item, nil, index);
+}
+
+// The engine adds files in MacBinary by itself too, but tells less of what goes wrong, and knows the file by
+// no other name than its own.
+bool MemberWriter::AddWrapped(const PlannedItem& item) {
+  const auto file = GetFolderItem(String::Bytes(item.Source()));
+  const auto source = New<FileSource>(item.Source(), item.size);
+  const std::int32_t fork_length = file->ResourceForkLength();
+  const auto fork = fork_length > 0 ? New<RsrcForkReader>(file) : Ref<RsrcForkReader>();
+  const std::string leaf = item.name.substr(item.name.find_last_of('/') + 1);
+  const Ref<MemoryBlock> header = archive_->MakeMacBinaryHeader(
+      file, ToSInt32(item.size), fork_length, DefineEncoding(String::Bytes(leaf), Encodings::UTF8()));
+  const std::int32_t index =
+      archive_->AddItemByStreams(source, ToSInt32(item.size), fork, fork_length, header, NameOf(item),
+                                 archive_->MakeZipExtraField(file), TimeOf(item));
+  return Settle(item, source, index);
+}
+
+bool MemberWriter::Settle(const PlannedItem& item, const Ref<FileSource>& source, std::int32_t index) {
+  if (source && source->Error() != 0)
+    return TakeBack(item, WithCause("left out, cannot be read", source->Error()));
+  if (index <= 0) return TakeBack(item, Utf8(archive_->ErrorMessage()));
+  if (source && item.size != 0 && !source->CameWhole())
+    return TakeBack(item, "left out, it shrank while it was read");
+  Finish(item, index);
+  return true;
+}
+
+bool MemberWriter::TakeBack(const PlannedItem& item, const std::string& why) {
+  archive_->Rollback();
+  if (!Interruption::Requested()) problems_.Add(ExitCode::kFileError, item.path, why);
+  return false;
+}
+
+void MemberWriter::Finish(const PlannedItem& item, std::int32_t index) {
+  const Ref<ZipEntry> entry = archive_->Entry(index);
+  const std::int32_t dos = item.kind == PlannedItem::Kind::kFolder ? kDosFolder : 0;
+  if (options_.keep_permissions) {
+    entry->SetOSMadeBy(ZipHost::kUnix);
+    entry->SetExternalFileAttributes(ToSInt32(item.mode << 16U) | dos);
+  } else {
+    entry->SetExternalFileAttributes(dos);
+  }
+  MarkName(entry);
+}
+
+void MemberWriter::CheckArchive() const {
+  const Ref<BinaryStream>& stream = archive_->d->zipStream;
+  if (stream->WriteError()) throw Failure(ExitCode::kFileError, "cannot be written; is the disk full?");
+  Preflight::CheckSize(
+      std::max<std::uint64_t>(stream->Position(), static_cast<std::uint32_t>(archive_->startOfDirInArchive)));
+}
+
+void MemberWriter::MarkName(const Ref<ZipEntry>& entry) const {
+  const Ref<MemoryBlock> header = entry->z_Header();
+  const auto flags = static_cast<std::uint32_t>(header->UShort(CentralHeader::kFlags));
+  const std::uint32_t marked = FlagsForName(flags, entry->z_origEncodedName().view(), *archive_->d);
+  if (marked == flags) return;
+  header->SetUShort(CentralHeader::kFlags, ToSInt32(marked));
+  const Ref<BinaryStream>& stream = archive_->d->zipStream;
+  stream->SetPosition(ToPosition(header->Long(CentralHeader::kLocalHeaderOffset)) + LocalHeader::kFlags);
+  stream->WriteShort(ToSInt32(marked));
+}
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,85 @@
+#include "tools/forkzip/cli/Options.h"
+
+#include <exception>
+#include <new>
+#include <utility>
+
+#include "tools/forkzip/cli/Interruption.h"
+
+namespace vantorel::forkzip {
+
+Progress::When Options::ShowProgress() const {
+  if (force_progress) return Progress::When::kAlways;
+  return quiet ? Progress::When::kNever : Progress::When::kOnTerminal;
+}
+
+void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb) {
+  command.add_option("ARCHIVE", options.archive, "The Zip archive")
+      ->required()
+      ->check([](const std::string& path) { return path.empty() ? "an empty name is no file's" : ""; });
+  command.add_flag("-q,--quiet", options.quiet, "Tell nothing but what goes wrong");
+  command.callback([&options, &exit_code, verb = std::move(verb)] {
+    Problems problems(options.archive);
+    try {
+      verb(problems);
+    } catch (const Failure& failure) {
+      if (!Interruption::Requested()) problems.Add(failure.Code(), failure.what());
+    } catch (const Interrupted&) {
+      // The process ends by the signal.
+    } catch (const std::bad_alloc&) {
+      problems.Add(ExitCode::kFileError, "not enough memory");
+    } catch (const std::exception& fault) {
+      problems.Add(ExitCode::kBadArchive, fault.what());
+    }
+    exit_code = problems.Code();
+  });
+}
+
+void AddProgressOption(CLI::App& command, Options& options) {
+  command.add_flag("--progress", options.force_progress,
+                   "Show a progress bar even where no one may be watching");
+}
+
+void AddEncodingOption(CLI::App& command, Options& options) {
+  command
+      .add_option("--encoding", options.encoding,
+                  "How the archive's names are encoded: utf-8, windows-1252, cp437 or mac-roman")
+      ->check(CLI::IsMember({"utf-8", "windows-1252", "cp437", "mac-roman"}))
+      ->default_str("utf-8");
+}
+
+void AddJsonOption(CLI::App& command, Options& options) {
+  command.add_flag("--json", options.json, "Answer in JSON, for programs");
+}
+
+void AddInPlaceOption(CLI::App& command, Options& options) {
+  command.add_flag("--in-place", options.in_place, "Change the archive itself: quicker, but see below");
+}
+
+const char* const kHelpOnEditing =
+    "The change is made in a new file beside the archive, which is checked, synced and renamed over it: "
+    "whenever the\n"
+    "run ends, even by a power cut, the old archive or the new one is there whole. It needs room for a "
+    "second copy.\n"
+    "With --in-place the archive itself is changed. What fails for want of room or is interrupted is taken "
+    "back, but a run\n"
+    "that is killed leaves it without a directory, and other programs may not be able to open it any more.\n";
+
+void Parse(CLI::App& app, int argc, char** argv) {
+  constexpr char kMark = '\x01';
+  const auto take_mark_off = [](const std::string& value) {
+    return value.substr(value.starts_with(kMark) ? 1 : 0);
+  };
+  for (CLI::App* verb : app.get_subcommands([](CLI::App*) { return true; })) {
+    for (CLI::Option* option : verb->get_options()) option->transform(take_mark_off);
+  }
+  std::vector<std::string> arguments;
+  for (int i = argc - 1; i > 0; --i) {  // the parser takes them from the back
+    const std::string argument = argv[i];
+    const bool marked = !argument.empty() && (argument.front() == '[' || argument.front() == kMark);
+    arguments.push_back(marked ? kMark + argument : argument);
+  }
+  app.parse(std::move(arguments));
+}
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,121 @@
+#include "tools/forkzip/edit/Preflight.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "tools/forkzip/cli/FileBytes.h"
+#include "tools/forkzip/cli/LittleEndian.h"
+#include "tools/forkzip/cli/Printable.h"
+#include "tools/forkzip/cli/Problems.h"
+#include "tools/forkzip/read/MemberExtents.h"
+#include "zip/records/ZipRecords.h"
+
+namespace vantorel::forkzip::Preflight {
+
+namespace {
+
+constexpr std::uint64_t kMostMembers = 65535;
+constexpr std::uint64_t kLargestArchive = 0x7FFFFFFF;
+constexpr std::size_t kLongestText = 65535;  // a name or a comment
+
+[[noreturn]] void Refuse(const std::string& why) {
+  throw Failure(ExitCode::kBadArchive, "not changed: " + why);
+}
+
+// What the engine compares on its way, when earlier members have been moved already.
+bool HeadersAgree(std::string_view local, const RawRecord& record) {
+  const std::string_view central = record.Bytes();
+  return Get16(local, LocalHeader::kFlags) == record.Flags() &&
+         Get16(local, LocalHeader::kMethod) == Get16(central, CentralHeader::kMethod) &&
+         Get32(local, LocalHeader::kCrc) == record.Crc() &&
+         Get32(local, LocalHeader::kCompressedSize) == record.CompressedSize() &&
+         Get32(local, LocalHeader::kUncompressedSize) == record.Size();
+}
+
+}  // namespace
+
+void CheckDirectory(int file, const RawDirectory& directory) {
+  struct stat status {};
+  fstat(file, &status);
+  const auto length = static_cast<std::uint64_t>(status.st_size);
+  if (directory.records.size() != directory.announced) {
+    Refuse("its directory announces " + Count(directory.announced, "member") + " but holds " +
+           std::to_string(directory.records.size()) +
+           "; extract what it holds and make a new archive of that");
+  }
+  if (directory.unknown != 0) {
+    Refuse(
+        Count(directory.unknown, "byte") +
+        " between its directory and its end record would be lost, and other programs may see other members "
+        "there; extract what it holds and make a new archive of that");
+  }
+  // Zeros are filling, from programs that write in whole blocks.
+  const std::string behind =
+      length > directory.end ? ReadAt(file, directory.end, length - directory.end) : "";
+  if (behind.find_first_not_of('\0') != std::string::npos) {
+    Refuse(Count(behind.size(), "byte") +
+           " behind the end of the archive would be lost; cut the file there first, if they mean nothing");
+  }
+  CheckSize(length);
+  for (const RawRecord& record : directory.records) {
+    if (record.Offset() >= directory.start) {
+      Refuse("members lie behind its directory; extract them and make a new archive of them");
+    }
+  }
+}
+
+void CheckNothingVanishes(const RawDirectory& directory, std::int32_t entries_seen) {
+  const std::size_t folded = directory.records.size() - static_cast<std::size_t>(entries_seen);
+  if (folded == 0) return;
+  Refuse("in place, " + Count(folded, "companion member") +
+         " with resource forks and Finder data would vanish; leave out --in-place, which keeps them");
+}
+
+void CheckCompactable(int file, const RawDirectory& directory, const std::vector<MemberExtent>& extents) {
+  const auto descriptors = std::count_if(extents.begin(), extents.end(),
+                                         [](const MemberExtent& extent) { return extent.has_descriptor; });
+  if (descriptors != 0) {
+    Refuse("in place, " + Count(static_cast<unsigned long long>(descriptors), "member") +
+           " with data descriptors would be damaged; leave out --in-place, which compacts them soundly");
+  }
+  for (const RawRecord& record : directory.records) {
+    if (HeadersAgree(ReadAt(file, record.Offset(), LocalHeader::kSize), record)) continue;
+    Refuse(Printable(record.Name()) +
+           " has a local header that contradicts the directory; leave out --in-place, which keeps both");
+  }
+}
+
+void CheckCount(std::uint64_t members) {
+  if (members <= kMostMembers) return;
+  Refuse("it would hold " + Count(members, "member") +
+         ", and the format ends at 65535; make a second archive");
+}
+
+void CheckSize(std::uint64_t archive_size) {
+  if (archive_size <= kLargestArchive) return;
+  Refuse(
+      "it would pass 2 GiB, where the format of version 2.0 as it is handled here ends; make a second "
+      "archive");
+}
+
+bool FitsAsName(std::string_view name) {
+  return name.size() <= kLongestText;
+}
+
+void CheckName(std::string_view name) {
+  if (FitsAsName(name)) return;
+  Refuse("the new name has " + Count(name.size(), "byte") + ", and the format ends at 65535");
+}
+
+void CheckComment(const std::string& comment) {
+  if (comment.size() > kLongestText) {
+    Refuse("the comment has " + Count(comment.size(), "byte") + ", and the format ends at 65535");
+  }
+  if (comment.find(LittleEndian32(EndRecord::kMagic)) != std::string::npos) {
+    Refuse(
+        "the comment holds the signature of a directory's end, and the archive could not be read any more");
+  }
+}
+
+}  // namespace vantorel::forkzip::Preflight

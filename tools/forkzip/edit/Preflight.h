@@ -1,0 +1,35 @@
+// What must hold before an archive is changed. Each check raises Failure (kBadArchive) that says why the
+// change would lose something and what to do instead; nothing has been written by then.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/forkzip/read/MemberExtents.h"
+#include "tools/forkzip/read/RawDirectory.h"
+
+namespace vantorel::forkzip::Preflight {
+
+// For every edit: the directory is what it claims to be, and nothing that lies behind it would be cut off.
+void CheckDirectory(int file, const RawDirectory& directory);
+
+// For an edit in place: the engine sees every record, so that none vanishes when it writes the directory.
+void CheckNothingVanishes(const RawDirectory& directory, std::int32_t entries_seen);
+
+// For compacting in place: no member has a data descriptor, and no local header contradicts its record.
+void CheckCompactable(int file, const RawDirectory& directory, const std::vector<MemberExtent>& extents);
+
+// For adding: the count and the size stay within what the format and the engine hold.
+void CheckCount(std::uint64_t members);
+void CheckSize(std::uint64_t archive_size);
+
+// For a new name. Longer ones would be cut, and the archive be damaged.
+bool FitsAsName(std::string_view name);
+void CheckName(std::string_view name);
+
+// For a comment.
+void CheckComment(const std::string& comment);
+
+}  // namespace vantorel::forkzip::Preflight

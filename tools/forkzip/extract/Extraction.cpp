@@ -1,0 +1,157 @@
+#include "tools/forkzip/extract/Extraction.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <span>
+
+#include "tools/forkzip/cli/Interruption.h"
+#include "tools/forkzip/cli/Printable.h"
+#include "tools/forkzip/extract/ExtractionFailures.h"
+#include "tools/forkzip/extract/LinkTarget.h"
+#include "tools/forkzip/extract/MacAttributes.h"
+#include "tools/forkzip/extract/MemberPath.h"
+#include "tools/forkzip/read/ByteSinks.h"
+#include "tools/forkzip/read/MemberFacts.h"
+#include "tools/forkzip/read/Verification.h"
+#include "zip/archive/CarriedName.h"
+#include "zip/extract/MacBinaryHeader.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+std::span<const std::string> FoldersOf(const std::vector<std::string>& path) {
+  return std::span(path).first(path.size() - 1);
+}
+
+std::string LinkTargetOf(const Ref<ZipEntry>& entry, std::size_t depth) {
+  constexpr std::uint32_t kLongest = 4095;
+  const auto refuse = [](const std::string& why) { throw Failure(ExitCode::kBadArchive, "refused: " + why); };
+  if (SizeOf(entry) > kLongest) refuse("the target of the symbolic link is longer than 4095 bytes");
+  const auto sink = New<KeepingSink>(kLongest);
+  Ref<MemoryBlock> header_block;
+  if (!entry->Extract(false, sink, nil, header_block)) FailAsEngine(entry);
+  const std::string fault = FaultOfStoredSum(entry);
+  if (!fault.empty()) throw Failure(ExitCode::kBadArchive, fault);
+  const std::string& target = sink->Bytes();
+  if (target.empty()) refuse("the symbolic link has no target");
+  if (target.find('\0') != std::string::npos) refuse("a zero byte is in the target of the symbolic link");
+  if (!StaysBelow(target, depth)) refuse("the symbolic link leads out of the destination: " + target);
+  return target;
+}
+
+void SetTimes(int folder, const std::string& name, std::time_t time) {
+  const std::array<timespec, 2> times = {timespec{time, 0}, timespec{time, 0}};
+  utimensat(folder, name.c_str(), times.data(), AT_SYMLINK_NOFOLLOW);
+}
+
+// Puts a symbolic link in the place of a file or link. 0, or the system's error.
+int ReplaceByLink(const std::string& target, int folder, const std::string& name) {
+  const std::string made = ProvisionalName();
+  if (symlinkat(target.c_str(), folder, made.c_str()) != 0) return errno;
+  const int error = Rename(folder, made, name, true);
+  if (error != 0) unlinkat(folder, made.c_str(), 0);
+  return error;
+}
+
+}  // namespace
+
+Extraction::Extraction(const std::string& root, const ExtractionWays& ways, Problems& problems)
+    : destination_(root), ways_(ways), problems_(problems), side_files_(ways.overwrite) {}
+
+template <typename Work>
+void Extraction::Guarded(const Ref<ZipEntry>& entry, Work work) {
+  try {
+    work();
+    ++extracted_;
+  } catch (const Failure& failure) {
+    if (!Interruption::Requested()) problems_.Add(failure.Code(), Utf8(entry->RawPath()), failure.what());
+  } catch (const RuntimeException& fault) {
+    problems_.Add(ExitCode::kBadArchive, Utf8(entry->RawPath()), fault.what());
+  }
+}
+
+void Extraction::Extract(const Ref<ZipEntry>& entry) {
+  Guarded(entry, [&] { Place(entry); });
+  if (!ways_.raw || !entry->appleDoubleEntry) return;
+  // As it stands it is a member like any other.
+  entry->appleDoubleEntry->thisIsTheAppleDoubleEntry = false;
+  Guarded(entry->appleDoubleEntry, [&] { Place(entry->appleDoubleEntry); });
+}
+
+const Extraction::Components& Extraction::PathFor(const Ref<ZipEntry>& entry) {
+  const String name = entry->RawPath();
+  if (split_path_.empty() || !IsCarriedOver(name, split_name_)) {
+    split_path_.clear();
+    split_path_ = SafePath(entry);
+    split_name_ = name;
+  }
+  return split_path_;
+}
+
+void Extraction::Place(const Ref<ZipEntry>& entry) {
+  const Components& path = PathFor(entry);
+  if (entry->IsDirectory()) {
+    destination_.Folder(path);
+    if (!path.empty()) folders_.push_back({entry, path.size()});
+  } else if (IsSymbolicLink(entry)) {
+    destination_.Folder(FoldersOf(path));
+    links_.push_back(entry);
+  } else {
+    FileExtraction(entry, destination_, path, ways_, side_files_).Run();
+  }
+}
+
+void Extraction::Finish() {
+  for (const Ref<ZipEntry>& entry : links_) {
+    --extracted_;  // it was counted when it was put aside
+    Guarded(entry, [&] { MakeLink(entry); });
+  }
+  // From the innermost out: what happens in a folder changes its time, and its mode may close it.
+  std::stable_sort(folders_.begin(), folders_.end(),
+                   [](const Waiting& a, const Waiting& b) { return a.depth > b.depth; });
+  for (const Waiting& folder : folders_) {
+    --extracted_;
+    Guarded(folder.entry, [&] { FinishFolder(folder.entry); });
+  }
+}
+
+void Extraction::MakeLink(const Ref<ZipEntry>& entry) {
+  const Components& path = PathFor(entry);
+  const std::string target = LinkTargetOf(entry, path.size() - 1);
+  const int folder = destination_.Folder(FoldersOf(path));
+  const std::string& name = path.back();
+  int error = symlinkat(target.c_str(), folder, name.c_str()) == 0 ? 0 : errno;
+  if (error == EEXIST && ways_.overwrite) error = ReplaceByLink(target, folder, name);
+  if (error != 0) FailToPlace(folder, name, error, ways_.overwrite);
+  if (const auto time = TimeOf(entry)) SetTimes(folder, name, *time);
+}
+
+void Extraction::FinishFolder(const Ref<ZipEntry>& entry) {
+  const Components& path = PathFor(entry);
+  const int descriptor = destination_.Folder(path);
+  Ref<MemoryBlock> header_block;
+  const bool may_have_header = entry->appleDoubleEntry || SizeOf(entry) == MacBinaryHeader::kSize;
+  if (!ways_.raw && may_have_header) {
+    if (!entry->Extract(true, nil, nil, header_block)) FailAsEngine(entry);
+    const std::string fault = FaultOf(entry);
+    if (!fault.empty()) throw Failure(ExitCode::kBadArchive, fault);
+  }
+  if (const auto mode = PermissionsOf(entry)) fchmod(descriptor, *mode);
+  if (const auto time = TimeOf(entry)) {
+    const std::array<timespec, 2> times = {timespec{*time, 0}, timespec{*time, 0}};
+    futimens(descriptor, times.data());
+  }
+  if (ways_.raw || !HasMacAttributes(entry, header_block)) return;
+  const int parent = destination_.Folder(FoldersOf(path));
+  side_files_.CheckSideFile(parent, destination_.PathOf(FoldersOf(path)), path.back());
+  ApplyMacAttributes(entry, GetFolderItem(String::Bytes(destination_.PathOf(path))), header_block);
+  side_files_.NoteSideFile(parent, path.back());
+}
+
+}  // namespace vantorel::forkzip

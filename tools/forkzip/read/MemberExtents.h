@@ -1,0 +1,36 @@
+// Which bytes of an archive belong to which members.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "tools/forkzip/read/RawDirectory.h"
+
+namespace vantorel::forkzip {
+
+// Behind the data of a member (APPNOTE 4.3.9): CRC-32 and both sizes, with or without a signature in front.
+namespace DataDescriptor {
+inline constexpr std::uint32_t kMagic = 0x08074B50;
+inline constexpr std::uint64_t kSize = 12;
+inline constexpr std::uint64_t kSignedSize = 16;
+}  // namespace DataDescriptor
+
+// Local header, data and, where there is one, data descriptor of one member. Records that share a local
+// header share an extent, which holds what the longest of them needs.
+struct MemberExtent {
+  std::uint32_t begin = 0;
+  std::uint32_t end = 0;
+  bool has_descriptor = false;
+};
+
+// The extents in the order of the file, without repetition. Raises Failure (kBadArchive) if there is no local
+// header where a record says, or members overlap one another or the directory.
+std::vector<MemberExtent> ExtentsOf(int file, const RawDirectory& directory);
+
+// Bytes in front of the directory that belong to no member.
+std::uint64_t UnusedBytes(const RawDirectory& directory, const std::vector<MemberExtent>& extents);
+
+// Where the first such byte is, if there is one.
+std::uint64_t BeginOfGaps(const std::vector<MemberExtent>& extents);
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,141 @@
+#include "tools/forkzip/read/MemberSelection.h"
+
+#include <fnmatch.h>
+
+#include <algorithm>
+#include <numeric>
+
+#include "platform/text/TextFunctions.h"
+#include "tools/forkzip/cli/Printable.h"
+#include "zip/archive/CarriedName.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+bool IsPattern(const std::string& text) {
+  return text.find_first_of("*?[") != std::string::npos;
+}
+
+std::string WithoutSlash(std::string text) {
+  if (text.size() > 1 && text.back() == '/') text.pop_back();
+  return text;
+}
+
+}  // namespace
+
+MemberIndex::MemberIndex(const Ref<ZipArchive>& archive) {
+  const std::int32_t count = archive->EntryCount();
+  names_.reserve(static_cast<std::size_t>(count));
+  String previous;
+  for (std::int32_t i = 1; i <= count; ++i) {
+    const String name = archive->Entry(i)->RawPath();
+    if (i > 1 && IsCarriedOver(name, previous)) {
+      names_.emplace_back(names_.back().first, i);
+    } else if (IsInUtf8(name)) {
+      names_.emplace_back(name.view(), i);
+    } else {
+      names_.emplace_back(converted_.emplace_back(Utf8(name)), i);
+    }
+    previous = name;
+  }
+  std::sort(names_.begin(), names_.end(), IsBefore);
+}
+
+bool MemberIndex::IsBefore(const Named& a, const Named& b) {
+  const bool same = a.first.data() == b.first.data() && a.first.size() == b.first.size();
+  const int order = same ? 0 : a.first.compare(b.first);
+  return order < 0 || (order == 0 && a.second < b.second);
+}
+
+std::vector<std::int32_t> MemberIndex::Find(const std::string& argument) const {
+  std::vector<std::int32_t> found;
+  AddNamed(argument, found);
+  AddInside(WithoutSlash(argument) + "/", found);
+  if (found.empty()) AddCaseless(argument, true, found);
+  if (found.empty()) AddMatching(argument, found);
+  std::sort(found.begin(), found.end());
+  found.erase(std::unique(found.begin(), found.end()), found.end());
+  return found;
+}
+
+std::vector<std::int32_t> MemberIndex::FindItself(const std::string& argument) const {
+  std::vector<std::int32_t> found;
+  AddNamed(argument, found);
+  if (found.empty()) AddNamed(argument + "/", found);
+  if (found.empty()) AddCaseless(argument, false, found);
+  if (!found.empty()) return {*std::min_element(found.begin(), found.end())};
+  AddMatching(argument, found);
+  std::sort(found.begin(), found.end());
+  return found;
+}
+
+void MemberIndex::AddNamed(const std::string& name, std::vector<std::int32_t>& found) const {
+  auto at = std::lower_bound(names_.begin(), names_.end(), Named(name, 0), IsBefore);
+  for (; at != names_.end() && at->first == name; ++at) found.push_back(at->second);
+}
+
+void MemberIndex::AddInside(const std::string& folder, std::vector<std::int32_t>& found) const {
+  auto at = std::lower_bound(names_.begin(), names_.end(), Named(folder, 0), IsBefore);
+  for (; at != names_.end() && at->first.starts_with(folder); ++at) found.push_back(at->second);
+}
+
+void MemberIndex::AddCaseless(const std::string& argument, bool inside,
+                              std::vector<std::int32_t>& found) const {
+  const std::string name = WithoutSlash(argument);
+  for (const auto& [candidate, index] : names_) {
+    const std::size_t end = std::min(candidate.find('/', name.size()), candidate.size());
+    const bool fits = end == name.size() && (inside || candidate.size() <= end + 1);
+    if (fits && SameText(String::Bytes(name), String::Bytes(candidate.substr(0, end))))
+      found.push_back(index);
+  }
+}
+
+void MemberIndex::AddMatching(const std::string& pattern, std::vector<std::int32_t>& found) const {
+  if (!IsPattern(pattern)) return;
+  std::string_view previous;
+  bool matches = false;
+  for (const auto& [candidate, index] : names_) {
+    if (candidate.data() != previous.data() || candidate.size() != previous.size()) {
+      matches = fnmatch(pattern.c_str(), std::string(candidate).c_str(), 0) == 0;
+    }
+    previous = candidate;
+    if (matches) found.push_back(index);
+  }
+}
+
+MemberSelection SelectMembers(const Ref<ZipArchive>& archive, const std::vector<std::string>& arguments,
+                              Problems& problems) {
+  const std::int32_t count = archive->EntryCount();
+  MemberSelection selected;
+  if (arguments.empty()) {
+    selected.members.resize(static_cast<std::size_t>(count));
+    std::iota(selected.members.begin(), selected.members.end(), 1);
+    return selected;
+  }
+  const MemberIndex index(archive);
+  std::vector<bool> wanted(static_cast<std::size_t>(count) + 1);
+  for (const std::string& argument : arguments) {
+    const std::vector<std::int32_t> found = index.Find(argument);
+    if (found.empty()) {
+      problems.Add(ExitCode::kBadArchive, argument, "no such member");
+      selected.missing.push_back(argument);
+    }
+    for (const std::int32_t i : found) wanted[static_cast<std::size_t>(i)] = true;
+  }
+  for (std::int32_t i = 1; i <= count; ++i) {
+    if (wanted[static_cast<std::size_t>(i)]) selected.members.push_back(i);
+  }
+  return selected;
+}
+
+std::int32_t SelectOneMember(const Ref<ZipArchive>& archive, const std::string& argument) {
+  const std::vector<std::int32_t> found = MemberIndex(archive).FindItself(argument);
+  if (found.empty()) throw Failure(ExitCode::kBadArchive, argument + ": no such member");
+  if (found.size() > 1) {
+    throw Failure(ExitCode::kBadArchive, argument + ": means " + Count(found.size(), "member") + ", not one");
+  }
+  return found.front();
+}
+
+}  // namespace vantorel::forkzip

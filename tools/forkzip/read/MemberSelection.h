@@ -1,0 +1,58 @@
+// From what a user types to the members that are meant.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "platform/base/Ref.h"
+#include "tools/forkzip/cli/Problems.h"
+#include "zip/archive/ZipArchive.h"
+
+namespace vantorel::forkzip {
+
+// The names of an archive, sorted, for many look-ups. Names are in UTF-8. The archive must outlive the index:
+// members that share a name in it share it here too.
+class MemberIndex {
+ public:
+  explicit MemberIndex(const Ref<ZipArchive>& archive);
+
+  // The members that `argument` means, in ascending order: those of that name, and what lies in the folder of
+  // that name. If there are none, the same in other letter case. If there are none either, those that match
+  // it as a shell pattern, in which "*" also stands for "/".
+  std::vector<std::int32_t> Find(const std::string& argument) const;
+  // The one member of that name, the first where there are several, with letter case as above; else all that
+  // the pattern matches.
+  std::vector<std::int32_t> FindItself(const std::string& argument) const;
+
+ private:
+  using Named = std::pair<std::string_view, std::int32_t>;
+
+  static bool IsBefore(const Named& a, const Named& b);
+
+  void AddNamed(const std::string& name, std::vector<std::int32_t>& found) const;
+  void AddInside(const std::string& folder, std::vector<std::int32_t>& found) const;
+  void AddCaseless(const std::string& argument, bool inside, std::vector<std::int32_t>& found) const;
+  void AddMatching(const std::string& pattern, std::vector<std::int32_t>& found) const;
+
+  std::deque<std::string> converted_;  // names that are not in UTF-8 in the archive
+  std::vector<Named> names_;
+};
+
+struct MemberSelection {
+  std::vector<std::int32_t> members;
+  std::vector<std::string> missing;  // arguments that mean no member
+};
+
+// The members that the arguments mean, each once, in the archive's order; all members if there is no
+// argument. An argument that means none is a problem.
+MemberSelection SelectMembers(const Ref<ZipArchive>& archive, const std::vector<std::string>& arguments,
+                              Problems& problems);
+
+// The one member that the argument means. Raises Failure if there is none or more than one.
+std::int32_t SelectOneMember(const Ref<ZipArchive>& archive, const std::string& argument);
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,171 @@
+#include "tools/forkzip/read/RawDirectory.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+
+#include "tools/forkzip/cli/FileBytes.h"
+#include "tools/forkzip/cli/LittleEndian.h"
+#include "tools/forkzip/cli/Problems.h"
+#include "zip/records/ZipRecords.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+constexpr std::size_t kLongestComment = 65535;
+
+[[noreturn]] void FailAsCorrupt() {
+  throw Failure(ExitCode::kBadArchive, "the directory is damaged");
+}
+
+std::uint64_t LengthOf(int file) {
+  struct stat status {};
+  fstat(file, &status);
+  return static_cast<std::uint64_t>(status.st_size);
+}
+
+// The file's last bytes, as far as an end record can begin in them.
+std::string Tail(int file, std::uint64_t length) {
+  const std::uint64_t count = std::min<std::uint64_t>(length, EndRecord::kSize + kLongestComment + 4);
+  return ReadAt(file, length - count, count);
+}
+
+// Where the last end record of `tail` begins; npos if there is none.
+std::size_t FindEndRecord(std::string_view tail) {
+  if (tail.size() < EndRecord::kSize) return std::string_view::npos;
+  return tail.rfind(LittleEndian32(EndRecord::kMagic), tail.size() - EndRecord::kSize);
+}
+
+// The Zip64 forms of the end record and its locator (APPNOTE 4.3.14 and 4.3.15) stand between the records and
+// the end record.
+namespace Zip64 {
+constexpr std::uint32_t kMagic = 0x06064B50;
+constexpr std::int32_t kSizeOfRest = 4;  // of what follows this field; 8 bytes, as the next two
+constexpr std::int32_t kDirectorySize = 40;
+constexpr std::int32_t kDirectoryOffset = 48;
+constexpr std::int32_t kSize = 56;  // less an extensible part
+constexpr std::int32_t kFieldsBeforeRest = 12;
+constexpr std::uint32_t kLocatorMagic = 0x07064B50;
+constexpr std::int32_t kLocatorSize = 20;
+}  // namespace Zip64
+
+// Whether `count` bytes at `at` are nothing but these two, and tell of the same directory.
+bool IsZip64End(int file, std::uint64_t at, std::uint64_t count, std::uint32_t start, std::uint32_t size) {
+  if (count < Zip64::kSize + Zip64::kLocatorSize) return false;
+  const std::string record = ReadAt(file, at, Zip64::kSize);
+  const std::string locator = ReadAt(file, at + count - Zip64::kLocatorSize, Zip64::kLocatorSize);
+  const auto field = [&](std::int32_t offset) {
+    return std::uint64_t{Get32(record, offset + 4)} << 32U | Get32(record, offset);
+  };
+  return Get32(record, 0) == Zip64::kMagic && Get32(locator, 0) == Zip64::kLocatorMagic &&
+         field(Zip64::kSizeOfRest) == count - Zip64::kLocatorSize - Zip64::kFieldsBeforeRest &&
+         field(Zip64::kDirectorySize) == size && field(Zip64::kDirectoryOffset) == start;
+}
+
+// Cuts the first record off `bytes`.
+std::string_view TakeRecord(std::string_view& bytes) {
+  if (bytes.size() < CentralHeader::kSize ||
+      Get32(bytes, CentralHeader::kSignature) != CentralHeader::kMagic) {
+    FailAsCorrupt();
+  }
+  const std::size_t size = std::size_t{CentralHeader::kSize} + Get16(bytes, CentralHeader::kNameLength) +
+                           Get16(bytes, CentralHeader::kExtraLength) +
+                           Get16(bytes, CentralHeader::kCommentLength);
+  if (bytes.size() < size) FailAsCorrupt();
+  const std::string_view record = bytes.substr(0, size);
+  bytes.remove_prefix(size);
+  return record;
+}
+
+}  // namespace
+
+std::string_view RawRecord::Name() const {
+  return std::string_view(bytes_).substr(CentralHeader::kSize, Get16(bytes_, CentralHeader::kNameLength));
+}
+std::string_view RawRecord::Comment() const {
+  return std::string_view(bytes_).substr(bytes_.size() - Get16(bytes_, CentralHeader::kCommentLength));
+}
+std::uint32_t RawRecord::Flags() const {
+  return Get16(bytes_, CentralHeader::kFlags);
+}
+std::uint32_t RawRecord::Crc() const {
+  return Get32(bytes_, CentralHeader::kCrc);
+}
+std::uint32_t RawRecord::CompressedSize() const {
+  return Get32(bytes_, CentralHeader::kCompressedSize);
+}
+std::uint32_t RawRecord::Size() const {
+  return Get32(bytes_, CentralHeader::kUncompressedSize);
+}
+std::uint32_t RawRecord::Offset() const {
+  return Get32(bytes_, CentralHeader::kLocalHeaderOffset);
+}
+void RawRecord::SetOffset(std::uint32_t offset) {
+  bytes_.replace(CentralHeader::kLocalHeaderOffset, 4, LittleEndian32(offset));
+}
+
+void RawRecord::SetFlags(std::uint32_t flags) {
+  bytes_.replace(CentralHeader::kFlags, 2, LittleEndian16(flags));
+}
+void RawRecord::SetName(std::string_view name) {
+  bytes_.replace(CentralHeader::kSize, Name().size(), name);
+  bytes_.replace(CentralHeader::kNameLength, 2, LittleEndian16(static_cast<std::uint32_t>(name.size())));
+}
+
+RawDirectory::Announcement RawDirectory::Announced(int file) {
+  const std::string tail = Tail(file, LengthOf(file));
+  const std::size_t at = FindEndRecord(tail);
+  if (at == std::string::npos) return {};
+  const std::string_view end_record = std::string_view(tail).substr(at);
+  return {Get16(end_record, EndRecord::kEntriesTotal), Get32(end_record, EndRecord::kDirectorySize)};
+}
+
+RawDirectory RawDirectory::Read(int file) {
+  const std::uint64_t length = LengthOf(file);
+  const std::string tail = Tail(file, length);
+  const std::size_t at = FindEndRecord(tail);
+  if (at == std::string::npos) FailAsCorrupt();
+  const std::string_view end_record = std::string_view(tail).substr(at);
+
+  RawDirectory directory;
+  directory.comment = end_record.substr(EndRecord::kSize, Get16(end_record, EndRecord::kCommentLength));
+  const std::uint64_t end_record_at = length - tail.size() + at;
+  directory.end = end_record_at + EndRecord::kSize + directory.comment.size();
+  directory.start = Get32(end_record, EndRecord::kDirectoryOffset);
+  directory.announced = Get16(end_record, EndRecord::kEntriesTotal);
+  const std::uint32_t size = Get32(end_record, EndRecord::kDirectorySize);
+  const std::uint64_t records_end = std::uint64_t{directory.start} + size;
+  if (records_end > end_record_at) FailAsCorrupt();
+  const std::uint64_t between = end_record_at - records_end;
+  const bool known = IsZip64End(file, records_end, between, directory.start, size);
+  directory.unknown = known ? 0 : between;
+  const std::string bytes = ReadAt(file, directory.start, size);
+  for (std::string_view rest = bytes; !rest.empty();) {
+    directory.records.emplace_back(TakeRecord(rest));
+  }
+  return directory;
+}
+
+std::string RawDirectory::Bytes() const {
+  std::string bytes;
+  for (const RawRecord& record : records) bytes += record.Bytes();
+  const auto size = static_cast<std::uint32_t>(bytes.size());
+  const auto count = static_cast<std::uint32_t>(records.size());
+  bytes += LittleEndian32(EndRecord::kMagic) + LittleEndian16(0) + LittleEndian16(0);
+  bytes += LittleEndian16(count) + LittleEndian16(count) + LittleEndian32(size) + LittleEndian32(start);
+  return bytes + LittleEndian16(static_cast<std::uint32_t>(comment.size())) + comment;
+}
+
+void RawDirectory::Write(int file) const {
+  const std::string bytes = Bytes();
+  WriteAt(file, start, bytes);
+  if (ftruncate(file, static_cast<off_t>(start + bytes.size())) != 0) {
+    throw Failure(ExitCode::kFileError, WithCause("cannot be written", errno));
+  }
+}
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,69 @@
+#include <unistd.h>
+
+#include "platform/compress/Crc32.h"
+#include "tools/forkzip/Verbs.h"
+#include "tools/forkzip/cli/Options.h"
+#include "tools/forkzip/cli/Output.h"
+#include "tools/forkzip/cli/Printable.h"
+#include "tools/forkzip/read/ByteSinks.h"
+#include "tools/forkzip/read/MemberFacts.h"
+#include "tools/forkzip/read/MemberSelection.h"
+#include "tools/forkzip/read/OpenArchive.h"
+#include "tools/forkzip/read/Verification.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+constexpr const char* kHelp =
+    "Examples:\n"
+    "  forkzip cat site.zip index.html | less\n"
+    "  forkzip cat mac.zip 'Read Me'         the data fork, if the member is wrapped in MacBinary\n"
+    "  forkzip cat --raw mac.zip 'Read Me'   the member as it stands, wrapping included";
+
+struct CatOptions : Options {
+  std::string member;
+  bool raw = false;
+};
+
+class OutputSink : public PlainSink {
+ public:
+  explicit OutputSink(Output& output) : output_(output) {}
+  bool Write(const String& data) override {
+    output_.Write(data.view());
+    return true;
+  }
+
+ private:
+  Output& output_;
+};
+
+void Cat(const CatOptions& options, Problems& problems) {
+  const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
+  const Ref<ZipEntry> entry = archive->Entry(SelectOneMember(archive, options.member));
+  const std::string name = Utf8(entry->RawPath());
+  if (entry->IsDirectory()) throw Failure(ExitCode::kBadArchive, name + ": is a folder");
+  Output output;
+  const auto sink = New<OutputSink>(output);
+  Ref<MemoryBlock> header_block;
+  const bool whole = entry->Extract(!options.raw, sink, nil, header_block);
+  output.Flush();
+  if (!whole) throw Failure(ExitCode::kBadArchive, name + ": " + Utf8(entry->ErrorMessage()));
+  const std::string fault = FaultOfStoredSum(entry);
+  if (!fault.empty()) problems.Add(ExitCode::kBadArchive, name, fault);
+}
+
+}  // namespace
+
+void AddCatVerb(CLI::App& app, ExitCode& exit_code) {
+  static CatOptions options;
+  CLI::App& command = *app.add_subcommand("cat", "Writes a member to standard output");
+  SetUp(command, options, exit_code, [](Problems& problems) { Cat(options, problems); });
+  command.add_option("MEMBER", options.member, "A member's name, or a pattern that only one matches")
+      ->required();
+  command.add_flag("--raw", options.raw, "Leave MacBinary as it is");
+  AddEncodingOption(command, options);
+  command.footer(kHelp);
+}
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,128 @@
+#include <nlohmann/json.hpp>
+
+#include "tools/forkzip/Verbs.h"
+#include "tools/forkzip/cli/Options.h"
+#include "tools/forkzip/cli/Output.h"
+#include "tools/forkzip/cli/Printable.h"
+#include "tools/forkzip/read/MemberFacts.h"
+#include "tools/forkzip/read/MemberJson.h"
+#include "tools/forkzip/read/MemberSelection.h"
+#include "tools/forkzip/read/OpenArchive.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+constexpr const char* kHelp =
+    "Examples:\n"
+    "  forkzip info photos.zip               what the archive holds altogether\n"
+    "  forkzip info photos.zip beach.jpg     all that is known of one member\n"
+    "  forkzip info --json photos.zip | jq .members";
+
+struct InfoOptions : Options {
+  std::string member;
+};
+
+struct Totals {
+  std::uint64_t files = 0, folders = 0, encrypted = 0, companions = 0, size = 0, compressed_size = 0;
+};
+
+Totals AddUp(const Ref<ZipArchive>& archive) {
+  Totals totals;
+  const std::int32_t count = archive->EntryCount();
+  for (std::int32_t i = 1; i <= count; ++i) {
+    const Ref<ZipEntry> entry = archive->Entry(i);
+    ++(entry->IsDirectory() ? totals.folders : totals.files);
+    if (entry->IsEncrypted()) ++totals.encrypted;
+    if (entry->appleDoubleEntry) ++totals.companions;
+    totals.size += SizeOf(entry);
+    totals.compressed_size += CompressedSizeOf(entry);
+  }
+  return totals;
+}
+
+std::string Line(const std::string& label, const std::string& value) {
+  constexpr std::size_t kColumn = 18;
+  return label + ":" + std::string(kColumn - label.size(), ' ') + value + "\n";
+}
+
+void TellArchive(const Ref<ZipArchive>& archive, const Options& options, Output& output) {
+  const Totals totals = AddUp(archive);
+  if (options.json) {
+    const nlohmann::ordered_json value = {{"archive", options.archive},
+                                          {"members", archive->EntryCount()},
+                                          {"files", totals.files},
+                                          {"folders", totals.folders},
+                                          {"encrypted", totals.encrypted},
+                                          {"companions", totals.companions},
+                                          {"size", totals.size},
+                                          {"compressedSize", totals.compressed_size},
+                                          {"countIsWrong", archive->centralDirCorrupted},
+                                          {"comment", std::string(archive->Comment().view())}};
+    output.Write(JsonText(value, 2) + "\n");
+    return;
+  }
+  output.Write(Line("Archive", Printable(options.archive)));
+  output.Write(Line("Members", Count(totals.files, "file") + ", " + Count(totals.folders, "folder")));
+  output.Write(Line("Size", HumanSize(totals.size) + ", compressed " + HumanSize(totals.compressed_size)));
+  if (totals.encrypted != 0) output.Write(Line("Encrypted", Count(totals.encrypted, "member")));
+  if (totals.companions != 0) output.Write(Line("With Mac data", Count(totals.companions, "member")));
+  if (archive->centralDirCorrupted) {
+    output.Write(
+        Line("Damage", "the directory holds more members than it announces; the archive is read-only"));
+  }
+  if (!archive->Comment().empty()) {
+    output.Write(Line("Comment", Printable(archive->Comment().view())));
+  }
+}
+
+void TellMember(const Ref<ZipArchive>& archive, const InfoOptions& options, Output& output) {
+  const std::int32_t index = SelectOneMember(archive, options.member);
+  const Ref<ZipEntry> entry = archive->Entry(index);
+  if (options.json) {
+    output.Write(JsonText(MemberAsJson(entry, index), 2) + "\n");
+    return;
+  }
+  const auto mode = ModeOf(entry);
+  const std::string time = TimeText(entry, ' ');
+  output.Write(Line("Name", Printable(Utf8(entry->RawPath()))));
+  output.Write(Line("Kind", IsSymbolicLink(entry)  ? "symbolic link"
+                            : entry->IsDirectory() ? "folder"
+                                                   : "file"));
+  output.Write(Line("Number", std::to_string(index)));
+  output.Write(Line("Size", Count(SizeOf(entry), "byte")));
+  output.Write(Line("Compressed", Count(CompressedSizeOf(entry), "byte") + ", " + MethodText(entry)));
+  output.Write(Line("CRC-32", CrcText(entry)));
+  output.Write(Line("Changed", time.empty() ? "unknown" : time));
+  output.Write(Line("Mode", mode ? ModeText(*mode) : "unknown"));
+  if (entry->IsEncrypted()) output.Write(Line("Encrypted", "yes"));
+  if (entry->appleDoubleEntry) {
+    output.Write(Line("Mac data", Count(SizeOf(entry->appleDoubleEntry), "byte") + " in a companion"));
+  }
+  if (!entry->Comment().empty()) output.Write(Line("Comment", Printable(Utf8(entry->Comment()))));
+}
+
+void Info(const InfoOptions& options) {
+  const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
+  Output output;
+  if (options.member.empty()) {
+    TellArchive(archive, options, output);
+  } else {
+    TellMember(archive, options, output);
+  }
+  output.Flush();
+}
+
+}  // namespace
+
+void AddInfoVerb(CLI::App& app, ExitCode& exit_code) {
+  static InfoOptions options;
+  CLI::App& command = *app.add_subcommand("info", "Tells about an archive, or about one member");
+  SetUp(command, options, exit_code, [](Problems&) { Info(options); });
+  command.add_option("MEMBER", options.member, "A member's name, or a pattern that only one matches");
+  AddJsonOption(command, options);
+  AddEncodingOption(command, options);
+  command.footer(kHelp);
+}
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,114 @@
+#include <nlohmann/json.hpp>
+#include <numeric>
+
+#include "tools/forkzip/Verbs.h"
+#include "tools/forkzip/cli/Interruption.h"
+#include "tools/forkzip/cli/Options.h"
+#include "tools/forkzip/cli/Output.h"
+#include "tools/forkzip/cli/Printable.h"
+#include "tools/forkzip/read/MemberFacts.h"
+#include "tools/forkzip/read/MemberJson.h"
+#include "tools/forkzip/read/MemberSelection.h"
+#include "tools/forkzip/read/OpenArchive.h"
+#include "tools/forkzip/read/Verification.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+constexpr const char* kHelp =
+    "Reads all data and compares its checksums. Nothing is written.\n"
+    "Examples:\n"
+    "  forkzip test backup.zip\n"
+    "  forkzip test backup.zip 'letters/*.txt' photos\n"
+    "  forkzip test -q backup.zip && echo good";
+
+std::uint64_t SizeOfAll(const Ref<ZipArchive>& archive, const std::vector<std::int32_t>& members) {
+  return std::accumulate(members.begin(), members.end(), std::uint64_t{0},
+                         [&](std::uint64_t sum, std::int32_t i) { return sum + SizeOf(archive->Entry(i)); });
+}
+
+// Tells what is tested as it goes, so that nothing is kept of an archive whose members are all bad.
+class Report {
+ public:
+  explicit Report(bool json) : json_(json) {}
+
+  void Begin(const std::string& archive, const MemberSelection& selected, bool count_is_wrong) {
+    if (!json_) return;
+    const nlohmann::ordered_json head = {{"archive", archive},
+                                         {"tested", selected.members.size()},
+                                         {"missing", selected.missing},
+                                         {"countIsWrong", count_is_wrong}};
+    const std::string text = JsonText(head, 2);
+    output_.Write(text.substr(0, text.rfind("\n}")) + ",\n  \"failed\": [");
+  }
+
+  void Add(std::int32_t index, const std::string& name, const std::string& fault) {
+    if (json_) {
+      output_.Write(failed_ == 0 ? "\n    " : ",\n    ");
+      output_.Write(JsonText({{"index", index}, {"name", name}, {"error", fault}}));
+    }
+    ++failed_;
+  }
+
+  void End(const MemberSelection& selected, bool quiet) {
+    if (json_) {
+      output_.Write(failed_ == 0 ? "]\n}\n" : "\n  ]\n}\n");
+    } else if (!quiet) {
+      const std::string missing =
+          selected.missing.empty() ? "" : ", " + std::to_string(selected.missing.size()) + " missing";
+      const std::string state = failed_ != 0      ? ", " + std::to_string(failed_) + " damaged"
+                                : missing.empty() ? ", all sound"
+                                                  : "";
+      output_.Write(Count(selected.members.size(), "member") + " tested" + state + missing + "\n");
+    }
+    output_.Flush();
+  }
+
+ private:
+  bool json_;
+  std::size_t failed_ = 0;
+  Output output_;
+};
+
+void Test(const Options& options, Problems& problems) {
+  const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
+  const MemberSelection selected = SelectMembers(archive, options.members, problems);
+  if (archive->centralDirCorrupted) {
+    problems.Add(ExitCode::kBadArchive, "the directory holds more members than it announces");
+  }
+  Interruption::Watch();
+  const auto progress = New<Progress>(options.ShowProgress(), SizeOfAll(archive, selected.members));
+  archive->SetProgressMonitor(progress);
+  Report report(options.json);
+  report.Begin(options.archive, selected, archive->centralDirCorrupted);
+  for (const std::int32_t i : selected.members) {
+    const Ref<ZipEntry> entry = archive->Entry(i);
+    progress->Begin(entry);
+    const std::string fault = FaultOf(entry);
+    if (Interruption::Requested()) return;
+    progress->End(SizeOf(entry));
+    if (fault.empty()) continue;
+    const std::string name = Utf8(entry->RawPath());
+    problems.Add(ExitCode::kBadArchive, name, fault);
+    report.Add(i, name, fault);
+  }
+  Progress::ClearLine();
+  report.End(selected, options.quiet);
+}
+
+}  // namespace
+
+void AddTestVerb(CLI::App& app, ExitCode& exit_code) {
+  static Options options;
+  CLI::App& command = *app.add_subcommand("test", "Checks that members can be read and are whole");
+  SetUp(command, options, exit_code, [](Problems& problems) { Test(options, problems); });
+  AddProgressOption(command, options);
+  command.add_option("MEMBER", options.members,
+                     "Names, folders or shell patterns; all members if none is given");
+  AddJsonOption(command, options);
+  AddEncodingOption(command, options);
+  command.footer(kHelp);
+}
+
+}  // namespace vantorel::forkzip
