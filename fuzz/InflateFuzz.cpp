@@ -61,7 +61,7 @@ std::string Framed(std::string_view data, bool long_member) {
   std::string member("\x1F\x8B\x08\0\0\0\0\0\0\x07", 10);
   if (long_member) member += std::string("\0\xFF\xFF\0\0", 5) + std::string(65535, 'x');
   member += data;
-  const std::string contents = Inflate(CompressEngine::Zlib, member + std::string(8, '\0'), 65536).bytes;
+  const std::string contents = Inflate(CompressEngine::kZlib, member + std::string(8, '\0'), 65536).bytes;
   member += Le32(static_cast<std::uint32_t>(Crc32OfBytes(contents, 0)));
   return member + Le32(static_cast<std::uint32_t>(contents.size()));
 }
@@ -75,8 +75,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view bytes(reinterpret_cast<const char*>(data) + 2, size - 2);
   const std::string member = (data[0] & 1) != 0 ? Framed(bytes, (data[0] & 2) != 0) : std::string(bytes);
   const std::size_t piece = data[1] == 0 ? 65536 : data[1];
-  const Outcome slow = Inflate(CompressEngine::Zlib, member, piece);
-  const Outcome fast = Inflate(CompressEngine::Fast, member, piece);
+  const Outcome slow = Inflate(CompressEngine::kZlib, member, piece);
+  const Outcome fast = Inflate(CompressEngine::kFast, member, piece);
   const bool same = slow.error < 0 ? fast.error < 0 && (slow.bytes.starts_with(fast.bytes) ||
                                                         fast.bytes.starts_with(slow.bytes))
                                    : slow.error == fast.error && slow.bytes == fast.bytes;

@@ -6,11 +6,11 @@
 namespace vantorel {
 
 enum class CompressEngine {
-  Zlib,
-  // ISA-L and libdeflate, where this build has them; otherwise the same as Zlib.
-  Fast,
+  kZlib,
+  // ISA-L and libdeflate, where this build has them; otherwise the same as kZlib.
+  kFast,
 };
 
-inline constexpr CompressEngine kDefaultCompressEngine = CompressEngine::Fast;
+inline constexpr CompressEngine kDefaultCompressEngine = CompressEngine::kFast;
 
 }  // namespace vantorel

@@ -23,21 +23,21 @@ bool LooksSmall(std::string_view first) {
 }  // namespace
 
 std::optional<std::string> InflateAtOnce(CompressEngine engine, std::string_view first) {
-  if (engine == CompressEngine::Zlib || !LooksSmall(first)) return std::nullopt;
+  if (engine == CompressEngine::kZlib || !LooksSmall(first)) return std::nullopt;
   return InflateWholeMember(first, SizeInGzipTrailer(first));
 }
 
 // zlib knows every kind of header; and where a small member could not be inflated at once, zlib is to say
 // what is wrong with it.
 std::unique_ptr<MemberInflater> NewInflater(CompressEngine engine, std::string_view first) {
-  if (engine == CompressEngine::Zlib || !HasPlainGzipHeader(first) || LooksSmall(first)) {
+  if (engine == CompressEngine::kZlib || !HasPlainGzipHeader(first) || LooksSmall(first)) {
     return std::make_unique<ZlibInflater>();
   }
   return std::make_unique<IsalInflater>();
 }
 
 std::unique_ptr<MemberDeflater> NewDeflater(CompressEngine engine) {
-  if (engine == CompressEngine::Zlib) return std::make_unique<ZlibDeflater>();
+  if (engine == CompressEngine::kZlib) return std::make_unique<ZlibDeflater>();
   return std::make_unique<LibdeflateDeflater>();
 }
 

@@ -20,7 +20,7 @@ class StringWriter : public IStreamWriter {
 
 class Deflating : public ::testing::TestWithParam<CompressEngine> {};
 
-INSTANTIATE_TEST_SUITE_P(Engines, Deflating, ::testing::Values(CompressEngine::Zlib, CompressEngine::Fast),
+INSTANTIATE_TEST_SUITE_P(Engines, Deflating, ::testing::Values(CompressEngine::kZlib, CompressEngine::kFast),
                          EngineName);
 
 TEST_P(Deflating, MakesOneMemberThatZlibReads) {

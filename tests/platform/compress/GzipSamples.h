@@ -16,7 +16,7 @@ namespace vantorel::testing {
 inline constexpr std::size_t kHeader = 10;
 
 inline std::string EngineName(const ::testing::TestParamInfo<CompressEngine>& engine) {
-  return engine.param == CompressEngine::Zlib ? "Zlib" : "Fast";
+  return engine.param == CompressEngine::kZlib ? "Zlib" : "Fast";
 }
 
 // Text-like: words of a small vocabulary, the same on every run.

@@ -46,7 +46,7 @@ std::pair<std::string, std::int32_t> Inflate(CompressEngine engine, const std::s
 
 class Inflating : public ::testing::TestWithParam<CompressEngine> {};
 
-INSTANTIATE_TEST_SUITE_P(Engines, Inflating, ::testing::Values(CompressEngine::Zlib, CompressEngine::Fast),
+INSTANTIATE_TEST_SUITE_P(Engines, Inflating, ::testing::Values(CompressEngine::kZlib, CompressEngine::kFast),
                          EngineName);
 
 std::string LargeText() {
