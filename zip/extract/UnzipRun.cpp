@@ -117,7 +117,7 @@ UnzipRun::Step UnzipRun::ChooseHeaderLook() {
 
 UnzipRun::Step UnzipRun::CheckConsistency() {
   const MemoryBlock& header = *entry_.header;
-  if ((flags_ & ZipFlags::kFakeEntry) != 0) {
+  if ((flags_ & ZipFlags::kDataDescriptor) != 0) {
     crc_ = header.Long(CentralHeader::kCrc);
     compressed_size_ = header.Long(CentralHeader::kCompressedSize);
     size_ = header.Long(CentralHeader::kUncompressedSize);

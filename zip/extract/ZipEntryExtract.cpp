@@ -13,10 +13,6 @@ namespace {
 constexpr std::int32_t kKeepAllBits = -1;
 constexpr std::int32_t kExecuteBits = 0511;  // read and execute for the owner, execute for all others
 
-bool MayHoldUnixMode(std::int32_t os) {
-  return os == ZipHost::kDos || os == ZipHost::kUnix || os == ZipHost::kMacintosh;
-}
-
 // A component of a path as the file system can hold it.
 String CleanComponent(ZipArchiveData& archive, const String& name) {
   return archive.decodeFromZip(archive.encodeForZip(name));
@@ -102,7 +98,7 @@ void ApplyTypeAndCreator(ZipEntry& entry, const Ref<FolderItem>& item, const Ref
 void ApplyPermissions(ZipEntry& entry, const Ref<FolderItem>& item, bool make_executable) {
   const std::int32_t attributes = entry.ExternalFileAttributes();
   // Negative: the top bit is set, as in the Unix mode of every regular file.
-  if (attributes < 0 && MayHoldUnixMode(entry.OSMadeBy())) {
+  if (attributes < 0 && ZipHost::HasUnixMode(entry.OSMadeBy())) {
     entry.ApplyUnixPermissions(item, attributes);
   } else if (make_executable && !entry.isFolder && !entry.IsTextFile()) {
     const Ref<MemoryBlock> reference = entry.d->makeFSRef(item);

@@ -1,4 +1,4 @@
-// The three records of a Zip file (PKWARE's APPNOTE, as of format version 2.0): where their fields stand. All
+// The records of a Zip file (PKWARE's APPNOTE, as of format version 2.0): where their fields stand. All
 // numbers are little-endian; an offset counts from the record's first byte. The text fields (name, extra
 // field, comment) follow the fixed part in the order of their lengths.
 #pragma once
@@ -68,10 +68,36 @@ inline constexpr std::int32_t kDirectoryOffset = 16;
 inline constexpr std::int32_t kCommentLength = 20;
 }  // namespace EndRecord
 
+// Behind the data of a member (APPNOTE 4.3.9): CRC-32 and both sizes, with or without a signature in front.
+namespace DataDescriptor {
+inline constexpr std::int32_t kMagic = 0x08074B50;
+inline constexpr std::int32_t kSize = 12;
+inline constexpr std::int32_t kSignedSize = 16;
+}  // namespace DataDescriptor
+
+// The Zip64 forms of the end record and its locator (APPNOTE 4.3.14 and 4.3.15) stand between the directory
+// and the end record.
+namespace Zip64EndRecord {
+inline constexpr std::int32_t kMagic = 0x06064B50;
+inline constexpr std::int32_t kSize = 56;  // less an extensible part
+
+inline constexpr std::int32_t kSizeOfRest = 4;  // of what follows this field; 8 bytes, as the next two
+inline constexpr std::int32_t kRest = 12;
+inline constexpr std::int32_t kDirectorySize = 40;
+inline constexpr std::int32_t kDirectoryOffset = 48;
+}  // namespace Zip64EndRecord
+namespace Zip64Locator {
+inline constexpr std::int32_t kMagic = 0x07064B50;
+inline constexpr std::int32_t kSize = 20;
+}  // namespace Zip64Locator
+
+// Bits of the flag word, which central and local header both have.
 namespace ZipFlags {
 inline constexpr std::int32_t kEncrypted = 1 << 0;
-// A data descriptor to other programs; in a central header whose local header lacks it, a fake duplicate.
-inline constexpr std::int32_t kFakeEntry = 1 << 3;
+// CRC and sizes stand in the central header and in a data descriptor, not in the local header. In a central
+// header whose local header lacks it, this marks a fake duplicate.
+inline constexpr std::int32_t kDataDescriptor = 1 << 3;
+inline constexpr std::int32_t kUtf8Name = 1 << 11;
 }  // namespace ZipFlags
 
 namespace ZipMethod {
@@ -84,6 +110,13 @@ namespace ZipHost {
 inline constexpr std::int32_t kDos = 0;
 inline constexpr std::int32_t kUnix = 3;
 inline constexpr std::int32_t kMacintosh = 7;
+inline constexpr std::int32_t kDarwin = 19;
+
+// Those whose members may state a Unix mode in the high half of the external attributes, as far as the engine
+// is concerned.
+constexpr bool HasUnixMode(std::int32_t host) {
+  return host == kDos || host == kUnix || host == kMacintosh;
+}
 }  // namespace ZipHost
 
 // Format version 2.0: the version written, and the highest that can be read.

@@ -12,9 +12,6 @@ namespace vantorel {
 
 namespace {
 
-// Bit 3 of a local header: the sizes stand in the central header and in a data descriptor behind the data.
-constexpr std::int32_t kSizesElsewhere = 1 << 3;
-
 constexpr const char* kMismatch = "File Headers mismatch (archive appears to be severely corrupted)";
 
 }  // namespace
@@ -62,7 +59,7 @@ bool Compaction::MoveMember(std::int32_t offset, const Ref<MemoryBlock>& central
   }
   const std::int32_t local_flags = local_->UShort(LocalHeader::kFlags);
   std::int32_t source = offset;
-  if ((local_flags & kSizesElsewhere) != 0) {
+  if ((local_flags & ZipFlags::kDataDescriptor) != 0) {
     TakeSizesFrom(central);
     source = -1;  // has the header written anew; what follows it is lost
   }
@@ -99,7 +96,7 @@ void Compaction::TakeSizesFrom(const Ref<MemoryBlock>& central) {
   local_->SetLong(LocalHeader::kCrc, central->Long(CentralHeader::kCrc));
   local_->SetLong(LocalHeader::kCompressedSize, central->Long(CentralHeader::kCompressedSize));
   local_->SetLong(LocalHeader::kUncompressedSize, central->Long(CentralHeader::kUncompressedSize));
-  local_->SetUShort(LocalHeader::kFlags, local_->UShort(LocalHeader::kFlags) & ~kSizesElsewhere);
+  local_->SetUShort(LocalHeader::kFlags, local_->UShort(LocalHeader::kFlags) & ~ZipFlags::kDataDescriptor);
 }
 
 // Time and date play no part. `local_flags` are those that the file holds.

@@ -2,6 +2,7 @@
 #include "platform/run/BackgroundTask.h"
 #include "platform/text/TextFunctions.h"
 #include "zip/archive/ZipArchiveData.h"
+#include "zip/records/ExtraRecords.h"
 #include "zip/write/ZipExtraField.h"
 
 namespace vantorel {

@@ -28,7 +28,7 @@ std::int32_t ZipArchive::AddFakeDuplicate(const Ref<ZipEntry>& entry, const Stri
   const DosTime stamp = ToDosTime(date);
   header->SetUShort(CentralHeader::kTime, stamp.time);
   header->SetUShort(CentralHeader::kDate, stamp.date);
-  header->SetUShort(CentralHeader::kFlags, header->UShort(CentralHeader::kFlags) | ZipFlags::kFakeEntry);
+  header->SetUShort(CentralHeader::kFlags, header->UShort(CentralHeader::kFlags) | ZipFlags::kDataDescriptor);
   d->entries_1.push_back(New<ZipEntry>(d, header, encoded_name, block, entry->Comment()));
   return d->UpperBound();
 }

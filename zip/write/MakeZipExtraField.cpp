@@ -1,6 +1,7 @@
 // The one kind of extra-field record that the engine writes: type, creator and name of a classic Mac file.
 #include "platform/text/TextFunctions.h"
 #include "zip/archive/ZipArchive.h"
+#include "zip/records/ExtraRecords.h"
 #include "zip/write/ZipExtraField.h"
 
 namespace vantorel {

@@ -1,6 +1,5 @@
 // One extra-field block of a member, local or central: kept byte for byte, with an index of the few records
-// that mean anything here. Records (PKWARE's APPNOTE) are a header id and a data size of 2 bytes each and the
-// data, all little-endian. Immutable but for the lock.
+// that mean anything here. Immutable but for the lock.
 #pragma once
 
 #include <cstdint>
@@ -12,37 +11,6 @@
 namespace vantorel {
 
 class ZipArchiveData;
-
-// A record of any kind.
-namespace ExtraRecord {
-inline constexpr std::int32_t kId = 0;
-inline constexpr std::int32_t kDataSize = 2;
-inline constexpr std::int32_t kData = 4;
-}  // namespace ExtraRecord
-
-// The ZPIT record: type and creator of a classic Mac file, in its longer form with the Mac file name. Type
-// and creator follow the name's Pascal string, where there is one, else the magic.
-namespace ZpitRecord {
-inline constexpr std::int32_t kIdWithName = 0x2605;
-inline constexpr std::int32_t kIdWithoutName = 0x2705;
-inline constexpr std::int32_t kMagicValue = 0x5A504954;  // "ZPIT", big-endian
-inline constexpr std::int32_t kMagic = 4;
-inline constexpr std::int32_t kName = 8;      // Pascal string, with a name only
-inline constexpr std::int32_t kType = 8;      // plus the length of the Pascal string
-inline constexpr std::int32_t kCreator = 12;  // plus the length of the Pascal string
-inline constexpr std::int32_t kSizeWithoutName = 16;
-inline constexpr std::int32_t kMinDataWithName = 13;
-inline constexpr std::int32_t kMinDataWithoutName = 12;
-inline constexpr std::int32_t kMaxName = 255;
-}  // namespace ZpitRecord
-
-// The Unix type-1 record ("UX") in its central form. Times are seconds since 1 January 1970 UTC.
-namespace UnixRecord {
-inline constexpr std::int32_t kIdAndDataSize = 0x00085855;
-inline constexpr std::int32_t kAccessTime = 4;
-inline constexpr std::int32_t kModificationTime = 8;
-inline constexpr std::int32_t kSize = 12;
-}  // namespace UnixRecord
 
 class ZipExtraField : public Object {
  public:

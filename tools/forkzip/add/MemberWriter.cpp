@@ -7,14 +7,15 @@
 #include <cerrno>
 
 #include "platform/base/Arithmetic.h"
+#include "platform/base/LittleEndian.h"
 #include "platform/files/FolderItem.h"
 #include "platform/text/TextFunctions.h"
 #include "tools/forkzip/cli/Interruption.h"
-#include "tools/forkzip/cli/LittleEndian.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/edit/Preflight.h"
 #include "tools/forkzip/edit/StoredNames.h"
 #include "zip/extract/RsrcForkReader.h"
+#include "zip/records/ExtraRecords.h"
 #include "zip/records/ZipRecords.h"
 
 namespace vantorel::forkzip {
@@ -26,11 +27,11 @@ constexpr std::uint64_t kLargestMember = 0x7FFFFFFF;
 
 // The extended time stamp with the time of the last change; the same in the local and the central header.
 std::string TimestampRecord(const timespec& modified) {
-  constexpr std::uint32_t kId = 0x5455;
-  constexpr std::uint32_t kSize = 5;
+  namespace Ut = ExtendedTimestamp;
   const bool fits = modified.tv_sec >= INT32_MIN && modified.tv_sec <= INT32_MAX;
   if (!fits) return {};
-  return LittleEndian16(kId) + LittleEndian16(kSize) + '\x01' +
+  return LittleEndian16(Ut::kId) + LittleEndian16(Ut::kSize - ExtraRecord::kData) +
+         static_cast<char>(Ut::kHasModificationTime) +
          LittleEndian32(static_cast<std::uint32_t>(modified.tv_sec));
 }
 

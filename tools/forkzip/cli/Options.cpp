@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <new>
+#include <system_error>
 #include <utility>
 
 #include "tools/forkzip/cli/Interruption.h"
@@ -28,7 +29,9 @@ void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb) 
       // The process ends by the signal.
     } catch (const std::bad_alloc&) {
       problems.Add(ExitCode::kFileError, "not enough memory");
-    } catch (const std::exception& fault) {
+    } catch (const std::system_error& refusal) {
+      problems.Add(ExitCode::kFileError, refusal.what());
+    } catch (const std::exception& fault) {  // FormatError above all
       problems.Add(ExitCode::kBadArchive, fault.what());
     }
     exit_code = problems.Code();

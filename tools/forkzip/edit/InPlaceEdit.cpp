@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <system_error>
 
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/edit/Draft.h"
@@ -76,8 +77,9 @@ void InPlaceEdit::Undo() {
   if (DirectoryIsThere()) return;
   try {
     before_.Write(file_.Get());
-  } catch (const Failure& failure) {
-    throw Failure(failure.Code(), "its old directory cannot be put back: " + std::string(failure.what()));
+  } catch (const std::system_error& failure) {
+    throw Failure(ExitCode::kFileError,
+                  "its old directory cannot be put back: " + std::string(failure.what()));
   }
   fsync(file_.Get());
 }

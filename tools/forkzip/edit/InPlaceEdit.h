@@ -6,8 +6,8 @@
 
 #include "platform/base/Ref.h"
 #include "tools/forkzip/cli/FileBytes.h"
-#include "tools/forkzip/read/RawDirectory.h"
 #include "zip/archive/ZipArchive.h"
+#include "zip/records/RawDirectory.h"
 
 namespace vantorel::forkzip {
 

@@ -1,13 +1,13 @@
 #include "tools/forkzip/edit/MemberDuplicate.h"
 
+#include "platform/base/LittleEndian.h"
 #include "tools/forkzip/cli/FileBytes.h"
-#include "tools/forkzip/cli/LittleEndian.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/edit/Preflight.h"
 #include "tools/forkzip/edit/RecordKey.h"
 #include "tools/forkzip/edit/StoredNames.h"
-#include "tools/forkzip/read/MemberExtents.h"
 #include "tools/forkzip/read/MemberFacts.h"
+#include "zip/records/MemberExtents.h"
 #include "zip/records/ZipRecords.h"
 
 namespace vantorel::forkzip {
@@ -17,7 +17,7 @@ namespace {
 // A decryption is checked against the time where there is a data descriptor, and against the CRC where there
 // is none: encrypted data keeps its own.
 bool NeedsDescriptor(std::uint32_t local_flags) {
-  constexpr auto kBoth = static_cast<std::uint32_t>(ZipFlags::kEncrypted | ZipFlags::kFakeEntry);
+  constexpr auto kBoth = static_cast<std::uint32_t>(ZipFlags::kEncrypted | ZipFlags::kDataDescriptor);
   return (local_flags & kBoth) == kBoth;
 }
 
@@ -36,7 +36,7 @@ RawRecord AppendDuplicate(int from, const RawRecord& source, const std::string& 
     descriptor = LittleEndian32(DataDescriptor::kMagic) + sizes;
   } else {
     // The sizes are known, so no data descriptor is needed behind the data.
-    flags &= ~static_cast<std::uint32_t>(ZipFlags::kFakeEntry);
+    flags &= ~static_cast<std::uint32_t>(ZipFlags::kDataDescriptor);
     header.replace(LocalHeader::kCrc, sizes.size(), sizes);
   }
   header.replace(LocalHeader::kFlags, 2, LittleEndian16(flags));

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "platform/base/Ref.h"
-#include "tools/forkzip/read/RawDirectory.h"
 #include "zip/archive/ZipEntry.h"
+#include "zip/records/RawDirectory.h"
 
 namespace vantorel::forkzip {
 

@@ -4,11 +4,11 @@
 
 #include <algorithm>
 
+#include "platform/base/LittleEndian.h"
 #include "tools/forkzip/cli/FileBytes.h"
-#include "tools/forkzip/cli/LittleEndian.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Problems.h"
-#include "tools/forkzip/read/MemberExtents.h"
+#include "zip/records/MemberExtents.h"
 #include "zip/records/ZipRecords.h"
 
 namespace vantorel::forkzip::Preflight {

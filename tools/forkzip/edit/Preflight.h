@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/forkzip/read/MemberExtents.h"
-#include "tools/forkzip/read/RawDirectory.h"
+#include "zip/records/MemberExtents.h"
+#include "zip/records/RawDirectory.h"
 
 namespace vantorel::forkzip::Preflight {
 

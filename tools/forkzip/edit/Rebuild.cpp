@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "tools/forkzip/cli/FileBytes.h"
-#include "tools/forkzip/read/MemberExtents.h"
+#include "zip/records/MemberExtents.h"
 
 namespace vantorel::forkzip {
 

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "tools/forkzip/read/RawDirectory.h"
+#include "zip/records/RawDirectory.h"
 
 namespace vantorel::forkzip {
 

@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "platform/base/Ref.h"
-#include "tools/forkzip/read/RawDirectory.h"
 #include "zip/archive/ZipEntry.h"
+#include "zip/records/RawDirectory.h"
 
 namespace vantorel::forkzip {
 

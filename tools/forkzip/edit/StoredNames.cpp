@@ -2,14 +2,9 @@
 
 #include "platform/text/TextFunctions.h"
 #include "tools/forkzip/cli/Printable.h"
+#include "zip/records/ZipRecords.h"
 
 namespace vantorel::forkzip {
-
-namespace {
-
-constexpr std::uint32_t kUtf8Flag = 1U << 11U;
-
-}  // namespace
 
 bool StoresUtf8(const ZipArchiveData& archive) {
   return archive.archiveEncoding->Equals(Encodings::UTF8());
@@ -23,7 +18,8 @@ bool CanStore(const Ref<ZipArchive>& archive, const std::string& name) {
 
 std::uint32_t FlagsForName(std::uint32_t flags, std::string_view name, const ZipArchiveData& archive) {
   if (IsAscii(name)) return flags;
-  return StoresUtf8(archive) && IsUtf8(name) ? flags | kUtf8Flag : flags & ~kUtf8Flag;
+  constexpr auto kUtf8 = static_cast<std::uint32_t>(ZipFlags::kUtf8Name);
+  return StoresUtf8(archive) && IsUtf8(name) ? flags | kUtf8 : flags & ~kUtf8;
 }
 
 }  // namespace vantorel::forkzip

@@ -3,6 +3,8 @@
 #include <array>
 #include <cstdio>
 
+#include "platform/base/LittleEndian.h"
+#include "zip/records/ExtraRecords.h"
 #include "zip/records/ZipRecords.h"
 
 namespace vantorel::forkzip {
@@ -12,27 +14,15 @@ namespace {
 constexpr std::uint32_t kTypeMask = 0170000;
 constexpr std::uint32_t kFolderType = 0040000;
 constexpr std::uint32_t kLinkType = 0120000;
-constexpr std::int32_t kHostDarwin = 19;
 
-// The extended time stamp ("UT"): a byte that tells which times follow, then the time of the last change.
-constexpr std::int32_t kTimestampId = 0x5455;
-constexpr std::int32_t kTimestampWithModification = 5;
-
-std::uint32_t LittleEndian(std::string_view bytes, std::size_t offset, std::size_t count) {
-  std::uint32_t value = 0;
-  for (std::size_t i = count; i > 0; --i)
-    value = value << 8U | static_cast<std::uint8_t>(bytes[offset + i - 1]);
-  return value;
-}
-
-std::optional<std::time_t> ExtendedTimestamp(std::string_view block) {
+std::optional<std::time_t> TimestampIn(std::string_view block) {
+  namespace Ut = ExtendedTimestamp;
   while (block.size() >= ExtraRecord::kData) {
-    const std::uint32_t id = LittleEndian(block, ExtraRecord::kId, 2);
-    const std::uint32_t size = LittleEndian(block, ExtraRecord::kDataSize, 2);
-    block.remove_prefix(ExtraRecord::kData);
+    const std::size_t size = std::size_t{ExtraRecord::kData} + Get16(block, ExtraRecord::kDataSize);
     if (size > block.size()) break;
-    if (id == kTimestampId && size >= kTimestampWithModification && (block[0] & 1) != 0) {
-      return static_cast<std::int32_t>(LittleEndian(block, 1, 4));
+    if (Get16(block, ExtraRecord::kId) == Ut::kId && size >= Ut::kSize &&
+        (block[Ut::kFlags] & Ut::kHasModificationTime) != 0) {
+      return static_cast<std::int32_t>(Get32(block, Ut::kModificationTime));
     }
     block.remove_prefix(size);
   }
@@ -55,8 +45,7 @@ std::uint32_t CrcOf(const Ref<ZipEntry>& entry) {
 
 std::optional<std::uint32_t> ModeOf(const Ref<ZipEntry>& entry) {
   const std::int32_t host = entry->OSMadeBy();
-  const bool has_modes =
-      host == ZipHost::kDos || host == ZipHost::kUnix || host == ZipHost::kMacintosh || host == kHostDarwin;
+  const bool has_modes = ZipHost::HasUnixMode(host) || host == ZipHost::kDarwin;
   const std::uint32_t mode = static_cast<std::uint32_t>(entry->ExternalFileAttributes()) >> 16U;
   if (!has_modes || mode == 0) return std::nullopt;
   return mode;
@@ -67,7 +56,7 @@ bool IsSymbolicLink(const Ref<ZipEntry>& entry) {
 }
 
 std::optional<std::time_t> TimeOf(const Ref<ZipEntry>& entry) {
-  if (const auto exact = ExtendedTimestamp(entry->extra->AsData().view())) return exact;
+  if (const auto exact = TimestampIn(entry->extra->AsData().view())) return exact;
   const Ref<Date> date = entry->Time();
   if (!date) return std::nullopt;
   return date->UnixTime();

@@ -8,7 +8,7 @@
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/read/HeapRoom.h"
-#include "tools/forkzip/read/RawDirectory.h"
+#include "zip/records/RawDirectory.h"
 
 namespace vantorel::forkzip {
 

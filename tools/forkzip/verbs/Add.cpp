@@ -14,7 +14,7 @@
 #include "tools/forkzip/edit/Preflight.h"
 #include "tools/forkzip/edit/RecordKey.h"
 #include "tools/forkzip/read/OpenArchive.h"
-#include "tools/forkzip/read/RawDirectory.h"
+#include "zip/records/RawDirectory.h"
 
 namespace vantorel::forkzip {
 

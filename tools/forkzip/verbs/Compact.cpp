@@ -7,8 +7,8 @@
 #include "tools/forkzip/edit/InPlaceEdit.h"
 #include "tools/forkzip/edit/Preflight.h"
 #include "tools/forkzip/edit/Rebuild.h"
-#include "tools/forkzip/read/MemberExtents.h"
 #include "tools/forkzip/read/OpenArchive.h"
+#include "zip/records/MemberExtents.h"
 
 namespace vantorel::forkzip {
 

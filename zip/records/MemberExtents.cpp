@@ -1,24 +1,23 @@
-#include "tools/forkzip/read/MemberExtents.h"
+#include "zip/records/MemberExtents.h"
 
 #include <algorithm>
 
-#include "tools/forkzip/cli/FileBytes.h"
-#include "tools/forkzip/cli/LittleEndian.h"
-#include "tools/forkzip/cli/Printable.h"
-#include "tools/forkzip/cli/Problems.h"
+#include "platform/base/LittleEndian.h"
+#include "zip/records/FileBytes.h"
+#include "zip/records/FormatError.h"
 #include "zip/records/ZipRecords.h"
 
-namespace vantorel::forkzip {
+namespace vantorel {
 
 namespace {
 
 [[noreturn]] void Fail(const RawRecord& record, const char* what) {
-  throw Failure(ExitCode::kBadArchive, Printable(record.Name()) + ": " + what);
+  throw FormatError(std::string(record.Name()) + ": " + what);
 }
 
 std::uint64_t DescriptorSize(int file, std::uint64_t at, std::uint64_t limit) {
   const bool is_signed = limit - at >= 4 && Get32(ReadAt(file, at, 4), 0) == DataDescriptor::kMagic;
-  return std::min(is_signed ? DataDescriptor::kSignedSize : DataDescriptor::kSize, limit - at);
+  return std::min<std::uint64_t>(is_signed ? DataDescriptor::kSignedSize : DataDescriptor::kSize, limit - at);
 }
 
 MemberExtent ExtentOf(int file, const RawRecord& record, std::uint32_t directory_start) {
@@ -31,7 +30,7 @@ MemberExtent ExtentOf(int file, const RawRecord& record, std::uint32_t directory
   std::uint64_t end = begin + LocalHeader::kSize + Get16(header, LocalHeader::kNameLength) +
                       Get16(header, LocalHeader::kExtraLength) + record.CompressedSize();
   if (end > directory_start) Fail(record, "its data reaches into the directory");
-  const bool has_descriptor = (Get16(header, LocalHeader::kFlags) & ZipFlags::kFakeEntry) != 0;
+  const bool has_descriptor = (Get16(header, LocalHeader::kFlags) & ZipFlags::kDataDescriptor) != 0;
   if (has_descriptor) end += DescriptorSize(file, end, directory_start);
   return {static_cast<std::uint32_t>(begin), static_cast<std::uint32_t>(end), has_descriptor};
 }
@@ -72,4 +71,4 @@ std::uint64_t BeginOfGaps(const std::vector<MemberExtent>& extents) {
   return end;
 }
 
-}  // namespace vantorel::forkzip
+}  // namespace vantorel

@@ -1,4 +1,4 @@
-#include "tools/forkzip/read/RawDirectory.h"
+#include "zip/records/RawDirectory.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -6,20 +6,21 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <system_error>
 
-#include "tools/forkzip/cli/FileBytes.h"
-#include "tools/forkzip/cli/LittleEndian.h"
-#include "tools/forkzip/cli/Problems.h"
+#include "platform/base/LittleEndian.h"
+#include "zip/records/FileBytes.h"
+#include "zip/records/FormatError.h"
 #include "zip/records/ZipRecords.h"
 
-namespace vantorel::forkzip {
+namespace vantorel {
 
 namespace {
 
 constexpr std::size_t kLongestComment = 65535;
 
 [[noreturn]] void FailAsCorrupt() {
-  throw Failure(ExitCode::kBadArchive, "the directory is damaged");
+  throw FormatError("the directory is damaged");
 }
 
 std::uint64_t LengthOf(int file) {
@@ -40,30 +41,18 @@ std::size_t FindEndRecord(std::string_view tail) {
   return tail.rfind(LittleEndian32(EndRecord::kMagic), tail.size() - EndRecord::kSize);
 }
 
-// The Zip64 forms of the end record and its locator (APPNOTE 4.3.14 and 4.3.15) stand between the records and
-// the end record.
-namespace Zip64 {
-constexpr std::uint32_t kMagic = 0x06064B50;
-constexpr std::int32_t kSizeOfRest = 4;  // of what follows this field; 8 bytes, as the next two
-constexpr std::int32_t kDirectorySize = 40;
-constexpr std::int32_t kDirectoryOffset = 48;
-constexpr std::int32_t kSize = 56;  // less an extensible part
-constexpr std::int32_t kFieldsBeforeRest = 12;
-constexpr std::uint32_t kLocatorMagic = 0x07064B50;
-constexpr std::int32_t kLocatorSize = 20;
-}  // namespace Zip64
-
-// Whether `count` bytes at `at` are nothing but these two, and tell of the same directory.
+// Whether `count` bytes at `at` are nothing but a Zip64 end record and its locator, and tell of the same
+// directory.
 bool IsZip64End(int file, std::uint64_t at, std::uint64_t count, std::uint32_t start, std::uint32_t size) {
-  if (count < Zip64::kSize + Zip64::kLocatorSize) return false;
-  const std::string record = ReadAt(file, at, Zip64::kSize);
-  const std::string locator = ReadAt(file, at + count - Zip64::kLocatorSize, Zip64::kLocatorSize);
+  if (count < Zip64EndRecord::kSize + Zip64Locator::kSize) return false;
+  const std::string record = ReadAt(file, at, Zip64EndRecord::kSize);
+  const std::string locator = ReadAt(file, at + count - Zip64Locator::kSize, Zip64Locator::kSize);
   const auto field = [&](std::int32_t offset) {
     return std::uint64_t{Get32(record, offset + 4)} << 32U | Get32(record, offset);
   };
-  return Get32(record, 0) == Zip64::kMagic && Get32(locator, 0) == Zip64::kLocatorMagic &&
-         field(Zip64::kSizeOfRest) == count - Zip64::kLocatorSize - Zip64::kFieldsBeforeRest &&
-         field(Zip64::kDirectorySize) == size && field(Zip64::kDirectoryOffset) == start;
+  return Get32(record, 0) == Zip64EndRecord::kMagic && Get32(locator, 0) == Zip64Locator::kMagic &&
+         field(Zip64EndRecord::kSizeOfRest) == count - Zip64Locator::kSize - Zip64EndRecord::kRest &&
+         field(Zip64EndRecord::kDirectorySize) == size && field(Zip64EndRecord::kDirectoryOffset) == start;
 }
 
 // Cuts the first record off `bytes`.
@@ -164,8 +153,8 @@ void RawDirectory::Write(int file) const {
   const std::string bytes = Bytes();
   WriteAt(file, start, bytes);
   if (ftruncate(file, static_cast<off_t>(start + bytes.size())) != 0) {
-    throw Failure(ExitCode::kFileError, WithCause("cannot be written", errno));
+    throw std::system_error(errno, std::generic_category(), "cannot be written");
   }
 }
 
-}  // namespace vantorel::forkzip
+}  // namespace vantorel

@@ -1,11 +1,11 @@
-// Numbers in the records of a Zip file.
+// Numbers in bytes of little-endian order.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 
-namespace vantorel::forkzip {
+namespace vantorel {
 
 // REQUIRES: the number lies within `bytes`.
 inline std::uint32_t Get16(std::string_view bytes, std::int32_t offset) {
@@ -24,4 +24,4 @@ inline std::string LittleEndian32(std::uint32_t value) {
   return LittleEndian16(value & 0xFFFFU) + LittleEndian16(value >> 16U);
 }
 
-}  // namespace vantorel::forkzip
+}  // namespace vantorel

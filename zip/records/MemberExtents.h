@@ -4,16 +4,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "tools/forkzip/read/RawDirectory.h"
+#include "zip/records/RawDirectory.h"
 
-namespace vantorel::forkzip {
-
-// Behind the data of a member (APPNOTE 4.3.9): CRC-32 and both sizes, with or without a signature in front.
-namespace DataDescriptor {
-inline constexpr std::uint32_t kMagic = 0x08074B50;
-inline constexpr std::uint64_t kSize = 12;
-inline constexpr std::uint64_t kSignedSize = 16;
-}  // namespace DataDescriptor
+namespace vantorel {
 
 // Local header, data and, where there is one, data descriptor of one member. Records that share a local
 // header share an extent, which holds what the longest of them needs.
@@ -23,8 +16,9 @@ struct MemberExtent {
   bool has_descriptor = false;
 };
 
-// The extents in the order of the file, without repetition. Raises Failure (kBadArchive) if there is no local
-// header where a record says, or members overlap one another or the directory.
+// The extents in the order of the file, without repetition. Raises FormatError if there is no local header
+// where a record says, or members overlap one another or the directory; std::system_error if the file cannot
+// be read.
 std::vector<MemberExtent> ExtentsOf(int file, const RawDirectory& directory);
 
 // Bytes in front of the directory that belong to no member.
@@ -33,4 +27,4 @@ std::uint64_t UnusedBytes(const RawDirectory& directory, const std::vector<Membe
 // Where the first such byte is, if there is one.
 std::uint64_t BeginOfGaps(const std::vector<MemberExtent>& extents);
 
-}  // namespace vantorel::forkzip
+}  // namespace vantorel

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vantorel::forkzip {
+namespace vantorel {
 
 // One central record: fixed part, name, extra field, comment.
 class RawRecord {
@@ -31,6 +31,7 @@ class RawRecord {
   std::string bytes_;
 };
 
+// Operations on the file raise std::system_error where the system refuses.
 struct RawDirectory {
   std::vector<RawRecord> records;
   std::string comment;
@@ -45,12 +46,12 @@ struct RawDirectory {
   };
   // What the end record says; nothing of it is checked. 0 if there is no such record.
   static Announcement Announced(int file);
-  // Reads the directory that the engine would find. Raises Failure if it is damaged.
+  // Reads the directory that the engine would find. Raises FormatError if it is damaged.
   static RawDirectory Read(int file);
   // The records and the end record, as they stand from `start` on.
   std::string Bytes() const;
-  // Writes them there, and cuts the file behind them. Raises Failure (kFileError).
+  // Writes them there, and cuts the file behind them.
   void Write(int file) const;
 };
 
-}  // namespace vantorel::forkzip
+}  // namespace vantorel

@@ -1,0 +1,51 @@
+// The records in the extra fields of headers (PKWARE's APPNOTE 4.5) that mean something here: where their
+// fields stand, from a record's first byte on. All numbers are little-endian but for those of the ZPIT
+// record.
+#pragma once
+
+#include <cstdint>
+
+namespace vantorel {
+
+// A record of any kind: header id and data size in 2 bytes each, then the data.
+namespace ExtraRecord {
+inline constexpr std::int32_t kId = 0;
+inline constexpr std::int32_t kDataSize = 2;
+inline constexpr std::int32_t kData = 4;
+}  // namespace ExtraRecord
+
+// The ZPIT record: type and creator of a classic Mac file, in its longer form with the Mac file name. Type
+// and creator follow the name's Pascal string, where there is one, else the magic.
+namespace ZpitRecord {
+inline constexpr std::int32_t kIdWithName = 0x2605;
+inline constexpr std::int32_t kIdWithoutName = 0x2705;
+inline constexpr std::int32_t kMagicValue = 0x5A504954;  // "ZPIT", big-endian
+inline constexpr std::int32_t kMagic = 4;
+inline constexpr std::int32_t kName = 8;      // Pascal string, with a name only
+inline constexpr std::int32_t kType = 8;      // plus the length of the Pascal string
+inline constexpr std::int32_t kCreator = 12;  // plus the length of the Pascal string
+inline constexpr std::int32_t kSizeWithoutName = 16;
+inline constexpr std::int32_t kMinDataWithName = 13;
+inline constexpr std::int32_t kMinDataWithoutName = 12;
+inline constexpr std::int32_t kMaxName = 255;
+}  // namespace ZpitRecord
+
+// The Unix type-1 record ("UX") in its central form. Times are seconds since 1 January 1970 UTC.
+namespace UnixRecord {
+inline constexpr std::int32_t kIdAndDataSize = 0x00085855;
+inline constexpr std::int32_t kAccessTime = 4;
+inline constexpr std::int32_t kModificationTime = 8;
+inline constexpr std::int32_t kSize = 12;
+}  // namespace UnixRecord
+
+// The extended time stamp ("UT"): a byte of flags that tell which times follow, then those times, as in the
+// Unix record. The time of the last change is the first of them.
+namespace ExtendedTimestamp {
+inline constexpr std::int32_t kId = 0x5455;
+inline constexpr std::int32_t kHasModificationTime = 1;
+inline constexpr std::int32_t kFlags = 4;
+inline constexpr std::int32_t kModificationTime = 5;
+inline constexpr std::int32_t kSize = 9;  // with that time alone
+}  // namespace ExtendedTimestamp
+
+}  // namespace vantorel
