@@ -45,7 +45,7 @@ class HTTPSocket : public TCPSocket, public Writeable, public Readable, public _
   Ref<BinaryStream> _downloadStream;    // open target of a download, else nil
   Ref<FolderItem> _downloadFile;        // file of a download, else nil
   String _pageBuffer;                   // body received, when there is no download
-  std::int32_t _currentLength = 0;      // body bytes received so far; wraps round past 2 GiB
+  std::int32_t _currentLength = 0;      // body bytes received so far; INT32_MAX for 2 GiB and more
   bool _pageComplete = false;           // the page has been finished
   String _postContent;                  // body to send
   String _postContentType;              // its content type
@@ -86,8 +86,8 @@ class HTTPSocket : public TCPSocket, public Writeable, public Readable, public _
   void SetPostContent(const String& content, const String& contentType) override;
   // A HEAD request.
   virtual void GetHeaders(const String& url);
-  // The page; after a time-out, what there is of it by then. Where no connection came about (ErrorCode tells
-  // why) the page of the request before is still there; of a new object it is empty.
+  // The page; after a time-out, what there is of it by then; empty where no connection came about (ErrorCode
+  // tells why).
   String Get(const String& url, std::int32_t timeout) override;
   String Post(const String& url, std::int32_t timeout) override;
   // True if there was no error. The limit runs from the connection: body bytes do not renew it.
@@ -142,7 +142,8 @@ class HTTPSocket : public TCPSocket, public Writeable, public Readable, public _
     return false;
   }
   virtual void Event_HeadersReceived(const Ref<InternetHeaders>& /*headers*/, std::int32_t /*httpStatus*/) {}
-  // `totalBytes` is 0 if the server did not tell. The first one of a page can bring no data.
+  // `totalBytes` is 0 if the server did not tell, INT32_MAX for 2 GiB and more. The first one of a page can
+  // bring no data.
   virtual void Event_ReceiveProgress(std::int32_t /*bytesReceived*/, std::int32_t /*totalBytes*/,
                                      const String& /*newData*/) {}
   // `headers` is nil if the connection ended before they were complete.
@@ -160,8 +161,9 @@ class HTTPSocket : public TCPSocket, public Writeable, public Readable, public _
   // Takes the header block out of the receive buffer and acts on it, if it is complete.
   void ReceiveHeaders();
 
-  // How many bytes of the receive buffer are known not to hold the end of the headers.
-  std::size_t searched_ = 0;
+  // Up to where the bytes received are known not to hold the end of the headers; counted from the first byte
+  // of the socket's life, so that it stays right when somebody else reads from the receive buffer meanwhile.
+  std::uint64_t searched_to_ = 0;
 };
 
 }  // namespace vantorel

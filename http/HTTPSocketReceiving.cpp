@@ -69,7 +69,7 @@ void HTTPSocket::_ResetVariables() {
   _totalLength = 0;
   _currentLength = 0;
   _pageComplete = false;
-  searched_ = 0;
+  searched_to_ = 0;
 }
 
 void HTTPSocket::_HandleNewData() {
@@ -88,8 +88,9 @@ void HTTPSocket::_HandleNewData() {
 void HTTPSocket::ReceiveHeaders() {
   HeaderEnd end;
   const std::size_t available = Lookahead().size();
-  if (!FindHeaderEnd(Lookahead().view(), std::min(searched_, available), end)) {
-    searched_ = available;
+  const std::uint64_t searched = searched_to_ > BytesTaken() ? searched_to_ - BytesTaken() : 0;
+  if (!FindHeaderEnd(Lookahead().view(), std::min<std::size_t>(searched, available), end)) {
+    searched_to_ = BytesTaken() + available;
     return;
   }
   _ParseHeaders(Read(static_cast<std::int32_t>(end.block)));
@@ -97,7 +98,7 @@ void HTTPSocket::ReceiveHeaders() {
     _DoConnect(_processingURL, _httpAction, _downloadFile);
     return;
   }
-  if (!synchronous) Event_HeadersReceived(_pageHeaders, _httpStatusCode);
+  if (!synchronous) Event_HeadersReceived(Ref(_pageHeaders), _httpStatusCode);
   Read(end.blank_line);
   _ProcessData(ReadAll());
 }
@@ -115,7 +116,7 @@ void HTTPSocket::_ParseHeaders(const String& block) {
 
 void HTTPSocket::_ProcessData(const String& data) {
   if (SameText(_httpAction, "HEAD")) return;
-  _currentLength = AddSInt32(_currentLength, LenB(data));
+  _currentLength = RuntimeCvtReal64ToSInt32(RuntimeCvtSInt32ToReal64(_currentLength) + LenB(data));
   if (_downloadStream) {
     _downloadStream->Write(data);
   } else {
@@ -132,10 +133,14 @@ void HTTPSocket::_ProcessPage() {
   const Ref<FolderItem> file = _downloadFile;
   _KillDownloadStream();
   if (SameText(_httpAction, "HEAD") || synchronous) return;
+  // Held here, since the handler may start the next request.
+  const String url = _processingURL;
+  const String page = _pageBuffer;
+  const Ref<InternetHeaders> headers = _pageHeaders;
   if (download) {
-    Event_DownloadComplete(_processingURL, _httpStatusCode, _pageHeaders, file);
+    Event_DownloadComplete(url, _httpStatusCode, headers, file);
   } else {
-    Event_PageReceived(_processingURL, _httpStatusCode, _pageHeaders, _pageBuffer);
+    Event_PageReceived(url, _httpStatusCode, headers, page);
   }
 }
 

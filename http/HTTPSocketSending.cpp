@@ -22,6 +22,8 @@ void HTTPSocket::_DoConnect(String url, String action, Ref<FolderItem> file) {
   _httpAction = std::move(action);
   Close();
   Purge();
+  _connectionValid = false;
+  _ResetVariables();
   Connect();
 }
 
@@ -88,7 +90,7 @@ void HTTPSocket::_SendRequest(const String& action) {
 bool HTTPSocket::_SetAuthentication() {
   String name;
   String password;
-  if (!Event_AuthenticationRequired(_pageHeaders, name, password)) return false;
+  if (!Event_AuthenticationRequired(Ref(_pageHeaders), name, password)) return false;
   constexpr std::int32_t kLineWrap = 76;
   _authenticationKey = "Basic " + EncodeBase64(name + ":" + password, kLineWrap);
   return true;

@@ -68,17 +68,6 @@ String InternetHeaders::CommaSeparatedValues(const String& name) const {
   return values;
 }
 
-void InternetHeaders::AppendHeader(const String& name, const String& value) {
-  String key = name;
-  std::int32_t count = 0;
-  while (_Headers->HasKey(key)) {
-    ++count;
-    key = NumberedKey(NthField(key, ":", 1), count);
-    RuntimeBackgroundTask();
-  }
-  _Headers->SetValue(key, value);
-}
-
 void InternetHeaders::SetHeader(const String& name, const String& value) {
   if (NameCount(name) >= 2) Delete(name);
   _Headers->SetValue(name, value);

@@ -37,7 +37,8 @@ class InternetHeaders : public Object {
   virtual String Value(const String& name) const;
   // The value of the name with that number; an index of 0 or less means the first.
   virtual String Value(const String& name, std::int32_t index) const;
-  // Replaces the whole content from a raw block. Folded lines are joined, lines without a ":" are skipped.
+  // Replaces the whole content from a raw block: calls AppendHeader for each line. Folded lines are joined,
+  // lines without a ":" are skipped.
   virtual void _ParseHeaders(const String& text);
   // Adds a value to those that the name has: its number is the first free one.
   virtual void AppendHeader(const String& name, const String& value);
@@ -64,6 +65,12 @@ class InternetHeaders : public Object {
   virtual String _FormatHTTPHeaders() const;
   // The lines of a mail message in mail order. Never tells the BCC.
   virtual String _FormatEmailHeaders() const;
+
+ private:
+  // While a block is parsed: the number that each name's last value got, so that one name many times takes no
+  // longer than as many names.
+  struct LastNumbers;
+  LastNumbers* last_numbers_ = nullptr;
 };
 
 }  // namespace vantorel

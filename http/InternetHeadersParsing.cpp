@@ -10,6 +10,17 @@
 namespace vantorel {
 namespace {
 
+// A header that is continued on a line beginning with a blank or a tab becomes one line.
+String Unfold(const String& text, const String& eol) {
+  return ReplaceAll(ReplaceAll(text, eol + " ", " "), eol + Chr(9), " ");
+}
+
+void AppendLine(const String& line, InternetHeaders& headers) {
+  const std::int32_t colon = InStr(line, ":");
+  if (colon == 0) return;  // a status line, as a rule
+  headers.AppendHeader(NthField(line, ":", 1), LTrim(Mid(line, colon + 1)));
+}
+
 struct HashName {
   std::size_t operator()(const String& name) const { return CaselessHash(name); }
 };
@@ -17,35 +28,30 @@ struct SameName {
   bool operator()(const String& a, const String& b) const { return SameText(a, b); }
 };
 
-// Fills a new collection line by line. Does what AppendHeader would do for each, but counts the values of a
-// name instead of walking over them, so that a block of one name many times takes no longer than another. In
-// a block no name holds a ":", so the count always is the first free number.
-class Collector {
- public:
-  explicit Collector(Dictionary& headers) : headers_(headers) {}
+}  // namespace
 
-  void Append(const String& name, const String& value) {
-    const std::int32_t count = counts_[name]++;
-    headers_.SetValue(count == 0 ? name : name + ":" + Str(count), value);
-  }
+struct InternetHeaders::LastNumbers {
+  explicit LastNumbers(InternetHeaders& headers) : headers_(headers) { headers_.last_numbers_ = this; }
+  ~LastNumbers() { headers_.last_numbers_ = nullptr; }
+  LastNumbers(const LastNumbers&) = delete;
+  LastNumbers& operator=(const LastNumbers&) = delete;
+
+  std::unordered_map<String, std::int32_t, HashName, SameName> of_name;
 
  private:
-  Dictionary& headers_;
-  std::unordered_map<String, std::int32_t, HashName, SameName> counts_;
+  InternetHeaders& headers_;
 };
 
-// A header that is continued on a line beginning with a blank or a tab becomes one line.
-String Unfold(const String& text, const String& eol) {
-  return ReplaceAll(ReplaceAll(text, eol + " ", " "), eol + Chr(9), " ");
+void InternetHeaders::AppendHeader(const String& name, const String& value) {
+  const auto key = [&](std::int32_t number) {
+    return number == 0 ? name : NthField(name, ":", 1) + ":" + Str(number);
+  };
+  std::int32_t first = 0;
+  std::int32_t& number = last_numbers_ == nullptr ? first : last_numbers_->of_name[name];
+  if (!_Headers->HasKey(key(number))) number = 0;  // deleted since it was added
+  for (; _Headers->HasKey(key(number)); ++number) RuntimeBackgroundTask();
+  _Headers->SetValue(key(number), value);
 }
-
-void CollectLine(const String& line, Collector& headers) {
-  const std::int32_t colon = InStr(line, ":");
-  if (colon == 0) return;  // a status line, as a rule
-  headers.Append(NthField(line, ":", 1), LTrim(Mid(line, colon + 1)));
-}
-
-}  // namespace
 
 String InternetHeaders::_DetermineEOLCharacter(const String& text) const {
   const std::string_view bytes = text.view();
@@ -60,11 +66,11 @@ void InternetHeaders::_ParseHeaders(const String& text) {
   const String eol = _DetermineEOLCharacter(text);
   _Headers = New<Dictionary>();
   const String block = Unfold(text, eol);
-  Collector headers(*_Headers);
+  const LastNumbers last_numbers(*this);
   // Line by line, as a list of all lines could need far more memory than the block.
   for (std::size_t begin = 0; begin < block.size();) {
     const std::size_t end = std::min(block.view().find(eol.view(), begin), block.size());
-    CollectLine(block.Slice(begin, end - begin), headers);
+    AppendLine(block.Slice(begin, end - begin), *this);
     begin = end + eol.size();
     RuntimeBackgroundTask();
   }

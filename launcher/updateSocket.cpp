@@ -30,8 +30,7 @@ bool Protected(const std::function<void()>& step, const std::function<String()>&
 
 }  // namespace
 
-// Without a "Content-length", `totalBytes` is 0: the bar then has no end, and the percentage is what the
-// division by 0 leaves.
+// Without a "Content-length", `totalBytes` is 0: the bar then has no end, and the percentage stays 0.
 void updateSocket::Event_ReceiveProgress(std::int32_t bytesReceived, std::int32_t totalBytes,
                                          const String& /*newData*/) {
   const Ref<Window1> window = Window1::Implicit();

@@ -5,8 +5,8 @@
 
 namespace vantorel {
 
-// A double cut to a signed 32-bit integer, toward zero. What does not fit, NaN included, gives
-// INT32_MIN, as the processor's own conversion does.
+// A double cut to a signed 32-bit integer, toward zero. A number that does not fit gives the nearest that
+// does; what is no number (NaN, or the infinity that a division by 0 leaves) gives 0.
 std::int32_t RuntimeCvtReal64ToSInt32(double value);
 double RuntimeCvtSInt32ToReal64(std::int32_t value);
 

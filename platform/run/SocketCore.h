@@ -25,8 +25,6 @@ class SocketCore : public Object {
   bool IsConnected() const { return connected_; }
   std::int32_t LastErrorCode() const { return last_error_code_; }
 
-  // Starts connecting and returns at once; success and failure arrive as events.
-  virtual void Connect() = 0;
   // Drops the connection if any, without an event.
   virtual void Close() = 0;
   // Delivers what has happened as events on the caller's stack; if nothing has, waits in the kernel for a few
@@ -34,6 +32,8 @@ class SocketCore : public Object {
   virtual void Poll() = 0;
   // Throws away buffered data in both directions.
   virtual void Purge() = 0;
+  // Starts connecting and returns at once; success and failure arrive as events.
+  virtual void Connect() = 0;
 
  protected:
   // Events. DataAvailable comes for every byte received before the Error that ends the connection; the

@@ -34,7 +34,7 @@ void TCPSocket::SetAddress(const String& address) {
 
 void TCPSocket::Connect() {
   Close();
-  received_ = String();
+  Take(received_.size());
   last_error_code_ = kNoError;
   connector_ = std::make_unique<Connector>(std::string(address_.view()), port_, [this] { Advance(); });
 }
@@ -53,7 +53,7 @@ void TCPSocket::DropConnection() {
 }
 
 void TCPSocket::Purge() {
-  received_ = String();
+  Take(received_.size());
   AbandonSending();
 }
 
@@ -145,16 +145,19 @@ void TCPSocket::Arrive(String bytes) {
   Event_DataAvailable();
 }
 
+String TCPSocket::Take(std::size_t count) {
+  const String taken = received_.Slice(0, count);
+  received_ = taken.size() == received_.size() ? String() : received_.Slice(count);
+  bytes_taken_ += taken.size();
+  return taken;
+}
+
 String TCPSocket::Read(std::int32_t count, const Ref<TextEncoding>& encoding) {
-  const auto wanted = static_cast<std::size_t>(std::max(count, 0));
-  const String read = received_.Slice(0, wanted);
-  received_ = received_.Slice(wanted);
-  return DefineEncoding(read, encoding);
+  return DefineEncoding(Take(static_cast<std::size_t>(std::max(count, 0))), encoding);
 }
 
 String TCPSocket::ReadAll(const Ref<TextEncoding>& encoding) {
-  const String read = std::exchange(received_, String());
-  return encoding == nil ? read : DefineEncoding(read, encoding);
+  return DefineEncoding(Take(received_.size()), encoding);
 }
 
 String TCPSocket::Lookahead(const Ref<TextEncoding>& encoding) const {

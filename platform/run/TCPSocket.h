@@ -25,30 +25,32 @@ class TCPSocket : public SocketCore {
   // Host name or numeric address (IPv6 without brackets), used at Connect.
   void SetAddress(const String& address);
 
-  // An empty address, one that is not found and a port outside 1..65535 are failures like any other.
-  void Connect() override;
   void Close() override;
   void Poll() override;
   void Purge() override;
+  // An empty address, one that is not found and a port outside 1..65535 are failures like any other.
+  void Connect() override;
 
   // The receive buffer holds what has arrived and was not read yet, without a limit: a reader that waits for
   // the end of something needs all of it. It is emptied by Connect, not by Close.
 
   // Removes and returns up to `count` bytes of the receive buffer.
-  String Read(std::int32_t count, const Ref<TextEncoding>& encoding = nil);
+  virtual String Read(std::int32_t count, const Ref<TextEncoding>& encoding = nil);
   // Removes and returns the whole receive buffer, possibly nothing.
-  String ReadAll(const Ref<TextEncoding>& encoding = nil);
+  virtual String ReadAll(const Ref<TextEncoding>& encoding = nil);
   // The receive buffer, without removing anything and without a copy.
-  String Lookahead(const Ref<TextEncoding>& encoding = nil) const;
+  virtual String Lookahead(const Ref<TextEncoding>& encoding = nil) const;
 
   // Queues the bytes for sending and returns at once; SendComplete tells when all are handed to the kernel.
   // Does nothing unless connected.
-  void Write(const String& text);
+  virtual void Write(const String& text);
 
  protected:
   // Appends to the receive buffer and raises DataAvailable. For this class, and for those that stand in for
   // the network.
   void Arrive(String bytes);
+  // How many bytes have left the receive buffer since this object was made.
+  std::uint64_t BytesTaken() const { return bytes_taken_; }
 
  private:
   // Both deliver what has happened as events.
@@ -56,6 +58,8 @@ class TCPSocket : public SocketCore {
   void AdvanceConnected();
   void Advance();
 
+  // Removes and returns up to `count` bytes of the receive buffer.
+  String Take(std::size_t count);
   void DropConnection();
   void ReportEnd(ErrorCode code);
   // Hands the kernel as much as it takes.
@@ -71,6 +75,7 @@ class TCPSocket : public SocketCore {
   Descriptor descriptor_;                 // while connected
   std::unique_ptr<DescriptorWatch> watch_;
   String received_;
+  std::uint64_t bytes_taken_ = 0;
   std::deque<String> to_send_;
   std::size_t sent_of_first_ = 0;
   bool send_complete_due_ = false;

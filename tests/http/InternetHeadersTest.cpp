@@ -24,6 +24,21 @@ TEST(InternetHeaders, ParsesBlocks) {
     EXPECT_EQ(Parsed(block)->_FormatHTTPHeaders().view(), formatted) << fault;
 }
 
+// A collection with a mind of its own.
+struct LastValueCounts : InternetHeaders {
+  void AppendHeader(const String& name, const String& value) override {
+    if (SameText(name, "dropped")) return;
+    if (SameText(name, "once")) Delete(name);
+    InternetHeaders::AppendHeader(name, value);
+  }
+};
+
+TEST(InternetHeaders, ParsingAppendsThroughTheSubclass) {
+  const auto headers = New<LastValueCounts>();
+  headers->_ParseHeaders("A: 1\nOnce: 1\nDropped: 1\nA: 2\nOnce: 2\nA: 3\nonce: 3");
+  EXPECT_EQ(headers->_FormatHTTPHeaders().view(), "A: 1\r\nA: 2\r\nA: 3\r\nonce: 3");
+}
+
 TEST(InternetHeaders, AnswersAndIsEditedByNameAndPosition) {
   const auto headers = Parsed("set: 1\nSet: 2\nLength: 5\nSET: 3");
   EXPECT_EQ(headers->Count(), 4);

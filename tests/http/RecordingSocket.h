@@ -21,6 +21,8 @@ class RecordingSocket : public HTTPSocket {
   int answers_to_401 = 0;
   // Runs in the next ReceiveProgress.
   std::function<void()> on_progress;
+  // Runs at the beginning of the next PageReceived.
+  std::function<void()> on_page;
 
   // Lets events arrive until the condition holds. False if it does not come to hold.
   bool PollUntil(const std::function<bool()>& condition) {
@@ -55,6 +57,7 @@ class RecordingSocket : public HTTPSocket {
   }
   void Event_PageReceived(const String& /*url*/, std::int32_t status, const Ref<InternetHeaders>& headers,
                           const String& content) override {
+    if (const auto run = std::exchange(on_page, nullptr)) run();
     log += "P" + std::to_string(status) + (headers ? " " : " no headers ") + Text(content) + "|";
   }
   void Event_DownloadComplete(const String& /*url*/, std::int32_t status,

@@ -52,7 +52,7 @@ const struct {
     {"body in chunks", "H 200\nContent-LENGTH: 4\n\n|bo|dy", "H200 |0/4 |2/4 bo|4/4 dy|P200 body|"},
     {"no body", "H 204\r\n\r\n", "H204 |0/0 |P204 |"},
     {"length too large", "H 200\nContent-length: 9\n\nbody", "H200 |4/9 body|P200 body|"},
-    {"huge length", "H 200\nContent-length: 99999999999\n\nbody", "H200 |4/-2147483648 body|P200 body|"},
+    {"huge length", "H 200\nContent-length: 99999999999\n\nbody", "H200 |4/2147483647 body|P200 body|"},
     {"no status line", "X: 1\r\nY: 2\r\n\r\nbody", "H1 1|4/0 body|P1 body|"},
     {"redirect is followed", "H 302\nLocation: /\n\nmoved", "H302 |5/0 moved|P302 moved|"},
     {"401, no answer", "H 401\nWWW-Authenticate: B\n\nwho| is", "A B|H401 |3/0 who|6/0  is|P401 who is|"},
@@ -137,20 +137,40 @@ TEST(HTTPSocketResponses, ANewRequestReplacesTheOldOne) {
   exchange.Deliver("HTTP/1.0 200 OK\r\nX: a long one that is not yet compl");
   exchange.Get();
   exchange.Deliver("H 200\r\n\r\nnew");
-  exchange.End();
-  EXPECT_EQ(exchange.socket->log, "C|C|H200 |3/0 new|P200 new|");
+  exchange.socket->on_page = [&] { exchange.socket->Get(exchange.Url()); };
+  exchange.peer.Close();
+  EXPECT_TRUE(exchange.socket->PollUntil([&] { return exchange.socket->log.ends_with("|C|"); }));
+  EXPECT_EQ(exchange.socket->log, "C|C|H200 |3/0 new|P200 new|C|") << "a page goes with the next request";
 }
 
-TEST(HTTPSocketResponses, AFailedConnectionIsTheSocketsError) {
-  const auto socket = New<RecordingSocket>();
+TEST(HTTPSocketResponses, BytesThatOthersReadDoNotHideTheEndOfTheHeaders) {
+  Exchange exchange;
+  exchange.Get();
+  exchange.Deliver("a greeting of the server's own, which a subclass takes");
+  exchange.socket->ReadAll();
+  exchange.Deliver("H 200\r\n\r\nbody");
+  exchange.End();
+  EXPECT_EQ(exchange.socket->log, "C|H200 |4/0 body|P200 body|");
+}
+
+TEST(HTTPSocketResponses, AFailedConnectionIsTheSocketsErrorAndLeavesNoOldPage) {
+  Exchange exchange;
+  RecordingSocket& socket = *exchange.socket;
   const String refused = String::Bytes(Peer().Url());
-  EXPECT_TRUE(socket->Get(refused, 20).empty());
-  EXPECT_EQ(socket->ErrorCode(), SocketCore::kConnectionRefused);
-  EXPECT_EQ(socket->PageHeaders(), nil);
-  EXPECT_EQ(socket->log, "");
-  socket->Get(refused);
-  EXPECT_TRUE(socket->PollUntil([&] { return !socket->log.empty(); }));
-  EXPECT_EQ(socket->log, "E" + std::to_string(SocketCore::kConnectionRefused) + "|");
+  // Of a new object, and of one that is in the midst of a page.
+  for (const char* const before : {"", "HTTP/1.0 200 OK\r\nX: 1\r\n\r\nold"}) {
+    if (*before != '\0') {
+      exchange.Get();
+      exchange.Deliver(before);
+    }
+    EXPECT_EQ(socket.Get(refused, 20).view(), "") << before;
+    EXPECT_EQ(socket.ErrorCode(), SocketCore::kConnectionRefused) << before;
+    EXPECT_EQ(socket.PageHeaders(), nil) << before;
+    socket.log.clear();
+    socket.Get(refused);
+    EXPECT_TRUE(socket.PollUntil([&] { return !socket.log.empty(); }));
+    EXPECT_EQ(socket.log, "E" + std::to_string(SocketCore::kConnectionRefused) + "|") << before;
+  }
 }
 
 }  // namespace

@@ -131,7 +131,7 @@ TEST_F(WindowsTest, ProgressIsCountedInHundredsOfBytes) {
       {2500, 10000, 25, 100, "Herunterladen... (25%)"},
       {333, 1000, 3, 10, "Herunterladen... (33%)"},
       {2147483647, 2147483647, 21474836, 21474836, "Herunterladen... (100%)"},
-      {5000, 0, 50, 0, "Herunterladen... (-2147483648%)"},
+      {5000, 0, 50, 0, "Herunterladen... (0%)"},
   };
   const auto socket = New<Download>();
   for (const auto& [received, total, value, maximum, status] : cases) {

@@ -89,7 +89,9 @@ TEST(TextFunctions, Numbers) {
       {" 12abc", 12}, {"-5", -5}, {"+5", 5},  {"1.5e2x", 150}, {".5", 0.5}, {"", 0},
       {"x1", 0},      {"inf", 0}, {"nan", 0}, {"--1", 0},      {"0x1F", 0}, {"4294967296", 4294967296.0}};
   for (const auto& [text, expected] : values) EXPECT_EQ(Val(text), expected) << text;
-  EXPECT_EQ(RuntimeCvtReal64ToSInt32(Val("1e999")), std::numeric_limits<std::int32_t>::min());
+  const std::tuple<double, std::int32_t> integers[] = {
+      {-2147483649.0, INT32_MIN}, {2147483648.0, INT32_MAX}, {1 / 0.0, 0}, {std::nan(""), 0}, {-1.9, -1}};
+  for (const auto& [number, expected] : integers) EXPECT_EQ(RuntimeCvtReal64ToSInt32(number), expected);
 }
 
 }  // namespace
