@@ -117,6 +117,7 @@ class Editing(ForkzipTest):
             ("a name that is taken", good, "duplicate", [], ["f", "G"], "exists already"),
             ("a name of nothing", good, "duplicate", [], ["f", "../"], "no name"),
             ("no such member", good, "delete", in_place, ["f", "x"], "nothing is deleted"),
+            ("a name in other letter case", good, "delete", [], ["F"], "F: no such member"),
             ("no such file", good, "add", [], ["missing"], "No such file"),
             ("the archive itself", good, "add", in_place, [self.zip], "it is the archive itself"),
             ("no archive, before the file is missed", b"x" * 99, "add", in_place, ["missing"], "Zip file"),

@@ -24,7 +24,7 @@ std::string WithoutSlash(std::string text) {
 
 }  // namespace
 
-MemberIndex::MemberIndex(const Ref<ZipArchive>& archive) {
+MemberIndex::MemberIndex(const Ref<ZipArchive>& archive, LetterCase letter_case) : letter_case_(letter_case) {
   const std::int32_t count = archive->EntryCount();
   names_.reserve(static_cast<std::size_t>(count));
   String previous;
@@ -82,6 +82,7 @@ void MemberIndex::AddInside(const std::string& folder, std::vector<std::int32_t>
 
 void MemberIndex::AddCaseless(const std::string& argument, bool inside,
                               std::vector<std::int32_t>& found) const {
+  if (letter_case_ == LetterCase::kExact) return;
   const std::string name = WithoutSlash(argument);
   for (const auto& [candidate, index] : names_) {
     const std::size_t end = std::min(candidate.find('/', name.size()), candidate.size());
@@ -105,7 +106,7 @@ void MemberIndex::AddMatching(const std::string& pattern, std::vector<std::int32
 }
 
 MemberSelection SelectMembers(const Ref<ZipArchive>& archive, const std::vector<std::string>& arguments,
-                              Problems& problems) {
+                              Problems& problems, LetterCase letter_case) {
   const std::int32_t count = archive->EntryCount();
   MemberSelection selected;
   if (arguments.empty()) {
@@ -113,7 +114,7 @@ MemberSelection SelectMembers(const Ref<ZipArchive>& archive, const std::vector<
     std::iota(selected.members.begin(), selected.members.end(), 1);
     return selected;
   }
-  const MemberIndex index(archive);
+  const MemberIndex index(archive, letter_case);
   std::vector<bool> wanted(static_cast<std::size_t>(count) + 1);
   for (const std::string& argument : arguments) {
     const std::vector<std::int32_t> found = index.Find(argument);
@@ -129,8 +130,9 @@ MemberSelection SelectMembers(const Ref<ZipArchive>& archive, const std::vector<
   return selected;
 }
 
-std::int32_t SelectOneMember(const Ref<ZipArchive>& archive, const std::string& argument) {
-  const std::vector<std::int32_t> found = MemberIndex(archive).FindItself(argument);
+std::int32_t SelectOneMember(const Ref<ZipArchive>& archive, const std::string& argument,
+                             LetterCase letter_case) {
+  const std::vector<std::int32_t> found = MemberIndex(archive, letter_case).FindItself(argument);
   if (found.empty()) throw Failure(ExitCode::kBadArchive, argument + ": no such member");
   if (found.size() > 1) {
     throw Failure(ExitCode::kBadArchive, argument + ": means " + Count(found.size(), "member") + ", not one");

@@ -14,15 +14,19 @@
 
 namespace vantorel::forkzip {
 
+// Whether a name in other letter case than the one asked for is meant too, where no member bears that one.
+// What changes an archive means exactly what it is told.
+enum class LetterCase { kExact, kLenient };
+
 // The names of an archive, sorted, for many look-ups. Names are in UTF-8. The archive must outlive the index:
 // members that share a name in it share it here too.
 class MemberIndex {
  public:
-  explicit MemberIndex(const Ref<ZipArchive>& archive);
+  MemberIndex(const Ref<ZipArchive>& archive, LetterCase letter_case);
 
   // The members that `argument` means, in ascending order: those of that name, and what lies in the folder of
-  // that name. If there are none, the same in other letter case. If there are none either, those that match
-  // it as a shell pattern, in which "*" also stands for "/".
+  // that name. If there are none, the same in other letter case if that may be. If there are none either,
+  // those that match it as a shell pattern, in which "*" also stands for "/".
   std::vector<std::int32_t> Find(const std::string& argument) const;
   // The one member of that name, the first where there are several, with letter case as above; else all that
   // the pattern matches.
@@ -38,6 +42,7 @@ class MemberIndex {
   void AddCaseless(const std::string& argument, bool inside, std::vector<std::int32_t>& found) const;
   void AddMatching(const std::string& pattern, std::vector<std::int32_t>& found) const;
 
+  LetterCase letter_case_;
   std::deque<std::string> converted_;  // names that are not in UTF-8 in the archive
   std::vector<Named> names_;
 };
@@ -50,9 +55,10 @@ struct MemberSelection {
 // The members that the arguments mean, each once, in the archive's order; all members if there is no
 // argument. An argument that means none is a problem.
 MemberSelection SelectMembers(const Ref<ZipArchive>& archive, const std::vector<std::string>& arguments,
-                              Problems& problems);
+                              Problems& problems, LetterCase letter_case = LetterCase::kLenient);
 
 // The one member that the argument means. Raises Failure if there is none or more than one.
-std::int32_t SelectOneMember(const Ref<ZipArchive>& archive, const std::string& argument);
+std::int32_t SelectOneMember(const Ref<ZipArchive>& archive, const std::string& argument,
+                             LetterCase letter_case = LetterCase::kLenient);
 
 }  // namespace vantorel::forkzip

@@ -38,7 +38,8 @@ RawDirectory Without(RawDirectory directory, const Ref<ZipArchive>& archive,
 
 std::vector<std::int32_t> MembersToDelete(const Ref<ZipArchive>& archive, const Options& options,
                                           Problems& problems) {
-  std::vector<std::int32_t> members = SelectMembers(archive, options.members, problems).members;
+  std::vector<std::int32_t> members =
+      SelectMembers(archive, options.members, problems, LetterCase::kExact).members;
   if (problems.Code() != ExitCode::kDone) throw Failure(problems.Code(), "nothing is deleted");
   return members;
 }
