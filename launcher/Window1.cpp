@@ -1,8 +1,10 @@
 #include "launcher/Window1.h"
 
+#include "launcher/BuildSettings.h"
 #include "launcher/Globals.h"
 #include "launcher/ShowNotice.h"
 #include "launcher/Splash.h"
+#include "launcher/sealed/NewUpdateSocket.h"
 #include "launcher/updateSocket.h"
 #include "platform/files/FolderItem.h"
 #include "platform/run/Quit.h"
@@ -25,6 +27,12 @@ constexpr std::int32_t kVersionTimeout = 30;
     Quit(0);
   }
   Globals::RunApplication();
+}
+
+// The window's, so that the download outlives the handler that starts it.
+Ref<updateSocket> NewUpdateSocket(Window& window) {
+  if constexpr (!kUpdateKeys.empty()) return sealed::NewUpdateSocket(window);
+  return window.__New<updateSocket>();
 }
 
 }  // namespace
@@ -78,8 +86,7 @@ void Window1::Event_Open() {
 }
 
 void Window1::Timer1_Action() {
-  // The window's, so that the download outlives this handler.
-  const Ref<updateSocket> socket = __New<updateSocket>();
+  const Ref<updateSocket> socket = NewUpdateSocket(*this);
   const String path = Globals::LauncherFolderPath();
 
   const String version = socket->Get(Globals::ResourceURL("_version"), kVersionTimeout);

@@ -104,8 +104,8 @@ class Launcher:
         return self.process
 
     def finish(self, seconds=120):
-        """Waits for the end of the run. Returns the exit code; `errors` then holds what was said on standard error."""
-        _, self.errors = self.process.communicate(timeout=seconds)
+        """Waits for the end of the run. Returns the exit code; `output` and `errors` then hold what was said."""
+        self.output, self.errors = self.process.communicate(timeout=seconds)
         return self.process.returncode
 
     def started(self):

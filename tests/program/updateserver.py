@@ -15,15 +15,17 @@ def page(body, status="200 OK", headers=()):
 
 class UpdateServer:
     """`answers` maps a path to the bytes of a response, or to a function that is given the connection. A path that is
-    missing gets a 404 with an empty body. Use as a context manager."""
+    missing gets a 404 with an empty body. Port 0 is any that is free. Use as a context manager."""
 
-    def __init__(self, answers):
+    def __init__(self, answers, port=ADDRESS[1]):
+        self._port = port
         self.answers = dict(answers)
         self.requests = []
         self.accepted_at = []
 
     def __enter__(self):
-        self._listener = socket.create_server(ADDRESS, backlog=20, reuse_port=False)
+        self._listener = socket.create_server((ADDRESS[0], self._port), backlog=20, reuse_port=False)
+        self.url = "http://{}:{}/".format(*self._listener.getsockname())
         self._open = []
         self._thread = threading.Thread(target=self._serve, daemon=True)
         self._thread.start()

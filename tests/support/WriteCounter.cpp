@@ -124,6 +124,18 @@ int flock(int fd, int operation) noexcept {
   return next(fd, operation);
 }
 
+int rename(const char* from, const char* to) noexcept {
+  static const auto next = Next<int (*)(const char*, const char*)>("rename");
+  Count();
+  return next(from, to);
+}
+
+int unlinkat(int folder, const char* path, int flags) noexcept {
+  static const auto next = Next<int (*)(int, const char*, int)>("unlinkat");
+  Count();
+  return next(folder, path, flags);
+}
+
 int unlink(const char* path) noexcept {
   static const auto next = Next<int (*)(const char*)>("unlink");
   Count();

@@ -1,0 +1,167 @@
+#include "launcher/sealed/SealedUpdate.h"
+
+#include <cstdio>
+#include <exception>
+#include <limits>
+#include <vector>
+
+#include "launcher/BuildSettings.h"
+#include "launcher/Globals.h"
+#include "launcher/Window1.h"
+#include "launcher/sealed/Installation.h"
+#include "launcher/sealed/NewUpdateSocket.h"
+#include "launcher/sealed/Release.h"
+#include "platform/base/Exceptions.h"
+#include "platform/run/Quit.h"
+#include "platform/ui/MsgBox.h"
+
+namespace vantorel::sealed {
+namespace {
+
+// A download that is slower than 1 KiB a second is given up.
+constexpr std::int32_t kPaceMilliseconds = 30000;
+constexpr std::int64_t kPaceBytes = 30LL * 1024;
+// The largest archive that can be read.
+constexpr std::int64_t kMostBytes = std::numeric_limits<std::int32_t>::max();
+constexpr std::int32_t kFirstGoodStatus = 200;
+constexpr std::int32_t kLastGoodStatus = 299;
+
+std::vector<PublicKey> Keys() {
+  std::vector<PublicKey> keys;
+  for (const std::string_view line : kUpdateKeys) {
+    if (const auto key = ParsePublicKey(line)) keys.push_back(*key);
+  }
+  return keys;
+}
+
+void ShowStatus(const char* text) {
+  ControlByName<StaticText>(Window1::Implicit(), "statusText")->SetText(text);
+}
+
+// The serial number of the archive with this hash, if it may be installed. Raises Refusal.
+std::int64_t CheckArchive(const std::string& signature_file, const ArchiveHash::Value& hash,
+                          const std::string& version_record, const std::string& launcher_folder) {
+  const auto signature = ParseSignature(signature_file);
+  if (!signature) throw Refusal(Status::kBadSignature, "this is no signature, or of another algorithm");
+  if (!IsSignedBy(Keys(), *signature, hash)) {
+    throw Refusal(Status::kBadSignature, "no key of this launcher has signed the archive");
+  }
+  const std::int64_t serial = SerialOf(signature->comment, Globals::newVersion.view());
+  CheckSucceeds(serial, version_record, launcher_folder);
+  return serial;
+}
+
+}  // namespace
+
+Ref<updateSocket> NewUpdateSocket(Window& window) {
+  return window.__New<SealedUpdate>();
+}
+
+SealedUpdate::SealedUpdate() : work_(std::string(Globals::LauncherFolderPath().view())) {
+  work_.Enter();
+  pace_->SetPeriod(kPaceMilliseconds);
+  pace_->Action = [this] { Step([this] { CheckPace(); }); };
+  signature_->Received = [this](const std::string& file) { Step([&] { InstallIfSigned(file); }); };
+  signature_->Failed = [this](const Refusal& refusal) { Refuse(refusal); };
+}
+
+void SealedUpdate::Get(const String& url, const Ref<FolderItem>& /*file*/) {
+  Step([&] {
+    if (!work_.Enter()) throw Refusal(Status::kBusy, "another launcher works in the launcher folder");
+    work_.Make();
+    pace_->SetMode(1);
+    updateSocket::Get(url, GetFolderItem(String::Bytes(work_.Path("Vantorel.zip"))));
+  });
+}
+
+void SealedUpdate::Event_DataAvailable() {
+  updateSocket::Event_DataAvailable();
+  if (synchronous || !HeadersAreEndless(*this)) return;
+  Refuse(Refusal(Status::kNotLoaded, "the headers of the update do not end"));
+}
+
+void SealedUpdate::Event_ReceiveProgress(std::int32_t bytesReceived, std::int32_t totalBytes,
+                                         const String& newData) {
+  received_ += static_cast<std::int64_t>(newData.size());
+  if (received_ > kMostBytes) {
+    Refuse(Refusal(Status::kNotLoaded, "the archive is larger than 2 GiB"));
+    return;
+  }
+  hash_.Add(newData.view());
+  updateSocket::Event_ReceiveProgress(bytesReceived, totalBytes, newData);
+}
+
+void SealedUpdate::Event_DownloadComplete(const String& /*url*/, std::int32_t httpStatus,
+                                          const Ref<InternetHeaders>& /*headers*/,
+                                          const Ref<FolderItem>& file) {
+  pace_->SetMode(0);
+  Step([&] {
+    CheckDownload(httpStatus, file);
+    ControlByName<ProgressWheel>(Window1::Implicit(), "ProgressWheel1")->SetVisible(true);
+    ShowStatus("Prüfen...");
+    signature_->Start(Globals::ResourceURL("_signature"));
+  });
+}
+
+void SealedUpdate::Event_HTTPError(std::int32_t code) {
+  Refuse(Refusal(Status::kNotLoaded, "the download failed with code " + std::to_string(code)));
+}
+
+// What was written must be what was received, and hashed.
+void SealedUpdate::CheckDownload(std::int32_t http_status, const Ref<FolderItem>& file) const {
+  const auto refuse = [](const std::string& detail) { throw Refusal(Status::kNotLoaded, detail); };
+  if (http_status < kFirstGoodStatus || http_status > kLastGoodStatus) {
+    refuse("the server answers with status " + std::to_string(http_status));
+  }
+  if (_totalLength > 0 && received_ != _totalLength) refuse("the download ended early");
+  if (file->Length() != static_cast<std::uint64_t>(received_)) refuse("the archive could not be written");
+}
+
+void SealedUpdate::CheckPace() {
+  if (received_ - received_before_ < kPaceBytes) throw Refusal(Status::kNotLoaded, "the download stalls");
+  received_before_ = received_;
+  pace_->SetMode(1);
+}
+
+void SealedUpdate::InstallIfSigned(const std::string& signature_file) {
+  Update update{.target = std::string(Globals::TargetItemName().view()),
+                .version_record = std::string((Globals::CurrentOS + "_" + Globals::newVersion).view())};
+  update.serial = CheckArchive(signature_file, hash_.Finish(), update.version_record, work_.LauncherFolder());
+  ShowStatus("Entpacken...");
+  Install(work_, update);
+  work_.Settle();
+  ShowStatus("Update erfolgreich!");
+  ControlByName<Timer>(Window1::Implicit(), "Timer2")->SetMode(1);
+}
+
+void SealedUpdate::Step(const std::function<void()>& step) {
+  try {
+    step();
+  } catch (const EndException&) {
+    throw;
+  } catch (const Refusal& refusal) {
+    Refuse(refusal);
+  } catch (const std::exception& fault) {
+    Refuse(Refusal(Status::kNotPlaced, fault.what()));
+  }
+}
+
+void SealedUpdate::Refuse(const Refusal& refusal) {
+  if (ended_) return;
+  ended_ = true;
+  pace_->SetMode(0);
+  Close();
+  std::fprintf(stderr, "VantorelLauncher: the update is refused: %s\n", refusal.what());
+  work_.Settle();
+  const Ref<Window1> window = Window1::Implicit();
+  const String folder = Globals::LauncherFolderPath();
+  if (!GetFolderItem(folder + Globals::TargetItemName())->Exists()) {
+    MsgBox(String(refusal.StatusText()) + " Bitte versuchen Sie es später noch einmal!");
+    Quit(0);
+  }
+  ControlByName<ProgressBar>(window, "ProgressBar1")->SetVisible(false);
+  ShowStatus(refusal.StatusText());
+  ControlByName<Timer>(window, "Timer2")->SetMode(1);
+}
+
+}  // namespace vantorel::sealed

@@ -1,0 +1,49 @@
+// The download and installation of an update in a build that has keys: nothing is installed but what one of
+// them signed, and the installed target stays until the new one takes its place.
+#pragma once
+
+#include <functional>
+
+#include "launcher/sealed/Signature.h"
+#include "launcher/sealed/SignatureRequest.h"
+#include "launcher/sealed/WorkFolder.h"
+#include "launcher/updateSocket.h"
+
+namespace vantorel::sealed {
+
+class SealedUpdate : public updateSocket {
+ public:
+  // Settles what a run that was broken off has left.
+  SealedUpdate();
+
+  using updateSocket::Get;
+  // Downloads to the work folder, whatever `file` is.
+  void Get(const String& url, const Ref<FolderItem>& file) override;
+
+ protected:
+  void Event_DataAvailable() override;
+  void Event_ReceiveProgress(std::int32_t bytesReceived, std::int32_t totalBytes,
+                             const String& newData) override;
+  void Event_DownloadComplete(const String& url, std::int32_t httpStatus, const Ref<InternetHeaders>& headers,
+                              const Ref<FolderItem>& file) override;
+  void Event_HTTPError(std::int32_t code) override;
+
+ private:
+  // Runs a step. If it raises, that is the end of the update.
+  void Step(const std::function<void()>& step);
+  void CheckDownload(std::int32_t http_status, const Ref<FolderItem>& file) const;
+  void CheckPace();
+  void InstallIfSigned(const std::string& signature_file);
+  // Tells the user, and starts the installed target or quits.
+  void Refuse(const Refusal& refusal);
+
+  WorkFolder work_;
+  ArchiveHash hash_;
+  std::int64_t received_ = 0;
+  std::int64_t received_before_ = 0;  // at the last look at the pace
+  Ref<Timer> pace_ = New<Timer>();
+  Ref<SignatureRequest> signature_ = New<SignatureRequest>();
+  bool ended_ = false;
+};
+
+}  // namespace vantorel::sealed

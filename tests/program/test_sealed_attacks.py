@@ -1,0 +1,284 @@
+#!/usr/bin/env python3
+"""Sealed updates under attack: whatever a server sends, the installed target starts and stays as it was."""
+
+import base64
+import concurrent.futures
+import fcntl
+import io
+import os
+import pathlib
+import re
+import subprocess
+import tempfile
+import unittest
+import zipfile
+
+from launcher import update_archive
+from sealing import KEYS, SealedLauncher, contents, release, sign
+from updateserver import page, silent
+
+MISSING = "Die Signatur des Updates fehlt."
+INVALID = "Die Signatur des Updates ist ungültig."
+OTHER_VERSION = "Das Update gehört zu einer anderen Version."
+NOT_NEWER = "Das Update ist nicht neuer als das installierte."
+NOT_LOADED = "Das Update konnte nicht geladen werden."
+NOT_UNPACKED = "Das Update konnte nicht entpackt werden."
+INCOMPLETE = "Das Update ist unvollständig."
+NOT_PLACED = "Das Update konnte nicht eingesetzt werden."
+WRITE_COUNTER = pathlib.Path(os.environ.get("WRITE_COUNTER", "build/dev/tests/tools/libwritecounter.so")).resolve()
+DONE = "Update erfolgreich!"
+
+GOOD = update_archive("new")
+COMMENT = "version:18\tserial:6"
+
+
+def flipped(data, at):
+    changed = bytearray(data)
+    changed[at] ^= 1
+    return bytes(changed)
+
+
+def endless(start, piece):
+    """An answer that never ends."""
+    def answer(connection):
+        connection.sendall(start)
+        while True:
+            connection.sendall(piece)
+    return answer
+
+
+def another_key(legacy=False):
+    with tempfile.TemporaryDirectory(prefix="key-") as folder:
+        key = pathlib.Path(folder, "key")
+        subprocess.run(["minisign", "-G", "-W", "-p", f"{key}.pub", "-s", key], check=True, stdout=subprocess.DEVNULL)
+        return sign(GOOD, COMMENT, key)
+
+
+def with_key_id_of(signature, other):
+    """The signature, claiming to be made by the key of another one."""
+    lines, of_other = signature.split(b"\n"), base64.b64decode(other.split(b"\n")[1])
+    record = base64.b64decode(lines[1])
+    lines[1] = base64.b64encode(record[:2] + of_other[2:10] + record[10:])
+    return b"\n".join(lines)
+
+
+def with_member(name, text="text", link=False):
+    """A whole update with one more member."""
+    stream = io.BytesIO(GOOD)
+    with zipfile.ZipFile(stream, "a") as archive:
+        info = zipfile.ZipInfo(name)
+        info.external_attr = (0o120777 if link else 0o100644) << 16
+        archive.writestr(info, text)
+        if link:
+            archive.writestr(name + "/x", text)
+    return stream.getvalue()
+
+
+def attacks():
+    """(what would be broken, the server's answers, the status line, options of the run)"""
+    good = sign(GOOD, COMMENT)
+    third = another_key()
+
+    def signature(name, text, status):
+        return name, release(signature=text), status, {}
+
+    def archive(name, data, status, **options):
+        return name, release(data), status, options
+
+    def comment(name, text, status):
+        return signature(name, sign(GOOD, text), status)
+
+    noise = "".join(format(hash((7, i)) & 0xFFFFFFFF, "08x") for i in range(25000))
+    large = update_archive("new", [("Vantorel.app/big", noise)])
+    return [
+        signature("no signature", (b"", "404 Not Found"), MISSING),
+        signature("an error page for a signature", (b"<html>gone</html>", "404 Not Found"), MISSING),
+        signature("an empty signature", b"", MISSING),
+        signature("another key's", third, INVALID),
+        signature("another key's, under the id of ours", with_key_id_of(third, good), INVALID),
+        signature("the algorithm without a hash", sign(GOOD, COMMENT, legacy=True), INVALID),
+        signature("the comment was changed", good.replace(b"serial:6", b"serial:7"), INVALID),
+        signature("the comment's signature was changed", good[:-20] + b"AAAA" + good[-16:], INVALID),
+        signature("another archive's signature", sign(GOOD + b"\0", COMMENT), INVALID),
+        signature("no Base64", good[:60] + b"*" + good[61:], INVALID),
+        signature("a line more", good + b"\n", INVALID),
+        signature("a line less", good[:good.rindex(b"\n", 0, -1)], INVALID),
+        signature("noise", os.urandom(300), INVALID),
+        signature("more than 4 KiB", good + b"x" * 4096, INVALID),
+        signature("no end", endless(b"HTTP/1.0 200 OK\r\n\r\n", b"x" * 65536), INVALID),
+        signature("no end of the headers", endless(b"HTTP/1.0 200 OK\r\n", b"x: y\r\n" * 9999), NOT_LOADED),
+        signature("no answer", silent, NOT_LOADED),
+        comment("another version", "version:17\tserial:6", OTHER_VERSION),
+        comment("a longer version", "version:18.1\tserial:6", OTHER_VERSION),
+        comment("an older release", "version:18\tserial:4", NOT_NEWER),
+        comment("the installed release's number under another version", "version:18\tserial:5", NOT_NEWER),
+        comment("no serial number", "version:18", INVALID),
+        comment("a number of 19 digits", "version:18\tserial:1000000000000000006", INVALID),
+        comment("a negative number", "version:18\tserial:-6", INVALID),
+        comment("more behind the number", "version:18\tserial:6\tx", INVALID),
+        ("letter case", release(version="18-rc", signature=sign(GOOD, "version:18-RC\tserial:6")), OTHER_VERSION, {}),
+        ("first byte", release(update=flipped(GOOD, 0)), INVALID, {}),
+        ("middle byte", release(update=flipped(GOOD, len(GOOD) // 2)), INVALID, {}),
+        ("last byte", release(update=flipped(GOOD, -1)), INVALID, {}),
+        ("a byte more", release(update=GOOD + b"\0"), INVALID, {}),
+        ("cut off", release(update=lambda c: (c.sendall(page(GOOD)[:-9]), c.close())), NOT_LOADED, {}),
+        ("error page for an archive", release(update=(GOOD, "500 Oops")), NOT_LOADED, {}),
+        ("no archive", release(update=silent), NOT_LOADED, {}),
+        ("endless headers of the archive",
+         release(update=endless(b"HTTP/1.0 200 OK\r\n", b"x: y\r\n" * 9999)), NOT_LOADED, {}),
+        archive("no target", update_archive(None, [("Other.app/x", "x")]), INCOMPLETE),
+        archive("the target is a file", update_archive(None, [("Vantorel.app", "x")]), INCOMPLETE),
+        archive("no archive at all", b"plain text", NOT_UNPACKED),
+        archive("a bad member", flipped(GOOD, 80), NOT_UNPACKED),
+        archive("disk full while downloading", large, NOT_LOADED, file_limit=4096),
+        archive("disk full while unpacking", large, NOT_UNPACKED, file_limit=190000),
+        archive("out of the folder", with_member("../x"), NOT_UNPACKED),
+        archive("out of the folder from below", with_member("Vantorel.app/../../x"), NOT_UNPACKED),
+        archive("out of the folder once colons are gone", with_member(".:./x"), NOT_UNPACKED),
+        archive("an absolute path", with_member("/tmp/x"), NOT_UNPACKED),
+        archive("through a link", with_member("link", "/tmp", link=True), NOT_UNPACKED),
+        archive("the record of the version", with_member("version"), NOT_UNPACKED),
+        archive("the record of the serial number", with_member("Serial"), NOT_UNPACKED),
+        archive("attributes of the launcher's own file", with_member("._serial", "x"), NOT_UNPACKED),
+        archive("the work folder", with_member(".update/x"), NOT_UNPACKED),
+    ]
+
+
+def in_parallel(function, cases):
+    """The results of many runs, which mostly wait."""
+    with concurrent.futures.ThreadPoolExecutor(8) as pool:
+        return list(pool.map(function, cases))
+
+
+class SealedUpdates(unittest.TestCase):
+    def test_an_attack_leaves_the_installed_target(self):
+        def attack(case):
+            _, answers, _, options = case
+            with SealedLauncher() as launcher:
+                launcher.install()
+                (launcher.folder / "mine").write_text("kept")
+                before = contents(launcher.folder)
+                code = launcher.run(answers, **options)
+                return code, launcher.status, launcher.messages, launcher.wait_started(), \
+                    contents(launcher.folder) == before, launcher.errors.count("\n")
+
+        cases = attacks()
+        for (name, _, status, _), result in zip(cases, in_parallel(attack, cases)):
+            with self.subTest(name):
+                self.assertEqual(result, (0, status, [], "old", True, 1))
+
+
+    def test_what_is_signed_is_installed(self):
+        def links_away(launcher):
+            (launcher.home / "elsewhere").mkdir()
+            (launcher.folder / "Vantorel.app").rename(launcher.home / "elsewhere/Vantorel.app")
+            (launcher.folder / "Vantorel.app").symlink_to(launcher.home / "elsewhere/Vantorel.app")
+            (launcher.folder / ".update").symlink_to(launcher.home / "elsewhere")
+
+        def not_to_be_changed(launcher):
+            (launcher.folder / "Vantorel.app/Contents").chmod(0o555)
+            (launcher.folder / "Vantorel.app").chmod(0o555)
+
+        def broken_off(launcher):
+            (launcher.folder / ".update/new/Vantorel.app/sub").mkdir(parents=True)
+            (launcher.folder / ".update/version").write_text("mac_9")
+            (launcher.folder / ".update/serial").write_text("9")
+
+        nothing = lambda launcher: launcher.folder.rename(launcher.home / "gone")
+        no_target = lambda launcher: subprocess.run(["rm", "-r", launcher.folder / "Vantorel.app"], check=True)
+        any_comment = sign(GOOD, COMMENT).replace(b"untrusted comment: ", b"untrusted comment: any", 1)
+        cases = [  # what would be broken, what is there before, the release
+            ("an update", lambda launcher: None, release()),
+            ("the first installation", nothing, release()),
+            ("the old key", lambda launcher: None, release(signature=sign(GOOD, COMMENT, KEYS / "old.key"))),
+            ("the same release again, where the target is gone", no_target, release(version="17", serial=5)),
+            ("the comment that is not signed", lambda launcher: None, release(signature=any_comment)),
+            ("18 digits, over an installation of no number", lambda launcher: (launcher.folder / "serial").unlink(),
+             release(serial=999999999999999999)),
+            ("more than the target", lambda launcher: (launcher.folder / "Data").write_text("a file"),
+             release(update_archive("new", [("Data/x", "x"), ("Vantorel.app/Contents/y", "y"), ("splash", "no picture")]))),
+            ("links in the launcher folder", links_away, release()),
+            ("folders that may not be changed", not_to_be_changed, release()),
+            ("left-overs of a run that was broken off", broken_off, release()),
+        ]
+
+        def install(case):
+            _, prepare, answers = case
+            with SealedLauncher() as launcher:
+                launcher.install()
+                prepare(launcher)
+                code = launcher.run(answers, as_nobody=True)
+                elsewhere = [path.name for path in launcher.home.glob("elsewhere/*")]
+                return code, launcher.status, launcher.wait_started(), contents(launcher.folder), elsewhere, launcher.errors
+
+        for (name, _, answers), (code, status, started, found, elsewhere, errors) in zip(cases, in_parallel(install, cases)):
+            with self.subTest(name):
+                self.assertEqual((code, status, started, errors), (0, DONE, "new", ""))
+                with zipfile.ZipFile(io.BytesIO(answers["/mac_Vantorel_update"].split(b"\r\n\r\n", 1)[1])) as archive:
+                    expected = {name: archive.read(name) for name in archive.namelist()}
+                version, serial = answers["/mac_Vantorel_version"], re.search(rb"\tserial:(\d+)", answers["/mac_Vantorel_signature"])
+                expected |= {"version": b"mac_" + version.split(b"\r\n\r\n")[1], "serial": serial[1]}
+                self.assertEqual({name: data for name, data in found.items() if data is not None}, expected)
+                self.assertEqual(elsewhere, ["Vantorel.app"] if "links" in name else [])
+
+    def test_the_update_of_another_launcher_is_left_alone(self):
+        with SealedLauncher() as launcher:
+            launcher.install()
+            (launcher.folder / ".update").mkdir()
+            (launcher.folder / ".update/Vantorel.zip").write_text("half")
+            before = contents(launcher.folder)
+            folder = os.open(launcher.folder, os.O_RDONLY)
+            self.addCleanup(os.close, folder)
+            fcntl.flock(folder, fcntl.LOCK_EX)
+            self.assertEqual((launcher.run(release()), launcher.status), (0, "Ein anderes Update läuft noch."))
+            self.assertEqual((launcher.wait_started(), contents(launcher.folder)), ("old", before))
+
+    def test_refused_with_nothing_installed_a_message_names_the_cause(self):
+        with SealedLauncher() as launcher:
+            self.assertEqual(launcher.run(release(signature=b"")), 0)
+            self.assertEqual(launcher.messages, [MISSING + " Bitte versuchen Sie es später noch einmal!"])
+            self.assertIsNone(launcher.started())
+            self.assertEqual(contents(launcher.folder), {})
+
+    def test_killed_at_any_moment_a_target_starts_and_the_update_ends_well(self):
+        update = release(update_archive("new", [("Data/a", "new"), ("Data/b", "new"), ("splash", "no picture")]))
+
+        def prepare(launcher):
+            launcher.install()
+            (launcher.folder / "Data").mkdir()
+            (launcher.folder / "Data/a").write_text("old")
+
+        def killed(point):
+            call, old_system = point
+            counter = {"LD_PRELOAD": str(WRITE_COUNTER), "WRITE_COUNTER_KILL": str(call)}
+            if old_system:
+                counter["WRITE_COUNTER_OLD"] = "1"
+            with SealedLauncher() as launcher:
+                prepare(launcher)
+                ended_by_itself = launcher.run(update, **counter) == 0
+                # The next start is killed too, somewhere on its way.
+                launcher.run(update, **{**counter, "WRITE_COUNTER_KILL": str(call * 7 % 11 + 1)})
+                (launcher.folder / "started").unlink(missing_ok=True)
+                launcher.run(None)
+                offline = launcher.wait_started()
+                (launcher.folder / "started").unlink()
+                launcher.run(update)
+                return ended_by_itself, offline, launcher.wait_started(), contents(launcher.folder)
+
+        for old_system in (False, True):
+            count, ended = 0, False
+            while not ended:
+                points = [(count + i, old_system) for i in range(1, 17)]
+                for point, (ended_by_itself, offline, online, found) in zip(points, in_parallel(killed, points)):
+                    ended = ended or ended_by_itself
+                    with self.subTest(call=point[0], old_system=old_system):
+                        self.assertIn(offline, ("old", "new"))
+                        self.assertEqual(online, "new")
+                        self.assertEqual((found["version"], found["serial"], found["Data/b"]), (b"mac_18", b"6", b"new"))
+                        self.assertNotIn(".update", found)
+                count += len(points)
+            self.assertGreater(count, 30)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
