@@ -1,5 +1,5 @@
-// A moment in local time. The fields are set one by one without a range check; what they add up to is
-// normalised when a field or TotalSeconds is read.
+// A moment in local time. The fields are set one by one without a range check and read as they were set; what
+// they add up to shows in TotalSeconds, and SetTotalSeconds gives them their ordinary values.
 #pragma once
 
 #include <cstdint>
@@ -18,12 +18,12 @@ class Date : public Object {
   // The other way. A local time that occurs twice means one of the two; one that is skipped, one close by.
   std::time_t UnixTime() const;
 
-  std::int32_t Year() const { return Normalised().year; }
-  std::int32_t Month() const { return Normalised().month; }
-  std::int32_t Day() const { return Normalised().day; }
-  std::int32_t Hour() const { return Normalised().hour; }
-  std::int32_t Minute() const { return Normalised().minute; }
-  std::int32_t Second() const { return Normalised().second; }
+  std::int32_t Year() const { return set_.year; }
+  std::int32_t Month() const { return set_.month; }
+  std::int32_t Day() const { return set_.day; }
+  std::int32_t Hour() const { return set_.hour; }
+  std::int32_t Minute() const { return set_.minute; }
+  std::int32_t Second() const { return set_.second; }
   void SetYear(std::int32_t value) { set_.year = value; }
   void SetMonth(std::int32_t value) { set_.month = value; }
   void SetDay(std::int32_t value) { set_.day = value; }
@@ -50,7 +50,6 @@ class Date : public Object {
   static std::int64_t CalendarSeconds(const Fields& fields);
   static Fields FromCalendarSeconds(std::int64_t seconds);
   static Fields LocalFields(std::time_t seconds);
-  Fields Normalised() const { return FromCalendarSeconds(CalendarSeconds(set_)); }
 
   Fields set_;
 };

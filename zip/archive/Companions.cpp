@@ -1,7 +1,9 @@
 // The folding of AppleDouble companions, which Apple's tools store as members of their own, into the entries
 // that they belong to.
+#include <algorithm>
 #include <functional>
 #include <string>
+#include <typeinfo>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -23,7 +25,7 @@ constexpr std::string_view kMark = "._";
 
 // Only a member whose whole central extra field is one Unix type-1 record is ever taken for a companion.
 bool MayBeCompanion(const Ref<ZipEntry>& entry) {
-  return entry->ExtraFieldInCentralDir()->IsUnixType1Only() && entry->z_hasDittoName;
+  return entry->z_hasDittoName && entry->ExtraFieldInCentralDir()->IsUnixType1Only();
 }
 
 // Where the last mark stands that begins a component; npos if none does.
@@ -105,8 +107,21 @@ void ZipArchiveData::checkDirectory(const Ref<Dictionary>& index) {
   if (Fold(entries_1, take)) dittoFormat = true;
 }
 
-void ZipArchiveData::FoldCompanions() {
-  NameIndex index(entries_1);
+void ZipArchiveData::CheckNewEntries(std::size_t first) {
+  // Only a class of its own can look at the dictionary, which takes longer to make than all the reading.
+  if (typeid(*this) != typeid(ZipArchiveData)) {
+    const Ref<Dictionary> index = New<Dictionary>();
+    for (std::size_t i = first; i < entries_1.size(); ++i) {
+      const String& name = entries_1[i]->zipEncName;
+      const bool folder = name.view().ends_with('/');
+      index->SetValue(EncodeBase64(name.Slice(0, name.size() - (folder ? 1 : 0)), 76),
+                      Ref<Object>(entries_1[i]));
+    }
+    checkDirectory(index);
+    return;
+  }
+  if (std::none_of(entries_1.begin() + 1, entries_1.end(), MayBeCompanion)) return;
+  NameIndex index(entries_1, first);
   if (Fold(entries_1, [&index](const String& name) { return index.Take(name.view()); })) dittoFormat = true;
 }
 

@@ -19,10 +19,10 @@ std::uint32_t HashOf(std::string_view name) {
 
 }  // namespace
 
-NameIndex::NameIndex(const std::vector<Ref<ZipEntry>>& entries)
-    : entries_(entries), slots_(std::bit_ceil(2 * entries.size())) {
+NameIndex::NameIndex(const std::vector<Ref<ZipEntry>>& entries, std::size_t first)
+    : entries_(entries), slots_(std::bit_ceil(2 * (entries.size() - first + 1))) {
   Slot* slot = nullptr;
-  for (std::uint32_t i = 1; i < entries.size(); ++i) {
+  for (auto i = static_cast<std::uint32_t>(first); i < entries.size(); ++i) {
     if (slot == nullptr || !IsCarriedOver(entries[i]->zipEncName, entries[i - 1]->zipEncName)) {
       const std::string_view name = NameOf(i);
       const std::uint32_t hash = HashOf(name);

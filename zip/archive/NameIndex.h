@@ -1,5 +1,4 @@
-// The entries of an archive by stored name, less a trailing "/". Of two with the same name the later one
-// stands.
+// Entries of an archive by stored name, less a trailing "/". Of two with the same name the later one stands.
 #pragma once
 
 #include <cstddef>
@@ -15,8 +14,8 @@ class ZipEntry;
 
 class NameIndex {
  public:
-  // `entries` counts from 1; it must outlive the index unchanged.
-  explicit NameIndex(const std::vector<Ref<ZipEntry>>& entries);
+  // Of the entries from `first` on, which is 1 or more. `entries` must outlive the index unchanged.
+  NameIndex(const std::vector<Ref<ZipEntry>>& entries, std::size_t first);
 
   // The entry of this name, byte for byte, which is then forgotten; nil if there is none.
   Ref<ZipEntry> Take(std::string_view name);

@@ -1,7 +1,6 @@
 // Names between their stored and their readable form, and the look-up by stored name.
 #include "platform/run/BackgroundTask.h"
 #include "platform/text/TextFunctions.h"
-#include "zip/archive/CarriedName.h"
 #include "zip/archive/ZipArchiveData.h"
 #include "zip/archive/ZipEntry.h"
 
@@ -47,14 +46,6 @@ std::int32_t ZipArchiveData::lookup(const String& storedName, std::int32_t start
     RuntimeBackgroundTask();
   }
   return 0;
-}
-
-ZipPath ZipArchiveData::PathOf(const String& raw_path) {
-  if (!IsCarriedOver(raw_path, last_name_)) {
-    last_path_ = ZipPath(raw_path);
-    last_name_ = raw_path;
-  }
-  return last_path_;
 }
 
 }  // namespace vantorel

@@ -17,7 +17,6 @@
 #include "platform/files/MemoryBlock.h"
 #include "platform/text/String.h"
 #include "platform/text/TextEncoding.h"
-#include "zip/archive/ZipPath.h"
 #include "zip/archive/ZipProgressNotifier.h"
 
 namespace vantorel {
@@ -87,14 +86,9 @@ class ZipArchiveData : public Object {
 
   // Upper bound of entries_1: the count of entries.
   std::int32_t UpperBound() const { return static_cast<std::int32_t>(entries_1.size()) - 1; }
-  // As checkDirectory, with an index of its own making.
-  void FoldCompanions();
-  // The components of a raw path. A name that is carried over from record to record is split once.
-  ZipPath PathOf(const String& raw_path);
-
- private:
-  String last_name_;
-  ZipPath last_path_;
+  // What a reader of the directory does last: checkDirectory with the index of the entries from `first` on.
+  // What an earlier reading left before them may leave the list, but finds no companion.
+  void CheckNewEntries(std::size_t first);
 };
 
 }  // namespace vantorel

@@ -20,10 +20,6 @@ constexpr auto kSignatureSize = static_cast<std::int32_t>(kEndSignature.size());
 // more.
 constexpr std::int64_t kEndSearchRange = 65560;
 
-bool IsCompanionShaped(const ZipEntry& entry) {
-  return entry.extra->hasUXonly && entry.z_hasDittoName;
-}
-
 Ref<MemoryBlock> HeaderBlock(const String& bytes) {
   Ref<MemoryBlock> header = New<MemoryBlock>(CentralHeader::kSize);
   header->SetLittleEndian(true);
@@ -36,8 +32,11 @@ Ref<MemoryBlock> HeaderBlock(const String& bytes) {
 void ZipArchive::z_readDirectory() {
   std::int32_t count = 0;
   std::int32_t size = 0;
-  entriesRead =
-      CheckFirstRecord() && FindEndRecord() && ReadEndRecord(count, size) && ReadRecords(count, size);
+  const std::size_t first = d->entries_1.size();
+  if (!CheckFirstRecord() || !FindEndRecord() || !ReadEndRecord(count, size) || !ReadRecords(count, size))
+    return;
+  d->CheckNewEntries(first);
+  entriesRead = true;
 }
 
 bool ZipArchive::CheckFirstRecord() {
@@ -96,7 +95,6 @@ bool ZipArchive::ReadRecords(std::int32_t count, std::int32_t size) {
   d->entries_1.reserve(d->entries_1.size() + static_cast<std::size_t>(count));
   DirectoryWindow window(*d->zipStream, end);
   const Ref<ZipExtraField> no_extra = MakeZipExtraField("");
-  bool companions = false;
   // A record with an empty field takes over the one of the record before: name and comment live outside the
   // loop.
   String name;
@@ -120,14 +118,11 @@ bool ZipArchive::ReadRecords(std::int32_t count, std::int32_t size) {
     const std::int32_t comment_length = header->UShort(CentralHeader::kCommentLength);
     if (comment_length > 0) comment = window.Read(comment_length);
 
-    const Ref<ZipEntry> entry = New<ZipEntry>(d, header, name, extra, comment);
-    d->entries_1.push_back(entry);
-    companions = companions || IsCompanionShaped(*entry);
+    d->entries_1.push_back(New<ZipEntry>(d, header, name, extra, comment));
     if (count == 0) centralDirCorrupted = true;
     --count;
     RuntimeBackgroundTask();
   } while (window.Position() < end);
-  if (companions) d->FoldCompanions();
   return true;
 }
 

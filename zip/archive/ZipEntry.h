@@ -81,8 +81,10 @@ class ZipEntry : public Object {
   // Raises OutOfMemoryException.
   virtual void z_setup();
   virtual String ErrorMessage();
-  // Where this member belongs below `root`. The folders on the way are made, the item itself is not. Does not
-  // keep to `root` if the name holds ".." components.
+  // Where this member belongs below `root`. The folders on the way are made, the item itself is not. nil if a
+  // symbolic link is on the way below `root` and `resolve_aliases` is false. Does not keep to `root` if the
+  // name holds ".." components; raises NilObjectException for one that climbs above the file system, and for
+  // a folder whose name holds a zero byte.
   virtual Ref<FolderItem> MakeDestination(const Ref<FolderItem>& root, bool resolve_aliases);
   // Extraction into the caller's streams; one of them or `mac_binary` must be given, else RuntimeException.
   virtual bool Extract(bool mac_binary, const Ref<SeqDataOutputStream>& data_out,

@@ -1,20 +1,15 @@
 // The three forms of a member's name: as stored, as text, and split into components.
 #include "platform/text/TextFunctions.h"
+#include "zip/archive/CarriedName.h"
 #include "zip/archive/ZipEntry.h"
 
 namespace vantorel {
 
 namespace {
 
-// Byte by byte and minding case, other than the test for the same word when companions are folded.
-bool IsMacosxFolder(const String& component) {
-  static const String word("__MACOSX");
-  return StrComp(word, component, 0) == 0;
-}
-
-bool BeginsLikeCompanion(const String& leaf) {
-  static const String mark("._");
-  return SameText(Left(leaf, 2), mark);
+// The test for the word minds case, other than the one for the same word when companions are folded.
+bool HasCompanionForm(const ZipPath& path) {
+  return path.Leaf().view().starts_with("._") || (!path.empty() && (*path.begin()).view() == "__MACOSX");
 }
 
 }  // namespace
@@ -29,7 +24,6 @@ String ZipEntry::Name() {
 
 void ZipEntry::GetPath(std::vector<String>& result) {
   result.clear();
-  result.reserve(path.size());
   for (const String& component : path) result.push_back(component);
 }
 
@@ -46,9 +40,12 @@ bool ZipEntry::SameRawPath(const String& raw_path) {
 }
 
 void ZipEntry::z_checkRawPath() {
-  path = d->PathOf(sysEncName);
+  path = ZipPath(sysEncName);
   isFolder = sysEncName.view().ends_with('/');
-  if (BeginsLikeCompanion(path.Leaf()) || (!path.empty() && IsMacosxFolder(path[0]))) z_hasDittoName = true;
+  // A name that was carried over from the record before is not looked through again, however long it is.
+  const Ref<ZipEntry> before = d->entries_1.empty() ? nil : d->entries_1.back();
+  const bool known = before && before.get() != this && IsCarriedOver(sysEncName, before->sysEncName);
+  if (known ? before->z_hasDittoName : HasCompanionForm(path)) z_hasDittoName = true;
 }
 
 }  // namespace vantorel

@@ -1,8 +1,6 @@
 #include "zip/archive/ZipPath.h"
 
-#include <algorithm>
 #include <string>
-#include <string_view>
 
 #include "platform/text/TextFunctions.h"
 
@@ -10,8 +8,19 @@ namespace vantorel {
 
 namespace {
 
+constexpr std::size_t kNone = std::string_view::npos;
+
+bool IsNothing(std::string_view component) {
+  return component.find_first_not_of(':') == kNone;
+}
+
+bool IsDot(std::string_view component) {
+  const std::size_t dot = component.find_first_not_of(':');
+  return dot != kNone && component[dot] == '.' && IsNothing(component.substr(dot + 1));
+}
+
 String WithoutColons(const String& text) {
-  if (text.view().find(':') == std::string_view::npos) return text;
+  if (text.view().find(':') == kNone) return text;
   std::string kept(text.view());
   std::erase(kept, ':');
   return String::Adopt(std::move(kept), Encoding(text));
@@ -19,34 +28,62 @@ String WithoutColons(const String& text) {
 
 }  // namespace
 
-ZipPath::ZipPath(const String& raw_path) {
-  const Ref<Parts> parts = New<Parts>();
-  parts->text = WithoutColons(raw_path);
-  const std::string_view text = parts->text.view();
-  parts->spans.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '/')) + 1);
-
-  std::size_t begin = 0;
-  for (std::size_t slash = text.find('/'); slash != std::string_view::npos; slash = text.find('/', begin)) {
-    if (text.substr(begin, slash - begin) != ".") parts->Add(begin, slash);
-    begin = slash + 1;
+ZipPath::Iterator::Iterator(const String& name, std::size_t begin) : name_(&name), begin_(begin) {
+  const std::string_view text = name.view();
+  while (begin_ != kNone) {
+    end_ = text.find('/', begin_);
+    const std::string_view component = text.substr(begin_, end_ - begin_);
+    if (end_ == kNone) {
+      if (IsNothing(component)) begin_ = kNone;
+      return;
+    }
+    if (!IsDot(component)) return;
+    begin_ = end_ + 1;
   }
-  parts->leaf_begin = begin;
-  if (begin < text.size()) parts->Add(begin, text.size());
-  parts_ = parts;
 }
 
-void ZipPath::Parts::Add(std::size_t begin, std::size_t end) {
-  spans.push_back({static_cast<std::uint32_t>(begin), static_cast<std::uint32_t>(end - begin)});
+String ZipPath::Iterator::operator*() const {
+  return WithoutColons(name_->Slice(begin_, end_ - begin_));
+}
+
+ZipPath::Iterator& ZipPath::Iterator::operator++() {
+  return *this = Iterator(*name_, end_ == kNone ? kNone : end_ + 1);
+}
+
+std::size_t ZipPath::size() const {
+  std::size_t count = 0;
+  for (Iterator i = begin(); i != end(); ++i) ++count;
+  return count;
 }
 
 String ZipPath::operator[](std::size_t index) const {
-  if (index >= size()) RaiseOutOfBoundsException();
-  const Span& span = parts_->spans[index];
-  return parts_->text.Slice(span.begin, span.length);
+  for (Iterator i = begin(); i != end(); ++i) {
+    if (index-- == 0) return *i;
+  }
+  RaiseOutOfBoundsException();
+}
+
+String ZipPath::back() const {
+  const std::string_view text = name_.view();
+  const auto component_before = [&](std::size_t end) {
+    const std::size_t slash = text.substr(0, end).rfind('/');
+    return slash == kNone ? 0 : slash + 1;
+  };
+  std::size_t end = text.size();
+  std::size_t begin = component_before(end);
+  bool counts = !IsNothing(text.substr(begin));
+  while (!counts && begin > 0) {
+    end = begin - 1;
+    begin = component_before(end);
+    counts = !IsDot(text.substr(begin, end - begin));
+  }
+  if (!counts) RaiseOutOfBoundsException();
+  return WithoutColons(name_.Slice(begin, end - begin));
 }
 
 String ZipPath::Leaf() const {
-  return parts_ ? parts_->text.Slice(parts_->leaf_begin) : String();
+  const std::size_t slash = name_.view().rfind('/');
+  return WithoutColons(name_.Slice(slash == kNone ? 0 : slash + 1));
 }
 
 }  // namespace vantorel

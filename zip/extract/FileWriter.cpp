@@ -4,8 +4,8 @@
 
 namespace vantorel {
 
-bool FileWriter::LengthIsAsWritten() const {
-  return bs->Length() == ToPosition(written);
+void FileWriter::Check() {
+  if (bs->Length() != ToPosition(written) || bs->WriteError()) error = true;
 }
 
 bool FileWriter::Open() {
@@ -25,8 +25,9 @@ bool FileWriter::Write(const String& data) {
 
 bool FileWriter::Close() {
   if (!bs) return true;
-  if (!LengthIsAsWritten()) error = true;
+  Check();
   bs->Close();
+  if (bs->WriteError()) error = true;
   bs = nil;
   return !error;
 }
@@ -49,7 +50,7 @@ void FileWriter::ClearError() {
 
 bool FileWriter::Flush() {
   if (!bs) throw RuntimeException("flush of a closed file");
-  if (!LengthIsAsWritten()) error = true;
+  Check();
   return !error;
 }
 

@@ -11,10 +11,10 @@ class FileWriter : public SeqDataOutputStream {
  public:
   explicit FileWriter(const Ref<FolderItem>& file) : f(file) {}
 
-  // Always true: a write that failed shows at Flush or Close, when the file is shorter than it should be.
+  // Always true: a write that failed shows at Flush or Close.
   bool Write(const String& data) override;
   bool Open() override;
-  // False also if the file is not as long as what was written: the disk was full.
+  // False if a write failed, or the file is not as long as what was written: the disk was full.
   bool Close() override;
   // Code -1 for whatever went wrong.
   void GetErrorDescription(std::int32_t& code, String& text) override;
@@ -30,7 +30,8 @@ class FileWriter : public SeqDataOutputStream {
   std::int32_t written = 0;  // bytes that should be in the file
 
  private:
-  bool LengthIsAsWritten() const;
+  // Sets `error` if the file does not hold what was written.
+  void Check();
 };
 
 }  // namespace vantorel

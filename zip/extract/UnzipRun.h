@@ -7,7 +7,7 @@
 
 #include "platform/base/Ref.h"
 #include "zip/archive/ZipEntry.h"
-#include "zip/extract/MemberData.h"
+#include "zip/extract/MemberSource.h"
 #include "zip/extract/SeqDataOutputStream.h"
 
 namespace vantorel {
@@ -68,7 +68,7 @@ class UnzipRun {
   std::int32_t size_ = 0;
 
   std::optional<bool> ended_;  // how the run ended before the forks were through
-  std::optional<MemberData> source_;
+  std::optional<MemberSource> source_;
   bool want_mac_binary_;              // the next read must be the look at a MacBinary header
   bool is_apple_double_ = false;      // the next read must be the look at an AppleDouble header
   bool split_forks_ = false;          // a header was found: the stream falls into forks

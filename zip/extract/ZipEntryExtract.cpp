@@ -18,20 +18,19 @@ String CleanComponent(ZipArchiveData& archive, const String& name) {
   return archive.decodeFromZip(archive.encodeForZip(name));
 }
 
-// The destination, without touching anything, if it lies right in a folder that exists. nil if it does not,
+// The destination, without touching anything, if all folders on the way are there and no link is. nil if not,
 // or if that would not be the whole story.
 Ref<FolderItem> DestinationInExistingFolder(ZipEntry& entry, const Ref<FolderItem>& root) {
-  Ref<FolderItem> folder;
   Ref<FolderItem> current = root;
   for (const String& component : entry.path) {
     const String clean = CleanComponent(*entry.d, component);
     if (clean.empty()) continue;
-    folder = current;
-    current = folder->TrueChild(clean);
+    if (current == root ? !root->Exists() : !current->Directory()) return nil;
+    current = current->TrueChild(clean);
     if (!current) return nil;  // ".." among others
     RuntimeBackgroundTask();
   }
-  return folder && folder->Exists() ? current : nil;
+  return current == root ? nil : current;
 }
 
 // Clears the way for a file or folder and makes it, if something is there already or could not be made at
@@ -155,7 +154,11 @@ Ref<FolderItem> ZipEntry::MakeDestination(const Ref<FolderItem>& root, bool reso
   }
   Ref<FolderItem> current = root;
   for (const String& component : path) {
-    current = MakeDestinationChild(current, component, resolve_aliases);
+    const Ref<FolderItem> next = MakeDestinationChild(current, component, resolve_aliases);
+    // A path goes through a link by itself. There is nothing below one that is not followed.
+    const bool below = next && next->Path().size() > current->Path().size();
+    if (below && !resolve_aliases && current != root && current->Alias()) return nil;
+    current = next;
     RuntimeBackgroundTask();
   }
   return current;

@@ -76,5 +76,34 @@ TEST(Companions, AreFoldedByACallersIndex) {
   EXPECT_EQ(index->Count(), 0);
 }
 
+// Sees what the reader of the directory hands to it.
+struct OwnCheck : ZipArchiveData {
+  void checkDirectory(const Ref<Dictionary>& index) override {
+    ZipArchiveData::checkDirectory(index);
+    for (std::int32_t i = 0; i < index->Count(); ++i) keys.emplace_back(index->Key(i).view());
+  }
+  Strings keys;
+};
+
+TEST(Companions, AreFoldedByAClassOfItsOwn) {
+  const ScratchFolder folder;
+  const Ref<OwnCheck> own = New<OwnCheck>();
+  const Ref<ZipArchive> archive = New<ZipArchive>();
+  archive->d = own;
+  ASSERT_TRUE(archive->Open(folder.Write("a.zip", MakeZip(Ditto({"d/", "__MACOSX/._d"}))), false));
+  EXPECT_EQ(own->keys, (Strings{"X19NQUNPU1gvLl9k"})) << "the key of the main entry is used up";
+  EXPECT_EQ(archive->EntryCount(), 1);
+}
+
+// What a failed Open leaves in the list takes no part in what the next one reads.
+TEST(Companions, AreNotTakenByWhatIsLeftOver) {
+  std::vector<ZipMember> bad = Ditto({"a", "__MACOSX/", "bad"});
+  bad[2].central_magic = 1;
+  OpenedZip zip(bad);
+  EXPECT_FALSE(zip.opened);
+  ASSERT_TRUE(zip.archive->Open(zip.folder.Write("b.zip", MakeZip(Ditto({"x", "._a"}))), false));
+  EXPECT_EQ(Shown(zip), (Strings{"a", "x", "._a"}));
+}
+
 }  // namespace
 }  // namespace vantorel::testing

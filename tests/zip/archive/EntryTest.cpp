@@ -1,3 +1,5 @@
+#include <array>
+
 #include "tests/support/OpenZip.h"
 
 namespace vantorel::testing {
@@ -35,14 +37,24 @@ TEST(Entry, TellsWhatItCanExtract) {
 }
 
 TEST(Entry, PassesTimesOnAsTheyStand) {
-  const OpenedZip zip({{.name = "none"},
-                       {.name = "odd second", .time = 0x5F7F, .date = 0x5A21},
-                       {.name = "time only", .time = 1}});
-  EXPECT_EQ(zip.archive->Entry(1)->Time(), nil);
-  const Ref<Date> odd = zip.archive->Entry(2)->Time();  // 11:59:62 on 1 January 2025
-  EXPECT_EQ(odd->Hour() * 10000 + odd->Minute() * 100 + odd->Second(), 120002);
-  EXPECT_EQ(odd->Year() * 10000 + odd->Month() * 100 + odd->Day(), 20250101);
-  EXPECT_EQ(zip.archive->Entry(3)->Time()->Year(), 1979);  // day 0 of month 0 of 1980
+  const struct {
+    const char* name;
+    std::uint32_t time;
+    std::uint32_t date;
+    std::array<std::int32_t, 6> fields;
+  } cases[] = {
+      {"a second of 62", 0x5F7F, 0x5A21, {2025, 1, 1, 11, 59, 62}},
+      {"a day and a month of 0", 1, 0, {1980, 0, 0, 0, 0, 2}},
+  };
+  for (const auto& [name, time, date, fields] : cases) {
+    const OpenedZip zip({ZipMember{.name = "f", .time = time, .date = date}});
+    const Ref<Date> read = zip.First()->Time();
+    EXPECT_EQ(
+        (std::array{read->Year(), read->Month(), read->Day(), read->Hour(), read->Minute(), read->Second()}),
+        fields)
+        << name;
+  }
+  EXPECT_EQ(OpenedZip({{"none"}}).First()->Time(), nil);
 }
 
 TEST(Entry, KeepsLocalAndCentralExtraApart) {

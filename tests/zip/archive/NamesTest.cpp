@@ -64,6 +64,11 @@ TEST(Names, GoThroughTheEncodingOfTheArchive) {
   EXPECT_EQ(archive->EntryIdxByRawPath("ü.txt", 1), 1);
   EXPECT_EQ(archive->d->encodeForZip("ü").view(), "\x81");
   EXPECT_EQ(archive->d->encodeForZip("α").view(), "?");  // DOS could write it, Windows cannot
+
+  const Ref<ZipEntry> entry = archive->Entry(1);
+  entry->sysEncName = DefineEncoding(entry->sysEncName, Encodings::MacRoman());
+  entry->z_checkRawPath();
+  EXPECT_EQ(Encoding(entry->Name()), Encodings::MacRoman()) << "the same bytes under a new label";
 }
 
 TEST(Names, AreCleanedAndJoined) {

@@ -188,19 +188,31 @@ TEST(Extract, TypeAndCreatorFromTheExtraField) {
 
 TEST(MakeDestination, WalksBelowTheRoot) {
   const ScratchFolder folder;
-  folder.Run("mkdir target; ln -s target link");
-  // The root, the member's name, whether links are resolved, the place, and a folder that is made for it.
-  const std::tuple<const char*, const char*, bool, std::string, const char*> cases[] = {
-      {"new", "root/f", false, "new/root/f", "new/root"}, {"new", "a//f", false, "new/a/f", "new/a"},
-      {"new/deeper", "../../f", false, "f", "new"},       {"new", "../link/f", false, "link/f", "link"},
+  folder.Run("mkdir target; ln -s target link; mkdir in; ln -s ../target in/link");
+  const struct {
+    const char* root;
+    const char* member;
+    bool resolve;
+    std::string place;  // empty: none
+    const char* made;
+  } cases[] = {
+      {"new", "root/f", false, "new/root/f", "new/root"},
+      {"new", "a//f", false, "new/a/f", "new/a"},
+      {"new/deeper", "../../f", false, "f", "new"},
       {"new", "../link/f", true, "target/f", "target"},
+      {"in", "link/f", false, "", "in"},
+      {"in", "link/../f", false, "in/f", "in"},
+      {"in", "link/a/b", false, "", "in"},
+      {"link", "f", false, "link/f", "link"},
   };
-  for (const auto& [root, name, resolve, path, made] : cases) {
-    const auto archive = OpenZip(folder, {{.name = name}});
-    EXPECT_EQ(archive->Entry(1)->MakeDestination(folder.Item(root), resolve)->Path(), folder.Path(path));
-    EXPECT_TRUE(folder.Has(made)) << name;
-    EXPECT_FALSE(folder.Has(path)) << name;
+  for (const auto& [root, member, resolve, place, made] : cases) {
+    const auto archive = OpenZip(folder, {{.name = member}});
+    const Ref<FolderItem> found = archive->Entry(1)->MakeDestination(folder.Item(root), resolve);
+    EXPECT_EQ(found ? found->Path() : "", place.empty() ? "" : folder.Path(place)) << root << " " << member;
+    EXPECT_TRUE(folder.Has(made)) << member;
+    EXPECT_FALSE(!place.empty() && folder.Has(place)) << member;
   }
+  EXPECT_EQ(folder.Run("ls target"), "") << "nothing was made behind the links";
 }
 
 TEST(MakeDestination, TakesOneStepPerComponent) {
@@ -227,6 +239,10 @@ TEST(ZipExtractor, StopsAtTheFirstFailure) {
   EXPECT_EQ(extractor->LastErrMsg().view(), "");
   EXPECT_FALSE(extractor->IsZipArchive(folder.Item("out/a")));
   EXPECT_EQ(extractor->LastErrMsg().view(), "File does not appear to by a Zip file ('PK' header missing)");
+  folder.Run("mkdir target in; ln -s ../target in/link");
+  folder.Write("b.zip", MakeZip({{.name = "link/f"}}));
+  EXPECT_FALSE(extractor->ExtractAllSilently(folder.Item("b.zip"), folder.Item("in")));
+  EXPECT_EQ(folder.Run("ls target"), "") << "a link on the way is not followed";
   EXPECT_FALSE(extractor->ExtractAllSilently(nil, folder.Item("out")));
   EXPECT_EQ(extractor->LastErrMsg().view(), "No file specified");
 }

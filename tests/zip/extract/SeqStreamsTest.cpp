@@ -52,6 +52,15 @@ TEST(FileWriter, AFullDiskShowsAtCloseOnly) {
   }
   EXPECT_EQ(ErrorOf(*writer), "-1 open or write error");
   EXPECT_THROW(writer->Write("x"), RuntimeException);
+
+  ASSERT_TRUE(writer->Open());
+  writer->written = 0;
+  {
+    const FileSizeLimit limit(1000);
+    writer->Write(String::Bytes(std::string(20000, 'x')));
+  }
+  writer->Write(String::Bytes(std::string(20000, 'y')));
+  EXPECT_FALSE(writer->Close()) << "a hole in the middle";
   EXPECT_FALSE(New<FileWriter>(folder.Item("none/a"))->Open());
 }
 

@@ -214,6 +214,7 @@ TEST_F(Unzip, BadCompanions) {
   deflated[1] = DeflatedMember("__MACOSX/._f", AppleDoubleBytes("r").substr(0, 81));
   deflated[1].central_extra = UnixExtra(1, 1);
   EXPECT_EQ(Extract(deflated), "") << "noticed only with a data descriptor";
+  EXPECT_EQ(Extract(Pair(AppleDoubleBytes("r").substr(0, 81))), "") << "what follows it is not its own";
   std::string beyond = AppleDoubleBytes("rsrc");
   Put(beyond, AppleDoubleHeader::kResourceLength, BigEndian(0x7FFFFFFF, 4));
   EXPECT_EQ(Extract(Pair(beyond)), kCorrupted);

@@ -65,6 +65,7 @@ std::optional<std::time_t> TimeOf(const Ref<ZipEntry>& entry) {
 std::string TimeText(const Ref<ZipEntry>& entry, char between) {
   const Ref<Date> date = entry->Time();
   if (!date) return {};
+  date->SetTotalSeconds(date->TotalSeconds());  // 11:59:62, which a header may state, is 12:00:02
   std::array<char, 80> text{};
   std::snprintf(text.data(), text.size(), "%04d-%02d-%02d%c%02d:%02d:%02d", date->Year(), date->Month(),
                 date->Day(), between, date->Hour(), date->Minute(), date->Second());

@@ -1,5 +1,8 @@
-#include "zip/extract/MemberData.h"
+#include "zip/extract/MemberSource.h"
 
+#include <algorithm>
+
+#include "platform/text/TextFunctions.h"
 #include "zip/extract/ZipBinaryStreamReader.h"
 
 namespace vantorel {
@@ -19,18 +22,29 @@ String GzipTrailer(std::int32_t crc, std::int32_t size) {
 
 }  // namespace
 
-MemberData::MemberData(const Ref<BinaryStream>& stream, std::int32_t compressed_size,
-                       const Ref<MemoryBlock>& gzip_header, std::int32_t crc, std::int32_t size)
+MemberSource::MemberSource(const Ref<BinaryStream>& stream, std::int32_t compressed_size,
+                           const Ref<MemoryBlock>& gzip_header, std::int32_t crc, std::int32_t size)
     : stream_(stream) {
   const String prefix = gzip_header->StringValue(0, gzip_header->Size());
   const String suffix = GzipTrailer(crc, size);
   inflate_ = New<ZStream>(false, nil, New<ZipBinaryStreamReader>(stream, compressed_size, prefix, suffix));
 }
 
-std::int32_t MemberData::Fault() const {
+String MemberSource::Read(std::int32_t count) {
+  if (inflate_) return inflate_->Read(count);
+  count = std::min(count, left_);
+  left_ -= count;
+  return stream_->Read(count);
+}
+
+std::int32_t MemberSource::Fault() const {
   if (!inflate_) return 0;
   const std::int32_t code = inflate_->ErrorValue();
   return code == kEndOfMember ? 0 : code;
+}
+
+String MemberSource::FaultMessage() const {
+  return "An error " + Str(Fault()) + " occured while deflation";
 }
 
 }  // namespace vantorel
