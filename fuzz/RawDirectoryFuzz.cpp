@@ -10,8 +10,8 @@
 
 #include "tools/forkzip/cli/FileBytes.h"
 #include "tools/forkzip/cli/Problems.h"
+#include "tools/forkzip/edit/MovingMembers.h"
 #include "tools/forkzip/edit/Preflight.h"
-#include "tools/forkzip/edit/Rebuild.h"
 #include "zip/records/FormatError.h"
 #include "zip/records/MemberExtents.h"
 #include "zip/records/RawDirectory.h"
@@ -58,12 +58,18 @@ void RequireSameMembers(const RawDirectory& before, const RawDirectory& after) n
 void Edit() {
   const RawDirectory directory = RawDirectory::Read(Input());
   Preflight::CheckDirectory(Input(), directory);
-  const RawDirectory rebuilt = Rebuild(Input(), directory, Output());
+  const std::vector<MemberExtent> extents = ExtentsOf(Input(), directory);
+  RawDirectory rebuilt = directory;
+  rebuilt.start = CopyTogether(Input(), extents, Output(), rebuilt.records);
+  rebuilt.Write(Output());
   RequireSameMembers(directory, rebuilt);
   RequireReadsBack(Output(), rebuilt);
-  directory.Write(Input());
-  RequireReadsBack(Input(), directory);
-  Preflight::CheckCompactable(Input(), directory, ExtentsOf(Input(), directory));
+  RawDirectory compacted = directory;
+  compacted.start = CloseGaps(Input(), extents, compacted.records);
+  compacted.Write(Input());
+  const std::uint64_t end = compacted.start + compacted.Bytes().size();
+  Require(ReadAt(Input(), 0, end) == ReadAt(Output(), 0, end));
+  RequireReadsBack(Input(), compacted);
 }
 
 }  // namespace

@@ -45,8 +45,8 @@ bool IsIn(const std::vector<std::string>& names, const std::string& name) {
 
 // A side file whose content goes into the MacBinary wrapping of the file it belongs to.
 bool GoesWithItsFile(const std::string& path_prefix, const std::vector<std::string>& names,
-                     const std::string& name, std::int32_t mac_binary) {
-  if (mac_binary == kMacBinaryNever || !name.starts_with(kSidePrefix)) return false;
+                     const std::string& name, MacBinary mac_binary) {
+  if (mac_binary == MacBinary::kNever || !name.starts_with(kSidePrefix)) return false;
   const std::string file = name.substr(kSidePrefix.size());
   struct stat status {};
   const bool wrappable =
@@ -54,7 +54,7 @@ bool GoesWithItsFile(const std::string& path_prefix, const std::vector<std::stri
   if (!wrappable) return false;
   const auto item = GetFolderItem(String::Bytes(path_prefix + file));
   return item->ResourceForkLength() > 0 ||
-         (mac_binary == kMacBinaryAlways && !item->GetFinderInfo().IsEmpty());
+         (mac_binary == MacBinary::kAlways && !item->GetFinderInfo().IsEmpty());
 }
 
 std::string SideFileOf(std::string path) {
@@ -110,7 +110,7 @@ void AddPlan::AddItem(const std::string& path, const std::string& name, bool has
   if (link && options_.follow_links && S_ISDIR(status.st_mode)) {
     return problems_.Note(path + ": left out, a symbolic link to a folder");
   }
-  if (link && !options_.follow_links && !options_.keep_permissions) {
+  if (link && !options_.follow_links && options_.no_permissions) {
     return problems_.Note(path + ": left out, a symbolic link; --follow-links adds what it points to");
   }
   PlannedItem item = {PlannedItem::Kind::kFile,

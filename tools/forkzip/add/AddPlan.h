@@ -10,20 +10,10 @@
 #include <unordered_map>
 #include <vector>
 
+#include "tools/forkzip/add/AddingOptions.h"
 #include "tools/forkzip/cli/Problems.h"
 
 namespace vantorel::forkzip {
-
-// As ZipArchive::MacBinaryNever and so on.
-inline constexpr std::int32_t kMacBinaryNever = 0;
-inline constexpr std::int32_t kMacBinarySmart = 1;
-inline constexpr std::int32_t kMacBinaryAlways = 2;
-
-struct AddOptions {
-  std::int32_t mac_binary = kMacBinarySmart;
-  bool follow_links = false;
-  bool keep_permissions = true;
-};
 
 struct PlannedItem {
   enum class Kind { kFile, kFolder, kLink };
@@ -45,7 +35,8 @@ struct PlannedItem {
 
 class AddPlan {
  public:
-  AddPlan(const AddOptions& options, Problems& problems) : options_(options), problems_(problems) {}
+  // REQUIRES: both outlive the plan.
+  AddPlan(const AddingOptions& options, Problems& problems) : options_(options), problems_(problems) {}
 
   // The archive itself, or what is to become it, is not added to itself. There need be no such file yet.
   void LeaveOut(const std::string& path);
@@ -67,7 +58,7 @@ class AddPlan {
   // Takes the item up if no other bears its name yet. Another file of the same name is a problem.
   void TakeUp(PlannedItem item);
 
-  AddOptions options_;
+  const AddingOptions& options_;
   Problems& problems_;
   std::vector<struct stat> left_out_;
   std::deque<PlannedItem> items_;  // which stay where they are

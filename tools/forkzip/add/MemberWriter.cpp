@@ -1,5 +1,7 @@
 #include "tools/forkzip/add/MemberWriter.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,8 +14,9 @@
 #include "platform/text/TextFunctions.h"
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Printable.h"
+#include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/edit/Preflight.h"
-#include "tools/forkzip/edit/StoredNames.h"
+#include "tools/forkzip/read/OpenArchive.h"
 #include "zip/extract/RsrcForkReader.h"
 #include "zip/records/ExtraRecords.h"
 #include "zip/records/ZipRecords.h"
@@ -56,11 +59,31 @@ std::string LinkTargetOf(const std::string& path) {
   return std::string(target.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
 }
 
+// Whether all that was written has arrived, as far as it is known, and what is read comes back.
+void CheckStream(const BinaryStream& stream) {
+  if (stream.WriteError()) {
+    throw Failure(ExitCode::kFileError, WithCause("cannot be written", -stream.WriteErrorCode()));
+  }
+}
+
 }  // namespace
 
-MemberWriter::MemberWriter(const Ref<ZipArchive>& archive, const AddOptions& options, Problems& problems)
-    : archive_(archive), options_(options), problems_(problems) {
-  archive_->PreserveUnixPermissions(options_.keep_permissions);
+// The engine is given the file as an archive of its own, of no members so far, whose directory is to begin at
+// `begin`.
+MemberWriter::MemberWriter(int file, std::uint32_t begin, const AddingOptions& options, Problems& problems)
+    : archive_(NewArchive(options.encoding)), options_(options), problems_(problems) {
+  Descriptor shared(fcntl(file, F_DUPFD_CLOEXEC, 0));
+  struct stat status {};
+  if (!shared.IsOpen() || fstat(file, &status) != 0) {
+    throw Failure(ExitCode::kFileError, WithCause("cannot be written", errno));
+  }
+  archive_->d->zipStream =
+      New<BinaryStream>(shared.Release(), true, static_cast<std::uint64_t>(status.st_size));
+  archive_->d->zipStream->SetLittleEndian(true);
+  archive_->entriesRead = true;
+  archive_->writeMode = true;
+  archive_->startOfDirInArchive = ToSInt32(begin);
+  archive_->PreserveUnixPermissions(!options.no_permissions);
 }
 
 void MemberWriter::Add(const AddPlan& plan, const Ref<Progress>& progress) {
@@ -89,8 +112,8 @@ bool MemberWriter::AddItem(const PlannedItem& item, bool side_file_is_member) {
 
 // Folders have no forks and are never wrapped, though the engine would: other programs would see files.
 bool MemberWriter::IsToBeWrapped(const PlannedItem& item) const {
-  if (item.kind != PlannedItem::Kind::kFile || options_.mac_binary == kMacBinaryNever) return false;
-  if (options_.mac_binary == kMacBinaryAlways && !IsSideFile(item.name)) return true;
+  if (item.kind != PlannedItem::Kind::kFile || options_.mac_binary == MacBinary::kNever) return false;
+  if (options_.mac_binary == MacBinary::kAlways && !IsSideFile(item.name)) return true;
   return item.has_side_file && GetFolderItem(String::Bytes(item.Source()))->ResourceForkLength() > 0;
 }
 
@@ -135,7 +158,9 @@ bool MemberWriter::Settle(const PlannedItem& item, const Ref<FileSource>& source
   if (index <= 0) return TakeBack(item, Utf8(archive_->ErrorMessage()));
   if (source && item.size != 0 && !source->CameWhole())
     return TakeBack(item, "left out, it shrank while it was read");
-  Finish(item, index);
+  const Ref<ZipEntry> entry = archive_->Entry(index);
+  SetAttributes(item, entry);
+  MarkName(entry);
   return true;
 }
 
@@ -145,23 +170,32 @@ bool MemberWriter::TakeBack(const PlannedItem& item, const std::string& why) {
   return false;
 }
 
-void MemberWriter::Finish(const PlannedItem& item, std::int32_t index) {
-  const Ref<ZipEntry> entry = archive_->Entry(index);
+void MemberWriter::SetAttributes(const PlannedItem& item, const Ref<ZipEntry>& entry) const {
   const std::int32_t dos = item.kind == PlannedItem::Kind::kFolder ? kDosFolder : 0;
-  if (options_.keep_permissions) {
-    entry->SetOSMadeBy(ZipHost::kUnix);
-    entry->SetExternalFileAttributes(ToSInt32(item.mode << 16U) | dos);
-  } else {
-    entry->SetExternalFileAttributes(dos);
+  if (options_.no_permissions) return entry->SetExternalFileAttributes(dos);
+  entry->SetOSMadeBy(ZipHost::kUnix);
+  entry->SetExternalFileAttributes(ToSInt32(item.mode << 16U) | dos);
+}
+
+std::vector<RawRecord> MemberWriter::Finish() {
+  std::vector<RawRecord> records;
+  for (std::int32_t i = 1; i <= archive_->EntryCount(); ++i) {
+    const Ref<ZipEntry> entry = archive_->Entry(i);
+    records.emplace_back(std::string(entry->z_Header()->View()) +
+                         std::string(entry->z_origEncodedName().view()) +
+                         std::string(entry->ExtraFieldInCentralDir()->AsData().view()));
   }
-  MarkName(entry);
+  const Ref<BinaryStream> stream = archive_->d->zipStream;
+  archive_->d->dirty = false;  // the directory will hold the old members too, and is written with them
+  archive_->Close();
+  CheckStream(*stream);
+  return records;
 }
 
 void MemberWriter::CheckArchive() const {
   const Ref<BinaryStream>& stream = archive_->d->zipStream;
-  if (stream->WriteError()) throw Failure(ExitCode::kFileError, "cannot be written; is the disk full?");
-  Preflight::CheckSize(
-      std::max<std::uint64_t>(stream->Position(), static_cast<std::uint32_t>(archive_->startOfDirInArchive)));
+  CheckStream(*stream);
+  Preflight::CheckSize(std::max<std::uint64_t>(stream->Position(), End()));
 }
 
 void MemberWriter::MarkName(const Ref<ZipEntry>& entry) const {

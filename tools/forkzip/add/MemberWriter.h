@@ -1,6 +1,10 @@
-// Items of a plan become members of an open archive, with what other programs expect beyond the engine's own
-// ways: the UTF-8 flag, Unix modes, times to the second, the DOS bit of folders.
+// Items of a plan become members at the end of an archive, with what other programs expect beyond the
+// engine's own ways: the UTF-8 flag, Unix modes, times to the second, the DOS bit of folders.
 #pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
 
 #include "platform/base/Ref.h"
 #include "tools/forkzip/add/AddPlan.h"
@@ -8,16 +12,23 @@
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/cli/Progress.h"
 #include "zip/archive/ZipArchive.h"
+#include "zip/records/RawDirectory.h"
 
 namespace vantorel::forkzip {
 
 class MemberWriter {
  public:
-  MemberWriter(const Ref<ZipArchive>& archive, const AddOptions& options, Problems& problems);
+  // Members will be written to `file` from `begin` on, over whatever is there. REQUIRES: `options` and
+  // `problems` outlive the writer.
+  MemberWriter(int file, std::uint32_t begin, const AddingOptions& options, Problems& problems);
 
-  // Adds the items. One that cannot be read is a problem and leaves no trace in the archive. Raises Failure
+  // Writes the items. One that cannot be read is a problem and leaves no trace in the archive. Raises Failure
   // if the archive itself cannot go on, and Interrupted.
   void Add(const AddPlan& plan, const Ref<Progress>& progress);
+  // Ends the writing. Returns the records of the new members. Raises Failure if not all has arrived.
+  std::vector<RawRecord> Finish();
+  // Where the last member ends.
+  std::uint32_t End() const { return static_cast<std::uint32_t>(archive_->startOfDirInArchive); }
 
  private:
   bool AddItem(const PlannedItem& item, bool side_file_is_member);
@@ -29,14 +40,14 @@ class MemberWriter {
   bool Settle(const PlannedItem& item, const Ref<FileSource>& source, std::int32_t index);
   // Takes back what came of an item, which is then a problem.
   bool TakeBack(const PlannedItem& item, const std::string& why);
-  void Finish(const PlannedItem& item, std::int32_t index);
+  void SetAttributes(const PlannedItem& item, const Ref<ZipEntry>& entry) const;
   // Marks the name of a member that was just added as UTF-8, if it is and not plain ASCII, in its local
   // header and in its record in memory.
   void MarkName(const Ref<ZipEntry>& entry) const;
   void CheckArchive() const;
 
-  Ref<ZipArchive> archive_;
-  AddOptions options_;
+  Ref<ZipArchive> archive_;  // of the new members alone
+  const AddingOptions& options_;
   Problems& problems_;
 };
 

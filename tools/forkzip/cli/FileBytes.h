@@ -26,6 +26,8 @@ class Descriptor {
 
   int Get() const { return fd_; }
   bool IsOpen() const { return fd_ >= 0; }
+  // Gives the descriptor away.
+  int Release() { return std::exchange(fd_, -1); }
   // 0, or the error that closing told.
   int Close();
 

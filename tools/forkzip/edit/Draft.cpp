@@ -1,6 +1,8 @@
 #include "tools/forkzip/edit/Draft.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,7 +12,7 @@
 
 #include "platform/compress/Crc32.h"
 #include "tools/forkzip/cli/Problems.h"
-#include "tools/forkzip/edit/RunLock.h"
+#include "tools/forkzip/read/OpenArchive.h"
 
 namespace vantorel::forkzip {
 
@@ -18,22 +20,46 @@ namespace {
 
 constexpr mode_t kPrivate = 0600;
 
+[[noreturn]] void Fail(const std::string& what, int error) {
+  throw Failure(ExitCode::kFileError, WithCause(what, error));
+}
+
+[[noreturn]] void FailAsInUse() {
+  throw Failure(ExitCode::kFileError, "is being changed by another run of forkzip");
+}
+
 // Of a name that leaves no room for more, its sum stands instead.
-std::string DraftName(const std::string& name) {
+std::string DraftOf(const std::filesystem::path& archive) {
   constexpr const char* kSuffix = ".forkzip-new";
+  const std::string name = archive.filename().string();
   std::string draft = "." + name + kSuffix;
-  if (draft.size() <= NAME_MAX) return draft;
-  return "." + std::to_string(static_cast<std::uint32_t>(Crc32OfBytes(name, 0))) + kSuffix;
+  if (draft.size() > NAME_MAX) {
+    draft = "." + std::to_string(static_cast<std::uint32_t>(Crc32OfBytes(name, 0))) + kSuffix;
+  }
+  return (archive.parent_path() / draft).string();
+}
+
+// A lock that lasts as long as the file is open. False if another run has it. A file system without locks has
+// to do without.
+bool TryLock(int file) {
+  return flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+}
+
+bool SameFile(const struct stat& a, const struct stat& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+// So that the new name lasts as well.
+void SyncFolderOf(const std::string& path) {
+  const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+  const Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (opened.IsOpen()) fsync(opened.Get());
 }
 
 }  // namespace
 
-std::string DraftOf(const std::string& path) {
-  const std::filesystem::path archive = RealPath(path);
-  return (archive.parent_path() / DraftName(archive.filename().string())).string();
-}
-
-bool RemoveStray(const std::string& draft) {
+bool Draft::RemoveStray(const std::string& path) {
+  const std::string draft = DraftOf(path);
   const Descriptor stray(open(draft.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   if (!stray.IsOpen() && errno == ENOENT) return true;
   // While its lock is held, no other run takes the name away and gives it to a draft of its own.
@@ -42,18 +68,49 @@ bool RemoveStray(const std::string& draft) {
   return true;
 }
 
-void LockDraft(int file, const std::string& draft) {
-  if (!TryLock(file) || !IsNamed(file, draft)) FailAsInUse();
+Draft::Draft(const std::string& path) : target_(path), path_(DraftOf(path)) {
+  if (!RemoveStray(path)) FailAsInUse();
+  file_ = Descriptor(open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kPrivate));
+  if (!file_.IsOpen()) Fail("no new file can be made beside it: " + path_, errno);
+  if (!TryLock(file_.Get()) || !IsNamed(file_.Get(), path_)) FailAsInUse();
 }
 
-Descriptor MakeDraft(const std::string& draft) {
-  if (!RemoveStray(draft)) FailAsInUse();
-  Descriptor file(open(draft.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kPrivate));
-  if (!file.IsOpen()) {
-    throw Failure(ExitCode::kFileError, WithCause("no new file can be made beside it: " + draft, errno));
+Draft::~Draft() {
+  if (!placed_ && IsNamed(file_.Get(), path_)) unlink(path_.c_str());
+}
+
+void Draft::PutInPlace(bool replace) {
+  Sync(file_.Get());
+  if (!IsNamed(file_.Get(), path_)) {
+    throw Failure(ExitCode::kFileError, "another program took the new file away; nothing is changed");
   }
-  LockDraft(file.Get(), draft);
-  return file;
+  const int error = Rename(AT_FDCWD, path_, target_, replace);
+  if (error != 0) Fail("the new archive cannot be put in its place", error);
+  placed_ = true;
+  SyncFolderOf(target_);
+}
+
+Descriptor OpenLocked(const std::string& path) {
+  while (true) {
+    Descriptor file = OpenRegularFile(path, O_RDWR);
+    if (!TryLock(file.Get())) FailAsInUse();
+    struct stat opened {};
+    struct stat named {};
+    // Whoever held the lock before may have renamed a new archive to the path since it was opened.
+    if (fstat(file.Get(), &opened) == 0 && stat(path.c_str(), &named) == 0 && SameFile(opened, named)) {
+      return file;
+    }
+  }
+}
+
+bool IsNamed(int file, const std::string& path) {
+  struct stat opened {};
+  struct stat named {};
+  return fstat(file, &opened) == 0 && lstat(path.c_str(), &named) == 0 && SameFile(opened, named);
+}
+
+void Sync(int file) {
+  if (fsync(file) != 0) Fail("cannot be written", errno);
 }
 
 }  // namespace vantorel::forkzip

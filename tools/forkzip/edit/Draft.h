@@ -1,5 +1,5 @@
 // The file beside an archive in which its new content grows, `.NAME.forkzip-new`. The name is always the
-// same, so that what a killed run left behind is found by the next one. A run holds a lock on its draft.
+// same, so that the next run finds what a killed one left behind. A run holds a lock on its draft.
 #pragma once
 
 #include <string>
@@ -8,18 +8,41 @@
 
 namespace vantorel::forkzip {
 
-// The path of the draft for the archive at `path`; a symbolic link is followed.
-std::string DraftOf(const std::string& path);
+class Draft {
+ public:
+  // Takes away what a killed run, or anyone else, left under the name of the draft for the archive at `path`,
+  // in which no symbolic link is left. False, and it stays, if another run is at work on it.
+  static bool RemoveStray(const std::string& path);
 
-// Takes away what a run that was killed left under the name of a draft, or anyone else put there. False if
-// another run is at work on it; it stays then.
-bool RemoveStray(const std::string& draft);
+  // Makes an empty draft that nobody else can read or has open, and locks it. Raises Failure if another run
+  // has one, or none can be made.
+  explicit Draft(const std::string& path);
+  // Removes the draft unless it was put in place.
+  ~Draft();
+  Draft(const Draft&) = delete;
+  Draft& operator=(const Draft&) = delete;
 
-// Locks a draft that was just made. Raises Failure if another run came between.
-void LockDraft(int file, const std::string& draft);
+  int File() const { return file_.Get(); }
 
-// Makes an empty draft that nobody else can read or has open, and locks it. Raises Failure if another run has
-// one, or none can be made.
-Descriptor MakeDraft(const std::string& draft);
+  // Syncs the draft and renames it to the archive's name, over what is there only if `replace` is set. Raises
+  // Failure, and then what is there stays.
+  void PutInPlace(bool replace);
+
+ private:
+  std::string target_;
+  std::string path_;
+  Descriptor file_;
+  bool placed_ = false;
+};
+
+// Opens the archive that `path` names, or links to, for changes, and locks it: two runs of the tool never
+// change one archive at the same time. Raises Failure if it cannot be opened, or another run has locked it.
+Descriptor OpenLocked(const std::string& path);
+
+// Whether an open file is the one that `path` names, itself and not by a symbolic link.
+bool IsNamed(int file, const std::string& path);
+
+// Brings a file's content to the disk. Raises Failure.
+void Sync(int file);
 
 }  // namespace vantorel::forkzip

@@ -2,13 +2,10 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
-
 #include "platform/base/LittleEndian.h"
 #include "tools/forkzip/cli/FileBytes.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Problems.h"
-#include "zip/records/MemberExtents.h"
 #include "zip/records/ZipRecords.h"
 
 namespace vantorel::forkzip::Preflight {
@@ -21,16 +18,6 @@ constexpr std::size_t kLongestText = 65535;  // a name or a comment
 
 [[noreturn]] void Refuse(const std::string& why) {
   throw Failure(ExitCode::kBadArchive, "not changed: " + why);
-}
-
-// What the engine compares on its way, when earlier members have been moved already.
-bool HeadersAgree(std::string_view local, const RawRecord& record) {
-  const std::string_view central = record.Bytes();
-  return Get16(local, LocalHeader::kFlags) == record.Flags() &&
-         Get16(local, LocalHeader::kMethod) == Get16(central, CentralHeader::kMethod) &&
-         Get32(local, LocalHeader::kCrc) == record.Crc() &&
-         Get32(local, LocalHeader::kCompressedSize) == record.CompressedSize() &&
-         Get32(local, LocalHeader::kUncompressedSize) == record.Size();
 }
 
 }  // namespace
@@ -62,27 +49,6 @@ void CheckDirectory(int file, const RawDirectory& directory) {
     if (record.Offset() >= directory.start) {
       Refuse("members lie behind its directory; extract them and make a new archive of them");
     }
-  }
-}
-
-void CheckNothingVanishes(const RawDirectory& directory, std::int32_t entries_seen) {
-  const std::size_t folded = directory.records.size() - static_cast<std::size_t>(entries_seen);
-  if (folded == 0) return;
-  Refuse("in place, " + Count(folded, "companion member") +
-         " with resource forks and Finder data would vanish; leave out --in-place, which keeps them");
-}
-
-void CheckCompactable(int file, const RawDirectory& directory, const std::vector<MemberExtent>& extents) {
-  const auto descriptors = std::count_if(extents.begin(), extents.end(),
-                                         [](const MemberExtent& extent) { return extent.has_descriptor; });
-  if (descriptors != 0) {
-    Refuse("in place, " + Count(static_cast<unsigned long long>(descriptors), "member") +
-           " with data descriptors would be damaged; leave out --in-place, which compacts them soundly");
-  }
-  for (const RawRecord& record : directory.records) {
-    if (HeadersAgree(ReadAt(file, record.Offset(), LocalHeader::kSize), record)) continue;
-    Refuse(Printable(record.Name()) +
-           " has a local header that contradicts the directory; leave out --in-place, which keeps both");
   }
 }
 

@@ -5,21 +5,13 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "zip/records/MemberExtents.h"
 #include "zip/records/RawDirectory.h"
 
 namespace vantorel::forkzip::Preflight {
 
 // For every edit: the directory is what it claims to be, and nothing that lies behind it would be cut off.
 void CheckDirectory(int file, const RawDirectory& directory);
-
-// For an edit in place: the engine sees every record, so that none vanishes when it writes the directory.
-void CheckNothingVanishes(const RawDirectory& directory, std::int32_t entries_seen);
-
-// For compacting in place: no member has a data descriptor, and no local header contradicts its record.
-void CheckCompactable(int file, const RawDirectory& directory, const std::vector<MemberExtent>& extents);
 
 // For adding: the count and the size stay within what the format and the engine hold.
 void CheckCount(std::uint64_t members);

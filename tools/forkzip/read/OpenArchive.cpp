@@ -8,6 +8,7 @@
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/read/HeapRoom.h"
+#include "zip/records/FormatError.h"
 #include "zip/records/RawDirectory.h"
 
 namespace vantorel::forkzip {
@@ -17,21 +18,35 @@ namespace {
 // The engine's own 16 KiB leaves time on the way to and from the system.
 constexpr std::int32_t kCopyChunk = 65536;
 
-Ref<ZipArchive> NewArchive() {
-  auto archive = New<ZipArchive>();
-  archive->d->copyChunkSize = kCopyChunk;
-  return archive;
+Ref<TextEncoding> EncodingByName(ZipArchive& archive, const std::string& name) {
+  if (name == "windows-1252") return archive.EncodedAsWinLatin1();
+  if (name == "cp437") return archive.EncodedAsDOSLatinUS();
+  if (name == "mac-roman") return archive.EncodedAsMacDefault();
+  return archive.EncodedAsUnicode();
+}
+
+// An archive of no members, as other programs write it, is an end record and nothing else. The engine wants a
+// member in front. False if the file is something else.
+bool OpenWithoutMembers(ZipArchive& archive, const std::string& path, int file) {
+  try {
+    const RawDirectory directory = RawDirectory::Read(file);
+    if (directory.start != 0 || directory.announced != 0 || directory.unknown != 0) return false;
+    archive.comment_ = String::Bytes(directory.comment);
+  } catch (const FormatError&) {
+    return false;
+  }
+  archive.d->zipStream = GetFolderItem(String::Bytes(path))->OpenAsBinaryFile(false);
+  archive.entriesRead = archive.d->zipStream != nil;
+  return archive.entriesRead;
 }
 
 }  // namespace
 
-Ref<TextEncoding> EncodingByName(const std::string& name) {
-  const auto archive = New<ZipArchive>();
-  if (name == "utf-8") return archive->EncodedAsUnicode();
-  if (name == "windows-1252") return archive->EncodedAsWinLatin1();
-  if (name == "cp437") return archive->EncodedAsDOSLatinUS();
-  if (name == "mac-roman") return archive->EncodedAsMacDefault();
-  return nil;
+Ref<ZipArchive> NewArchive(const std::string& encoding) {
+  auto archive = New<ZipArchive>();
+  archive->d->copyChunkSize = kCopyChunk;
+  archive->d->setArchiveEncoding(EncodingByName(*archive, encoding));
+  return archive;
 }
 
 Descriptor OpenRegularFile(const std::string& path, int flags) {
@@ -57,28 +72,14 @@ void PrepareForManyMembers(int file) {
 }
 
 Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encoding) {
-  PrepareForManyMembers(OpenRegularFile(path, O_RDONLY).Get());
-  Ref<ZipArchive> archive = NewArchive();
-  if (!archive->Open(GetFolderItem(String::Bytes(path)), false, EncodingByName(encoding))) {
+  const Descriptor file = OpenRegularFile(path, O_RDONLY);
+  PrepareForManyMembers(file.Get());
+  Ref<ZipArchive> archive = NewArchive(encoding);
+  if (!archive->Open(GetFolderItem(String::Bytes(path)), false, archive->d->archiveEncoding) &&
+      !OpenWithoutMembers(*archive, path, file.Get())) {
     throw Failure(ExitCode::kBadArchive, Utf8(archive->ErrorMessage()));
   }
   return archive;
-}
-
-Ref<ZipArchive> OpenForWriting(const std::string& path, const std::string& encoding) {
-  Ref<ZipArchive> archive = NewArchive();
-  if (!archive->Open(GetFolderItem(String::Bytes(path)), true, EncodingByName(encoding))) {
-    const std::string message = Utf8(archive->ErrorMessage());
-    const bool file_error = message.starts_with("Creating") || message.starts_with("Opening");
-    throw Failure(file_error ? ExitCode::kFileError : ExitCode::kBadArchive, message);
-  }
-  return archive;
-}
-
-void CloseWritten(const Ref<ZipArchive>& archive) {
-  const Ref<BinaryStream> stream = archive->d->zipStream;
-  if (!archive->Close()) throw Failure(ExitCode::kFileError, Utf8(archive->ErrorMessage()));
-  if (stream->WriteError()) throw Failure(ExitCode::kFileError, "cannot be written; is the disk full?");
 }
 
 }  // namespace vantorel::forkzip

@@ -9,8 +9,8 @@
 
 namespace vantorel::forkzip {
 
-// What `--encoding` may name; nil for any other word.
-Ref<TextEncoding> EncodingByName(const std::string& name);
+// An archive object that is not open yet, for names in this encoding.
+Ref<ZipArchive> NewArchive(const std::string& encoding);
 
 // `flags`: O_RDONLY or O_RDWR. Raises Failure: kBadArchive if there is no such file, kFileError if the system
 // refuses it or it is no regular file.
@@ -22,13 +22,5 @@ void PrepareForManyMembers(int file);
 
 // Raises Failure as above, and kBadArchive if the file is no archive that can be read.
 Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encoding);
-
-// The same, for changes. If there is no such file the engine makes it. Nothing is written yet to one that
-// exists; its directory is to be checked by Preflight before anything is.
-Ref<ZipArchive> OpenForWriting(const std::string& path, const std::string& encoding);
-
-// Writes the directory and closes an archive that was open for changes. Raises Failure (kFileError) if
-// anything that was written since it was opened did not arrive.
-void CloseWritten(const Ref<ZipArchive>& archive);
 
 }  // namespace vantorel::forkzip

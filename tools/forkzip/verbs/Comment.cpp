@@ -1,11 +1,9 @@
 #include <optional>
 
 #include "tools/forkzip/Verbs.h"
-#include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Options.h"
 #include "tools/forkzip/cli/Output.h"
-#include "tools/forkzip/edit/ArchiveCopy.h"
-#include "tools/forkzip/edit/InPlaceEdit.h"
+#include "tools/forkzip/edit/ArchiveEdit.h"
 #include "tools/forkzip/edit/Preflight.h"
 #include "tools/forkzip/read/OpenArchive.h"
 
@@ -32,34 +30,15 @@ void TellComment(const Options& options) {
   output.Flush();
 }
 
-void SetByCopy(const Options& options, const std::string& text) {
-  ArchiveCopy copy(options.archive);
-  OpenForReading(options.archive, "utf-8");  // says why if it is no archive
-  RawDirectory directory = RawDirectory::Read(copy.Original());
-  Preflight::CheckDirectory(copy.Original(), directory);
-  Preflight::CheckComment(text);
-  directory.comment = text;
-  copy.Begin();
-  CopyBytes(copy.Original(), 0, copy.File(), 0, directory.start);
-  directory.Write(copy.File());
-  copy.Commit(directory);
-}
-
-void SetInPlace(const Options& options, const std::string& text) {
-  InPlaceEdit edit(options.archive, "utf-8");
-  Preflight::CheckComment(text);
-  edit.Archive()->SetComment(String::Bytes(text));
-  edit.Finish();
-}
-
 void Comment(const CommentOptions& options) {
   if (!options.text) return TellComment(options);
-  Interruption::Watch();
-  if (options.in_place) {
-    SetInPlace(options, *options.text);
-  } else {
-    SetByCopy(options, *options.text);
-  }
+  EditArchive(options, [&](ArchiveEdit& edit) {
+    Preflight::CheckComment(*options.text);
+    edit.KeepMembers();
+    RawDirectory directory = edit.Before();
+    directory.comment = *options.text;
+    return directory;
+  });
 }
 
 }  // namespace

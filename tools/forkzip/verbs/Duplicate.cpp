@@ -1,21 +1,11 @@
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-
 #include "platform/text/TextFunctions.h"
 #include "tools/forkzip/Verbs.h"
 #include "tools/forkzip/add/AddPlan.h"
-#include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Options.h"
-#include "tools/forkzip/cli/Printable.h"
-#include "tools/forkzip/edit/ArchiveCopy.h"
-#include "tools/forkzip/edit/InPlaceEdit.h"
-#include "tools/forkzip/edit/MemberDuplicate.h"
-#include "tools/forkzip/edit/Preflight.h"
-#include "tools/forkzip/edit/StoredNames.h"
+#include "tools/forkzip/edit/ArchiveEdit.h"
+#include "tools/forkzip/edit/MemberCopy.h"
+#include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/read/MemberSelection.h"
-#include "tools/forkzip/read/OpenArchive.h"
 
 namespace vantorel::forkzip {
 
@@ -45,46 +35,11 @@ std::string StoredName(const Ref<ZipArchive>& archive, const DuplicateOptions& o
   return std::string(archive->z_pathToEncName(text).view());
 }
 
-// Looked up once no other run can change the archive any more.
-Ref<ZipEntry> EntryOf(const Ref<ZipArchive>& archive, const DuplicateOptions& options) {
-  return archive->Entry(SelectOneMember(archive, options.member));
-}
-
-void DuplicateByCopy(const DuplicateOptions& options) {
-  ArchiveCopy copy(options.archive);
-  const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
-  const Ref<ZipEntry> entry = EntryOf(archive, options);
-  const std::string name = StoredName(archive, options, entry->IsDirectory());
-  const RawDirectory before = RawDirectory::Read(copy.Original());
-  Preflight::CheckDirectory(copy.Original(), before);
-  copy.Begin();
-  CopyBytes(copy.Original(), 0, copy.File(), 0, before.start);
-  const RawDirectory after = AddDuplicate(copy.Original(), before, entry, name, copy.File());
-  after.Write(copy.File());
-  copy.Commit(after);
-}
-
-void DuplicateInPlace(const DuplicateOptions& options) {
-  InPlaceEdit edit(options.archive, options.encoding);
-  const Ref<ZipEntry> entry = EntryOf(edit.Archive(), options);
-  const std::string name = StoredName(edit.Archive(), options, entry->IsDirectory());
-  try {
-    const RawDirectory after = AddDuplicate(edit.File(), edit.Before(), entry, name, edit.File());
-    after.Write(edit.File());
-    if (fsync(edit.File()) != 0) throw Failure(ExitCode::kFileError, WithCause("cannot be written", errno));
-  } catch (...) {
-    edit.Undo();
-    throw;
-  }
-}
-
-void Duplicate(const DuplicateOptions& options) {
-  Interruption::Watch();
-  if (options.in_place) {
-    DuplicateInPlace(options);
-  } else {
-    DuplicateByCopy(options);
-  }
+// Looks for the member once no other run can change the archive any more.
+RawDirectory Duplicate(ArchiveEdit& edit, const DuplicateOptions& options) {
+  const Ref<ZipArchive>& archive = edit.Archive();
+  const Ref<ZipEntry> entry = archive->Entry(SelectOneMember(archive, options.member, LetterCase::kExact));
+  return DuplicateMember(edit, entry, StoredName(archive, options, entry->IsDirectory()));
 }
 
 }  // namespace
@@ -92,7 +47,8 @@ void Duplicate(const DuplicateOptions& options) {
 void AddDuplicateVerb(CLI::App& app, ExitCode& exit_code) {
   static DuplicateOptions options;
   CLI::App& command = *app.add_subcommand("duplicate", "Gives a member's data a second name");
-  SetUp(command, options, exit_code, [](Problems&) { Duplicate(options); });
+  SetUp(command, options, exit_code,
+        [](Problems&) { EditArchive(options, [](ArchiveEdit& edit) { return Duplicate(edit, options); }); });
   command.add_option("MEMBER", options.member, "A member's name, or a pattern that only one matches")
       ->required();
   command.add_option("NEWNAME", options.new_name, "The second name")->required();

@@ -1,0 +1,138 @@
+#include "tools/forkzip/edit/MemberCopy.h"
+
+#include <vector>
+
+#include "platform/base/LittleEndian.h"
+#include "tools/forkzip/cli/FileBytes.h"
+#include "tools/forkzip/cli/Problems.h"
+#include "tools/forkzip/edit/MemberRecords.h"
+#include "tools/forkzip/edit/Preflight.h"
+#include "tools/forkzip/read/MemberFacts.h"
+#include "tools/forkzip/read/Verification.h"
+#include "zip/records/MemberExtents.h"
+#include "zip/records/ZipRecords.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+constexpr auto kDescriptorFlag = static_cast<std::uint32_t>(ZipFlags::kDataDescriptor);
+
+struct Source {
+  RawRecord record;
+  std::string name;  // of its copy
+};
+
+// A decryption is checked against the time where there is a data descriptor, and against the CRC where there
+// is none: encrypted data keeps its own.
+bool NeedsDescriptor(std::uint32_t local_flags) {
+  constexpr auto kBoth = static_cast<std::uint32_t>(ZipFlags::kEncrypted) | kDescriptorFlag;
+  return (local_flags & kBoth) == kBoth;
+}
+
+// Whether the local header tells the same of the data as the record. Of a fake duplicate only one has the
+// flag of a data descriptor.
+bool HeadersAgree(std::string_view local, const RawRecord& record) {
+  const std::uint32_t flags = Get16(local, LocalHeader::kFlags);
+  if (((flags ^ record.Flags()) & ~kDescriptorFlag) != 0 ||
+      Get16(local, LocalHeader::kMethod) != Get16(record.Bytes(), CentralHeader::kMethod)) {
+    return false;
+  }
+  return (flags & kDescriptorFlag) != 0 ||
+         (Get32(local, LocalHeader::kCrc) == record.Crc() &&
+          Get32(local, LocalHeader::kCompressedSize) == record.CompressedSize() &&
+          Get32(local, LocalHeader::kUncompressedSize) == record.Size());
+}
+
+// What cannot be unpacked here, like encrypted data, is not looked into.
+void CheckSound(int file, const Ref<ZipEntry>& entry, const RawRecord& record) {
+  if (!HeadersAgree(ReadAt(file, record.Offset(), LocalHeader::kSize), record)) {
+    throw Failure(ExitCode::kBadArchive, "not changed: its local header contradicts the directory");
+  }
+  const std::int32_t method = entry->CompressionMethod();
+  if (entry->IsEncrypted() || (method != ZipMethod::kStored && method != ZipMethod::kDeflated)) return;
+  const std::string fault = FaultOf(entry);
+  if (!fault.empty()) throw Failure(ExitCode::kBadArchive, "not changed: the member is damaged: " + fault);
+}
+
+// Writes the copy to `to` at `at`. Returns its record; `at` moves behind it.
+RawRecord WriteCopy(int from, const Source& source, const ZipArchiveData& archive, int to,
+                    std::uint32_t& at) {
+  RawRecord record = source.record;
+  std::string header = ReadAt(from, record.Offset(), LocalHeader::kSize);
+  const std::uint32_t name_length = Get16(header, LocalHeader::kNameLength);
+  const std::uint32_t extra_length = Get16(header, LocalHeader::kExtraLength);
+  const std::uint64_t extra_begin = std::uint64_t{record.Offset()} + LocalHeader::kSize + name_length;
+  std::uint32_t flags = FlagsForName(Get16(header, LocalHeader::kFlags), source.name, archive);
+  const std::string sizes =
+      LittleEndian32(record.Crc()) + LittleEndian32(record.CompressedSize()) + LittleEndian32(record.Size());
+  std::string descriptor;
+  if (NeedsDescriptor(flags)) {
+    descriptor = LittleEndian32(DataDescriptor::kMagic) + sizes;
+  } else {
+    // The sizes are known, so no data descriptor is needed behind the data.
+    flags &= ~kDescriptorFlag;
+    header.replace(LocalHeader::kCrc, sizes.size(), sizes);
+  }
+  header.replace(LocalHeader::kFlags, 2, LittleEndian16(flags));
+  header.replace(LocalHeader::kNameLength, 2, LittleEndian16(static_cast<std::uint32_t>(source.name.size())));
+  header += source.name + ReadAt(from, extra_begin, extra_length);
+
+  record.SetName(source.name);
+  record.SetFlags(flags);
+  record.SetOffset(at);
+  WriteAt(to, at, header);
+  at += static_cast<std::uint32_t>(header.size());
+  CopyBytes(from, extra_begin + extra_length, to, at, record.CompressedSize());
+  at += record.CompressedSize();
+  WriteAt(to, at, descriptor);
+  at += static_cast<std::uint32_t>(descriptor.size());
+  return record;
+}
+
+// The name of a companion for a member called `name`, in the tree that the companion `model` lies in.
+std::string CompanionName(std::string_view model, std::string name) {
+  constexpr std::string_view kTree = "__MACOSX/";
+  if (name.back() == '/') name.pop_back();
+  name.insert(name.find_last_of('/') + 1, "._");  // at the front where there is no slash
+  return (model.starts_with(kTree) ? std::string(kTree) : "") + name;
+}
+
+std::vector<Source> SourcesOf(const RawDirectory& directory, const Ref<ZipEntry>& entry,
+                              const std::string& name) {
+  std::vector<Source> sources = {{RecordOf(directory, entry), name}};
+  if (entry->appleDoubleEntry) {
+    const RawRecord& companion = RecordOf(directory, entry->appleDoubleEntry);
+    sources.push_back({companion, CompanionName(companion.Name(), name)});
+  }
+  return sources;
+}
+
+}  // namespace
+
+RawDirectory DuplicateMember(ArchiveEdit& edit, const Ref<ZipEntry>& entry, const std::string& name) {
+  const RawDirectory& before = edit.Before();
+  const std::vector<Source> sources = SourcesOf(before, entry, name);
+  RawDirectory of_sources = before;
+  of_sources.records.clear();
+  std::uint64_t needed = 0;
+  for (const Source& source : sources) {
+    constexpr std::uint64_t kLongestHeaders = 1U << 17U;
+    Preflight::CheckName(source.name);
+    of_sources.records.push_back(source.record);
+    needed += source.record.CompressedSize() + 2 * source.name.size() + kLongestHeaders;
+  }
+  Preflight::CheckSize(before.end + needed);
+  Preflight::CheckCount(before.records.size() + sources.size());
+  ExtentsOf(edit.From(), of_sources);  // raises if they do not lie where they should
+  CheckSound(edit.From(), entry, sources.front().record);
+
+  edit.MakeRoomBehindMembers();
+  RawDirectory after = edit.Before();
+  for (const Source& source : sources) {
+    after.records.push_back(WriteCopy(edit.From(), source, *entry->d, edit.To(), after.start));
+  }
+  return after;
+}
+
+}  // namespace vantorel::forkzip

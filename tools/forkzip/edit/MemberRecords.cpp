@@ -1,0 +1,62 @@
+#include "tools/forkzip/edit/MemberRecords.h"
+
+#include <algorithm>
+
+#include "platform/text/TextFunctions.h"
+#include "tools/forkzip/cli/Printable.h"
+#include "tools/forkzip/cli/Problems.h"
+#include "zip/records/ZipRecords.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+constexpr auto kUtf8Flag = static_cast<std::uint32_t>(ZipFlags::kUtf8Name);
+
+bool StoresUtf8(const ZipArchiveData& archive) {
+  return archive.archiveEncoding->Equals(Encodings::UTF8());
+}
+
+std::uint32_t OffsetOf(const Ref<ZipEntry>& entry) {
+  return static_cast<std::uint32_t>(entry->header->Long(CentralHeader::kLocalHeaderOffset));
+}
+
+}  // namespace
+
+std::string_view NameInRecord(const Ref<ZipEntry>& entry) {
+  if (entry->header->UShort(CentralHeader::kNameLength) == 0) return {};
+  return entry->zipEncName.view();
+}
+
+bool IsOf(const RawRecord& record, const Ref<ZipEntry>& entry) {
+  return record.Offset() == OffsetOf(entry) && record.Name() == NameInRecord(entry);
+}
+
+const RawRecord& RecordOf(const RawDirectory& directory, const Ref<ZipEntry>& entry) {
+  const auto found = std::find_if(directory.records.begin(), directory.records.end(),
+                                  [&](const RawRecord& record) { return IsOf(record, entry); });
+  if (found == directory.records.end()) throw Failure(ExitCode::kBadArchive, "the directory is damaged");
+  return *found;
+}
+
+void RecordSet::Add(const Ref<ZipEntry>& entry) {
+  keys_.emplace(OffsetOf(entry), NameInRecord(entry));
+  if (entry->appleDoubleEntry) Add(entry->appleDoubleEntry);
+}
+
+bool RecordSet::Contains(const RawRecord& record) const {
+  return !keys_.empty() && keys_.contains({record.Offset(), std::string(record.Name())});
+}
+
+bool CanStore(const Ref<ZipArchive>& archive, const std::string& name) {
+  if (StoresUtf8(*archive->d) || IsAscii(name)) return true;
+  const String stored = archive->z_pathToEncName(DefineEncoding(String::Bytes(name), Encodings::UTF8()));
+  return ConvertEncoding(archive->d->decodeFromZip(stored), Encodings::UTF8()).view() == name;
+}
+
+std::uint32_t FlagsForName(std::uint32_t flags, std::string_view name, const ZipArchiveData& archive) {
+  if (IsAscii(name)) return flags;
+  return StoresUtf8(archive) && IsUtf8(name) ? flags | kUtf8Flag : flags & ~kUtf8Flag;
+}
+
+}  // namespace vantorel::forkzip

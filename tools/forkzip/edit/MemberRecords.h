@@ -1,0 +1,40 @@
+// Members as the engine sees them, and their records in the directory.
+#pragma once
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "platform/base/Ref.h"
+#include "zip/archive/ZipArchive.h"
+#include "zip/records/RawDirectory.h"
+
+namespace vantorel::forkzip {
+
+// Whether a record is the one of this member: they tell of the same local header and the same name.
+bool IsOf(const RawRecord& record, const Ref<ZipEntry>& entry);
+// The name of a member as it stands in its record: where there is none, the engine lets the member take over
+// the name of the one before it.
+std::string_view NameInRecord(const Ref<ZipEntry>& entry);
+// The record of a member. Raises Failure if there is none.
+const RawRecord& RecordOf(const RawDirectory& directory, const Ref<ZipEntry>& entry);
+
+// Records of members, told by where the local header lies and by the name.
+class RecordSet {
+ public:
+  // Takes up the record of a member and the one of its companion, if there is one.
+  void Add(const Ref<ZipEntry>& entry);
+  bool Contains(const RawRecord& record) const;
+
+ private:
+  std::set<std::pair<std::uint32_t, std::string>> keys_;
+};
+
+// Whether a name in UTF-8 can be stored in the archive's encoding with every letter.
+bool CanStore(const Ref<ZipArchive>& archive, const std::string& name);
+// The flags of a member with this stored name, of which one says that the name is in UTF-8.
+std::uint32_t FlagsForName(std::uint32_t flags, std::string_view name, const ZipArchiveData& archive);
+
+}  // namespace vantorel::forkzip

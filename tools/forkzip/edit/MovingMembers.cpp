@@ -1,0 +1,84 @@
+#include "tools/forkzip/edit/MovingMembers.h"
+
+#include <algorithm>
+#include <functional>
+#include <string>
+
+#include "tools/forkzip/cli/FileBytes.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+constexpr std::uint64_t kPiece = 1U << 20U;
+
+// Moves `count` bytes of a file from `from` up to `to`, which lies behind it.
+void MoveUp(int file, std::uint64_t from, std::uint64_t to, std::uint64_t count) {
+  while (count != 0) {
+    const std::uint64_t part = std::min(count, kPiece);
+    count -= part;
+    WriteAt(file, to + count, ReadAt(file, from + count, part));
+  }
+}
+
+// Moves `count` bytes of a file from `from` down to `to`, which lies in front of it. If that fails, what was
+// at `from` is there again.
+void MoveDown(int file, std::uint64_t from, std::uint64_t to, std::uint64_t count) {
+  std::uint64_t moved = 0;
+  std::string piece;
+  try {
+    for (; moved != count; moved += piece.size()) {
+      piece = "";
+      piece = ReadAt(file, from + moved, std::min(count - moved, kPiece));
+      WriteAt(file, to + moved, piece);
+    }
+  } catch (...) {
+    // The two places may overlap: put back the piece that did not arrive, and what is overwritten in front.
+    WriteAt(file, from + moved, piece);
+    const std::uint64_t overwritten = std::min(to + moved + piece.size(), from + moved);
+    if (overwritten > from) MoveUp(file, to, from, overwritten - from);
+    throw;
+  }
+}
+
+using Mover = std::function<void(std::uint64_t from, std::uint64_t to, std::uint64_t count)>;
+
+// Neighbours move as one.
+std::uint32_t MoveAll(const std::vector<MemberExtent>& extents, std::vector<RawRecord>& records,
+                      const Mover& move) {
+  std::vector<RawRecord*> in_file_order;
+  in_file_order.reserve(records.size());
+  for (RawRecord& record : records) in_file_order.push_back(&record);
+  std::stable_sort(in_file_order.begin(), in_file_order.end(),
+                   [](const RawRecord* a, const RawRecord* b) { return a->Offset() < b->Offset(); });
+  auto record = in_file_order.begin();
+  std::uint32_t target = 0;
+  for (auto extent = extents.begin(); extent != extents.end();) {
+    const std::uint32_t begin = extent->begin;
+    std::uint32_t end = begin;
+    for (; extent != extents.end() && extent->begin == end; ++extent) end = extent->end;
+    move(begin, target, end - begin);
+    for (; record != in_file_order.end() && (*record)->Offset() < end; ++record) {
+      (*record)->SetOffset((*record)->Offset() - begin + target);
+    }
+    target += end - begin;
+  }
+  return target;
+}
+
+}  // namespace
+
+std::uint32_t CopyTogether(int from, const std::vector<MemberExtent>& extents, int to,
+                           std::vector<RawRecord>& records) {
+  return MoveAll(extents, records, [&](std::uint64_t begin, std::uint64_t target, std::uint64_t count) {
+    CopyBytes(from, begin, to, target, count);
+  });
+}
+
+std::uint32_t CloseGaps(int file, const std::vector<MemberExtent>& extents, std::vector<RawRecord>& records) {
+  return MoveAll(extents, records, [&](std::uint64_t begin, std::uint64_t target, std::uint64_t count) {
+    if (begin != target) MoveDown(file, begin, target, count);
+  });
+}
+
+}  // namespace vantorel::forkzip
