@@ -1,5 +1,6 @@
-// The making of one TCP connection: looks the name up, then tries every address, the next one a little later
-// while those before are still at it (RFC 8305, "happy eyeballs"); the first that answers wins.
+// The making of one TCP connection: looks the name up and tries every address found, the next one a little
+// later while those before are still at it (RFC 8305, "happy eyeballs"); the first that answers wins. Nobody
+// is waited for for longer than about 15 seconds.
 #pragma once
 
 #include <poll.h>
@@ -30,8 +31,10 @@ class Connector {
 
   // Looks at what has happened and goes on from there.
   State Advance();
-  // The connected socket, non-blocking. REQUIRES: State is kConnected.
-  Descriptor TakeDescriptor() { return std::move(connected_); }
+  // The connected socket, non-blocking, and its watch, which runs `wake` once it can be written to.
+  // REQUIRES: State is kConnected.
+  Descriptor TakeDescriptor() { return std::move(connected_.descriptor); }
+  std::unique_ptr<DescriptorWatch> TakeWatch() { return std::move(connected_.watch); }
   // REQUIRES: State is kFailed.
   SocketCore::ErrorCode Error() const { return error_; }
 
@@ -46,7 +49,8 @@ class Connector {
 
   void Settle(State state, SocketCore::ErrorCode error);
   void TryNextAddress();
-  void StartAttempt(SocketAddress address);
+  // False if it failed at once.
+  bool StartAttempt(SocketAddress address);
   void LookAtAttempts();
   void NoteFailedAttempt(int error_number);
 
@@ -60,7 +64,7 @@ class Connector {
   std::size_t next_address_ = 0;
   EventLoop::Clock::time_point next_start_{};
   std::vector<Attempt> attempts_;
-  Descriptor connected_;
+  Attempt connected_;
 };
 
 }  // namespace vantorel

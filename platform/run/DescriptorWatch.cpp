@@ -2,22 +2,13 @@
 
 #include <sys/epoll.h>
 
+#include <cerrno>
+#include <system_error>
 #include <utility>
 
 #include "platform/run/EventLoopState.h"
 
 namespace vantorel {
-
-namespace {
-
-epoll_event Request(std::uint32_t events, void* watch) {
-  epoll_event request{};
-  request.events = events | EPOLLONESHOT;
-  request.data.ptr = watch;
-  return request;
-}
-
-}  // namespace
 
 void EventLoop::WatchState::Run() {
   if (!alive) return;
@@ -31,9 +22,14 @@ void EventLoop::WatchState::Run() {
 
 void EventLoop::WatchState::Rearm() {
   reported = false;
-  if (!alive) return;
-  epoll_event request = Request(events, this);
-  epoll_ctl(EventLoop::Current().epoll_, EPOLL_CTL_MOD, descriptor, &request);
+  if (alive) Ask(EPOLL_CTL_MOD);  // needs no memory, and so cannot fail
+}
+
+bool EventLoop::WatchState::Ask(int operation) {
+  epoll_event request{};
+  request.events = events | EPOLLONESHOT;
+  request.data.ptr = this;
+  return epoll_ctl(EventLoop::Current().epoll_, operation, descriptor, &request) == 0;
 }
 
 DescriptorWatch::DescriptorWatch(int descriptor, std::uint32_t events, EventLoop::Handler handler)
@@ -41,8 +37,7 @@ DescriptorWatch::DescriptorWatch(int descriptor, std::uint32_t events, EventLoop
   state_->descriptor = descriptor;
   state_->events = events;
   state_->handler = std::move(handler);
-  epoll_event request = Request(events, state_.get());
-  epoll_ctl(EventLoop::Current().epoll_, EPOLL_CTL_ADD, descriptor, &request);
+  if (!state_->Ask(EPOLL_CTL_ADD)) throw std::system_error(errno, std::generic_category(), "epoll_ctl");
 }
 
 DescriptorWatch::~DescriptorWatch() {

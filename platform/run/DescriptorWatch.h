@@ -13,7 +13,8 @@ class DescriptorWatch {
   // Runs `handler` from the loop while the descriptor is ready for one of `events` (EPOLLIN, EPOLLOUT; an
   // error or hang-up counts always). Between being reported and its handler's return the descriptor is not
   // looked at, so a handler that runs a nested loop does not run again inside itself. The handler may destroy
-  // the watch. REQUIRES: `descriptor` stays open until the watch is gone; one watch per descriptor.
+  // the watch. Raises std::system_error if the kernel cannot watch the descriptor (too many are watched, or
+  // it is a plain file). REQUIRES: `descriptor` stays open until the watch is gone; one watch per descriptor.
   DescriptorWatch(int descriptor, std::uint32_t events, EventLoop::Handler handler);
   ~DescriptorWatch();
   DescriptorWatch(const DescriptorWatch&) = delete;

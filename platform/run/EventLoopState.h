@@ -21,6 +21,8 @@ struct EventLoop::WatchState : std::enable_shared_from_this<WatchState> {
   void Run();
   // Asks the kernel for the next report.
   void Rearm();
+  // Tells epoll_ctl. False if it cannot; errno says why.
+  bool Ask(int operation);
 };
 
 // Kept alive by its LoopTimer and by a queued call of its handler.

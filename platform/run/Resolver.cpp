@@ -6,12 +6,19 @@
 #include <sys/epoll.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
+#include <system_error>
 #include <utility>
 
 namespace vantorel {
 
 namespace {
+
+constexpr std::chrono::seconds kLookUpLimit(10);
+// After so many milliseconds the next name server is asked.
+constexpr int kQueryTimeout = 2500;
+constexpr std::chrono::milliseconds kResolutionDelay(50);
 
 SocketAddress Copy(const sockaddr* address, socklen_t length) {
   SocketAddress copy{};
@@ -42,19 +49,23 @@ std::vector<SocketAddress> KnownAddresses(const std::string& host) {
   return result;
 }
 
-Resolver::Resolver(const std::string& host, EventLoop::Handler wake) : wake_(std::move(wake)), timer_(wake_) {
+Resolver::Resolver(const std::string& host, EventLoop::Handler wake)
+    : wake_(std::move(wake)), timer_(wake_), give_up_at_(EventLoop::Clock::now() + kLookUpLimit) {
   ares_options options{};
+  options.timeout = kQueryTimeout;
   options.sock_state_cb = OnSocketState;
   options.sock_state_cb_data = this;
-  if (ares_init_options(&channel_, &options, ARES_OPT_SOCK_STATE_CB) != ARES_SUCCESS) {
+  if (ares_init_options(&channel_, &options, ARES_OPT_TIMEOUTMS | ARES_OPT_SOCK_STATE_CB) == ARES_SUCCESS) {
+    ares_addrinfo_hints hints{};
+    hints.ai_socktype = SOCK_STREAM;
+    under_way_ = 2;
+    for (const int family : {AF_INET6, AF_INET}) {
+      hints.ai_family = family;
+      ares_getaddrinfo(channel_, host.c_str(), nullptr, &hints, OnResult, this);
+    }
+  } else {
     channel_ = nullptr;
-    End();
-    return;
   }
-  ares_addrinfo_hints hints{};
-  hints.ai_family = AF_UNSPEC;
-  hints.ai_socktype = SOCK_STREAM;
-  ares_getaddrinfo(channel_, host.c_str(), nullptr, &hints, OnResult, this);
   ArmTimer();
 }
 
@@ -62,10 +73,10 @@ Resolver::~Resolver() {
   if (channel_ != nullptr) ares_destroy(channel_);
 }
 
-bool Resolver::Advance() {
-  if (ended_) return true;
+void Resolver::Advance() {
+  if (Ended()) return;
   std::vector<pollfd> ready;
-  for (const Watched& one : watched_) ready.push_back({one.descriptor, one.events, 0});
+  DescribeWait(ready);
   poll(ready.data(), ready.size(), 0);
   for (const pollfd& one : ready) {
     if (one.revents == 0) continue;
@@ -75,12 +86,24 @@ bool Resolver::Advance() {
     ares_process_fd(channel_, readable ? one.fd : ARES_SOCKET_BAD, writable ? one.fd : ARES_SOCKET_BAD);
   }
   ares_process_fd(channel_, ARES_SOCKET_BAD, ARES_SOCKET_BAD);  // what is overdue
-  if (!ended_) ArmTimer();
-  return ended_;
+  if (EventLoop::Clock::now() >= give_up_at_) ares_cancel(channel_);
+  ArmTimer();
 }
 
-void Resolver::DescribeWait(std::vector<pollfd>& descriptors, std::chrono::milliseconds& limit) const {
-  if (ended_) limit = std::chrono::milliseconds::zero();
+std::vector<SocketAddress> Resolver::TakeAddresses() {
+  std::vector<SocketAddress> taken;
+  if (!Ended() && EventLoop::Clock::now() < hand_out_at_) return taken;
+  for (std::size_t i = 0; i < std::max(ipv6_.size(), ipv4_.size()); ++i) {
+    if (i < ipv6_.size()) taken.push_back(ipv6_[i]);
+    if (i < ipv4_.size()) taken.push_back(ipv4_[i]);
+  }
+  ipv6_.clear();
+  ipv4_.clear();
+  hand_out_at_ = EventLoop::Clock::time_point::max();
+  return taken;
+}
+
+void Resolver::DescribeWait(std::vector<pollfd>& descriptors) const {
   for (const Watched& one : watched_) descriptors.push_back({one.descriptor, one.events, 0});
 }
 
@@ -99,34 +122,40 @@ void Resolver::Watch(int descriptor, short events) {
     known->events = events;
     known->watch->SetEvents(EpollEvents(events));
   } else {
-    watched_.push_back(
-        {descriptor, events, std::make_unique<DescriptorWatch>(descriptor, EpollEvents(events), wake_)});
+    try {
+      watched_.push_back(
+          {descriptor, events, std::make_unique<DescriptorWatch>(descriptor, EpollEvents(events), wake_)});
+    } catch (const std::system_error&) {
+      give_up_at_ = {};  // nothing would tell of the answer
+    }
   }
 }
 
-// Called by c-ares once; also from inside ares_getaddrinfo when the answer is at hand, and from ares_destroy.
+// Called by c-ares once a query; also from inside ares_getaddrinfo when the answer is at hand, from
+// ares_cancel and from ares_destroy.
 void Resolver::OnResult(void* self, int status, int /*timeouts*/, ares_addrinfo* result) {
   if (status == ARES_EDESTRUCTION) return;
   auto* resolver = static_cast<Resolver*>(self);
-  if (status == ARES_SUCCESS && result != nullptr) {
-    for (const ares_addrinfo_node* node = result->nodes; node != nullptr; node = node->ai_next) {
-      resolver->addresses_.push_back(Copy(node->ai_addr, node->ai_addrlen));
-    }
+  --resolver->under_way_;
+  if (result == nullptr) return;
+  for (const ares_addrinfo_node* node = result->nodes; node != nullptr; node = node->ai_next) {
+    auto& found = node->ai_family == AF_INET6 ? resolver->ipv6_ : resolver->ipv4_;
+    found.push_back(Copy(node->ai_addr, node->ai_addrlen));
+    resolver->hand_out_at_ = std::min(resolver->hand_out_at_, EventLoop::Clock::now() + kResolutionDelay);
   }
-  if (result != nullptr) ares_freeaddrinfo(result);
-  resolver->End();
+  ares_freeaddrinfo(result);
 }
 
-// The result is fetched from the loop, also when it was there from the first.
-void Resolver::End() {
-  ended_ = true;
-  timer_.StartIn(0);
-}
-
+// The outcome is fetched from the loop, also when it was there from the first.
 void Resolver::ArmTimer() {
+  if (Ended()) return timer_.StartIn(0);
+  EventLoop::Clock::time_point next = std::min(give_up_at_, hand_out_at_);
   timeval limit{};
-  if (ended_ || ares_timeout(channel_, nullptr, &limit) == nullptr) return;
-  timer_.StartIn(limit.tv_sec * 1000 + limit.tv_usec / 1000 + 1);
+  if (ares_timeout(channel_, nullptr, &limit) != nullptr) {
+    const std::chrono::milliseconds left(limit.tv_sec * 1000 + limit.tv_usec / 1000 + 1);
+    next = std::min(next, EventLoop::Clock::now() + left);
+  }
+  timer_.StartAt(next);
 }
 
 }  // namespace vantorel

@@ -1,11 +1,11 @@
 // The look-up of one host name, without blocking: by c-ares, whose sockets and time limits hang on the event
-// loop. It reads /etc/hosts and asks the name servers of /etc/resolv.conf.
+// loop. It reads /etc/hosts and asks the name servers of /etc/resolv.conf, for each family apart, so that a
+// server which stays silent for one does not hold the other up. It gives up after 10 seconds.
 #pragma once
 
 #include <poll.h>
 #include <sys/socket.h>
 
-#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -36,14 +36,16 @@ class Resolver {
   Resolver(const Resolver&) = delete;
   Resolver& operator=(const Resolver&) = delete;
 
-  // Handles what has arrived and what is overdue. True once the look-up has ended.
-  bool Advance();
+  // Handles what has arrived and what is overdue.
+  void Advance();
+  // True once nothing more will be found.
+  bool Ended() const { return under_way_ == 0; }
+  // Takes the addresses found: best first, the families taking turns, IPv6 first, ports unset. Those of one
+  // family are kept back for 50 ms in case the other's come too (RFC 8305, section 3).
+  std::vector<SocketAddress> TakeAddresses();
 
-  // The addresses found, best first, both families mixed, ports unset; none if the look-up failed.
-  const std::vector<SocketAddress>& Addresses() const { return addresses_; }
-
-  // Adds what a caller that waits by itself has to wait for, and lowers its time limit.
-  void DescribeWait(std::vector<pollfd>& descriptors, std::chrono::milliseconds& limit) const;
+  // Adds what a caller that waits by itself has to wait for.
+  void DescribeWait(std::vector<pollfd>& descriptors) const;
 
  private:
   struct Watched {
@@ -55,15 +57,17 @@ class Resolver {
   static void OnSocketState(void* self, int descriptor, int readable, int writable);
   static void OnResult(void* self, int status, int timeouts, ares_addrinfo* result);
   void Watch(int descriptor, short events);
-  void End();
   void ArmTimer();
 
   EventLoop::Handler wake_;
   LoopTimer timer_;
   ares_channeldata* channel_ = nullptr;
   std::vector<Watched> watched_;
-  bool ended_ = false;
-  std::vector<SocketAddress> addresses_;
+  int under_way_ = 0;  // queries
+  EventLoop::Clock::time_point give_up_at_;
+  EventLoop::Clock::time_point hand_out_at_ = EventLoop::Clock::time_point::max();
+  std::vector<SocketAddress> ipv6_;  // found and not taken yet
+  std::vector<SocketAddress> ipv4_;
 };
 
 }  // namespace vantorel

@@ -94,8 +94,9 @@ void TCPSocket::AdvanceConnecting() {
       return ReportEnd(connector_->Error());
     case Connector::State::kConnected:
       descriptor_ = connector_->TakeDescriptor();
+      watch_ = connector_->TakeWatch();
+      watch_->SetEvents(EPOLLIN);
       connector_.reset();
-      watch_ = std::make_unique<DescriptorWatch>(descriptor_.Number(), EPOLLIN, [this] { Advance(); });
       connected_ = true;
       Event_Connected();
   }
@@ -146,7 +147,7 @@ void TCPSocket::Arrive(String bytes) {
 }
 
 String TCPSocket::Take(std::size_t count) {
-  const String taken = received_.Slice(0, count);
+  String taken = received_.Slice(0, count);
   received_ = taken.size() == received_.size() ? String() : received_.Slice(count);
   bytes_taken_ += taken.size();
   return taken;

@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <optional>
@@ -81,6 +82,11 @@ TEST(EventLoop, WhatIsGoneDoesNotRunThoughItsEventIsQueued) {
   Loop().RunPending(0);
   Loop().RunPending(0);
   EXPECT_EQ(runs, 1);
+}
+
+TEST(EventLoop, WhatTheKernelCannotWatchIsTold) {
+  const Descriptor file(memfd_create("file", MFD_CLOEXEC));
+  EXPECT_THROW(DescriptorWatch(file.Number(), EPOLLIN, [] {}), std::system_error);
 }
 
 // As a window system does: waits for its own events and for the loop's descriptor.
