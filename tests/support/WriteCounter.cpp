@@ -1,18 +1,25 @@
-// Preloaded into a program, counts the calls that change the file system and makes the n-th go wrong:
+// Preloaded into a program, counts the calls that change files and those that read them, and makes the n-th
+// go wrong:
 //
-//   WRITE_COUNTER_KILL=n   the process is killed instead of the n-th call
-//   WRITE_COUNTER_FULL=n   from the n-th call on, what needs room fails as on a full disk
-//   WRITE_COUNTER_TERM=n   SIGTERM comes before the n-th call
-//   WRITE_COUNTER_LOSE=n   if the n-th call is pwrite, nothing is written, though it says so
-//   WRITE_COUNTER_STOP=n   the process stops before the n-th call
+//   WRITE_COUNTER_KILL=n   the process is killed instead of the n-th changing call
+//   WRITE_COUNTER_FULL=n   from the n-th changing call on, what needs room fails as on a full disk
+//   WRITE_COUNTER_FAIL=n   the n-th changing call alone fails, as on a bad disk
+//   WRITE_COUNTER_READ=n   the n-th reading call alone fails, as on a bad disk
+//   WRITE_COUNTER_CLOSE=n  the n-th close of a file fails, though it is closed
+//   WRITE_COUNTER_TERM=n   SIGTERM comes before the n-th changing call
+//   WRITE_COUNTER_LOSE=n   if the n-th changing call is pwrite, nothing is written, though it says so
+//   WRITE_COUNTER_STOP=n   the process stops before the n-th changing call
 //   WRITE_COUNTER_LOCK=1   the process stops before its first lock
 //   WRITE_COUNTER_OLD=1    no renaming takes flags, as on older file systems
-//   WRITE_COUNTER_LOG=f    the number of calls is written to the file f when the process ends by itself
+//   WRITE_COUNTER_LOG=f    the numbers of changing calls, reading calls and closes are written to the file f
+//                          when the process ends by itself
 //
-// Standard output and error do not count.
+// Standard streams do not count. A changing call is killed, stopped or terminated before it does anything.
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/sendfile.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -29,69 +36,110 @@ long Setting(const char* name) {
   return value == nullptr ? 0 : std::atol(value);
 }
 
-long calls = 0;
+long changes = 0;
+long reads = 0;
+long closes = 0;
 
-// Counts a call; true if it is to fail for want of room.
-bool Count() {
+// Counts a call that changes files. Returns the error that it is to fail with, 0 if it is to be made. Where
+// there is no room, only what needs room fails.
+int CountChange(bool needs_room = true) {
   static const long kill_at = Setting("WRITE_COUNTER_KILL");
   static const long full_from = Setting("WRITE_COUNTER_FULL");
+  static const long fail_at = Setting("WRITE_COUNTER_FAIL");
   static const long terminate_at = Setting("WRITE_COUNTER_TERM");
   static const long stop_at = Setting("WRITE_COUNTER_STOP");
-  ++calls;
-  if (calls == kill_at) kill(getpid(), SIGKILL);
-  if (calls == terminate_at) raise(SIGTERM);
-  if (calls == stop_at) raise(SIGSTOP);
-  return full_from != 0 && calls >= full_from;
+  ++changes;
+  if (changes == kill_at) kill(getpid(), SIGKILL);
+  if (changes == terminate_at) raise(SIGTERM);
+  if (changes == stop_at) raise(SIGSTOP);
+  if (changes == fail_at) return EIO;
+  return needs_room && full_from != 0 && changes >= full_from ? ENOSPC : 0;
 }
 
-template <typename Function>
-Function Next(const char* name) {
-  return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+int CountRead() {
+  static const long fail_at = Setting("WRITE_COUNTER_READ");
+  return ++reads == fail_at ? EIO : 0;
 }
 
-int Full() {
-  errno = ENOSPC;
-  return -1;
+// Makes the call, or fails with an error.
+template <typename Result, typename... Parameters, typename... Arguments>
+Result Call(int error, const char* name, Result (*)(Parameters...), Arguments... arguments) {
+  if (error == 0) return reinterpret_cast<Result (*)(Parameters...)>(dlsym(RTLD_NEXT, name))(arguments...);
+  errno = error;
+  return static_cast<Result>(-1);
 }
 
 }  // namespace
 
 extern "C" {
 
+ssize_t read(int fd, void* bytes, size_t count) {
+  return Call(fd > STDERR_FILENO ? CountRead() : 0, "read", &read, fd, bytes, count);
+}
+
+ssize_t pread(int fd, void* bytes, size_t count, off_t offset) {
+  return Call(CountRead(), "pread", &pread, fd, bytes, count, offset);
+}
+
+ssize_t pread64(int fd, void* bytes, size_t count, off64_t offset) {
+  return pread(fd, bytes, count, offset);
+}
+
+ssize_t readlink(const char* path, char* target, size_t size) noexcept {
+  return Call(CountRead(), "readlink", &readlink, path, target, size);
+}
+
+dirent* readdir(DIR* folder) {
+  const int error = CountRead();
+  if (error == 0) return reinterpret_cast<dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir"))(folder);
+  errno = error;
+  return nullptr;
+}
+
+dirent64* readdir64(DIR* folder) {
+  return reinterpret_cast<dirent64*>(readdir(folder));
+}
+
 ssize_t write(int fd, const void* bytes, size_t count) {
-  static const auto next = Next<ssize_t (*)(int, const void*, size_t)>("write");
-  if (fd > STDERR_FILENO && Count()) return Full();
-  return next(fd, bytes, count);
+  return Call(fd > STDERR_FILENO ? CountChange() : 0, "write", &write, fd, bytes, count);
 }
 
 ssize_t pwrite(int fd, const void* bytes, size_t count, off_t offset) {
-  static const auto next = Next<ssize_t (*)(int, const void*, size_t, off_t)>("pwrite");
   static const long lose_at = Setting("WRITE_COUNTER_LOSE");
-  const bool full = Count();
-  if (calls == lose_at) return static_cast<ssize_t>(count);
-  return full ? Full() : next(fd, bytes, count, offset);
+  const int error = CountChange();
+  if (changes == lose_at) return static_cast<ssize_t>(count);
+  return Call(error, "pwrite", &pwrite, fd, bytes, count, offset);
 }
 
 ssize_t pwrite64(int fd, const void* bytes, size_t count, off64_t offset) {
   return pwrite(fd, bytes, count, offset);
 }
 
+// Those that read one file and write another are of both kinds.
 ssize_t copy_file_range(int from, off64_t* from_offset, int to, off64_t* to_offset, size_t count,
                         unsigned flags) {
-  static const auto next =
-      Next<ssize_t (*)(int, off64_t*, int, off64_t*, size_t, unsigned)>("copy_file_range");
-  return Count() ? Full() : next(from, from_offset, to, to_offset, count, flags);
+  const int read_error = CountRead();
+  const int error = CountChange();
+  return Call(error != 0 ? error : read_error, "copy_file_range", &copy_file_range, from, from_offset, to,
+              to_offset, count, flags);
+}
+
+ssize_t sendfile(int to, int from, off_t* offset, size_t count) noexcept {
+  const int read_error = CountRead();
+  const int error = to > STDERR_FILENO ? CountChange() : 0;
+  return Call(error != 0 ? error : read_error, "sendfile", &sendfile, to, from, offset, count);
+}
+
+ssize_t sendfile64(int to, int from, off64_t* offset, size_t count) noexcept {
+  return sendfile(to, from, offset, count);
 }
 
 int fsync(int fd) noexcept(false) {
-  static const auto next = Next<int (*)(int)>("fsync");
-  return Count() ? Full() : next(fd);
+  return Call(CountChange(), "fsync", &fsync, fd);
 }
 
 int ftruncate(int fd, off_t length) noexcept {
-  static const auto next = Next<int (*)(int, off_t)>("ftruncate");
-  Count();
-  return next(fd, length);
+  return Call(CountChange(false), "ftruncate", &ftruncate, fd, length);
 }
 
 int ftruncate64(int fd, off64_t length) noexcept {
@@ -99,18 +147,21 @@ int ftruncate64(int fd, off64_t length) noexcept {
 }
 
 int renameat2(int from_folder, const char* from, int to_folder, const char* to, unsigned flags) noexcept {
-  static const auto next = Next<int (*)(int, const char*, int, const char*, unsigned)>("renameat2");
   if (flags != 0 && Setting("WRITE_COUNTER_OLD") != 0) {
     errno = EINVAL;
     return -1;
   }
-  return Count() ? Full() : next(from_folder, from, to_folder, to, flags);
+  return Call(CountChange(), "renameat2", &renameat2, from_folder, from, to_folder, to, flags);
+}
+
+int rename(const char* from, const char* to) noexcept {
+  return Call(CountChange(), "rename", &rename, from, to);
 }
 
 // Does not count, as it changes no byte. The disk is full for it if it is so from the first call on.
 int fallocate64(int fd, int mode, off64_t offset, off64_t length) {
-  static const auto next = Next<int (*)(int, int, off64_t, off64_t)>("fallocate64");
-  return Setting("WRITE_COUNTER_FULL") == 1 ? Full() : next(fd, mode, offset, length);
+  return Call(Setting("WRITE_COUNTER_FULL") == 1 ? ENOSPC : 0, "fallocate64", &fallocate64, fd, mode, offset,
+              length);
 }
 
 int fallocate(int fd, int mode, off_t offset, off_t length) {
@@ -118,34 +169,32 @@ int fallocate(int fd, int mode, off_t offset, off_t length) {
 }
 
 int flock(int fd, int operation) noexcept {
-  static const auto next = Next<int (*)(int, int)>("flock");
   static bool stop = Setting("WRITE_COUNTER_LOCK") != 0;
   if (std::exchange(stop, false)) raise(SIGSTOP);
-  return next(fd, operation);
-}
-
-int rename(const char* from, const char* to) noexcept {
-  static const auto next = Next<int (*)(const char*, const char*)>("rename");
-  Count();
-  return next(from, to);
-}
-
-int unlinkat(int folder, const char* path, int flags) noexcept {
-  static const auto next = Next<int (*)(int, const char*, int)>("unlinkat");
-  Count();
-  return next(folder, path, flags);
+  return Call(0, "flock", &flock, fd, operation);
 }
 
 int unlink(const char* path) noexcept {
-  static const auto next = Next<int (*)(const char*)>("unlink");
-  Count();
-  return next(path);
+  return Call(CountChange(false), "unlink", &unlink, path);
+}
+
+int unlinkat(int folder, const char* path, int flags) noexcept {
+  return Call(CountChange(false), "unlinkat", &unlinkat, folder, path, flags);
+}
+
+// The file is closed all the same when it fails.
+int close(int fd) {
+  static const long fail_at = Setting("WRITE_COUNTER_CLOSE");
+  const int result = Call(0, "close", &close, fd);
+  if (fd <= STDERR_FILENO || ++closes != fail_at) return result;
+  errno = EIO;
+  return -1;
 }
 
 void _Exit(int code) noexcept {
   if (const char* path = std::getenv("WRITE_COUNTER_LOG")) {
     if (std::FILE* log = std::fopen(path, "w")) {
-      std::fprintf(log, "%ld", calls);
+      std::fprintf(log, "%ld %ld %ld", changes, reads, closes);
       std::fclose(log);
     }
   }

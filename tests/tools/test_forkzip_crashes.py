@@ -1,13 +1,15 @@
 #!/usr/bin/env python3
-"""Edits that are killed at every single write, or meet a full disk there."""
+"""Every verb meets a fault at every single read or write: killed, out of room, interrupted, refused by the disk."""
 
 import os
 import resource
 import signal
+import shutil
 import subprocess
 import unittest
+import zipfile
 
-from forkzip import PROGRAM, WRITE_COUNTER, ForkzipTest, Member, archive
+from forkzip import PROGRAM, WRITE_COUNTER, ForkzipTest, Member, apple_double, archive
 
 # Verb, arguments: each is run on the same archive, a gap in it.
 EDITS = [
@@ -19,6 +21,7 @@ EDITS = [
     ("comment", ["a comment"]),
     ("compact", []),
 ]
+WAYS = ([], ["--in-place"])
 
 
 class Crashes(ForkzipTest):
@@ -36,10 +39,10 @@ class Crashes(ForkzipTest):
                 **{f"WRITE_COUNTER_{key}": str(value) for key, value in settings.items()}}
 
     def run_counted(self, *arguments, **settings):
-        """Runs forkzip with the counter of writes; gives its result and the number of writes."""
-        log = self.write("count", "0")
+        """Runs forkzip with its calls counted. Gives its result, and how many calls changed, read and closed files."""
+        log = self.write("count", "0 0 0")
         result = self.run_tool(*arguments, env=self.counted(**settings))
-        return result, int(log.read_text())
+        return result, dict(zip(("KILL", "READ", "CLOSE"), map(int, log.read_text().split())))
 
     def run_stopped(self, *arguments, meanwhile, **settings):
         """Runs forkzip, which stops at a fault, calls `meanwhile`, and lets it go on. Gives its exit code."""
@@ -53,18 +56,26 @@ class Crashes(ForkzipTest):
         return process.wait()
 
     def each_fault(self, kind, verb, arguments, way):
-        """Runs an edit with a fault at each of its writes in turn, from the old archive. Yields the results."""
-        self.zip.write_bytes(self.old)
-        result, writes = self.run_counted(verb, "-q", *way, self.zip, *arguments)
+        """Runs a verb with a fault at each of its calls in turn, from the old archive. Yields what each is and came to."""
+        self.put_back()
+        result, calls = self.run_counted(verb, "-q", *way, self.zip, *arguments)
         self.assertEqual(result.returncode, 0, result.stderr)
-        self.assertGreater(writes, 1)
-        for n in range(1, writes + 1):
+        for n in range(1, calls.get(kind, calls["KILL"]) + 1):
+            self.put_back()
+            result, _ = self.run_counted(verb, "-q", *way, self.zip, *arguments, **{kind: n})
+            yield f"{verb} {arguments} {way} {kind} {n}", result
+
+    def put_back(self):
+        shutil.rmtree(self.root / "out", ignore_errors=True)
+        if self.old is None:
+            self.zip.unlink(missing_ok=True)
+        else:
             self.zip.write_bytes(self.old)
-            with self.subTest(f"{verb} {arguments} {way} {kind} {n}"):
-                result, _ = self.run_counted(verb, "-q", *way, self.zip, *arguments, **{kind: n})
-                if kind == "KILL":
-                    self.assertEqual(result.returncode, -signal.SIGKILL)
-                yield result
+
+    def content(self):
+        """The members as another program reads them."""
+        with zipfile.ZipFile(self.zip) as other:
+            return {info.filename: other.read(info) for info in other.infolist()}
 
     def strays(self):
         return [name for name in os.listdir(self.root) if "forkzip" in name]
@@ -76,21 +87,70 @@ class Crashes(ForkzipTest):
             new = self.zip.read_bytes()
             self.assertNotEqual(new, self.old)
             seen = set()
-            for _ in self.each_fault("KILL", verb, arguments, []):
-                content = self.zip.read_bytes()
-                self.assertIn(content, (self.old, new), "a third state")
-                seen.add(content)
-                self.expect(0, "comment", "-q", self.zip, "next run")
-                self.assertEqual(self.strays(), [], "the next run cleans up")
+            for fault, result in self.each_fault("KILL", verb, arguments, []):
+                with self.subTest(fault):
+                    content = self.zip.read_bytes()
+                    self.assertIn(content, (self.old, new), "a third state")
+                    seen.add(content)
+                    self.expect(0, "comment", "-q", self.zip, "next run")
+                    self.assertEqual(self.strays(), [], "the next run cleans up")
             self.assertEqual(seen, {self.old, new}, "the faults came too early or too late")
+
+    def test_no_fault_of_the_disk_passes_for_success(self):
+        """Code 0 stands for the new archive alone; with another the old one or the new one is there, whole. What an
+        edit in place has moved by then may lie elsewhere."""
+        for way in WAYS:
+            for verb, arguments in EDITS:
+                self.put_back()
+                old = self.content()
+                self.expect(0, verb, "-q", *way, self.zip, *arguments)
+                new, new_bytes = self.content(), self.zip.read_bytes()
+                for kind in ("FAIL", "CLOSE"):
+                    for fault, result in self.each_fault(kind, verb, arguments, way):
+                        with self.subTest(fault):
+                            if result.returncode == 0:
+                                self.assertEqual(self.zip.read_bytes(), new_bytes)
+                            else:
+                                self.assert_told(result)
+                                self.assertIn(self.content(), (old, new))
+                            if way == [] and kind == "FAIL":
+                                self.expect(0, "comment", "-q", self.zip, "next run")
+                            self.assertEqual(self.strays(), [])
+
+    def test_no_fault_of_the_disk_gets_into_a_new_archive(self):
+        """What cannot be read is left out and told, with all that belongs to it; else there is no archive."""
+        self.write("t/file", b"data " * 9000)
+        self.write("t/mac", "data")
+        self.write("t/._mac", apple_double(b"fork " * 9000))
+        (self.root / "t/link").symlink_to("file")
+        self.old = None
+        self.expect(0, "create", "-q", self.zip, "t")
+        new, new_bytes = self.content(), self.zip.read_bytes()
+        for kind in ("FAIL", "CLOSE"):
+            for fault, result in self.each_fault(kind, "create", ["t"], []):
+                with self.subTest(fault):
+                    if result.returncode == 0:
+                        self.assertEqual(self.zip.read_bytes(), new_bytes)
+                        continue
+                    self.assert_told(result)
+                    if self.zip.exists():
+                        self.assertLessEqual(self.content().items(), new.items())
+                        self.assertIn(b"left out", result.stderr)
+
+    def assert_told(self, result):
+        self.assertEqual(result.returncode, 3, result.stderr)
+        self.assertIn(b"Input/output error", result.stderr)
+
+    def files_in(self, folder):
+        return {path.name: path.read_bytes() for path in (self.root / folder).glob("*")}
 
     def test_a_created_archive_is_whole_or_not_there(self):
         self.write("t/a", b"a" * 100)
         self.write("t/b", "2")
-        result, writes = self.run_counted("create", "-q", self.zip, "t", OLD=1)  # where renaming takes no flags
+        result, calls = self.run_counted("create", "-q", self.zip, "t", OLD=1)  # where renaming takes no flags
         self.assertEqual(result.returncode, 0)
         for kind in ("KILL", "LOSE"):
-            for n in range(1, writes + 1):
+            for n in range(1, calls["KILL"] + 1):
                 with self.subTest(kind, n=n):
                     self.zip.unlink(missing_ok=True)
                     self.run_counted("create", "-q", self.zip, "t", **{kind: n})
@@ -110,7 +170,7 @@ class Crashes(ForkzipTest):
 
     def test_an_edit_sees_what_the_run_before_it_renamed(self):
         self.write("first", "1")
-        for way in ([], ["--in-place"]):
+        for way in WAYS:
             with self.subTest(way):
                 self.zip.write_bytes(self.old)
                 code = self.run_stopped("comment", "-q", *way, self.zip, "hello", LOCK=1,
@@ -120,20 +180,22 @@ class Crashes(ForkzipTest):
 
     def test_a_full_disk_leaves_the_old_archive(self):
         for verb, arguments in EDITS:
-            for result in self.each_fault("FULL", verb, arguments, []):
-                if result.returncode == 0:  # only a truncation or the like was left to do
-                    continue
-                self.assertEqual((result.returncode, self.zip.read_bytes()), (3, self.old), result.stderr)
-                self.assertEqual(self.strays(), [])
+            for fault, result in self.each_fault("FULL", verb, arguments, []):
+                with self.subTest(fault):
+                    if result.returncode == 0:  # only a truncation or the like was left to do
+                        continue
+                    self.assertEqual((result.returncode, self.zip.read_bytes()), (3, self.old), result.stderr)
+                    self.assertEqual(self.strays(), [])
 
     def test_what_a_killed_edit_in_place_leaves(self):
         """As docs/forkzip.md says: the old archive up to the first write, the new one after the last, and in between
         mostly a file without a directory."""
         for verb, arguments in EDITS:
             states = []
-            for _ in self.each_fault("KILL", verb, arguments, ["--in-place"]):
-                whole = self.run_tool("test", "-q", self.zip).returncode == 0
-                states.append("old" if self.zip.read_bytes() == self.old else "whole" if whole else "broken")
+            for fault, result in self.each_fault("KILL", verb, arguments, ["--in-place"]):
+                with self.subTest(fault):
+                    whole = self.run_tool("test", "-q", self.zip).returncode == 0
+                    states.append("old" if self.zip.read_bytes() == self.old else "whole" if whole else "broken")
             self.assertEqual((states[0], states[-1]), ("old", "whole"), (verb, arguments, states))
             self.assertNotIn("old", states[1:])
 
@@ -159,16 +221,17 @@ class Crashes(ForkzipTest):
         self.assertTrue(self.zip.read_bytes() == sparse)
 
     def test_a_signal_leaves_the_old_archive_or_the_new_one(self):
-        for way in ([], ["--in-place"]):
+        for way in WAYS:
             for verb, arguments in EDITS:
                 self.zip.write_bytes(self.old)
                 self.expect(0, verb, "-q", *way, self.zip, *arguments)
                 new = self.zip.read_bytes()
                 states = {self.old: "old", new: "new"}
                 seen = set()
-                for result in self.each_fault("TERM", verb, arguments, way):
-                    self.assertEqual((result.returncode, self.strays()), (-signal.SIGTERM, []), result.stderr)
-                    seen.add(states.get(self.zip.read_bytes(), "neither"))
+                for fault, result in self.each_fault("TERM", verb, arguments, way):
+                    with self.subTest(fault):
+                        self.assertEqual((result.returncode, self.strays()), (-signal.SIGTERM, []), result.stderr)
+                        seen.add(states.get(self.zip.read_bytes(), "neither"))
                 expected = {"old", "new"} if verb in ("add", "duplicate") else {*seen, "new"} - {"neither"}
                 self.assertEqual(seen, expected, (verb, arguments, way))
 

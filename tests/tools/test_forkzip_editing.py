@@ -11,6 +11,7 @@ import zipfile
 
 from forkzip import DEFLATED, PROGRAM, UNIX_TIMES, ForkzipTest, Member, apple_double, archive
 
+WAYS = ([], ["--in-place"])
 TREE = {"t/a": "hello " * 50, "t/sub/日本.txt": "words " * 5000, "t/sub/😀": b"", "t/Größe": os.urandom(3000)}
 
 
@@ -59,7 +60,7 @@ class Editing(ForkzipTest):
         self.tree()
         self.write("new", "new")
         for verb, arguments, names, contents in edits:
-            for way in ([], ["--in-place"]):
+            for way in WAYS:
                 with self.subTest((verb, arguments, way)):
                     self.zip.unlink(missing_ok=True)
                     self.expect(0, "create", "-q", self.zip, "t/sub/日本.txt", "t/a", "t/sub/😀", "t/Größe")
@@ -90,66 +91,141 @@ class Editing(ForkzipTest):
 
     def test_edits_that_would_lose_something_are_refused(self):
         good = archive(Member("f", b"12345"), Member("g", b"1"))
-        overlapping = archive(Member("f", packed=Member("g").local()), Member("g", offset=31))
+        far = bytearray(good)
+        struct.pack_into("<I", far, good.find(b"PK\1\2") + 20, 50000)
         many = archive(*[Member(str(i)) for i in range(65535)])
+        long_name = "n" * 70000
         self.write("new", "new")
-        in_place = ["--in-place"]
         cases = [
-            ("a wrong count", archive(Member("f"), Member("g"), count=1), "delete", [], ["f"], "announces 1 member"),
-            ("a wrong count, in place", archive(Member("f"), Member("g"), count=1), "add", in_place, ["new"],
-             "announces 1 member"),
-            ("what lies behind the end", good + b"trailer", "add", [], ["new"], "7 bytes behind the end"),
+            ("a wrong count", archive(Member("f"), Member("g"), count=1), "delete", ["f"], "announces 1 member"),
+            ("what lies behind the end", good + b"\0" * 6000 + b"x", "add", ["new"], "6001 bytes behind the end"),
             ("an archive of the same layout in front", good + archive(Member("f", b"54321"), Member("g", b"2")),
-             "comment", [], ["x"], "bytes between its directory and its end record"),
+             "comment", ["x"], "bytes between its directory and its end record"),
             ("a Zip64 record that tells another story", archive(Member("f"), between=archive(zip64=True)[:76]),
-             "comment", in_place, ["x"], "76 bytes between"),
-            ("too many members", many, "add", [], ["new"], "the format ends at 65535"),
-            ("too many members, in place", many, "add", in_place, ["new"], "the format ends at 65535"),
-            ("overlapping members", overlapping, "compact", [], [], "overlaps"),
-            ("a comment with a signature", good, "comment", [], ["PK\5\6"], "signature"),
-            ("a comment of 65536 bytes", good, "comment", in_place, ["x" * 65536], "65536 bytes"),
-            ("a name that is taken", good, "duplicate", [], ["f", "G"], "exists already"),
-            ("a name of nothing", good, "duplicate", [], ["f", "../"], "no name"),
-            ("no such member", good, "delete", in_place, ["f", "x"], "nothing is deleted"),
-            ("a name in other letter case", good, "delete", [], ["F"], "F: no such member"),
-            ("no such file", good, "add", [], ["missing"], "No such file"),
-            ("the archive itself", good, "add", in_place, [self.zip], "it is the archive itself"),
-            ("no archive, before the file is missed", b"x" * 99, "add", in_place, ["missing"], "Zip file"),
+             "comment", ["x"], "76 bytes between"),
+            ("too many members", many, "add", ["new"], "the format ends at 65535"),
+            ("overlapping members", archive(Member("hole", b"x", hole=True), Member("f", packed=Member("g").local()),
+                                            Member("g", offset=66)), "compact", [], "overlaps"),
+            ("a comment with a signature", good, "comment", ["PK\5\6"], "signature"),
+            ("a comment of 65536 bytes", good, "comment", ["x" * 65536], "65536 bytes"),
+            ("a name that is taken", good, "duplicate", ["f", "G"], "exists already"),
+            ("a name of nothing", good, "duplicate", ["f", "../"], "no name"),
+            ("a name too long for a duplicate", good, "duplicate", ["f", long_name], "the format ends at 65535"),
+            ("a name too long for a new member", good, "add", ["new", "--as", long_name], "longer than 65535 bytes"),
+            ("a duplicate of data that reaches too far", bytes(far), "duplicate", ["f", "x"], "into the directory"),
+            ("a duplicate of damaged data", archive(Member("f", b"1", crc=7)), "duplicate", ["f", "x"], "checksum"),
+            ("a duplicate with another local header", archive(Member("f", b"1", local_flags=2)), "duplicate",
+             ["f", "x"], "contradicts"),
+            ("no such member", good, "delete", ["f", "x"], "nothing is deleted"),
+            ("a name to delete in other letter case", good, "delete", ["F"], "F: no such member"),
+            ("a name to duplicate in other letter case", good, "duplicate", ["F", "x"], "F: no such member"),
+            ("no such file", good, "add", ["missing"], "No such file"),
+            ("the archive itself", good, "add", [self.zip], "it is the archive itself"),
+            ("no archive, before the file is missed", b"x" * 99, "add", ["missing"], "Zip file"),
         ]
-        for what, content, verb, way, arguments, message in cases:
-            with self.subTest(what):
-                self.zip.write_bytes(content)
-                self.write(".a.zip.forkzip-new", "left by a run that was killed")
-                result = self.run_tool(verb, *way, self.zip, *arguments)
-                self.assertIn(result.returncode, (1, 2, 3))
-                self.assertIn(message, result.stderr.decode())
-                self.assertEqual(self.zip.read_bytes(), content)
-                self.assert_no_strays()
+        for what, content, verb, arguments, message in cases:
+            for way in WAYS:
+                with self.subTest(what, way=way):
+                    self.zip.write_bytes(content)
+                    self.write(".a.zip.forkzip-new", "left by a run that was killed")
+                    result = self.run_tool(verb, *way, self.zip, *arguments)
+                    self.assertIn(result.returncode, (1, 2, 3))
+                    self.assertIn(message, result.stderr.decode())
+                    self.assertEqual(self.zip.read_bytes(), content)
+                    self.assert_no_strays()
 
-    def test_members_of_unusual_shape(self):
+    def test_archives_of_unusual_shape(self):
         """What an edit makes of members that share data, have no name of their own, or look like the tool's own."""
         self.write("mac", "new")
         mac = [Member("mac", b"old", extra=UNIX_TIMES), Member("__MACOSX/._mac", apple_double(b"f"), extra=UNIX_TIMES)]
+        hole = Member("hole", b"x" * 50, hole=True)
         shared = [Member("x"), Member("short", b"1" * 10), Member("long", b"2" * 1000, offset=31)]
+        nameless = archive(Member("a"), Member(""), Member("b"))
         cases = [
-            ("a replaced member's companion goes with it", mac, "add", ["mac"], ["mac"]),
-            ("what stands for no members gives way", [Member("/")], "add", ["mac"], ["mac"]),
-            ("but not if it holds data", [Member("/", b"data")], "add", ["mac"], ["/", "mac"]),
-            ("nor beside another", [Member("/"), Member("a")], "add", ["mac"], ["/", "a", "mac"]),
-            ("a short member at a long one's data", shared, "delete", ["x"], ["short", "long"]),
-            ("no name of its own", [Member("a"), Member(""), Member("b")], "delete", ["a"], ["b"]),
-            ("the same stays", [Member("a"), Member(""), Member("b")], "duplicate", ["b", "c"], ["a", "", "b", "c"]),
+            ("a replaced member's companion goes with it", archive(*mac), "add", ["mac"], ["mac"]),
+            ("another member's stays", archive(*mac, Member("b", extra=UNIX_TIMES)), "delete", ["b"],
+             ["mac", "__MACOSX/._mac"]),
+            ("what stands for no members gives way", archive(Member("/")), "add", ["mac"], ["mac"]),
+            ("but not if it holds data", archive(Member("/", b"data")), "add", ["mac"], ["/", "mac"]),
+            ("nor beside another", archive(Member("/"), Member("a")), "add", ["mac"], ["/", "a", "mac"]),
+            ("a short member at a long one's data", archive(*shared), "delete", ["x"], ["short", "long"]),
+            ("no name of its own", nameless, "delete", ["a"], ["b"]),
+            ("the same stays", nameless, "duplicate", ["b", "c"], ["a", "", "b", "c"]),
+            ("a data descriptor moves with its member", archive(hole, Member("f", b"f" * 99, DEFLATED, descriptor=True)),
+             "compact", [], ["f"]),
+            ("and so does a header that disagrees", archive(hole, Member("f", local_flags=2)), "compact", [], ["f"]),
+            ("what belongs to no member goes when one is added", archive(Member("a"), gap=b"\0" * 99), "add", ["mac"],
+             ["a", "mac"]),
+            ("or duplicated", archive(Member("a"), gap=b"\0" * 99), "duplicate", ["a", "b"], ["a", "b"]),
+            ("filling behind the end is cut off", archive(Member("a")) + b"\0" * 6000, "comment", [""], ["a"]),
         ]
-        for what, members, verb, arguments, names in cases:
-            for way in ([], ["--in-place"])[:1 if members is mac else 2]:
+        for what, content, verb, arguments, names in cases:
+            for way in WAYS:
                 with self.subTest(what, way=way):
-                    content = archive(*members)
                     self.zip.write_bytes(content)
                     self.expect(0, verb, "-q", *way, self.zip, *arguments)
                     with zipfile.ZipFile(self.zip) as other:
                         self.assertEqual([info.orig_filename for info in other.infolist()], names)
-                    if members is shared:
-                        self.assertIn(content[66:1066], self.zip.read_bytes())
+                    if "disagrees" not in what and not {"/", "", "short"} & {*names}:
+                        self.assert_others_accept()
+                    self.assertNotIn(b"\0" * 99, self.zip.read_bytes())
+        self.zip.write_bytes(archive(*shared))
+        self.expect(0, "delete", "-q", self.zip, "x")
+        self.assertIn(archive(*shared)[66:1066], self.zip.read_bytes())
+
+    def test_an_archive_of_no_members(self):
+        """The tool writes an end record alone, as others do, and reads and edits that; and the engine's own form."""
+        empty, of_the_engine = archive(), archive(Member("/"))
+        (self.root / "folder").mkdir()
+        self.write("new", "new")
+        self.expect(0, "create", "-q", self.zip, ".", cwd=self.root / "folder")
+        self.assertEqual(self.zip.read_bytes(), empty)
+        self.zip.write_bytes(archive(Member("f", b"1"), Member("g", b"2")))
+        self.expect(0, "delete", "-q", self.zip, "*")
+        self.assertEqual(self.zip.read_bytes(), empty)
+        for tool in (["7zz", "t"], ["bsdtar", "-tf"], ["python3", "-m", "zipfile", "-t"]):
+            subprocess.run([*tool, self.zip], check=True, capture_output=True)
+        self.zip.write_bytes(archive(Member("f", b"1")))
+        self.expect(0, "delete", "-q", "--in-place", self.zip, "f")
+        self.assertEqual(self.names(), [])
+        self.expect(0, "compact", "-q", "--in-place", self.zip)
+        self.assertEqual(self.zip.read_bytes(), empty)
+        for verb in ("list", "info", "test", "extract"):
+            self.expect(0, verb, self.zip)
+        self.expect(1, "duplicate", self.zip, "f", "g", says="no such member")
+        for way in WAYS:
+            for content, left in ((empty, []), (of_the_engine, ["/"])):
+                with self.subTest(content, way=way):
+                    self.zip.write_bytes(content)
+                    self.expect(0, "comment", "-q", *way, self.zip, "text")
+                    self.assertEqual((self.names(), self.expect(0, "comment", self.zip)), (left, b"text\n"))
+                    self.expect(0, "add", "-q", *way, self.zip, "new")
+                    self.assertEqual(self.names(), ["new"])
+                    self.assert_others_accept()
+
+    def test_what_was_added_replaces_what_bears_its_name(self):
+        self.write("good", "new")
+        os.truncate(self.write("gone", "new"), 3 << 30)  # larger than a member may be
+        self.zip.write_bytes(archive(Member("good", b"old"), Member("gone", b"old")))
+        self.expect(3, "add", self.zip, "good", "gone", says="gone: left out")
+        self.assertEqual((self.cat("good"), self.cat("gone")), (b"new", b"old"))
+        self.write("üx", "new")
+        for way in WAYS:
+            with self.subTest("by its stored name", way=way):
+                self.zip.write_bytes(archive(Member(b"\x81x", b"old")))
+                self.expect(0, "add", *way, "--encoding", "cp437", self.zip, "üx")
+                with zipfile.ZipFile(self.zip) as other:
+                    self.assertEqual([other.read(info) for info in other.infolist()], [b"new"])
+
+    def test_no_two_members_get_one_name(self):
+        self.write("x", "another")
+        self.write("deep/x", "this")
+        for arguments, code in ((("x", "./x"), 0), (("x", "../x"), 3)):
+            with self.subTest(arguments):
+                self.zip.unlink(missing_ok=True)
+                self.expect(code, "create", "-q", self.zip, *arguments, cwd=self.root / "deep",
+                            says="another file has the name" if code else "")
+                self.assertEqual((self.names(), self.cat("x")), (["x"], b"this"))
 
     def test_what_a_tree_leaves_out(self):
         self.tree()
@@ -165,6 +241,14 @@ class Editing(ForkzipTest):
         self.expect(0, "add", "-q", archive_inside, "t", says="inside.zip: left out, it is the archive itself")
         self.assertNotIn("t/inside.zip", self.expect(0, "list", archive_inside).decode().splitlines())
         self.expect(3, "create", archive_inside, "t", says="exists already")
+        archive_inside.unlink()
+        for verb in ("create", "add"):
+            self.write("t/.inside.zip.forkzip-new", "left by a run that was killed")
+            self.expect(0, verb, "-q", archive_inside, "t", says="left out" if verb == "add" else "")
+            self.assertFalse([n for n in self.expect(0, "list", archive_inside).split() if b"inside" in n])
+        self.root.chmod(0o777)
+        self.expect(3, "create", "t/new.zip", "t/a", says="t/.new.zip.forkzip-new: Permission denied",
+                    preexec_fn=lambda: os.geteuid() or os.setuid(65534))
 
     def test_names_and_modes_of_what_is_added(self):
         self.write("new", "x").chmod(0o751)
@@ -242,7 +326,7 @@ class Editing(ForkzipTest):
                  ("with a Zip64 record", archive(Member("a", b"1"), zip64=True)),
                  ("behind bytes of something else", archive(Member("other", b"2" * 99, hole=True), Member("a", b"1")))]
         for what, content in cases:
-            for way in ([], ["--in-place"]):
+            for way in WAYS:
                 with self.subTest(what, way=way):
                     self.zip.write_bytes(content)
                     for edit in (["duplicate", "a", "b"], ["add", "new"], ["delete", "a"], ["comment", "c"]):
@@ -311,7 +395,7 @@ class Editing(ForkzipTest):
                 self.assert_no_strays()
         self.zip.chmod(0o444)
         user = nobody if os.geteuid() == 0 else {}
-        for way in ([], ["--in-place"]):
+        for way in WAYS:
             self.expect(3, "comment", *way, self.zip, "read-only", says="cannot be opened for writing", **user)
 
     def test_an_archive_of_the_longest_name(self):
