@@ -62,6 +62,17 @@ FolderContents ContentsOf(const Ref<FolderItem>& folder, bool follow_aliases) {
 
 }  // namespace
 
+bool ZipArchive::z_abort(const Ref<FolderItem>& item, std::int32_t code, const String& message,
+                         bool canContinue) {
+  errmsg = message;
+  bool stop = true;
+  if (const Ref<ZipProgressNotifier> monitor = d->monitor) {
+    stop = false;
+    monitor->ItemFailed(item, code, message, stop);
+  }
+  return !canContinue || stop;
+}
+
 bool ZipArchive::AddFolderContents(const Ref<FolderItem>& folder, const String& prefix, std::int32_t mode,
                                    bool followAliases) {
   if (!writeMode) {
@@ -106,6 +117,11 @@ std::int32_t ZipArchive::z_addFolder(const Ref<FolderItem>& folder, const String
   }
   if (!sizeOnly) return 0;
   return total > kLargestTotal ? AddResult::kWalkEnded : RuntimeCvtReal64ToSInt32(total);
+}
+
+std::int32_t ZipArchive::CalcFolderSize(const Ref<FolderItem>& folder, bool followAliases,
+                                        std::int32_t mode) {
+  return z_addFolder(folder, "", followAliases, mode, false, true);
 }
 
 }  // namespace vantorel

@@ -15,8 +15,8 @@ namespace vantorel {
 namespace {
 
 // The forks of the item that are to go in, and their lengths. With `size_only` no readers are made.
-MemberSource ForksOf(ZipArchive& archive, const Ref<FolderItem>& item, std::int32_t mode, bool size_only) {
-  MemberSource source;
+MemberForks ForksOf(ZipArchive& archive, const Ref<FolderItem>& item, std::int32_t mode, bool size_only) {
+  MemberForks source;
   if (item->Directory()) return source;
   source.data_length = ToSInt32(item->Length());
   if (!size_only) source.data_in = New<FileReader>(item);
@@ -40,7 +40,7 @@ void SetPermissions(ZipArchive& archive, const Ref<FolderItem>& item, const Ref<
 std::int32_t AddItem(ZipArchive& archive, const Ref<FolderItem>& item, const String& path, std::int32_t mode,
                      bool unix_permissions, bool size_only) {
   const StatusHold hold(item);
-  MemberSource source = ForksOf(archive, item, mode, size_only);
+  MemberForks source = ForksOf(archive, item, mode, size_only);
   // The mode for everything wraps folders too.
   const bool wrapped =
       mode == archive.MacBinaryAlways() || (mode == archive.MacBinarySmart() && source.rsrc_length > 0);
@@ -93,6 +93,10 @@ std::int32_t ZipArchive::AddItemToRoot(const Ref<FolderItem>& item, std::int32_t
     if (item->Directory()) path += "/";
   }
   return z_addItem(item, path, mode, d->addUnixPerm, false);
+}
+
+std::int32_t ZipArchive::CalcItemSize(const Ref<FolderItem>& item, std::int32_t mode) {
+  return z_addItem(item, "", mode, false, true);
 }
 
 }  // namespace vantorel

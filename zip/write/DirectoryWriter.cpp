@@ -61,6 +61,8 @@ bool WriteDirectory(ZipArchive& archive) {
   // one is not looked at.
   if (data.UpperBound() == 0) archive.z_zip(nil, 0, nil, 0, nil, "/", nil, nil);
 
+  // Forged, or the archive has grown beyond 2^31 bytes.
+  if (archive.startOfDirInArchive < 0) throw RuntimeException("a directory at no position");
   data.zipStream->SetPosition(ToPosition(archive.startOfDirInArchive));
   const std::int32_t count = data.UpperBound();
   for (std::int32_t i = 1; i <= count; ++i) {

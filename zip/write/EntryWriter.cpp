@@ -12,7 +12,7 @@
 
 namespace vantorel {
 
-EntryWriter::EntryWriter(ZipArchive& archive, MemberSource source)
+EntryWriter::EntryWriter(ZipArchive& archive, MemberForks source)
     : archive_(archive), source_(std::move(source)) {}
 
 std::int32_t EntryWriter::Store(const String& name, const Ref<Date>& date, const Ref<ZipExtraField>& extra) {
@@ -101,12 +101,20 @@ void EntryWriter::WriteLocalHeader() {
 }
 
 std::int32_t EntryWriter::AppendEntry() {
+  BinaryStream& stream = *archive_.d->zipStream;
+  // The position counts what the stream was given; whether the disk took it shows here.
+  stream.Flush();
+  if (stream.WriteFaults() != write_faults_before_) return FailToWrite();
   record_->SetLong(CentralHeader::kCrc, crc_);
   record_->SetLong(CentralHeader::kCompressedSize, SubtractSInt32(member_end_, data_start_));
   record_->SetLong(CentralHeader::kLocalHeaderOffset, archive_.startOfDirInArchive);
   archive_.startOfDirInArchive = member_end_;
   archive_.d->entries_1.push_back(entry_);
   return archive_.d->UpperBound();
+}
+
+std::int32_t EntryWriter::FailToWrite() {
+  return Fail(AddResult::kStoreFailed, "Write error, the archived item may be corrupted");
 }
 
 std::int32_t EntryWriter::Fail(std::int32_t result, const char* message) {

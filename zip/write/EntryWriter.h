@@ -17,7 +17,7 @@
 namespace vantorel {
 
 // Where a member's bytes come from; the streams are unopened. Any reference may be nil.
-struct MemberSource {
+struct MemberForks {
   Ref<SeqDataInputStream> data_in;
   std::int32_t data_length = 0;
   Ref<SeqDataInputStream> rsrc_in;
@@ -30,7 +30,7 @@ struct MemberSource {
 // One object per member.
 class EntryWriter {
  public:
-  EntryWriter(ZipArchive& archive, MemberSource source);
+  EntryWriter(ZipArchive& archive, MemberForks source);
 
   // Index of the new entry, or an AddResult with a message in the archive's errmsg. Raises RuntimeException,
   // before anything is written, if the header block disagrees with the lengths.
@@ -47,16 +47,18 @@ class EntryWriter {
   std::optional<std::int32_t> FeedFork(ZStream& deflated, const Ref<SeqDataInputStream>& source,
                                        std::int32_t length, const char* open_failure);
 
-  // Settles where the member ends and puts CRC and size into its local header. False if the file does not
-  // hold what was written.
+  // Settles where the member ends and puts CRC and size into its local header. False if the stream does not
+  // stand where it should.
   bool FinishData(std::int32_t data_bytes_written);
+  // Appends the entry, if the disk took all that was written.
   std::int32_t AppendEntry();
 
   void Notify(std::int32_t done);
   std::int32_t Fail(std::int32_t result, const char* message);
+  std::int32_t FailToWrite();
 
   ZipArchive& archive_;
-  MemberSource source_;
+  MemberForks source_;
   String encoded_name_;
   String extra_data_;
   std::int32_t total_ = 0;  // bytes before compression

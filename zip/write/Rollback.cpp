@@ -1,4 +1,4 @@
-// Undoing what was appended, and the decision whether a walk goes on behind a failed item.
+// Undoing what was appended.
 #include "zip/archive/ZipArchive.h"
 
 namespace vantorel {
@@ -20,17 +20,6 @@ bool ZipArchive::Rollback() {
   d->entries_1.resize(static_cast<std::size_t>(markEntries) + 1);
   d->dirty = true;
   return true;
-}
-
-bool ZipArchive::z_abort(const Ref<FolderItem>& item, std::int32_t code, const String& message,
-                         bool canContinue) {
-  errmsg = message;
-  bool stop = true;
-  if (const Ref<ZipProgressNotifier> monitor = d->monitor) {
-    stop = false;
-    monitor->ItemFailed(item, code, message, stop);
-  }
-  return !canContinue || stop;
 }
 
 }  // namespace vantorel

@@ -31,6 +31,17 @@ TEST(Directory, AReadOnlyArchiveRefusesEveryChange) {
   EXPECT_EQ(scratch.Read("a.zip"), bytes);
 }
 
+TEST(Directory, AForgedOffsetOverwritesNothing) {
+  for (const std::uint32_t offset : {0x80000000U, 0xFFFFFFFDU, 0xFFFFFFFFU}) {
+    const ScratchFolder scratch;
+    const std::string member = LocalRecord({.name = "a", .data = Noise(1000)});
+    const std::string bytes = member + MakeZip({}, {.directory_offset = offset});
+    scratch.Write("a.zip", bytes);
+    EXPECT_FALSE(Open(scratch)->Close()) << offset;
+    EXPECT_EQ(scratch.Read("a.zip"), bytes) << offset;
+  }
+}
+
 TEST(Directory, WhatCannotBeWrittenIsToldAndTriedAgain) {
   for (const bool locked : {false, true}) {
     const ScratchFolder scratch;

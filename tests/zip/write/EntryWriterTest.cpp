@@ -1,3 +1,4 @@
+#include "tests/support/FileSizeLimit.h"
 #include "tests/support/MacBytes.h"
 #include "tests/support/RecordingMonitor.h"
 #include "tests/zip/write/WriteSupport.h"
@@ -38,6 +39,22 @@ TEST(EntryWriter, RefusesWithoutATrace) {
     EXPECT_EQ(Add(*archive, "next", "text"), 1) << name;
     EXPECT_TRUE(archive->Close());
     EXPECT_EQ(MembersOf(scratch), (Members{{"next", "text"}})) << name;
+  }
+}
+
+TEST(EntryWriter, NoticesAFullDisk) {
+  for (const std::string& bytes : {std::string(), Noise(100), Noise(100000)}) {
+    const ScratchFolder scratch;
+    const auto archive = Open(scratch);
+    Add(*archive, "a", "text");
+    {
+      const FileSizeLimit limit(static_cast<rlim_t>(archive->startOfDirInArchive) + 10);
+      EXPECT_EQ(Add(*archive, "lost", bytes), -2) << bytes.size();
+      EXPECT_EQ(Text(archive->errmsg), "Write error, the archived item may be corrupted");
+    }
+    EXPECT_EQ(Add(*archive, "b", bytes), 2) << "there is room again";
+    EXPECT_TRUE(archive->Close());
+    EXPECT_EQ(MembersOf(scratch), (Members{{"a", "text"}, {"b", bytes}})) << bytes.size();
   }
 }
 
