@@ -1,4 +1,4 @@
-// The test for a second record of the same data, and the 16-bit shifts of the external attributes.
+// The test for a second record of the same data.
 #include "platform/base/Arithmetic.h"
 #include "zip/archive/ZipArchiveData.h"
 #include "zip/records/ZipRecords.h"
@@ -15,19 +15,6 @@ bool ZipArchiveData::isFakeEntry(const Ref<MemoryBlock>& header, std::int32_t lo
   }
   // The local word is signed: one with its highest bit set matches nothing.
   return (flags & ~ZipFlags::kDataDescriptor) == localFlags;
-}
-
-// The mode word goes to and from the high half of the attributes by its bytes, so that the sign plays no
-// part.
-std::int32_t ZipArchiveData::shiftRight16(std::int32_t value) {
-  mb4->SetLong(0, value);
-  return mb4->UShort(0);
-}
-
-std::int32_t ZipArchiveData::shiftLeft16(std::int32_t value) {
-  mb4->SetShort(0, value);
-  mb4->SetShort(2, 0);
-  return mb4->Long(0);
 }
 
 }  // namespace vantorel

@@ -1,8 +1,7 @@
-// References to files as blocks of bytes, and the Unix mode of what they refer to. This system has no such
-// references of its own: a reference is the item's path.
+// References to files as blocks of bytes. This system has no such references of its own: a reference is the
+// item's path.
 #include "platform/base/Arithmetic.h"
 #include "platform/text/TextFunctions.h"
-#include "zip/archive/ZipArchive.h"
 #include "zip/archive/ZipArchiveData.h"
 
 namespace vantorel {
@@ -24,10 +23,6 @@ Ref<MemoryBlock> NewBlock(std::int32_t size) {
   return block;
 }
 
-Ref<FolderItem> ItemOf(const Ref<MemoryBlock>& reference) {
-  return New<FolderItem>(std::string(reference->View()));
-}
-
 }  // namespace
 
 Ref<MemoryBlock> ZipArchiveData::makeFSRef(const Ref<FolderItem>& item) {
@@ -43,6 +38,10 @@ Ref<MemoryBlock> ZipArchiveData::FSRefOfFolderItem(const Ref<FolderItem>& item) 
   return reference;
 }
 
+Ref<FolderItem> ZipArchiveData::ItemOf(const Ref<MemoryBlock>& reference) {
+  return New<FolderItem>(std::string(reference->View()));
+}
+
 Ref<MemoryBlock> ZipArchiveData::FSSpecOfFolderItem(const Ref<FolderItem>& item) {
   if (!item || !item->Exists()) return nil;
   const String name = item->Name();
@@ -56,28 +55,6 @@ Ref<MemoryBlock> ZipArchiveData::FSSpecOfFolderItem(const Ref<FolderItem>& item)
 
 Ref<MemoryBlock> ZipArchiveData::FSSpecOfFSRef(const Ref<MemoryBlock>& reference) {
   return FSSpecOfFolderItem(ItemOf(reference));
-}
-
-std::int32_t ZipArchiveData::getUnixPermissionsFromFile(const Ref<MemoryBlock>& reference,
-                                                        std::int32_t& mode) {
-  std::uint16_t word = 0;
-  const std::int32_t error = ItemOf(reference)->GetUnixMode(word);
-  if (error == 0) mode = word;
-  return error;
-}
-
-std::int32_t ZipArchiveData::updateUnixPermissions(const Ref<MemoryBlock>& reference, std::int32_t keepMask,
-                                                   std::int32_t setBits) {
-  std::int32_t mode = 0;
-  // A mode of which nothing is kept need not be known.
-  const std::int32_t error = keepMask == 0 ? 0 : getUnixPermissionsFromFile(reference, mode);
-  if (error != 0) return error;
-  return ItemOf(reference)->SetUnixMode(static_cast<std::uint16_t>(setBits | (keepMask & mode)));
-}
-
-bool ZipArchive::GetUnixPermissions(const Ref<FolderItem>& item, std::int32_t& mode) {
-  const Ref<MemoryBlock> reference = d->makeFSRef(item);
-  return reference && d->getUnixPermissionsFromFile(reference, mode) == 0;
 }
 
 }  // namespace vantorel

@@ -12,7 +12,7 @@
 //   ZipArchiveReading.cpp    z_readDirectory
 //   ZipArchiveAccess.cpp     accessors and constants, SetComment, z_noWriteMsg
 //   ZipArchiveNames.cpp      raw paths, look-up, CleanName, IsValidName, z_sameFolderItem
-//   FileReferences.cpp       GetUnixPermissions
+//   UnixPermissions.cpp      GetUnixPermissions
 //   zip/write                MakeZipExtraField (MakeZipExtraField.cpp); z_zip, AddItemByStreams; z_addItem,
 //                            z_addFolder, AddItem…, AddFolderContents, Calc…Size; z_writeDirectory, Flush;
 //                            Compact, RemoveEntry, ReplaceEntry, Mark, Rollback, z_abort, z_copy and the

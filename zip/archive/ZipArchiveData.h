@@ -3,8 +3,8 @@
 // which is a cycle that ZipArchive::Close breaks. Used from one thread.
 //
 // The operations lie in Names.cpp (names, encodings, look-up), Companions.cpp (checkDirectory),
-// FakeEntries.cpp (isFakeEntry, the shifts) and FileReferences.cpp (references to files, Unix permissions);
-// ZipArchiveData.cpp holds construction and the choice of the encoding.
+// FakeEntries.cpp (isFakeEntry), FileReferences.cpp (references to files) and UnixPermissions.cpp (modes of
+// files, the shifts); ZipArchiveData.cpp holds construction and the choice of the encoding.
 #pragma once
 
 #include <cstdint>
@@ -89,6 +89,10 @@ class ZipArchiveData : public Object {
   // What a reader of the directory does last: checkDirectory with the index of the entries from `first` on.
   // What an earlier reading left before them may leave the list, but finds no companion.
   void CheckNewEntries(std::size_t first);
+
+ private:
+  // What a reference stands for, whether or not it exists.
+  static Ref<FolderItem> ItemOf(const Ref<MemoryBlock>& reference);
 };
 
 }  // namespace vantorel
