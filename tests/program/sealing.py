@@ -10,6 +10,7 @@ from updateserver import UpdateServer, page
 
 SIGNATURE = "/mac_Vantorel_signature"
 KEYS = pathlib.Path(os.environ.get("SEALED_KEYS", "build/dev/tests/launcher/sealed")).resolve()
+PUBLISH = pathlib.Path(os.environ.get("VANTOREL_PUBLISH", "build/dev/bin/vantorel-publish")).resolve()
 HEADLESS = pathlib.Path(os.environ.get("SEALED_HEADLESS", "build/dev/bin/sealed_headless")).resolve()
 
 
@@ -32,6 +33,20 @@ def release(archive=None, version="18", serial=6, **changes):
     paths = {"version": VERSION, "changelog": CHANGELOG, "update": UPDATE, "signature": SIGNATURE}
     return {paths[name]: body if callable(body) else page(*body) if isinstance(body, tuple) else page(body)
             for name, body in bodies.items()}
+
+
+def published(archive, version, serial):
+    """The answers of a server with what vantorel-publish makes of an update archive."""
+    with tempfile.TemporaryDirectory(prefix="published-") as name:
+        folder = pathlib.Path(name)
+        (folder / "update.zip").write_bytes(archive)
+        (folder / "notes").write_text("notes")
+        subprocess.run(["unzip", "-q", "update.zip"], cwd=folder, check=True)
+        public_key = (KEYS / "new.pub").read_text().split("\n")[1]
+        subprocess.run([PUBLISH, "--app", "Vantorel.app", "--version", version, "--notes", "notes", "--out", "www",
+                        "--sign", KEYS / "new.key", "--serial", str(serial), "--verify-with", public_key],
+                       cwd=folder, check=True)
+        return {f"/{file.name}": page(file.read_bytes()) for file in (folder / "www").iterdir()}
 
 
 def contents(folder):

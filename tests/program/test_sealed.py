@@ -7,7 +7,7 @@ import subprocess
 import unittest
 
 from launcher import CHANGELOG, NOTICE_INSTALL, NOTICE_UPDATE, PROGRAM, UPDATE, VERSION, update_archive
-from sealing import SIGNATURE, release
+from sealing import SIGNATURE, published, release
 from test_check import ProgramTest, request
 from updateserver import UpdateServer
 
@@ -23,7 +23,7 @@ class Sealed(ProgramTest):
         launcher = self.launcher()
         steps = [  # what the server has, the notice, the target that starts, the record
             (release(update_archive("first"), "17", 5), NOTICE_INSTALL, "first", ("mac_17", "5")),
-            (release(update_archive("second"), "18", 6), NOTICE_UPDATE, "second", ("mac_18", "6")),
+            (published(update_archive("second"), "18", 6), NOTICE_UPDATE, "second", ("mac_18", "6")),
             (release(update_archive("third"), "19", 7, update=update_archive("evil")), NOTICE_UPDATE, "second", ("mac_18", "6")),
         ]
         for answers, notice, target, record in steps:

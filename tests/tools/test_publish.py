@@ -8,6 +8,7 @@ import pathlib
 import struct
 import subprocess
 import tempfile
+import time
 import unittest
 import zipfile
 
@@ -30,10 +31,17 @@ class Publish(unittest.TestCase):
         (self.app / "Contents/._Größe.txt").write_text("named like a side file, but none")
         self.notes.write_text("Größer")
 
-    def publish(self, **changes):
+    def publish(self, password=None, **changes):
         options = {"app": self.app, "version": "18", "notes": self.notes, "out": self.out, **changes}
         command = [PROGRAM] + [part for name, value in options.items() for part in (f"--{name}", str(value))]
-        return subprocess.run(command, capture_output=True, text=True, check=False)
+        return subprocess.run(command, capture_output=True, text=True, check=False, input=password)
+
+    def key(self, name, password=None):
+        """Makes a key pair of minisign; gives the secret key's file."""
+        words = {"input": f"{password}\n{password}\n"} if password else {"stdin": subprocess.DEVNULL}
+        subprocess.run(["minisign", "-G", *([] if password else ["-W"]), "-p", self.root / f"{name}.pub", "-s", self.root / name],
+                       check=True, text=True, capture_output=True, **words)
+        return self.root / name
 
     def test_other_tools_read_what_is_published(self):
         for platform, target in (("mac", "Vantorel.app"), ("win", "Vantorel")):
@@ -84,20 +92,19 @@ class Publish(unittest.TestCase):
                 self.assertIn(reason, result.stderr)
                 self.assertEqual({p.name: p.read_bytes() for p in self.out.iterdir()}, before)
 
-    def test_the_version_comes_last(self):
+    def test_the_signature_follows_its_archive_and_the_version_comes_last(self):
         self.out.mkdir()
         libc = ctypes.CDLL(None)
         watch = libc.inotify_init1(0)
         moved_to = 0x80
         self.assertGreaterEqual(libc.inotify_add_watch(watch, os.fsencode(self.out), moved_to), 0)
-        self.assertEqual(self.publish().returncode, 0)
+        self.assertEqual(self.publish(sign=self.key("key")).returncode, 0)
         names, events = [], os.read(watch, 4096)
         while events:
             length = struct.unpack_from("iIII", events)[3]
             names.append(events[16:16 + length].rstrip(b"\0").decode())
             events = events[16 + length:]
-        self.assertEqual(names[-1], "mac_Vantorel_version")
-        self.assertEqual(len(names), 3)
+        self.assertEqual([name[len("mac_Vantorel"):] for name in names], ["_update", "_signature", "_changelog", "_version"])
 
     def test_what_was_published_before_stays_when_a_step_fails(self):
         self.assertEqual(self.publish(version="17").returncode, 0)
@@ -109,6 +116,44 @@ class Publish(unittest.TestCase):
         (self.app / "Contents/new").write_text("new")
         self.assertEqual(self.publish().returncode, 3)
         self.assertEqual({p.name: p.read_bytes() for p in self.out.iterdir() if p.is_file()}, before)
+
+    def test_what_is_signed_verifies(self):
+        for name, password, key in (("without password", None, lambda public: public.read_text().split("\n")[1]),
+                                    ("with password", "secret", str)):
+            with self.subTest(name):
+                secret = self.key(name, password)
+                public = self.root / f"{name}.pub"
+                before = int(time.time())
+                result = self.publish(sign=secret, **{"verify-with": key(public)}, password=password and password + "\n")
+                self.assertEqual(result.returncode, 0, result.stderr)
+                check = subprocess.run(["minisign", "-V", "-Q", "-p", public, "-m", self.out / "mac_Vantorel_update",
+                                        "-x", self.out / "mac_Vantorel_signature"], check=True, capture_output=True, text=True)
+                version, serial = check.stdout.strip().split("\tserial:")
+                self.assertEqual(version, "version:18")
+                self.assertIn(int(serial), range(before, int(time.time()) + 1))
+
+    def test_a_signature_that_launchers_would_refuse_is_not_published(self):
+        sign = {"sign": self.key("one")}
+        self.key("other")
+        cases = [  # what would be broken, options, exit code, a word of the reason
+            ("no key", {"sign": self.root / "none"}, 1, "none"),
+            ("another public key", {**sign, "serial": 7, "verify-with": self.root / "other.pub"}, 1, "is not the public key"),
+            ("an older number", {**sign, "serial": 5}, 1, "does not follow 6"),
+            ("the same number for another version", {**sign, "serial": 6}, 1, "does not follow 6"),
+            ("more than 18 digits", {**sign, "serial": 10 ** 18}, 2, "serial"),
+            ("a number without a signature", {"serial": 7}, 2, "sign"),
+            ("an update without a signature after one with it", {}, 1, "was signed"),
+        ]
+        for serial in (6, 6):  # the same release may be published again
+            self.assertEqual(self.publish(version="17", serial=serial, **sign).returncode, 0)
+        before = {p.name: p.read_bytes() for p in self.out.iterdir()}
+        self.assertEqual(len(before), 4)
+        for name, options, code, reason in cases:
+            with self.subTest(name):
+                result = self.publish(**options)
+                self.assertEqual(result.returncode, code, result.stderr)
+                self.assertIn(reason, result.stderr)
+                self.assertEqual({p.name: p.read_bytes() for p in self.out.iterdir()}, before)
 
     def test_one_run_at_a_time(self):
         self.out.mkdir()

@@ -67,11 +67,19 @@ void OutputFolder::WriteDraft(const std::string& name, std::string_view content)
   if (!stream) FailWithErrno(draft);
 }
 
-void OutputFolder::Place(const std::string& name) {
+void OutputFolder::Place(const std::vector<std::string>& names) {
+  for (const std::string& name : names) {
+    const std::string draft = DraftOf(name);
+    Sync(draft);
+    if (chmod(draft.c_str(), 0644) != 0) FailWithErrno(draft);
+  }
+  for (const std::string& name : names) PlaceDraft(name);
+  if (fsync(folder_) != 0) FailWithErrno(path_);
+}
+
+void OutputFolder::PlaceDraft(const std::string& name) {
   const std::string draft = DraftOf(name);
   const std::string final_path = PathOf(name);
-  Sync(draft);
-  if (chmod(draft.c_str(), 0644) != 0) FailWithErrno(draft);
   struct stat status {};
   const bool replaces_file = lstat(final_path.c_str(), &status) == 0 && !S_ISDIR(status.st_mode);
   const bool exchanged =
@@ -79,7 +87,6 @@ void OutputFolder::Place(const std::string& name) {
   // There are file systems that cannot exchange.
   if (!exchanged && rename(draft.c_str(), final_path.c_str()) != 0) FailWithErrno(final_path);
   if (exchanged || !replaces_file) placed_.push_back({name, exchanged});
-  if (fsync(folder_) != 0) FailWithErrno(path_);
 }
 
 void OutputFolder::TakeBack(const Placed& placed) const {

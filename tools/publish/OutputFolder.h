@@ -22,9 +22,9 @@ class OutputFolder {
   std::string Draft(const std::string& name);
   // Writes a draft of `name` with this content. Raises PublishError.
   void WriteDraft(const std::string& name, std::string_view content);
-  // Brings the draft safely to disk, readable to all, and puts it in the place of `name` in one step. Raises
-  // PublishError.
-  void Place(const std::string& name);
+  // Brings the drafts safely to disk, readable to all, and puts each in the place of its name in one step,
+  // one right after the other. Raises PublishError.
+  void Place(const std::vector<std::string>& names);
   // What was placed stays.
   void Complete() { placed_.clear(); }
 
@@ -36,6 +36,7 @@ class OutputFolder {
 
   std::string PathOf(const std::string& name) const { return path_ + "/" + name; }
   std::string DraftOf(const std::string& name) const { return path_ + "/." + name + ".new"; }
+  void PlaceDraft(const std::string& name);
   void TakeBack(const Placed& placed) const;
 
   std::string path_;

@@ -1,6 +1,7 @@
 #include "tools/publish/Update.h"
 
 #include <algorithm>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -65,9 +66,20 @@ std::string ReadNotes(const std::string& path) {
 
 // The next update would hold this one.
 void CheckApart(const std::string& output, const std::string& application) {
-  const std::filesystem::path way = std::filesystem::weakly_canonical(output).lexically_relative(
-      std::filesystem::weakly_canonical(application));
+  namespace fs = std::filesystem;
+  // A relative path of which nothing is there yet would stay relative.
+  const auto whole = [](const std::string& path) { return fs::weakly_canonical(fs::absolute(path)); };
+  const fs::path way = whole(output).lexically_relative(whole(application));
   if (*way.begin() != "..") Refuse(output + ": lies inside the application that is to be published");
+}
+
+// A signature that stays beside another archive would have launchers refuse the update.
+void CheckSigning(const std::string& published, const Update& update, std::int64_t serial) {
+  if (!update.signing.key_file.empty()) {
+    CheckFollows(published, update.version, serial);
+  } else if (std::filesystem::exists(published)) {
+    Refuse(published + ": the last update was signed, and this one is not; sign it, or remove that file");
+  }
 }
 
 }  // namespace
@@ -82,12 +94,23 @@ void Publish(const Update& update) {
 
   OutputFolder folder(update.output_folder);
   const std::string prefix = update.platform + "_Vantorel";
+  const std::string signature = prefix + "_signature";
+  const std::int64_t serial = update.signing.serial.value_or(std::time(nullptr));
+  CheckSigning(update.output_folder + "/" + signature, update, serial);
+
   const std::string archive = folder.Draft(prefix + "_update");
   MakeArchive(archive, files);
   VerifyArchive(archive, files);
+  std::vector<std::string> resources = {prefix + "_update"};
+  if (!update.signing.key_file.empty()) {
+    Sign(archive, folder.Draft(signature), update.version, serial, update.signing);
+    resources.push_back(signature);
+  }
   folder.WriteDraft(prefix + "_changelog", notes);
+  resources.push_back(prefix + "_changelog");
   folder.WriteDraft(prefix + "_version", update.version);
-  for (const char* suffix : {"_update", "_changelog", "_version"}) folder.Place(prefix + suffix);
+  folder.Place(resources);
+  folder.Place({prefix + "_version"});
   folder.Complete();
 }
 

@@ -13,10 +13,13 @@ constexpr char kExamples[] =
     "  vantorel-publish --app build/Vantorel.app --version 18 --notes NOTES.txt --out /srv/www/vantorel\n"
     "writes mac_Vantorel_update, mac_Vantorel_changelog and, last, mac_Vantorel_version into the folder\n"
     "that the web server serves. Each file appears whole or not at all, so launchers may go on asking\n"
-    "meanwhile.\n"
+    "meanwhile. With --sign KEYFILE there is a fourth, mac_Vantorel_signature, for launchers that were\n"
+    "built with the public key.\n"
     "\n"
     "Exit codes: 0 published, 1 what was given is no good, 2 wrong usage, 3 a file or disk error. On any\n"
     "but 0 the update that was published before is in place, or again in place.";
+
+constexpr std::int64_t kLargestSerial = 999999999999999999;
 
 int Fail(vantorel::publish::ExitCode code, const char* why) {
   std::fprintf(stderr, "vantorel-publish: %s\n", why);
@@ -36,6 +39,15 @@ int Run(int argc, char** argv) {
   app.add_option("--notes", update.notes_file, "the release notes, a plain text file in UTF-8")->required();
   app.add_option("--out", update.output_folder, "the folder to publish in; made if missing")->required();
   app.add_option("--platform", update.platform, "mac (default) or win")->check(CLI::IsMember({"mac", "win"}));
+  vantorel::publish::Signing& signing = update.signing;
+  CLI::Option* sign = app.add_option("--sign", signing.key_file, "sign with this secret key of minisign");
+  app.add_option("--serial", signing.serial, "the signed serial number; the clock's seconds if not given")
+      ->check(CLI::Range(std::int64_t{0}, kLargestSerial))
+      ->option_text("N")
+      ->needs(sign);
+  app.add_option("--verify-with", signing.public_key,
+                 "check the signature against this public key, or file of one")
+      ->needs(sign);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
