@@ -2,7 +2,8 @@
 #include <exception>
 
 #include "launcher/Globals.h"
-#include "launcher/Splash.h"
+#include "launcher/ProgramPictures.h"
+#include "launcher/ShowFault.h"
 #include "launcher/VantorelLauncher.h"
 #include "launcher/Window1.h"
 #include "platform/base/Exceptions.h"
@@ -45,6 +46,7 @@ void _Main() {
     // Quit before the event loop ran.
   } catch (const std::exception& fault) {
     RuntimeUnhandledException(fault);
+    ShowFault(fault);
   }
 }
 

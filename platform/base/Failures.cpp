@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstddef>
-#include <system_error>
 
 namespace vantorel {
 
@@ -10,8 +9,8 @@ namespace {
 
 constexpr std::size_t kKept = 3;
 
-std::vector<std::string>& Kept() {
-  static std::vector<std::string> kept;
+std::vector<Failure>& Kept() {
+  static std::vector<Failure> kept;
   return kept;
 }
 
@@ -19,16 +18,13 @@ std::vector<std::string>& Kept() {
 
 void NoteFailure(std::string_view operation, std::string_view path, int error_number) {
   const int errno_before = errno;
-  std::vector<std::string>& kept = Kept();
+  std::vector<Failure>& kept = Kept();
   if (kept.size() == kKept) kept.erase(kept.begin());
-  std::string note = "cannot ";
-  note.append(operation).append(" ").append(path).append(": ");
-  note.append(std::generic_category().message(error_number));
-  kept.push_back(std::move(note));
+  kept.push_back({std::string(operation), std::string(path), error_number});
   errno = errno_before;
 }
 
-const std::vector<std::string>& RecentFailures() {
+const std::vector<Failure>& RecentFailures() {
   return Kept();
 }
 

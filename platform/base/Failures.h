@@ -11,7 +11,13 @@ namespace vantorel {
 // Notes that `operation` ("open", "make the folder", …) on `path` failed with that errno. errno stays.
 void NoteFailure(std::string_view operation, std::string_view path, int error_number);
 
-// Up to the last three, oldest first, each like "cannot open /a/b: Permission denied".
-const std::vector<std::string>& RecentFailures();
+struct Failure {
+  std::string operation;
+  std::string path;
+  int error_number;
+};
+
+// Up to the last three, oldest first.
+const std::vector<Failure>& RecentFailures();
 
 }  // namespace vantorel

@@ -3,9 +3,9 @@
 #include <csignal>
 #include <cstdio>
 #include <string>
+#include <system_error>
 
 #include "platform/base/Exceptions.h"
-#include "platform/base/Failures.h"
 #include "platform/run/EventLoop.h"
 #include "platform/run/Quit.h"
 #include "platform/run/System.h"
@@ -58,9 +58,16 @@ void Quit(std::int32_t code) {
 void RuntimeUnhandledException(const std::exception& fault) {
   exit_value = 1;
   std::string report = ProgramName() + ": cannot go on: " + fault.what() + "\n";
-  if (!RecentFailures().empty()) report += "The likely cause, from the file operations that failed last:\n";
-  for (const std::string& failure : RecentFailures()) report += "  " + failure + "\n";
+  for (const Failure& failure : FailuresBehind(fault)) {
+    report += "  a likely cause: cannot " + failure.operation + " " + failure.path + ": " +
+              std::generic_category().message(failure.error_number) + "\n";
+  }
   std::fputs(report.c_str(), stderr);
+}
+
+std::vector<Failure> FailuresBehind(const std::exception& fault) {
+  const bool through_nil = dynamic_cast<const NilObjectException*>(&fault) != nullptr;
+  return through_nil ? RecentFailures() : std::vector<Failure>();
 }
 
 int RuntimeExit() {

@@ -14,7 +14,9 @@
 
 #include <cstdint>
 #include <exception>
+#include <vector>
 
+#include "platform/base/Failures.h"
 #include "platform/base/Ref.h"
 #include "platform/run/Application.h"
 
@@ -35,6 +37,9 @@ void RuntimeRun();
 // The end of an exception that no handler took: says on standard error what failed, and makes 1 the exit
 // value. The caller ends the program.
 void RuntimeUnhandledException(const std::exception& fault);
+
+// The file operations whose failure may have led to the fault: what could not be opened is nil.
+std::vector<Failure> FailuresBehind(const std::exception& fault);
 
 // Drops the application object. Gives the process's exit value: that of Quit, or 1 after an unhandled
 // exception.

@@ -4,8 +4,9 @@
 #include "launcher/BuildSettings.h"
 #include "launcher/Globals.h"
 #include "launcher/License.h"
+#include "launcher/ProgramPictures.h"
+#include "launcher/ShowFault.h"
 #include "launcher/ShowNotice.h"
-#include "launcher/Splash.h"
 #include "launcher/VantorelLauncher.h"
 #include "launcher/Window1.h"
 #include "launcher/updateSocket.h"
@@ -124,6 +125,23 @@ TEST_F(WindowsTest, UnreachableAndNothingInstalledIsSaid) {
       std::vector<std::string>{
           "Der Updatesever ist nicht erreichbar. Bitte stellen Sie sicher das Sie mit dem Internet verbunden "
           "sind und versuchen es dann nochmal!"});
+}
+
+TEST_F(WindowsTest, AFaultIsShownWithItsCause) {
+  GetFolderItem("/nowhere/version")->OpenAsTextFile();
+  const auto show = [&](const RuntimeException& fault) {
+    Window1::Implicit();
+    ShowFault(fault);
+    EXPECT_TRUE(_GetImplicitWindow("Window1") == nil) << "what is left of the program runs on";
+    return screen_.messages.back();
+  };
+  EXPECT_EQ(show(NilObjectException())
+                .rfind("Vantorel muss beendet werden.\n\nWahrscheinliche Ursache: /nowhere/version: ", 0),
+            0U);
+  EXPECT_EQ(show(RuntimeException("no memory")), "Vantorel muss beendet werden.\n\nno memory")
+      << "a failure that has nothing to do with the fault is named";
+  BackEnd::Install(nullptr);
+  ShowFault(NilObjectException());  // nobody to show it to
 }
 
 TEST_F(WindowsTest, ProgressIsCountedInHundredsOfBytes) {

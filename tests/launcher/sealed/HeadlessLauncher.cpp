@@ -7,7 +7,7 @@
 #include <iostream>
 
 #include "launcher/Globals.h"
-#include "launcher/Splash.h"
+#include "launcher/ProgramPictures.h"
 #include "launcher/VantorelLauncher.h"
 #include "launcher/Window1.h"
 #include "platform/run/Runtime.h"

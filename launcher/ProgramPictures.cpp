@@ -1,4 +1,4 @@
-#include "launcher/Splash.h"
+#include "launcher/ProgramPictures.h"
 
 #include <cstdint>
 #include <string_view>
