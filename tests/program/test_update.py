@@ -19,13 +19,15 @@ def serving(update):
     return UpdateServer({VERSION: page(b"18"), CHANGELOG: page(b""), UPDATE: update})
 
 
-class UpdateUnderFaults(ProgramTest):
+class UpdateTest(ProgramTest):
     def accept(self, launcher, **options):
         """Starts the launcher, and accepts the update that it finds."""
         title = NOTICE_UPDATE if (launcher.folder / "version").exists() else NOTICE_INSTALL
         launcher.start(**options)
         self.desktop.key(self.desktop.window(title, launcher.process), "Return")
 
+
+class FaultyDownloads(UpdateTest):
     def test_any_download_counts_as_an_update(self):
         good = update_archive("new")
         noise = random.Random(7).randbytes(100000).hex()  # deflates to a little more than half
@@ -49,6 +51,8 @@ class UpdateUnderFaults(ProgramTest):
                 self.assertEqual((launcher.folder / "version").read_text(), "mac_18")
                 self.assertEqual((launcher.folder / "splash").exists(), name == "no target inside")
 
+
+class FaultyInstallations(UpdateTest):
     def test_a_bundle_with_content_stays_and_is_unpacked_over(self):
         with Launcher(self.desktop) as launcher, serving(page(update_archive("new"))):
             launcher.install("17", "old")
