@@ -19,13 +19,10 @@ endif()
 
 # The Zip library.
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VantorelZip)
-install(TARGETS vl_platform vl_zip EXPORT VantorelZipTargets ARCHIVE COMPONENT library)
-install(DIRECTORY zip DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantorel COMPONENT library
-        FILES_MATCHING PATTERN "*.h")
-foreach(layer base text files compress run)
-  install(DIRECTORY platform/${layer} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantorel/platform COMPONENT library
-          FILES_MATCHING PATTERN "*.h")
-endforeach()
+install(TARGETS vl_core vl_zip EXPORT VantorelZipTargets ARCHIVE COMPONENT library)
+install(CODE "set(source_dir \"${PROJECT_SOURCE_DIR}\")
+set(include_dir \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_INCLUDEDIR}/vantorel\")" COMPONENT library)
+install(SCRIPT cmake/InstallHeaders.cmake COMPONENT library)
 install(EXPORT VantorelZipTargets NAMESPACE Vantorel:: DESTINATION ${package_dir} COMPONENT library)
 configure_package_config_file(cmake/VantorelZipConfig.cmake.in VantorelZipConfig.cmake
                               INSTALL_DESTINATION ${package_dir})

@@ -1,6 +1,9 @@
 // Lists the members of an archive, and adds a note to it: the Zip library in forty lines.
+#include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <string>
+#include <system_error>
 
 #include "platform/files/FolderItem.h"
 #include "zip/archive/ZipArchive.h"
@@ -21,11 +24,15 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: list-archive ARCHIVE FILE-TO-ADD\n");
     return 2;
   }
-  const Ref<FolderItem> file = GetFolderItem(String::Bytes(argv[2]));
-  if (!file || !file->Exists()) {  // which the library would store as an empty member
-    std::fprintf(stderr, "%s: no such file\n", argv[2]);
+  // Only a regular file goes in with its data: the library would store a link, a pipe or a missing file as an
+  // empty member, and a file of 2 GiB or more cut short. So links are followed here.
+  std::error_code error;
+  const std::filesystem::path path = std::filesystem::canonical(argv[2], error);
+  if (error || !std::filesystem::is_regular_file(path) || std::filesystem::file_size(path) > INT32_MAX) {
+    std::fprintf(stderr, "%s: not a file that can be added\n", argv[2]);
     return 1;
   }
+  const Ref<FolderItem> file = GetFolderItem(String::Bytes(path.string()));
   const auto archive = New<ZipArchive>();
   if (!archive->Open(GetFolderItem(String::Bytes(argv[1])), true)) return Complain(argv[1], archive);
 

@@ -3,24 +3,43 @@
 # that another tool then reads. Usage: consume.sh BUILD_FOLDER EXAMPLE_FOLDER COMPILER
 set -euo pipefail
 
+fail() { echo "$1" >&2; exit 1; }
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cmake --install "$1" --prefix "$scratch/usr" >"$scratch/install.log"
 for expected in bin/forkzip bin/vantorel-publish share/man/man1/forkzip.1 share/man/man1/vantorel-publish.1 \
     share/bash-completion/completions/forkzip; do
-  [ -e "$scratch/usr/$expected" ] || { echo "not installed: $expected" >&2; exit 1; }
+  [ -e "$scratch/usr/$expected" ] || fail "not installed: $expected"
 done
 "$scratch/usr/bin/forkzip" --version
 
-cmake -S "$2" -B "$scratch/build" -DCMAKE_CXX_COMPILER="$3" -DCMAKE_PREFIX_PATH="$scratch/usr" >"$scratch/configure.log"
+# The headers are whole, and private ones stay at home.
+cd "$scratch/usr/include/vantorel"
+find . -name '*.h' -printf '#include "%P"\n' >"$scratch/all.cpp"
+"$3" -std=c++20 -fsyntax-only -I. "$scratch/all.cpp"
+for private in platform/compress platform/run platform/ui zip/archive/NameIndex.h zip/extract/UnzipRun.h \
+    zip/write/EntryWriter.h; do
+  [ ! -e "$private" ] || fail "installed: $private"
+done
+
+# Users of the Zip library need neither sockets nor windows: c-ares cannot be found here, nor the toolkit.
+mkdir "$scratch/broken"
+printf '%s\n' "Name: c-ares" "Description: broken" "Version: 0" "Requires: nothing-there" >"$scratch/broken/libcares.pc"
+PKG_CONFIG_PATH="$scratch/broken" cmake -S "$2" -B "$scratch/build" -DCMAKE_CXX_COMPILER="$3" \
+    -DCMAKE_PREFIX_PATH="$scratch/usr" \
+    -DCMAKE_DISABLE_FIND_PACKAGE_Qt6=ON --no-warn-unused-cli >"$scratch/configure.log"
 cmake --build "$scratch/build"
 
 cd "$scratch"
 echo "a note" >note.txt
 echo "first" >first.txt
+ln -s note.txt link
+mkfifo pipe
+truncate -s 4294967396 too-large
 zip -q archive.zip first.txt
-truncate -s 3G too-large
-! build/list-archive archive.zip too-large || { echo "what cannot be stored was added" >&2; exit 1; }
+for refused in too-large pipe missing .; do
+  ! build/list-archive archive.zip "$refused" || fail "what cannot be stored was added: $refused"
+done
 unzip -tqq archive.zip
-build/list-archive archive.zip note.txt | grep -q first.txt
-[ "$(unzip -p archive.zip note.txt)" = "a note" ]
+build/list-archive archive.zip link | grep -q first.txt
+[ "$(unzip -p archive.zip note.txt)" = "a note" ] || fail "a link's data was lost"

@@ -169,8 +169,10 @@ class ZipArchive : public Object {
   virtual std::int32_t MacBinaryNever();
   virtual std::int32_t MacBinarySmart();
   virtual std::int32_t MacBinaryAlways();
-  // Bytes that adding would store before compression; -1 beyond 2^31.
+  // Bytes that adding would store before compression. Of a file's length the low 32 bits count, here as in
+  // adding: 4 GiB and 100 bytes give 100.
   virtual std::int32_t CalcItemSize(const Ref<FolderItem>& item, std::int32_t mode);
+  // The sum for the contents of a folder; -1 beyond 2^31.
   virtual std::int32_t CalcFolderSize(const Ref<FolderItem>& folder, bool followAliases, std::int32_t mode);
   // A second name for a member's data. Index of the new entry, or 0 with a message. REQUIRES: a date.
   virtual std::int32_t AddFakeDuplicate(const Ref<ZipEntry>& entry, const String& name, const Ref<Date>& date,
