@@ -73,6 +73,8 @@ class Extract(ForkzipTest):
             ("a link that leads up", Member("l", b"../evil", mode=LINK), "leads out of the destination"),
             ("a link with an absolute target", Member("l", b"/etc", mode=LINK), "leads out of the destination"),
             ("a link that leads up by way of another", Member("d/l", b"x/../../..", mode=LINK), "leads out"),
+            ("a link that goes back from a link", Member("l", b"link/../x", mode=LINK), "has no folder"),
+            ("a link that goes back from nothing", Member("l", b"x/../x", mode=LINK), "has no folder"),
             ("a link without a target", Member("l", b"", mode=LINK), "has no target"),
             ("a stored link with a wrong sum", Member("l", b"good", mode=LINK, crc=1), "the checksum of its data is wrong"),
             ("a folder's data with a wrong sum", Member("d/", mac_binary(b"", b""), crc=1), "the checksum of its data"),
@@ -94,11 +96,13 @@ class Extract(ForkzipTest):
 
     def test_a_link_of_the_archive_leads_no_member_astray(self):
         self.zip.write_bytes(archive(Member("l", b"../elsewhere", mode=LINK), Member("l/evil", b"x"),
-                                     Member("inner", b"d", mode=LINK), Member("d/f", b"1")))
+                                     Member("inner", b"d", mode=LINK), Member("d/f", b"1"),
+                                     Member("d/e/up and down", b"../../d/e/../f", mode=LINK)))
         (self.root / "elsewhere").mkdir()
         self.extract(1, says="leads out of the destination")
         self.assertEqual(list((self.root / "elsewhere").iterdir()), [])
         self.assertEqual((self.out / "inner/f").read_bytes(), b"1")
+        self.assertEqual((self.out / "d/e/up and down").read_bytes(), b"1")
 
     def test_files_that_are_there(self):
         self.zip.write_bytes(archive(Member("f", b"new"), Member("bad", b"new", DEFLATED, crc=1), Member("l", b"new"),
@@ -143,6 +147,25 @@ class Extract(ForkzipTest):
                     self.assertEqual((self.out / "d/mac").read_bytes(), b"data")
                     self.assertEqual(read_by_lsar(self.out / "d/._mac"), (b"TEXTttxt", fork))
                 self.assertEqual(self.cat("d/mac"), b"data")
+
+    def test_folders_keep_their_mac_data_and_in_any_case_their_mode(self):
+        companion = bytearray(apple_double(b"fork " * 20, bytes(8)))
+        companion[58:60] = b"\4\0"  # Finder flags
+        companion = bytes(companion)
+        for what, crc in (("a sound companion", None), ("a damaged one", 1)):
+            with self.subTest(what):
+                subprocess.run(["rm", "-rf", self.out], check=True)
+                fields = {"extra": UNIX_TIMES} if crc is None else {"extra": UNIX_TIMES, "crc": crc}
+                self.zip.write_bytes(archive(Member("d/", mode=0o040750, extra=UNIX_TIMES),
+                                             Member("__MACOSX/._d", companion, DEFLATED, **fields)))
+                code = 0 if crc is None else 1
+                self.expect(code, "test", self.zip, says="" if code == 0 else "d/: its companion")
+                self.extract(code, "-q", says="" if code == 0 else "d/: its companion")
+                self.assertEqual((self.out / "d").stat().st_mode, 0o040750)
+                if code == 0:
+                    side_file = (self.out / "._d").read_bytes()
+                    self.assertEqual((side_file[50:60], side_file[82:]), (b"\0" * 8 + b"\x04\0", b"fork " * 20))
+                    self.assertEqual((self.out / "d").stat().st_mtime, 1700000000)
 
     def test_side_files_that_are_there(self):
         wrapped, old = mac_binary(b"data", b"fork"), apple_double(b"old fork")
@@ -198,13 +221,32 @@ class Extract(ForkzipTest):
         self.zip.write_bytes(archive(Member("large", bytes(1 << 30), DEFLATED), Member("next", b"1")))
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGPIPE):
             with self.subTest(number):
-                process = subprocess.Popen([PROGRAM, "extract", self.zip, "-d", self.out])
-                large = self.out / "large"
-                while not (large.exists() and large.stat().st_size) and process.poll() is None:
-                    time.sleep(0.001)
-                process.send_signal(number)
-                self.assertEqual(process.wait(), -number)
+                self.stop_in_the_middle(number)
                 self.assertEqual(self.files_below(self.out), [])
+
+    def stop_in_the_middle(self, number):
+        """Ends an extraction by a signal while its first member is being written."""
+        process = subprocess.Popen([PROGRAM, "extract", self.zip, "-d", self.out])
+        while not any(path.stat().st_size for path in self.out.glob("*")) and process.poll() is None:
+            time.sleep(0.001)
+        process.send_signal(number)
+        self.assertEqual(process.wait(), -number)
+
+    def test_what_a_killed_run_leaves_is_in_no_ones_way(self):
+        self.zip.write_bytes(archive(Member("large", bytes(1 << 30), DEFLATED)))
+        self.stop_in_the_middle(signal.SIGKILL)
+        left = self.files_below(self.out)
+        self.assertEqual([name.startswith(".forkzip-") for name in left], [True])
+        self.write(f"out/.forkzip-{os.getpid()}-1", "of a run that goes on")
+        self.zip.write_bytes(archive(Member("large", bytes(70000)), Member("small", b"new"), Member("kept", b"new")))
+        for name in ("large", "small"):  # as a run leaves them that is killed while it makes them
+            self.write(f"out/{name}", "").chmod(0o1000)
+        self.write("out/kept", "").chmod(0o644)
+        self.extract(3, says="kept: exists already")
+        self.assertEqual((self.out / "small").read_bytes(), b"new")
+        self.assertEqual((self.out / "large").stat().st_size, 70000)
+        self.extract(0, "-q", "--overwrite")
+        self.assertEqual(self.files_below(self.out), [f".forkzip-{os.getpid()}-1", "kept", "large", "small"])
 
     def test_the_bar_tells_how_far_it_is(self):
         self.zip.write_bytes(archive(Member("f", b"12345"), *[Member(f"{i}") for i in range(2000)]))

@@ -7,6 +7,7 @@ import pty
 import subprocess
 import unittest
 import zipfile
+import zlib
 
 from forkzip import DEFLATED, UNIX_TIMES, ForkzipTest, Member, apple_double, archive
 
@@ -130,6 +131,13 @@ class Damage(ForkzipTest):
             ("sum of stored data", Member("f", text, crc=1), "the checksum of its data is wrong"),
             ("deflated data", Member("f", text, DEFLATED, packed=bytes(flipped)), "An error"),
             ("data that ends early", Member("f", text, DEFLATED, packed=bytes(flipped[:20])), "An error"),
+            ("more data than stated", Member("f", text, DEFLATED, size=3000), "it holds more data than the 3000 bytes"),
+            ("the same with a fitting sum", Member("f", text, DEFLATED, size=3000, crc=zlib.crc32(text[:3000])),
+             "it holds more data"),
+            ("data of a member stated as empty", Member("f", text, DEFLATED, size=0, crc=0), "it holds more data"),
+            ("sum of an empty member", Member("f", b"", DEFLATED, crc=1), "the checksum of its data is wrong"),
+            ("no end of an empty member", Member("f", b"", DEFLATED, packed=b""), "its data does not end soundly"),
+            ("stored in more than stated", Member("f", text, size=3000, crc=zlib.crc32(text[:3000])), "it is stored, but"),
             ("headers that differ", Member("f", text, local_flags=2), "File Headers mismatch"),
             ("encrypted", Member("f", text, flags=1, local_flags=1), "Unsupported format (encrypted)"),
             ("another method", Member("f", text, 12), "Unsupported compression method (12)"),

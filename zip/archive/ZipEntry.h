@@ -8,8 +8,8 @@
 //   ZipEntryNames.cpp       RawPath, Name, GetPath, SameRawPath, z_checkRawPath, z_origEncoded…
 //   ZipEntryTimes.cpp       Time, UTCOffsetInMinutes, z_ulongToDouble
 //   zip/extract             Extract, Verify, z_unzip, MakeDestination…, z_icMapFilename, GetMacBinaryHeader,
-//                           z_MBHdrLevel, ApplyMacBinaryInformation, z_CRC, z_adjustMacFilename,
-//                           ApplyUnixPermissions, z_unzipMBHdr
+//                           z_MBHdrLevel, Has/ApplyMacAttributes, ApplyMacBinaryInformation, z_CRC,
+//                           z_adjustMacFilename, ApplyUnixPermissions, z_unzipMBHdr
 #pragma once
 
 #include <cstdint>
@@ -27,6 +27,10 @@
 namespace vantorel {
 
 class SeqDataOutputStream;
+
+// What lies behind the stated size in deflated data: nothing; more data; what is no deflated data, or a wrong
+// sum.
+enum class DataEnd : std::uint8_t { kSound, kGoesOn, kFaulty };
 
 class ZipEntry : public Object {
  public:
@@ -48,6 +52,7 @@ class ZipEntry : public Object {
   bool z_hasDittoName = false;             // the name has the form of such a companion's
   bool thisIsTheAppleDoubleEntry = false;  // this entry is another one's companion
   bool runningOnClassic = false;           // the system version is below 10
+  DataEnd dataEnd = DataEnd::kSound;       // how deflated data went on when z_unzip came to the stated size
 
   // Signed: sizes of 2^31 bytes and more read as negative numbers.
   virtual std::int32_t CompressedSize();
@@ -152,6 +157,12 @@ class ZipEntry : public Object {
                             std::int32_t& resource_offset);
   // Minutes east of UTC of the local time zone at this moment.
   virtual std::int32_t UTCOffsetInMinutes();
+
+  // Whether anything is known of the type and creator: by a header block, or the extra field.
+  bool HasMacAttributes(const Ref<MemoryBlock>& header_block) const;
+  // Gives the item what goes with the member, from the first source there is: the header block, whose dates
+  // count too; the extra field; the name.
+  void ApplyMacAttributes(const Ref<FolderItem>& item, const Ref<MemoryBlock>& header_block);
 };
 
 }  // namespace vantorel

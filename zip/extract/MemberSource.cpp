@@ -47,4 +47,10 @@ String MemberSource::FaultMessage() const {
   return "An error " + Str(Fault()) + " occured while deflation";
 }
 
+DataEnd MemberSource::End() {
+  if (!inflate_ || inflate_->ErrorValue() == kEndOfMember) return DataEnd::kSound;
+  if (!inflate_->Read(1).empty()) return DataEnd::kGoesOn;
+  return inflate_->ErrorValue() == kEndOfMember ? DataEnd::kSound : DataEnd::kFaulty;
+}
+
 }  // namespace vantorel

@@ -7,6 +7,7 @@
 #include "platform/compress/ZStream.h"
 #include "platform/files/BinaryStream.h"
 #include "platform/files/MemoryBlock.h"
+#include "zip/archive/ZipEntry.h"
 
 namespace vantorel {
 
@@ -25,6 +26,8 @@ class MemberSource {
   std::int32_t Fault() const;
   // What an entry says of it.
   String FaultMessage() const;
+  // What follows what was read.
+  DataEnd End();
 
  private:
   Ref<BinaryStream> stream_;

@@ -37,6 +37,7 @@ bool UnzipRun::Run() {
 
 bool UnzipRun::StreamForks() {
   header_block_ = nil;
+  entry_.dataEnd = DataEnd::kSound;
   Step step = ReadLocalHeader();
   if (step == Step::kGoOn) step = ChooseHeaderLook();
   if (step == Step::kGoOn) step = CheckConsistency();
@@ -47,6 +48,8 @@ bool UnzipRun::StreamForks() {
     ended_ = step == Step::kSucceed;
     return false;
   }
+  // The run keeps to the stated size, whatever follows; callers may want to know.
+  if (remaining_ == 0 && !header_only_) entry_.dataEnd = source_->End();
   source_.reset();
   ReportProgress(entry_.Size());
   CloseOutputs();

@@ -77,23 +77,6 @@ void ApplyDate(ZipEntry& entry, const Ref<FolderItem>& item) {
   item->SetModificationDate(date);
 }
 
-// From the first source that there is: the header block, whose dates win too; the extra field; the name.
-void ApplyTypeAndCreator(ZipEntry& entry, const Ref<FolderItem>& item, const Ref<MemoryBlock>& block) {
-  String type;
-  String creator;
-  String name;
-  if (block) {
-    entry.ApplyMacBinaryInformation(item, block);
-  } else if (entry.extra && entry.extra->GetTypeCreatorName(type, creator, name)) {
-    item->SetMacType(type);
-    item->SetMacCreator(creator);
-    if (!name.empty()) entry.z_adjustMacFilename(name, 0, item);
-  } else if (entry.z_icMapFilename(item->Name(), type, creator)) {
-    item->SetMacType(type);
-    item->SetMacCreator(creator);
-  }
-}
-
 void ApplyPermissions(ZipEntry& entry, const Ref<FolderItem>& item, bool make_executable) {
   const std::int32_t attributes = entry.ExternalFileAttributes();
   // Negative: the top bit is set, as in the Unix mode of every regular file.
@@ -141,7 +124,7 @@ bool ZipEntry::Extract(const Ref<FolderItem>& destination, bool mac_binary, bool
     return false;
   }
   ApplyDate(*this, destination);
-  ApplyTypeAndCreator(*this, destination, block);
+  ApplyMacAttributes(destination, block);
   ApplyPermissions(*this, destination, make_executable);
   return true;
 }

@@ -47,6 +47,29 @@ void ApplyFinderInfo(FolderItem& item, const MemoryBlock& block) {
 
 }  // namespace
 
+bool ZipEntry::HasMacAttributes(const Ref<MemoryBlock>& header_block) const {
+  String type;
+  String creator;
+  String name;
+  return header_block || extra->GetTypeCreatorName(type, creator, name);
+}
+
+void ZipEntry::ApplyMacAttributes(const Ref<FolderItem>& item, const Ref<MemoryBlock>& header_block) {
+  String type;
+  String creator;
+  String name;
+  if (header_block) {
+    ApplyMacBinaryInformation(item, header_block);
+  } else if (extra && extra->GetTypeCreatorName(type, creator, name)) {
+    item->SetMacType(type);
+    item->SetMacCreator(creator);
+    if (!name.empty()) z_adjustMacFilename(name, 0, item);
+  } else if (z_icMapFilename(item->Name(), type, creator)) {
+    item->SetMacType(type);
+    item->SetMacCreator(creator);
+  }
+}
+
 void ZipEntry::ApplyMacBinaryInformation(const Ref<FolderItem>& item, const Ref<MemoryBlock>& header_block) {
   if (!item->Exists() || !header_block) return;
   header_block->SetLittleEndian(false);

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <filesystem>
@@ -23,12 +22,6 @@ Descriptor::~Descriptor() {
 int Descriptor::Close() {
   if (!IsOpen()) return 0;
   return close(std::exchange(fd_, -1)) == 0 ? 0 : errno;
-}
-
-std::string ProvisionalName() {
-  // The time tells it from what a killed process of the same number may have left.
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return ".forkzip-" + std::to_string(getpid()) + "-" + std::to_string(now.count());
 }
 
 int Rename(int folder, const std::string& from, const std::string& to, bool replace) {

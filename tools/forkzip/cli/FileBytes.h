@@ -41,8 +41,6 @@ std::string RealPath(const std::string& path);
 // Writes all of `bytes`. 0, or the system's error.
 int WriteAll(int fd, std::string_view bytes);
 
-// A name for something that takes its place in a folder when it is whole; nothing there bears it.
-std::string ProvisionalName();
 // Renames within a folder. 0, or the system's error: EEXIST if `to` is there and not to be replaced.
 int Rename(int folder, const std::string& from, const std::string& to, bool replace);
 // What a name in a folder stands for, a link for itself: its mode, or 0 if there is nothing.

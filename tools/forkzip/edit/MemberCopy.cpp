@@ -51,8 +51,11 @@ void CheckSound(int file, const Ref<ZipEntry>& entry, const RawRecord& record) {
   }
   const std::int32_t method = entry->CompressionMethod();
   if (entry->IsEncrypted() || (method != ZipMethod::kStored && method != ZipMethod::kDeflated)) return;
-  const std::string fault = FaultOf(entry);
-  if (!fault.empty()) throw Failure(ExitCode::kBadArchive, "not changed: the member is damaged: " + fault);
+  try {
+    Verify(entry);
+  } catch (const Failure& fault) {
+    throw Failure(fault.Code(), std::string("not changed: the member is damaged: ") + fault.what());
+  }
 }
 
 // Writes the copy to `to` at `at`. Returns its record; `at` moves behind it.

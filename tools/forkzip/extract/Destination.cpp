@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "tools/forkzip/cli/Problems.h"
+#include "tools/forkzip/extract/Provisional.h"
 
 namespace vantorel::forkzip {
 
@@ -17,7 +18,7 @@ constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 constexpr mode_t kNewFolder = 0777;  // less the umask
 }  // namespace
 
-Destination::Destination(const std::string& root) : root_path_(root) {
+Destination::Destination(const std::string& root, bool clear) : root_path_(root), clear_(clear) {
   std::error_code error;
   std::filesystem::create_directories(root, error);
   if (!error)
@@ -25,6 +26,7 @@ Destination::Destination(const std::string& root) : root_path_(root) {
   if (!root_.IsOpen()) {
     throw Failure(ExitCode::kFileError, WithCause("destination " + root, error ? error.value() : errno));
   }
+  if (clear_) ClearProvisional(root_path_);
 }
 
 int Destination::Folder(std::span<const std::string> components) {
@@ -50,13 +52,22 @@ Descriptor Destination::Step(int parent, std::span<const std::string> components
   if (!folder.IsOpen() && errno == ENOENT && (mkdirat(parent, name, kNewFolder) == 0 || errno == EEXIST)) {
     folder = Descriptor(openat(parent, name, kFolderFlags | O_NOFOLLOW));
   }
-  if (folder.IsOpen()) return folder;
+  if (folder.IsOpen()) {
+    if (clear_) ClearProvisional(PathOf(components));
+    return folder;
+  }
   const int error = errno;
   struct stat status {};
   if (fstatat(parent, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode)) {
     throw Failure(ExitCode::kBadArchive, "refused: a symbolic link is in the way: " + PathOf(components));
   }
   throw Failure(ExitCode::kFileError, WithCause("folder " + PathOf(components), error));
+}
+
+bool Destination::HasFolder(std::span<const std::string> components) const {
+  std::string path = ".";
+  for (const std::string& component : components) path += "/" + component;
+  return S_ISDIR(KindOf(root_.Get(), path));
 }
 
 std::string Destination::PathOf(std::span<const std::string> components) const {

@@ -12,12 +12,16 @@ namespace vantorel::forkzip {
 
 class Destination {
  public:
-  // Makes the folder, and those above it, if it is missing. Raises Failure (kFileError).
-  explicit Destination(const std::string& root);
+  // Makes the folder, and those above it, if it is missing. With `clear`, what killed runs left goes from
+  // each folder that is used. Raises Failure (kFileError).
+  Destination(const std::string& root, bool clear);
 
   // A descriptor of the folder below the root, which is made if it is missing; valid until the next call.
   // Raises Failure: kBadArchive if a symbolic link is in the way, kFileError for anything else.
   int Folder(std::span<const std::string> components);
+
+  // Whether there is such a folder, with no symbolic link for its last component.
+  bool HasFolder(std::span<const std::string> components) const;
 
   // The path of an item below the root.
   std::string PathOf(std::span<const std::string> components) const;
@@ -26,6 +30,7 @@ class Destination {
   Descriptor Step(int parent, std::span<const std::string> components);
 
   std::string root_path_;
+  bool clear_;
   Descriptor root_;
   // The folder that was asked for last: members of one folder mostly follow one another.
   std::vector<std::string> current_components_;

@@ -9,17 +9,17 @@
 #include <cerrno>
 #include <span>
 
+#include "platform/files/SideFile.h"
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Printable.h"
-#include "tools/forkzip/extract/ExtractionFailures.h"
-#include "tools/forkzip/extract/LinkTarget.h"
-#include "tools/forkzip/extract/MacAttributes.h"
-#include "tools/forkzip/extract/MemberPath.h"
+#include "tools/forkzip/extract/Provisional.h"
+#include "tools/forkzip/extract/SafePath.h"
 #include "tools/forkzip/read/ByteSinks.h"
 #include "tools/forkzip/read/MemberFacts.h"
 #include "tools/forkzip/read/Verification.h"
 #include "zip/archive/CarriedName.h"
 #include "zip/extract/MacBinaryHeader.h"
+#include "zip/extract/RsrcForkWriter.h"
 
 namespace vantorel::forkzip {
 
@@ -29,20 +29,16 @@ std::span<const std::string> FoldersOf(const std::vector<std::string>& path) {
   return std::span(path).first(path.size() - 1);
 }
 
-std::string LinkTargetOf(const Ref<ZipEntry>& entry, std::size_t depth) {
+std::string LinkTargetOf(const Ref<ZipEntry>& entry) {
   constexpr std::uint32_t kLongest = 4095;
-  const auto refuse = [](const std::string& why) { throw Failure(ExitCode::kBadArchive, "refused: " + why); };
-  if (SizeOf(entry) > kLongest) refuse("the target of the symbolic link is longer than 4095 bytes");
+  if (SizeOf(entry) > kLongest) {
+    throw Failure(ExitCode::kBadArchive,
+                  "refused: the target of the symbolic link is longer than 4095 bytes");
+  }
   const auto sink = New<KeepingSink>(kLongest);
   Ref<MemoryBlock> header_block;
-  if (!entry->Extract(false, sink, nil, header_block)) FailAsEngine(entry);
-  const std::string fault = FaultOfStoredSum(entry);
-  if (!fault.empty()) throw Failure(ExitCode::kBadArchive, fault);
-  const std::string& target = sink->Bytes();
-  if (target.empty()) refuse("the symbolic link has no target");
-  if (target.find('\0') != std::string::npos) refuse("a zero byte is in the target of the symbolic link");
-  if (!StaysBelow(target, depth)) refuse("the symbolic link leads out of the destination: " + target);
-  return target;
+  CheckStreamed(entry, entry->Extract(false, sink, nil, header_block));
+  return sink->Bytes();
 }
 
 void SetTimes(int folder, const std::string& name, std::time_t time) {
@@ -62,7 +58,7 @@ int ReplaceByLink(const std::string& target, int folder, const std::string& name
 }  // namespace
 
 Extraction::Extraction(const std::string& root, const ExtractionWays& ways, Problems& problems)
-    : destination_(root), ways_(ways), problems_(problems), side_files_(ways.overwrite) {}
+    : destination_(root, ways.overwrite), ways_(ways), problems_(problems), side_files_(ways.overwrite) {}
 
 template <typename Work>
 void Extraction::Guarded(const Ref<ZipEntry>& entry, Work work) {
@@ -103,7 +99,7 @@ void Extraction::Place(const Ref<ZipEntry>& entry) {
     destination_.Folder(FoldersOf(path));
     links_.push_back(entry);
   } else {
-    FileExtraction(entry, destination_, path, ways_, side_files_).Run();
+    ExtractFile(entry, destination_, path, ways_, side_files_);
   }
 }
 
@@ -123,7 +119,8 @@ void Extraction::Finish() {
 
 void Extraction::MakeLink(const Ref<ZipEntry>& entry) {
   const Components& path = PathFor(entry);
-  const std::string target = LinkTargetOf(entry, path.size() - 1);
+  const std::string target = LinkTargetOf(entry);
+  CheckLinkTarget(target, FoldersOf(path), destination_);
   const int folder = destination_.Folder(FoldersOf(path));
   const std::string& name = path.back();
   int error = symlinkat(target.c_str(), folder, name.c_str()) == 0 ? 0 : errno;
@@ -134,23 +131,31 @@ void Extraction::MakeLink(const Ref<ZipEntry>& entry) {
 
 void Extraction::FinishFolder(const Ref<ZipEntry>& entry) {
   const Components& path = PathFor(entry);
-  const int descriptor = destination_.Folder(path);
-  Ref<MemoryBlock> header_block;
-  const bool may_have_header = entry->appleDoubleEntry || SizeOf(entry) == MacBinaryHeader::kSize;
-  if (!ways_.raw && may_have_header) {
-    if (!entry->Extract(true, nil, nil, header_block)) FailAsEngine(entry);
-    const std::string fault = FaultOf(entry);
-    if (!fault.empty()) throw Failure(ExitCode::kBadArchive, fault);
-  }
-  if (const auto mode = PermissionsOf(entry)) fchmod(descriptor, *mode);
+  const int folder = destination_.Folder(path);
+  if (const auto mode = PermissionsOf(entry)) fchmod(folder, *mode);
   if (const auto time = TimeOf(entry)) {
     const std::array<timespec, 2> times = {timespec{*time, 0}, timespec{*time, 0}};
-    futimens(descriptor, times.data());
+    futimens(folder, times.data());
   }
-  if (ways_.raw || !HasMacAttributes(entry, header_block)) return;
+  if (!ways_.raw) ApplyFolderData(entry, path);
+}
+
+// The engine looks at nothing but a header in a folder's data, so the companion is streamed as a member of
+// its own here. The fork, which few folders have, and Finder data go beside the folder.
+void Extraction::ApplyFolderData(const Ref<ZipEntry>& entry, const Components& path) {
+  const Ref<ZipEntry>& companion = entry->appleDoubleEntry;
+  if (companion || SizeOf(entry) != 0) Verify(entry);
+  Ref<MemoryBlock> header_block;
+  if (!companion && SizeOf(entry) == MacBinaryHeader::kSize) entry->Extract(true, nil, nil, header_block);
+  if (!companion && !entry->HasMacAttributes(header_block)) return;
   const int parent = destination_.Folder(FoldersOf(path));
   side_files_.CheckSideFile(parent, destination_.PathOf(FoldersOf(path)), path.back());
-  ApplyMacAttributes(entry, GetFolderItem(String::Bytes(destination_.PathOf(path))), header_block);
+  const Ref<FolderItem> item = GetFolderItem(String::Bytes(destination_.PathOf(path)));
+  if (companion && !companion->z_unzip(nil, New<RsrcForkWriter>(item), true, false, header_block)) {
+    throw Failure(ExitCode::kFileError,
+                  "its Mac data cannot be written to " + SideFile::PathFor(path.back()));
+  }
+  entry->ApplyMacAttributes(item, header_block);
   side_files_.NoteSideFile(parent, path.back());
 }
 

@@ -1,5 +1,5 @@
-// Members brought to disk. What may go wrong with a hostile archive or a full disk is looked after here; the
-// engine only streams.
+// Members extracted to disk. What may go wrong with a hostile archive or a full disk is looked after here;
+// the engine only streams.
 #pragma once
 
 #include <cstddef>
@@ -20,8 +20,7 @@ class Extraction {
  public:
   Extraction(const std::string& root, const ExtractionWays& ways, Problems& problems);
 
-  // Brings a member to disk, or tells why not. Symbolic links, and the times and modes of folders, wait for
-  // Finish.
+  // Extracts a member, or tells why not. Symbolic links, and the times and modes of folders, wait for Finish.
   void Extract(const Ref<ZipEntry>& entry);
   void Finish();
 
@@ -42,6 +41,7 @@ class Extraction {
   void Place(const Ref<ZipEntry>& entry);
   void MakeLink(const Ref<ZipEntry>& entry);
   void FinishFolder(const Ref<ZipEntry>& entry);
+  void ApplyFolderData(const Ref<ZipEntry>& entry, const Components& path);
 
   // Runs `work` for a member, turning a Failure into a problem.
   template <typename Work>

@@ -1,16 +1,159 @@
 #include "tools/forkzip/extract/FileExtraction.h"
 
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <functional>
+#include <utility>
+
 #include "platform/files/SideFile.h"
 #include "tools/forkzip/cli/FileBytes.h"
 #include "tools/forkzip/cli/Problems.h"
-#include "tools/forkzip/extract/ExtractionFailures.h"
-#include "tools/forkzip/extract/MacAttributes.h"
+#include "tools/forkzip/extract/FileSink.h"
+#include "tools/forkzip/extract/Provisional.h"
 #include "tools/forkzip/read/MemberFacts.h"
 #include "tools/forkzip/read/Verification.h"
 #include "zip/extract/MacBinaryHeader.h"
+#include "zip/extract/RsrcForkWriter.h"
 #include "zip/records/ZipRecords.h"
 
 namespace vantorel::forkzip {
+
+namespace {
+
+// A resource fork that is written once it turns out that a member has one.
+class ForkSink : public RsrcForkWriter {
+ public:
+  // `stage` puts the file whose fork it is into its staging folder. It may raise Failure.
+  explicit ForkSink(std::function<Ref<FolderItem>()> stage) : RsrcForkWriter(nil), stage_(std::move(stage)) {}
+
+  bool Open() override {
+    f = stage_();
+    return RsrcForkWriter::Open();
+  }
+  // Records what shows only now.
+  bool Close() override {
+    if (refnum && errCode == 0) errCode = refnum->Close();
+    return RsrcForkWriter::Close();
+  }
+  // The system's error, 0 if there was none.
+  int Error() const { return -errCode; }
+
+ private:
+  std::function<Ref<FolderItem>()> stage_;
+};
+
+class FileExtraction {
+ public:
+  FileExtraction(const Ref<ZipEntry>& entry, Destination& destination, std::span<const std::string> path,
+                 const ExtractionWays& ways, SideFileGuard& side_files);
+
+  void Run();
+
+ private:
+  void Stream();
+  Ref<FolderItem> Stage();
+  void TakePlaces();
+  // A fault of the file's sink, told as a Failure.
+  void Expect(bool good) const;
+
+  const Ref<ZipEntry>& entry_;
+  Destination& destination_;
+  std::span<const std::string> folders_;
+  int folder_;
+  std::string name_;
+  const ExtractionWays& ways_;
+  SideFileGuard& side_files_;
+  Staging staging_;  // outlives what is in it
+  Ref<FolderItem> staged_;
+  Ref<FileSink> data_;
+  Ref<ForkSink> fork_;
+  Ref<MemoryBlock> header_block_;
+};
+
+FileExtraction::FileExtraction(const Ref<ZipEntry>& entry, Destination& destination,
+                               std::span<const std::string> path, const ExtractionWays& ways,
+                               SideFileGuard& side_files)
+    : entry_(entry),
+      destination_(destination),
+      folders_(path.first(path.size() - 1)),
+      folder_(destination.Folder(folders_)),
+      name_(path.back()),
+      ways_(ways),
+      side_files_(side_files),
+      staging_(folder_),
+      data_(New<FileSink>(folder_, name_, PermissionsOf(entry), ways.overwrite, SizeOf(entry))) {
+  data_->SetSumming(entry->CompressionMethod() == ZipMethod::kStored);
+  const bool may_have_fork = entry->appleDoubleEntry || SizeOf(entry) >= MacBinaryHeader::kSize;
+  if (!ways.raw && may_have_fork) fork_ = New<ForkSink>([this] { return Stage(); });
+}
+
+void FileExtraction::Run() {
+  if (!ways_.raw) side_files_.CheckMember(folder_, name_);
+  try {
+    Stream();
+  } catch (const Failure&) {  // of a member that would not have got its place the content is no matter
+    if (!ways_.overwrite && KindOf(folder_, name_) != 0) FailToPlace(folder_, name_, EEXIST, false);
+    throw;
+  }
+  if (!ways_.raw && entry_->HasMacAttributes(header_block_)) {
+    entry_->ApplyMacAttributes(Stage(), header_block_);
+    TakePlaces();
+  } else {
+    Expect(data_->Keep(TimeOf(entry_)));
+    if (!ways_.raw) side_files_.NoteMember(folder_, name_);
+  }
+}
+
+void FileExtraction::Stream() {
+  const bool good = entry_->Extract(fork_ != nil, data_, fork_, header_block_);
+  Expect(data_->Error() == 0);
+  if (fork_ && fork_->Error() != 0) {
+    throw Failure(
+        ExitCode::kFileError,
+        WithCause("its resource fork cannot be written to " + SideFile::PathFor(name_), fork_->Error()));
+  }
+  const bool with_companion = fork_ && entry_->appleDoubleEntry;
+  const bool unwrapped = header_block_ && !with_companion;  // the sink did not get the bytes as they stand
+  CheckStreamed(entry_, good, unwrapped ? std::nullopt : std::optional(data_->Crc()));
+  if (with_companion) CheckCompanions(entry_);
+}
+
+// Completes the file in a folder of its own, if it is not there yet.
+Ref<FolderItem> FileExtraction::Stage() {
+  if (staged_) return staged_;
+  staging_.Make(destination_.PathOf(folders_));
+  Expect(data_->Keep(TimeOf(entry_), staging_.Below(name_)));
+  staged_ = GetFolderItem(String::Bytes(staging_.PathOf(name_)));
+  return staged_;
+}
+
+void FileExtraction::TakePlaces() {
+  name_ = staged_->Path().substr(staged_->Path().rfind('/') + 1);  // it may bear its Mac name by now
+  const std::string side_file = SideFile::PathFor(name_);
+  const bool has_side_file = KindOf(folder_, staging_.Below(side_file)) != 0;
+  if (has_side_file) side_files_.CheckSideFile(folder_, destination_.PathOf(folders_), name_);
+  if (const int error = Rename(folder_, staging_.Below(name_), name_, ways_.overwrite)) {
+    FailToPlace(folder_, name_, error, ways_.overwrite);
+  }
+  side_files_.NoteMember(folder_, name_);
+  if (!has_side_file) return;
+  if (const int error = Rename(folder_, staging_.Below(side_file), side_file, ways_.overwrite)) {
+    throw Failure(ExitCode::kFileError, WithCause("its Mac data cannot be written to " + side_file, error));
+  }
+  side_files_.NoteSideFile(folder_, name_);
+}
+
+void FileExtraction::Expect(bool good) const {
+  if (!good) FailToPlace(folder_, name_, data_->Error(), ways_.overwrite);
+}
+
+}  // namespace
+
+void ExtractFile(const Ref<ZipEntry>& entry, Destination& destination, std::span<const std::string> path,
+                 const ExtractionWays& ways, SideFileGuard& side_files) {
+  FileExtraction(entry, destination, path, ways, side_files).Run();
+}
 
 std::optional<mode_t> PermissionsOf(const Ref<ZipEntry>& entry) {
   constexpr std::uint32_t kPermissions = 0777;
@@ -19,91 +162,15 @@ std::optional<mode_t> PermissionsOf(const Ref<ZipEntry>& entry) {
   return static_cast<mode_t>(*mode & kPermissions);
 }
 
-FileExtraction::FileExtraction(Ref<ZipEntry> entry, Destination& destination,
-                               std::span<const std::string> path, const ExtractionWays& ways,
-                               SideFileGuard& side_files)
-    : entry_(std::move(entry)),
-      destination_(destination),
-      folders_(path.first(path.size() - 1)),
-      folder_(destination.Folder(folders_)),
-      name_(path.back()),
-      ways_(ways),
-      side_files_(side_files),
-      unwrap_(!ways.raw && (entry_->appleDoubleEntry || SizeOf(entry_) >= MacBinaryHeader::kSize)),
-      staging_(folder_),
-      sink_(New<FileSink>(folder_, name_, PermissionsOf(entry_), ways_.overwrite)) {
-  sink_->SetSumming(entry_->CompressionMethod() == ZipMethod::kStored);
-  if (unwrap_) fork_ = New<ForkSink>([this] { return Staged(); });
-}
-
-void FileExtraction::Run() {
-  if (!ways_.raw) side_files_.CheckMember(folder_, name_);
-  Stream();
-  CheckStoredSums();
-  Expect(sink_->Complete(TimeOf(entry_)));
-  if (!ways_.raw && HasMacAttributes(entry_, header_block_)) {
-    ApplyMacAttributes(entry_, Staged(), header_block_);
+void FailToPlace(int folder, const std::string& name, int error, bool overwrite) {
+  const bool there = error == EEXIST || error == EISDIR;
+  if (there && S_ISDIR(KindOf(folder, name))) {
+    throw Failure(ExitCode::kFileError, "a folder is there already, and is kept");
   }
-  Keep();
-}
-
-void FileExtraction::Stream() {
-  const bool whole = entry_->Extract(unwrap_, sink_, fork_, header_block_);
-  Expect(sink_->Error() == 0);
-  if (fork_ && fork_->Error() != 0) {
-    throw Failure(
-        ExitCode::kFileError,
-        WithCause("its resource fork cannot be written to " + SideFile::PathFor(name_), fork_->Error()));
+  if (error == EEXIST && !overwrite) {
+    throw Failure(ExitCode::kFileError, "exists already and is kept; --overwrite replaces it");
   }
-  if (!whole) FailAsEngine(entry_);
-}
-
-void FileExtraction::CheckStoredSums() const {
-  const bool companion = unwrap_ && entry_->appleDoubleEntry;
-  std::string fault;
-  if (header_block_ && !companion) {
-    fault = FaultOfStoredSum(entry_);  // the sink did not get the bytes as they stand
-  } else if (entry_->CompressionMethod() == ZipMethod::kStored && sink_->Crc() != CrcOf(entry_)) {
-    fault = WrongSum(entry_, sink_->Crc());
-  }
-  if (fault.empty() && companion) {
-    fault = FaultOfStoredSum(entry_->appleDoubleEntry);
-    if (!fault.empty()) fault = "its companion: " + fault;
-  }
-  if (!fault.empty()) throw Failure(ExitCode::kBadArchive, fault);
-}
-
-void FileExtraction::Keep() {
-  std::string side_file;
-  if (staged_) {
-    name_ = staged_->Path().substr(staged_->Path().rfind('/') + 1);  // it may bear its Mac name by now
-    side_file = staging_.Name() + "/" + SideFile::PathFor(name_);
-    if (KindOf(folder_, side_file) == 0) side_file.clear();
-  }
-  if (!side_file.empty()) side_files_.CheckSideFile(folder_, destination_.PathOf(folders_), name_);
-  Expect(sink_->Keep(name_));
-  if (!ways_.raw) side_files_.NoteMember(folder_, name_);
-  if (!side_file.empty()) KeepSideFile(side_file);
-}
-
-void FileExtraction::KeepSideFile(const std::string& staged_name) {
-  const std::string final_name = SideFile::PathFor(name_);
-  if (const int error = Rename(folder_, staged_name, final_name, ways_.overwrite)) {
-    throw Failure(ExitCode::kFileError, WithCause("its Mac data cannot be written to " + final_name, error));
-  }
-  side_files_.NoteSideFile(folder_, name_);
-}
-
-Ref<FolderItem> FileExtraction::Staged() {
-  if (staged_) return staged_;
-  staging_.Make(destination_.PathOf(folders_));
-  Expect(sink_->Stage(staging_.Name()));
-  staged_ = GetFolderItem(String::Bytes(staging_.Path() + "/" + name_));
-  return staged_;
-}
-
-void FileExtraction::Expect(bool good) const {
-  if (!good) FailToPlace(folder_, name_, sink_->Error(), ways_.overwrite);
+  throw Failure(ExitCode::kFileError, WithCause("cannot be written", error));
 }
 
 }  // namespace vantorel::forkzip

@@ -2,42 +2,88 @@
 
 #include <array>
 #include <cstdio>
+#include <string>
 #include <utility>
 
 #include "tools/forkzip/cli/Printable.h"
+#include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/read/ByteSinks.h"
 #include "tools/forkzip/read/MemberFacts.h"
 #include "zip/records/ZipRecords.h"
 
 namespace vantorel::forkzip {
 
-std::string FaultOf(const Ref<ZipEntry>& entry) {
-  std::string fault = FaultOfStoredSum(entry);
-  const bool summed = entry->CompressionMethod() == ZipMethod::kStored && !entry->thisIsTheAppleDoubleEntry;
-  if (fault.empty() && !summed && !entry->Verify()) fault = Utf8(entry->ErrorMessage());
-  if (fault.empty() && entry->appleDoubleEntry) {
-    fault = FaultOf(entry->appleDoubleEntry);
-    if (!fault.empty()) fault = "its companion: " + fault;
-  }
-  return fault;
+namespace {
+
+[[noreturn]] void Fail(const std::string& fault) {
+  throw Failure(ExitCode::kBadArchive, fault);
 }
 
-std::string FaultOfStoredSum(const Ref<ZipEntry>& entry) {
-  if (entry->CompressionMethod() != ZipMethod::kStored) return {};
+bool IsStored(const Ref<ZipEntry>& entry) {
+  return entry->CompressionMethod() == ZipMethod::kStored;
+}
+
+// The sum of a member's data as it stands.
+std::uint32_t SumOf(const Ref<ZipEntry>& entry) {
   const auto sum = New<SummingSink>();
   Ref<MemoryBlock> header_block;
   // A companion's header would not reach the sink.
   const bool companion = std::exchange(entry->thisIsTheAppleDoubleEntry, false);
   const bool whole = entry->z_unzip(sum, nil, false, false, header_block);
   entry->thisIsTheAppleDoubleEntry = companion;
-  if (!whole) return Utf8(entry->ErrorMessage());
-  return sum->Crc() == CrcOf(entry) ? std::string() : WrongSum(entry, sum->Crc());
+  if (!whole) Fail(Utf8(entry->ErrorMessage()));
+  return sum->Crc();
 }
 
-std::string WrongSum(const Ref<ZipEntry>& entry, std::uint32_t found) {
+void CheckSum(const Ref<ZipEntry>& entry, std::uint32_t found) {
+  if (found == CrcOf(entry)) return;
   std::array<char, 40> sums{};
   std::snprintf(sums.data(), sums.size(), "%08x instead of %08x", found, CrcOf(entry));
-  return std::string("the checksum of its data is wrong: ") + sums.data();
+  Fail(std::string("the checksum of its data is wrong: ") + sums.data());
+}
+
+// A member's data without its companion's.
+void VerifyAlone(const Ref<ZipEntry>& entry) {
+  const bool summed = IsStored(entry) && !entry->thisIsTheAppleDoubleEntry;
+  CheckStreamed(entry, summed || entry->Verify());
+}
+
+// What `check` finds wrong with the companions is told as theirs. A forged archive holds long chains of them.
+template <typename Check>
+void ForCompanions(const Ref<ZipEntry>& entry, Check check) {
+  try {
+    for (Ref<ZipEntry> each = entry->appleDoubleEntry; each; each = each->appleDoubleEntry) check(each);
+  } catch (const Failure& failure) {
+    throw Failure(failure.Code(), std::string("its companion: ") + failure.what());
+  }
+}
+
+}  // namespace
+
+void Verify(const Ref<ZipEntry>& entry) {
+  VerifyAlone(entry);
+  ForCompanions(entry, VerifyAlone);
+}
+
+void CheckStreamed(const Ref<ZipEntry>& entry, bool good, std::optional<std::uint32_t> sum) {
+  if (!good) {
+    const Ref<ZipEntry>& companion = entry->appleDoubleEntry;
+    const bool is_companions = companion && !companion->ErrorMessage().empty();
+    Fail((is_companions ? "its companion: " : "") + Utf8(entry->ErrorMessage()));
+  }
+  const auto stated = [&] { return Count(SizeOf(entry), "byte") + " that it states"; };
+  if (entry->dataEnd == DataEnd::kGoesOn) Fail("it holds more data than the " + stated());
+  if (entry->dataEnd == DataEnd::kFaulty) {
+    if (SizeOf(entry) == 0) CheckSum(entry, 0);
+    Fail("its data does not end soundly behind the " + stated());
+  }
+  if (!IsStored(entry)) return;
+  if (CompressedSizeOf(entry) != SizeOf(entry)) Fail("it is stored, but not in the " + stated());
+  CheckSum(entry, sum ? *sum : SumOf(entry));
+}
+
+void CheckCompanions(const Ref<ZipEntry>& entry) {
+  ForCompanions(entry, [](const Ref<ZipEntry>& companion) { CheckStreamed(companion, true); });
 }
 
 }  // namespace vantorel::forkzip

@@ -1,21 +1,25 @@
-// Whether a member is sound. The engine checks the sum of deflated members; stored ones are summed here.
+// Whether members are sound. The engine checks the sum of deflated data that ends where it should; stored
+// data, and what lies behind a stated size, are looked after here.
 #pragma once
 
-#include <string>
+#include <cstdint>
+#include <optional>
 
 #include "platform/base/Ref.h"
 #include "zip/archive/ZipEntry.h"
 
 namespace vantorel::forkzip {
 
-// Empty if the member, and its companion if it has one, can be read whole and its checksum is right; else
-// what is wrong. A folder is sound if its data, which it should not have, is.
-std::string FaultOf(const Ref<ZipEntry>& entry);
+// These raise Failure (kBadArchive) if something is wrong.
 
-// Empty if the checksum of a stored member is right. Nothing is said of members of other methods.
-std::string FaultOfStoredSum(const Ref<ZipEntry>& entry);
+// Reads a member, and its companion if it has one. A folder is sound if its data, which it should not have,
+// is. Members depend on nothing but the archive's file: any process may verify any of them.
+void Verify(const Ref<ZipEntry>& entry);
 
-// What to say of a sum that is not the one in the directory.
-std::string WrongSum(const Ref<ZipEntry>& entry, std::uint32_t found);
+// Of a member that the engine has streamed just now, with `good` for its answer: what is left to check. The
+// data of a stored member is read again unless its sum is given.
+void CheckStreamed(const Ref<ZipEntry>& entry, bool good, std::optional<std::uint32_t> sum = std::nullopt);
+// The same of the companions that were streamed with it.
+void CheckCompanions(const Ref<ZipEntry>& entry);
 
 }  // namespace vantorel::forkzip

@@ -1,6 +1,5 @@
 #include <unistd.h>
 
-#include "platform/compress/Crc32.h"
 #include "tools/forkzip/Verbs.h"
 #include "tools/forkzip/cli/Options.h"
 #include "tools/forkzip/cli/Output.h"
@@ -26,12 +25,12 @@ struct CatOptions : Options {
   bool raw = false;
 };
 
-class OutputSink : public PlainSink {
+class OutputSink : public SummingSink {
  public:
   explicit OutputSink(Output& output) : output_(output) {}
   bool Write(const String& data) override {
     output_.Write(data.view());
-    return true;
+    return SummingSink::Write(data);
   }
 
  private:
@@ -46,11 +45,14 @@ void Cat(const CatOptions& options, Problems& problems) {
   Output output;
   const auto sink = New<OutputSink>(output);
   Ref<MemoryBlock> header_block;
-  const bool whole = entry->Extract(!options.raw, sink, nil, header_block);
+  const bool good = entry->Extract(!options.raw, sink, nil, header_block);
   output.Flush();
-  if (!whole) throw Failure(ExitCode::kBadArchive, name + ": " + Utf8(entry->ErrorMessage()));
-  const std::string fault = FaultOfStoredSum(entry);
-  if (!fault.empty()) problems.Add(ExitCode::kBadArchive, name, fault);
+  try {
+    const bool unwrapped = header_block && !entry->appleDoubleEntry;
+    CheckStreamed(entry, good, unwrapped ? std::nullopt : std::optional(sink->Crc()));
+  } catch (const Failure& failure) {
+    problems.Add(failure.Code(), name, failure.what());
+  }
 }
 
 }  // namespace

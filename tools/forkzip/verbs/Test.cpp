@@ -85,13 +85,16 @@ void Test(const Options& options, Problems& problems) {
   for (const std::int32_t i : selected.members) {
     const Ref<ZipEntry> entry = archive->Entry(i);
     progress->Begin(entry);
-    const std::string fault = FaultOf(entry);
+    try {
+      Verify(entry);
+    } catch (const Failure& failure) {
+      if (Interruption::Requested()) return;
+      const std::string name = Utf8(entry->RawPath());
+      problems.Add(failure.Code(), name, failure.what());
+      report.Add(i, name, failure.what());
+    }
     if (Interruption::Requested()) return;
     progress->End(SizeOf(entry));
-    if (fault.empty()) continue;
-    const std::string name = Utf8(entry->RawPath());
-    problems.Add(ExitCode::kBadArchive, name, fault);
-    report.Add(i, name, fault);
   }
   Progress::ClearLine();
   report.End(selected, options.quiet);
