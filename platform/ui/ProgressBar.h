@@ -11,9 +11,9 @@ class ProgressBar : public RectControl {
   explicit ProgressBar(const Bounds& bounds) : RectControl(bounds) {}
 
   std::int32_t Maximum() const { return maximum_; }
-  void SetMaximum(std::int32_t maximum);
+  void SetMaximum(std::int32_t maximum) { Change(maximum_, maximum); }
   std::int32_t Value() const { return value_; }
-  void SetValue(std::int32_t value);
+  void SetValue(std::int32_t value) { Change(value_, value); }
 
  private:
   std::unique_ptr<ControlView> MakeView(WindowView& window) override { return window.Add(*this); }

@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "platform/run/EventLoop.h"
 #include "platform/ui/RectControl.h"
 
 namespace vantorel {
@@ -21,7 +22,12 @@ class PushButton : public RectControl {
 
   // What the view calls when the user presses the button: queues Action, which does not run if the window has
   // been closed by then.
-  void Press();
+  void Press() {
+    if (!Enabled || !Visible()) return;
+    EventLoop::Current().Queue([self = Ref<PushButton>(this)] {
+      if (self->IsOpen() && self->Action) self->Action();
+    });
+  }
 
  private:
   std::unique_ptr<ControlView> MakeView(WindowView& window) override { return window.Add(*this); }

@@ -8,6 +8,7 @@
 #include "platform/base/Ref.h"
 #include "platform/text/String.h"
 #include "platform/ui/BackEnd.h"
+#include "platform/ui/InertProperties.h"
 
 namespace vantorel {
 
@@ -31,7 +32,7 @@ struct TextStyle {
   bool Underline = false;
 };
 
-class RectControl : public Object {
+class RectControl : public Object, public InertControlProperties {
  public:
   std::int32_t Left;
   std::int32_t Top;
@@ -39,23 +40,22 @@ class RectControl : public Object {
   std::int32_t Height;
   std::int32_t TabIndex = 0;  // order in which the keyboard reaches the controls
   bool Enabled = true;
-  // Edges that keep their distance to the window's edge when the window is resized.
-  bool LockLeft = false;
-  bool LockTop = false;
-  bool LockRight = false;
-  bool LockBottom = false;
   // What a screen reader calls a control that has no text of its own.
   String AccessibleName;
 
   bool Visible() const { return visible_; }
-  void SetVisible(bool visible);
+  void SetVisible(bool visible) { Change(visible_, visible); }
 
  protected:
   explicit RectControl(const Bounds& bounds)
       : Left(bounds.Left), Top(bounds.Top), Width(bounds.Width), Height(bounds.Height) {}
 
-  // Lets the view, if there is one, show the control as it is now.
-  void Changed();
+  // Changes a property, and lets the view, if there is one, show it.
+  template <typename T>
+  void Change(T& property, const T& value) {
+    property = value;
+    if (view_ != nullptr) view_->Update();
+  }
   // The control's window is open.
   bool IsOpen() const { return view_ != nullptr; }
 

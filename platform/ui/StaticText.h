@@ -7,12 +7,11 @@
 
 namespace vantorel {
 
-class StaticText : public RectControl {
+class StaticText : public RectControl, public InertLabelProperties {
  public:
   explicit StaticText(const Bounds& bounds) : RectControl(bounds) {}
 
   TextStyle Style;
-  std::int32_t TextAlign = 0;  // 0: left
   // Unset: the desktop's colour for texts.
   std::optional<Color> TextColor;
   // Wraps at the width. A text of one line that is too wide for the control is shown whole all the same: over
@@ -20,7 +19,7 @@ class StaticText : public RectControl {
   bool Multiline = false;
 
   String Text() const { return text_; }
-  void SetText(const String& text);
+  void SetText(const String& text) { Change(text_, text); }
 
  private:
   std::unique_ptr<ControlView> MakeView(WindowView& window) override { return window.Add(*this); }

@@ -17,7 +17,7 @@
 
 namespace vantorel {
 
-class Window : public Object {
+class Window : public Object, public InertWindowProperties {
  public:
   // Values of Placement.
   static constexpr std::int32_t kPlacedOverParent = 1;
@@ -30,22 +30,10 @@ class Window : public Object {
   std::int32_t Placement = kPlacedOnMainScreen;
   std::int32_t Width = 0;
   std::int32_t Height = 0;
-  std::int32_t MinWidth = 64;
-  std::int32_t MinHeight = 64;
-  std::int32_t MaxWidth = 32000;
-  std::int32_t MaxHeight = 32000;
   std::int32_t Frame = kFrameTitled;
-  bool Composite = false;  // drawn by the window system in one go; every window is, here
   bool HasBackColor = false;
   Color BackColor = 0xffffff;
   bool Visible = true;
-  bool FullScreen = false;
-  bool MenuBarVisible = true;  // there is no menu bar here
-  bool CloseButton = false;
-  bool Resizeable = false;
-  bool LiveResize = false;
-  bool MaximizeButton = false;
-  bool MinimizeButton = false;
 
   String Title() const { return title_; }
   void SetTitle(const String& title);

@@ -1,8 +1,9 @@
-#include "platform/ui/qt/QtEditField.h"
+#include "platform/ui/EditField.h"
 
-#include <QTextDocument>
+#include <QMenu>
+#include <QPlainTextEdit>
 
-#include "platform/ui/qt/QtControl.h"
+#include "platform/ui/qt/QtControls.h"
 
 namespace vantorel {
 
@@ -37,40 +38,50 @@ Qt::ScrollBarPolicy PolicyOf(bool scrollbar) {
   return scrollbar ? Qt::ScrollBarAsNeeded : Qt::ScrollBarAlwaysOff;
 }
 
+class View : public QtControl<QPlainTextEdit, EditField> {
+ public:
+  View(EditField& control, QWidget& window, const QRect& place) : QtControl(control, window, place) {
+    setFont(ToQFont(control.Style));
+    setFrameShape(control.Border ? QFrame::StyledPanel : QFrame::NoFrame);
+    setVerticalScrollBarPolicy(PolicyOf(control.ScrollbarVertical));
+    setHorizontalScrollBarPolicy(PolicyOf(control.ScrollbarHorizontal));
+    setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    document()->setDocumentMargin(kMargin);
+    setTabChangesFocus(true);
+    setReadOnly(true);
+    // The keyboard can move through the text and select, and the cursor shows where it is.
+    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    // In the program's language; the toolkit's own menu speaks English where its translations are not
+    // installed.
+    menu_.addAction(QStringLiteral("Kopieren"), this, &QPlainTextEdit::copy);
+    menu_.addAction(QStringLiteral("Alles auswählen"), this, &QPlainTextEdit::selectAll);
+    setContextMenuPolicy(Qt::CustomContextMenu);
+    QObject::connect(this, &QWidget::customContextMenuRequested, &menu_,
+                     [this](QPoint position) { menu_.popup(mapToGlobal(position)); });
+    QPalette colors = palette();
+    colors.setColor(QPalette::Text, ToQColor(control.TextColor));
+    colors.setColor(QPalette::Base, ToQColor(control.BackColor));
+    setPalette(colors);
+    View::Update();
+  }
+
+  void Update() override {
+    if (control_.Text().view() != shown_.view()) {
+      shown_ = control_.Text();
+      setPlainText(Showable(shown_));
+    }
+    QtControl::Update();
+  }
+
+ private:
+  QMenu menu_;
+  String shown_;
+};
+
 }  // namespace
 
-QtEditField::QtEditField(EditField& control, QWidget& window) : control_(control), field_(&window) {
-  field_.setFont(ToQFont(control.Style));
-  field_.setFrameShape(control.Border ? QFrame::StyledPanel : QFrame::NoFrame);
-  field_.setVerticalScrollBarPolicy(PolicyOf(control.ScrollbarVertical));
-  field_.setHorizontalScrollBarPolicy(PolicyOf(control.ScrollbarHorizontal));
-  field_.setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-  field_.document()->setDocumentMargin(kMargin);
-  field_.setTabChangesFocus(!control.AcceptTabs);
-  field_.setReadOnly(control.ReadOnly);
-  // The keyboard can move through the text and select, and the cursor shows where it is.
-  field_.setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-  // In the program's language; the toolkit's own menu speaks English where its translations are not
-  // installed.
-  menu_.addAction(QStringLiteral("Kopieren"), &field_, &QPlainTextEdit::copy);
-  menu_.addAction(QStringLiteral("Alles auswählen"), &field_, &QPlainTextEdit::selectAll);
-  field_.setContextMenuPolicy(Qt::CustomContextMenu);
-  QObject::connect(&field_, &QWidget::customContextMenuRequested, &menu_,
-                   [this](QPoint place) { menu_.popup(field_.mapToGlobal(place)); });
-  QPalette palette = field_.palette();
-  palette.setColor(QPalette::Text, ToQColor(control.TextColor));
-  palette.setColor(QPalette::Base, ToQColor(control.BackColor));
-  field_.setPalette(palette);
-  PlaceWidget(field_, control);
-  QtEditField::Update();
-}
-
-void QtEditField::Update() {
-  if (control_.Text().view() != shown_.view()) {
-    shown_ = control_.Text();
-    field_.setPlainText(Showable(shown_));
-  }
-  field_.setVisible(control_.Visible());
+std::unique_ptr<ControlView> MakeQtView(EditField& control, QWidget& window, const QRect& place) {
+  return std::make_unique<View>(control, window, place);
 }
 
 }  // namespace vantorel

@@ -1,11 +1,12 @@
-#include "platform/ui/qt/QtProgressBar.h"
-
+#include <QBasicTimer>
+#include <QProgressBar>
 #include <QStyleOptionProgressBar>
 #include <QStylePainter>
 #include <QTimerEvent>
 #include <algorithm>
 
-#include "platform/ui/qt/QtControl.h"
+#include "platform/ui/ProgressBar.h"
+#include "platform/ui/qt/QtControls.h"
 
 namespace vantorel {
 
@@ -15,35 +16,43 @@ constexpr int kMillisecondsPerStep = 120;
 constexpr int kSteps = 24;      // of the wandering piece from one end to the other
 constexpr int kPieceShare = 4;  // it is this part of the bar
 
-}  // namespace
-
-QtProgressBar::QtProgressBar(ProgressBar& control, QWidget& window)
-    : QProgressBar(&window), control_(control) {
-  setTextVisible(false);
-  PlaceWidget(*this, control);
-  QtProgressBar::Update();
-}
-
-void QtProgressBar::Update() {
-  // Qt takes the range from 0 to 0 for a bar without a known end, and ignores a value outside the range.
-  const std::int32_t maximum = std::max(control_.Maximum(), 0);
-  setRange(0, maximum);
-  setValue(std::clamp(control_.Value(), 0, maximum));
-  setVisible(control_.Visible());
-  if (!IsBusy() || !control_.Visible()) {
-    timer_.stop();
-  } else if (!timer_.isActive()) {
-    timer_.start(kMillisecondsPerStep, Qt::CoarseTimer, this);
+// The desktop's bar. One without a known end shows a piece that wanders, in a few steps a second: the styles'
+// own animations cost more processor time than the download.
+class View : public QtControl<QProgressBar, ProgressBar> {
+ public:
+  View(ProgressBar& control, QWidget& window, const QRect& place) : QtControl(control, window, place) {
+    setTextVisible(false);
+    View::Update();
   }
-}
 
-void QtProgressBar::timerEvent(QTimerEvent* event) {
-  if (event->timerId() != timer_.timerId()) return QProgressBar::timerEvent(event);
-  step_ = (step_ + 1) % (2 * kSteps);
-  update();
-}
+  void Update() override {
+    // Qt takes the range from 0 to 0 for a bar without a known end, and ignores a value outside the range.
+    const std::int32_t maximum = std::max(control_.Maximum(), 0);
+    setRange(0, maximum);
+    setValue(std::clamp(control_.Value(), 0, maximum));
+    QtControl::Update();
+    if (!IsBusy() || !control_.Visible()) {
+      timer_.stop();
+    } else if (!timer_.isActive()) {
+      timer_.start(kMillisecondsPerStep, Qt::CoarseTimer, this);
+    }
+  }
 
-void QtProgressBar::paintEvent(QPaintEvent* event) {
+ private:
+  bool IsBusy() const { return maximum() == 0; }
+
+  void timerEvent(QTimerEvent* event) override {
+    if (event->timerId() != timer_.timerId()) return QProgressBar::timerEvent(event);
+    step_ = (step_ + 1) % (2 * kSteps);
+    update();
+  }
+  void paintEvent(QPaintEvent* event) override;
+
+  QBasicTimer timer_;
+  int step_ = 0;
+};
+
+void View::paintEvent(QPaintEvent* event) {
   if (!IsBusy()) return QProgressBar::paintEvent(event);
   QStylePainter painter(this);
   QStyleOptionProgressBar option;
@@ -55,6 +64,12 @@ void QtProgressBar::paintEvent(QPaintEvent* event) {
   const int way = step_ < kSteps ? step_ : 2 * kSteps - step_;
   painter.setClipRect((width() - piece) * way / kSteps, 0, piece, height());
   painter.drawControl(QStyle::CE_ProgressBarContents, option);
+}
+
+}  // namespace
+
+std::unique_ptr<ControlView> MakeQtView(ProgressBar& control, QWidget& window, const QRect& place) {
+  return std::make_unique<View>(control, window, place);
 }
 
 }  // namespace vantorel

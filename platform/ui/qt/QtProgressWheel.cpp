@@ -1,9 +1,10 @@
-#include "platform/ui/qt/QtProgressWheel.h"
+#include "platform/ui/ProgressWheel.h"
 
+#include <QBasicTimer>
 #include <QPainter>
 #include <algorithm>
 
-#include "platform/ui/qt/QtControl.h"
+#include "platform/ui/qt/QtControls.h"
 
 namespace vantorel {
 
@@ -12,31 +13,27 @@ namespace {
 constexpr int kSpokes = 8;
 constexpr int kMillisecondsPerStep = 125;
 
-}  // namespace
+// Draws itself a few times a second, which costs next to nothing.
+class View : public QtControl<QWidget, ProgressWheel> {
+ public:
+  using QtControl::QtControl;
 
-QtProgressWheel::QtProgressWheel(ProgressWheel& control, QWidget& window)
-    : QWidget(&window), control_(control) {
-  PlaceWidget(*this, control);
-}
+ private:
+  void showEvent(QShowEvent* /*event*/) override {
+    timer_.start(kMillisecondsPerStep, Qt::CoarseTimer, this);
+  }
+  void hideEvent(QHideEvent* /*event*/) override { timer_.stop(); }
+  void timerEvent(QTimerEvent* /*event*/) override {
+    step_ = (step_ + 1) % kSpokes;
+    update();
+  }
+  void paintEvent(QPaintEvent* event) override;
 
-void QtProgressWheel::Update() {
-  setVisible(control_.Visible());
-}
+  QBasicTimer timer_;
+  int step_ = 0;
+};
 
-void QtProgressWheel::showEvent(QShowEvent* /*event*/) {
-  timer_.start(kMillisecondsPerStep, Qt::CoarseTimer, this);
-}
-
-void QtProgressWheel::hideEvent(QHideEvent* /*event*/) {
-  timer_.stop();
-}
-
-void QtProgressWheel::timerEvent(QTimerEvent* /*event*/) {
-  step_ = (step_ + 1) % kSpokes;
-  update();
-}
-
-void QtProgressWheel::paintEvent(QPaintEvent* /*event*/) {
+void View::paintEvent(QPaintEvent* /*event*/) {
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
   painter.translate(QRectF(rect()).center());
@@ -52,6 +49,12 @@ void QtProgressWheel::paintEvent(QPaintEvent* /*event*/) {
     painter.drawLine(QPointF(0, -radius * 0.48), QPointF(0, -radius * 0.86));
     painter.restore();
   }
+}
+
+}  // namespace
+
+std::unique_ptr<ControlView> MakeQtView(ProgressWheel& control, QWidget& window, const QRect& place) {
+  return std::make_unique<View>(control, window, place);
 }
 
 }  // namespace vantorel

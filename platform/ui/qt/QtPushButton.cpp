@@ -1,6 +1,7 @@
-#include "platform/ui/qt/QtPushButton.h"
+#include <QPushButton>
 
-#include "platform/ui/qt/QtControl.h"
+#include "platform/ui/PushButton.h"
+#include "platform/ui/qt/QtControls.h"
 
 namespace vantorel {
 
@@ -10,21 +11,22 @@ constexpr int kLeastPixels = 9;
 // What a style needs for the frame and the focus mark, on both sides together.
 constexpr QSize kFrame(12, 4);
 
+class View : public QtControl<QPushButton, PushButton> {
+ public:
+  View(PushButton& control, QWidget& window, const QRect& place) : QtControl(control, window, place) {
+    const QString caption = ToQString(control.Caption);
+    setText(QString(caption).replace(QLatin1Char('&'), QLatin1String("&&")));
+    setFont(FittedFont(ToQFont(control.Style), caption, place.size() - kFrame, false, kLeastPixels));
+    setAutoDefault(true);
+    setDefault(control.Default);
+    QObject::connect(this, &QPushButton::clicked, this, [this] { control_.Press(); });
+  }
+};
+
 }  // namespace
 
-QtPushButton::QtPushButton(PushButton& control, QWidget& window) : control_(control), button_(&window) {
-  const QString caption = ToQString(control.Caption);
-  const QSize space = QSize(control.Width, control.Height) - kFrame;
-  button_.setText(QString(caption).replace(QLatin1Char('&'), QLatin1String("&&")));
-  button_.setFont(FittedFont(ToQFont(control.Style), caption, space, false, kLeastPixels));
-  button_.setAutoDefault(true);
-  button_.setDefault(control.Default);
-  QObject::connect(&button_, &QPushButton::clicked, &button_, [this] { control_.Press(); });
-  PlaceWidget(button_, control);
-}
-
-void QtPushButton::Update() {
-  button_.setVisible(control_.Visible());
+std::unique_ptr<ControlView> MakeQtView(PushButton& control, QWidget& window, const QRect& place) {
+  return std::make_unique<View>(control, window, place);
 }
 
 }  // namespace vantorel

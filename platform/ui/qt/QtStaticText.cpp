@@ -1,8 +1,7 @@
-#include "platform/ui/qt/QtStaticText.h"
+#include <QLabel>
 
-#include <algorithm>
-
-#include "platform/ui/qt/QtControl.h"
+#include "platform/ui/StaticText.h"
+#include "platform/ui/qt/QtControls.h"
 
 namespace vantorel {
 
@@ -13,55 +12,61 @@ constexpr int kLeastPixels = 9;
 // Room around a text that covers others.
 constexpr int kMargin = 4;
 
-Qt::Alignment AlignmentOf(const StaticText& control) {
-  static constexpr Qt::AlignmentFlag kHorizontal[] = {Qt::AlignLeft, Qt::AlignHCenter, Qt::AlignRight};
-  const auto horizontal = kHorizontal[std::clamp(control.TextAlign, 0, 2)];
-  return horizontal | (control.Multiline ? Qt::AlignTop : Qt::AlignVCenter);
-}
+// Writes a text whole into the room that the layout gives it. A text that is too large for it in the
+// desktop's font is written smaller, and stays so, so that the size does not jump from text to text. One line
+// that does not fit even then spreads to the right, over what stands there, for as long as it is shown.
+class View : public QtControl<QLabel, StaticText> {
+ public:
+  View(StaticText& control, QWidget& window, const QRect& place)
+      : QtControl(control, window, place), place_(place) {
+    setTextFormat(Qt::PlainText);
+    setFont(ToQFont(control.Style));
+    setAlignment(Qt::AlignLeft | (control.Multiline ? Qt::AlignTop : Qt::AlignVCenter));
+    setWordWrap(control.Multiline);
+    if (control.TextColor) {
+      QPalette colors = palette();
+      colors.setColor(QPalette::WindowText, ToQColor(*control.TextColor));
+      setPalette(colors);
+    }
+    View::Update();
+  }
+
+  void Update() override {
+    const QString wanted = ToQString(control_.Text());
+    if (wanted != text()) {
+      Fit(wanted);
+      setText(wanted);
+    }
+    QtControl::Update();
+  }
+
+ private:
+  void Fit(const QString& wanted) {
+    const QFont fitted = FittedFont(font(), wanted, place_.size(), control_.Multiline, kLeastPixels);
+    const bool spreads = !control_.Multiline && LineWidth(fitted, wanted) > place_.width();
+    // A text that spreads gains nothing from being small.
+    if (!spreads) setFont(fitted);
+    QRect place = place_;
+    if (spreads) place.setWidth(SpreadWidth(wanted));
+    setGeometry(place);
+    setAutoFillBackground(spreads);
+    if (spreads) raise();
+  }
+
+  // A text that leaves little of the row takes all of it: no scraps of what it covers.
+  int SpreadWidth(const QString& wanted) const {
+    const int room = parentWidget()->width() - place_.left();
+    const int needed = LineWidth(font(), wanted) + kMargin;
+    return needed < room / 2 ? needed : room;
+  }
+
+  QRect place_;
+};
 
 }  // namespace
 
-QtStaticText::QtStaticText(StaticText& control, QWidget& window) : control_(control), label_(&window) {
-  label_.setTextFormat(Qt::PlainText);
-  label_.setFont(ToQFont(control.Style));
-  label_.setAlignment(AlignmentOf(control));
-  label_.setWordWrap(control.Multiline);
-  if (control.TextColor) {
-    QPalette palette = label_.palette();
-    palette.setColor(QPalette::WindowText, ToQColor(*control.TextColor));
-    label_.setPalette(palette);
-  }
-  PlaceWidget(label_, control);
-  QtStaticText::Update();
-}
-
-void QtStaticText::Update() {
-  const QString text = ToQString(control_.Text());
-  if (text != label_.text()) {
-    Fit(text);
-    label_.setText(text);
-  }
-  label_.setVisible(control_.Visible());
-}
-
-void QtStaticText::Fit(const QString& text) {
-  const QSize space(control_.Width, control_.Height);
-  const QFont fitted = FittedFont(label_.font(), text, space, control_.Multiline, kLeastPixels);
-  const int needed = control_.Multiline ? 0 : LineWidth(fitted, text);
-  const bool spreads = needed > control_.Width;
-  // A text that spreads gains nothing from being small.
-  if (!spreads) label_.setFont(fitted);
-  label_.setGeometry(control_.Left, control_.Top, spreads ? SpreadWidth(text) : control_.Width,
-                     control_.Height);
-  label_.setAutoFillBackground(spreads);
-  if (spreads) label_.raise();
-}
-
-// A text that leaves little of the row takes all of it: no scraps of what it covers.
-int QtStaticText::SpreadWidth(const QString& text) const {
-  const int room = label_.parentWidget()->width() - control_.Left;
-  const int needed = LineWidth(label_.font(), text) + kMargin;
-  return needed < room / 2 ? needed : room;
+std::unique_ptr<ControlView> MakeQtView(StaticText& control, QWidget& window, const QRect& place) {
+  return std::make_unique<View>(control, window, place);
 }
 
 }  // namespace vantorel

@@ -6,16 +6,16 @@
 #include <QPainter>
 #include <QScreen>
 #include <QWindow>
+#include <algorithm>
 #include <utility>
 
-#include "platform/run/EventLoop.h"
+#include "platform/ui/EditField.h"
+#include "platform/ui/ProgressBar.h"
+#include "platform/ui/ProgressWheel.h"
 #include "platform/ui/PushButton.h"
-#include "platform/ui/qt/QtEditField.h"
+#include "platform/ui/StaticText.h"
+#include "platform/ui/qt/QtControls.h"
 #include "platform/ui/qt/QtPicture.h"
-#include "platform/ui/qt/QtProgressBar.h"
-#include "platform/ui/qt/QtProgressWheel.h"
-#include "platform/ui/qt/QtPushButton.h"
-#include "platform/ui/qt/QtStaticText.h"
 #include "platform/ui/qt/QtText.h"
 
 namespace vantorel {
@@ -24,14 +24,12 @@ namespace {
 
 // Pictures may be drawn in up to this many times the window's size, for screens of high density.
 constexpr int kMostBackdropScale = 4;
+// What a window manager's title bar and edges take, at the most.
+constexpr QMargins kFrame(4, 36, 4, 4);
 
 Qt::WindowFlags FlagsOf(const Window& model) {
   if (model.Frame == Window::kFramePlainBox) return Qt::Window | Qt::FramelessWindowHint;
-  Qt::WindowFlags flags = Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint;
-  flags.setFlag(Qt::WindowCloseButtonHint, model.CloseButton);
-  flags.setFlag(Qt::WindowMaximizeButtonHint, model.MaximizeButton);
-  flags.setFlag(Qt::WindowMinimizeButtonHint, model.MinimizeButton);
-  return flags;
+  return Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint;
 }
 
 // The colours of a desktop whose windows have this colour, with the accent of the real one.
@@ -58,38 +56,46 @@ QRect BackdropPlace(QSize picture, QSize window) {
 QtWindow::QtWindow(Window& model, QWidget* parent)
     : QDialog(nullptr, FlagsOf(model)), model_(model), parent_(parent) {
   if (model.HasBackColor) setPalette(PaletteOn(ToQColor(model.BackColor)));
-  if (model.Resizeable) {
-    setMinimumSize(model.MinWidth, model.MinHeight);
-    setMaximumSize(model.MaxWidth, model.MaxHeight);
-    resize(model.Width, model.Height);
-  } else {
-    setFixedSize(model.Width, model.Height);
-  }
+  const QSize wanted(model.Width, model.Height);
+  setFixedSize(wanted.boundedTo(Room().size()));
   QtWindow::Update();
 }
 
+// Where the window is smaller than its layout, a control that takes more than half of it gives way, and one
+// that begins in its second half moves along.
+QRect QtWindow::PlaceOf(const RectControl& control) const {
+  const auto fit = [](int& begin, int& length, int layout, int missing) {
+    int& gives_way = 2 * length > layout ? length : begin;
+    if (2 * length > layout || 2 * begin > layout) gives_way -= missing;
+  };
+  int left = control.Left, top = control.Top, across = control.Width, down = control.Height;
+  fit(left, across, model_.Width, model_.Width - width());
+  fit(top, down, model_.Height, model_.Height - height());
+  return {left, top, across, down};
+}
+
 std::unique_ptr<ControlView> QtWindow::Add(ProgressBar& control) {
-  return std::make_unique<QtProgressBar>(control, *this);
+  return MakeQtView(control, *this, PlaceOf(control));
 }
 
 std::unique_ptr<ControlView> QtWindow::Add(ProgressWheel& control) {
-  return std::make_unique<QtProgressWheel>(control, *this);
+  return MakeQtView(control, *this, PlaceOf(control));
 }
 
 std::unique_ptr<ControlView> QtWindow::Add(StaticText& control) {
-  return std::make_unique<QtStaticText>(control, *this);
+  return MakeQtView(control, *this, PlaceOf(control));
 }
 
 std::unique_ptr<ControlView> QtWindow::Add(EditField& control) {
-  auto view = std::make_unique<QtEditField>(control, *this);
-  tab_order_.emplace(control.TabIndex, &view->Widget());
+  auto view = MakeQtView(control, *this, PlaceOf(control));
+  tab_order_.emplace(control.TabIndex, dynamic_cast<QWidget*>(view.get()));
   return view;
 }
 
 std::unique_ptr<ControlView> QtWindow::Add(PushButton& control) {
   if (control.Cancel) cancel_ = &control;
-  auto view = std::make_unique<QtPushButton>(control, *this);
-  tab_order_.emplace(control.TabIndex, &view->Widget());
+  auto view = MakeQtView(control, *this, PlaceOf(control));
+  tab_order_.emplace(control.TabIndex, dynamic_cast<QWidget*>(view.get()));
   return view;
 }
 
@@ -112,12 +118,19 @@ void QtWindow::Show(bool modal) {
   activateWindow();
 }
 
+QRect QtWindow::Room() const {
+  const QRect screen_room = (parent_ != nullptr ? parent_->screen() : screen())->availableGeometry();
+  return model_.Frame == Window::kFramePlainBox ? screen_room : screen_room.marginsRemoved(kFrame);
+}
+
 QPoint QtWindow::Origin() const {
-  const QRect available = (parent_ != nullptr ? parent_->screen() : screen())->availableGeometry();
+  const QRect room = Room();
   const bool over_parent = model_.Placement == Window::kPlacedOverParent && parent_ != nullptr;
   QRect place(QPoint(), size());
-  place.moveCenter(over_parent ? parent_->geometry().center() : available.center());
-  return {std::max(place.left(), available.left()), std::max(place.top(), available.top())};
+  place.moveCenter(over_parent ? parent_->geometry().center() : room.center());
+  place.moveRight(std::min(place.right(), room.right()));
+  place.moveBottom(std::min(place.bottom(), room.bottom()));
+  return {std::max(place.left(), room.left()), std::max(place.top(), room.top())};
 }
 
 void QtWindow::Update() {
@@ -129,11 +142,9 @@ void QtWindow::reject() {
   if (cancel_ != nullptr) cancel_->Press();
 }
 
-// A window without a close box does not close by the window manager's key either.
+// No window has a close box, and none closes by the window manager's key either.
 void QtWindow::closeEvent(QCloseEvent* event) {
   event->ignore();
-  if (!model_.CloseButton) return;
-  EventLoop::Current().Queue([window = Ref<Window>(&model_)] { window->Close(); });
 }
 
 // A window without a title bar is moved by its surface.

@@ -31,6 +31,10 @@ class QtWindow : public WindowView, public QDialog {
   void mousePressEvent(QMouseEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
 
+  // The part of the screen that the window's content can have.
+  QRect Room() const;
+  // The place of a control in a window that may be smaller than its layout.
+  QRect PlaceOf(const RectControl& control) const;
   // The place for the window's top left corner.
   QPoint Origin() const;
   void OrderTabs();

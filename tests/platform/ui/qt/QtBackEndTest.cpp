@@ -12,6 +12,7 @@
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScreen>
 #include <chrono>
 #include <thread>
 
@@ -159,6 +160,28 @@ TEST_F(QtBackEndTest, TextsAreWhole) {
     }
   }
   QApplication::setFont(desktop);
+}
+
+// A notice for a larger screen than there is.
+class Large : public Window {
+ public:
+  Large() : Window("Large") {
+    Width = 900;
+    Height = 1000;
+    _AddControl("notes", New<EditField>(Bounds{20, 40, 860, 860}));
+    _AddControl("agree", New<PushButton>(Bounds{735, 960, 145, 20}));
+  }
+};
+
+TEST_F(QtBackEndTest, WhereTheScreenIsTooSmallTheTextGivesWay) {
+  CloseAllWindows();
+  ImplicitWindow<Large>("Large");
+  Turn();
+  const QRect screen = Shown().screen()->availableGeometry();
+  EXPECT_TRUE(screen.contains(Shown().geometry()));
+  const int narrower = 900 - Shown().width(), lower = 1000 - Shown().height();
+  EXPECT_EQ(Part<QPlainTextEdit>().geometry(), QRect(20, 40, 860 - narrower, 860 - lower));
+  EXPECT_EQ(Part<QPushButton>().geometry(), QRect(735 - narrower, 960 - lower, 145, 20));
 }
 
 TEST_F(QtBackEndTest, NotesAreShownAsTheyAre) {
