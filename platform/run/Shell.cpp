@@ -1,100 +1,85 @@
 #include "platform/run/Shell.h"
 
 #include <fcntl.h>
-#include <spawn.h>
+#include <sys/epoll.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
-#include <vector>
+#include <map>
+#include <memory>
 
-#include "platform/run/ChildReaper.h"
+#include "platform/run/Descriptor.h"
+#include "platform/run/DescriptorWatch.h"
 #include "platform/run/System.h"
 
 namespace vantorel {
 
 namespace {
 
-constexpr char kShell[] = "/bin/sh";
-
-// Session, signals and descriptors of the command. Ours must not leak into a process that outlives us.
-class SpawnSettings {
- public:
-  SpawnSettings() {
-    posix_spawnattr_init(&attributes_);
-    posix_spawnattr_setflags(&attributes_,
-                             POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
-    sigset_t signals;
-    sigemptyset(&signals);
-    posix_spawnattr_setsigmask(&attributes_, &signals);
-    sigaddset(&signals, SIGPIPE);
-    posix_spawnattr_setsigdefault(&attributes_, &signals);
-    posix_spawn_file_actions_init(&actions_);
-    posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions_, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
-  }
-  ~SpawnSettings() {
-    posix_spawn_file_actions_destroy(&actions_);
-    posix_spawnattr_destroy(&attributes_);
-  }
-  SpawnSettings(const SpawnSettings&) = delete;
-  SpawnSettings& operator=(const SpawnSettings&) = delete;
-
-  const posix_spawnattr_t* Attributes() const { return &attributes_; }
-  const posix_spawn_file_actions_t* Actions() const { return &actions_; }
-
- private:
-  posix_spawnattr_t attributes_;
-  posix_spawn_file_actions_t actions_;
-};
-
-// Our environment with the helper folder first on PATH.
-std::vector<std::string> CommandEnvironment() {
-  constexpr char kDefaultPath[] = "/usr/local/bin:/usr/bin:/bin";
-  const char* path = std::getenv("PATH");
-  std::vector<std::string> result;
-  result.push_back("PATH=" + HelperFolder() + ":" + (path != nullptr ? path : kDefaultPath));
-  for (char** entry = environ; *entry != nullptr; ++entry) {
-    if (std::string_view(*entry).substr(0, 5) != "PATH=") result.emplace_back(*entry);
-  }
-  return result;
+// Makes this process, which has just been forked, the command. Nothing of ours leaks into it, since it may
+// outlive us. Calls nothing that a thread of the window system could hold a lock of.
+[[noreturn]] void Become(const char* helpers, const char* command) {
+  setsid();
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+  std::signal(SIGPIPE, SIG_DFL);
+  const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
+  dup2(nothing, STDIN_FILENO);
+  dup2(nothing, STDOUT_FILENO);
+  close_range(STDERR_FILENO + 1, ~0U, 0);
+  constexpr char kWithHelpers[] =
+      "PATH=$1:${PATH:-/usr/local/bin:/usr/bin:/bin}; export PATH; exec /bin/sh -c \"$2\"";
+  execl("/bin/sh", "sh", "-c", kWithHelpers, "sh", helpers, command, nullptr);
+  _exit(127);
 }
 
-std::vector<char*> Pointers(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  pointers.reserve(texts.size() + 1);
-  for (std::string& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  return pointers;
+void Await(pid_t child) {
+  while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+  }
+}
+
+struct Child {
+  Descriptor end;
+  std::unique_ptr<DescriptorWatch> watch;
+};
+
+// Collects the exit status of `child` once it has ended, from the event loop, so that it leaves no zombie.
+void ReapWhenEnded(pid_t child) {
+  static std::map<pid_t, Child> children;
+  // By number: the C library's declaration cannot be linked from C++. Closed on exec by itself.
+  Descriptor end(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
+  if (!end.IsOpen()) return;  // an old kernel: the zombie goes with this process
+  auto watch = std::make_unique<DescriptorWatch>(end.Number(), EPOLLIN, [child] {
+    Await(child);
+    children.erase(child);
+  });
+  children.emplace(child, Child{std::move(end), std::move(watch)});
 }
 
 }  // namespace
 
 void Shell::Execute(const String& command) {
-  const SpawnSettings settings;
-  std::vector<std::string> words = {"sh", "-c", std::string(command.view())};
-  std::vector<std::string> environment = CommandEnvironment();
-  pid_t child;
-  if (posix_spawn(&child, kShell, settings.Actions(), settings.Attributes(), Pointers(words).data(),
-                  Pointers(environment).data()) != 0) {
-    return;
-  }
+  const std::string helpers = HelperFolder();
+  const std::string text(command.view());
+  const pid_t child = fork();
+  if (child == 0) Become(helpers.c_str(), text.c_str());
+  if (child < 0) return;
   if (mode_ == 1) {
     ReapWhenEnded(child);
-    return;
-  }
-  while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+  } else {
+    Await(child);
   }
 }
 
 std::string HelperFolder() {
   namespace fs = std::filesystem;
   const fs::path own = fs::path(System::ExecutablePath()).parent_path();
-  const fs::path installed = own.parent_path() / "libexec" / "vantorel";
+  const fs::path installed = (own / VANTOREL_HELPER_FOLDER).lexically_normal();
   std::error_code error;
   return fs::is_directory(installed, error) ? installed.string() : own.string();
 }

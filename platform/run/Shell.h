@@ -24,8 +24,8 @@ class Shell : public Object {
   std::int32_t mode_ = 0;
 };
 
-// The folder of the program's own helpers (`open`): libexec/vantorel beside the folder of the program, else
-// the program's own folder.
+// The folder of the program's own helpers (`open`): the one that they are installed to, else the program's
+// own folder.
 std::string HelperFolder();
 
 }  // namespace vantorel

@@ -24,26 +24,25 @@ class PushButton;
 class StaticText;
 class Window;
 
-// Shows one control, which outlives it. Gone, the control is no longer on the screen.
-class ControlView {
+// What is on the screen for as long as it lives.
+class View {
  public:
-  ControlView() = default;
-  ControlView(const ControlView&) = delete;
-  ControlView& operator=(const ControlView&) = delete;
-  virtual ~ControlView() = default;
+  View() = default;
+  View(const View&) = delete;
+  View& operator=(const View&) = delete;
+  virtual ~View() = default;
+};
 
+// Shows one control, which outlives it.
+class ControlView : public View {
+ public:
   // Shows the control as it is now. Does nothing costly when nothing that is seen has changed.
   virtual void Update() = 0;
 };
 
-// Shows one window, which outlives it. Gone, the window is off the screen.
-class WindowView {
+// Shows one window, which outlives it.
+class WindowView : public View {
  public:
-  WindowView() = default;
-  WindowView(const WindowView&) = delete;
-  WindowView& operator=(const WindowView&) = delete;
-  virtual ~WindowView() = default;
-
   // Makes the view of a control of this window. Controls come in their order of creation; a later one lies
   // over an earlier one. The result goes before the window's view does.
   virtual std::unique_ptr<ControlView> Add(ProgressBar& control) = 0;
@@ -59,20 +58,8 @@ class WindowView {
   virtual void Update() = 0;
 };
 
-// Shows a message until it is dismissed; gone, it is off the screen.
-class MessageView {
- public:
-  MessageView() = default;
-  MessageView(const MessageView&) = delete;
-  MessageView& operator=(const MessageView&) = delete;
-  virtual ~MessageView() = default;
-};
-
 class BackEnd {
  public:
-  BackEnd() = default;
-  BackEnd(const BackEnd&) = delete;
-  BackEnd& operator=(const BackEnd&) = delete;
   virtual ~BackEnd() = default;
 
   // The one in force. REQUIRES: one was installed.
@@ -83,7 +70,7 @@ class BackEnd {
   // Makes the view of a window, not yet shown and without controls.
   virtual std::unique_ptr<WindowView> Open(Window& window) = 0;
   // Shows a message with one button over all windows; calls `dismissed` once, when the user is done with it.
-  virtual std::unique_ptr<MessageView> ShowMessage(const String& text, std::function<void()> dismissed) = 0;
+  virtual std::unique_ptr<View> ShowMessage(const String& text, std::function<void()> dismissed) = 0;
   // The picture that `drawings` (not empty) hold in several sizes; the bytes live as long as the process. nil
   // if the first is no picture.
   virtual Ref<Picture> MakePicture(const std::vector<PictureDrawing>& drawings) = 0;

@@ -53,14 +53,13 @@ std::unique_ptr<WindowView> RecordingBackEnd::Open(Window& window) {
   return std::make_unique<RecordedWindow>(*this, window);
 }
 
-std::unique_ptr<MessageView> RecordingBackEnd::ShowMessage(const String& text,
-                                                           std::function<void()> dismissed) {
+std::unique_ptr<View> RecordingBackEnd::ShowMessage(const String& text, std::function<void()> dismissed) {
   messages.emplace_back(text.view());
   EventLoop::Current().Queue([this, said = messages.back(), dismissed = std::move(dismissed)] {
     if (on_message) on_message(said);
     dismissed();
   });
-  return std::make_unique<MessageView>();
+  return std::make_unique<View>();
 }
 
 Ref<Picture> RecordingBackEnd::MakePicture(const std::vector<PictureDrawing>& drawings) {

@@ -35,7 +35,7 @@ class RecordingBackEnd : public BackEnd {
   std::function<void(const std::string&)> on_message;
 
   std::unique_ptr<WindowView> Open(Window& window) override;
-  std::unique_ptr<MessageView> ShowMessage(const String& text, std::function<void()> dismissed) override;
+  std::unique_ptr<View> ShowMessage(const String& text, std::function<void()> dismissed) override;
   Ref<Picture> MakePicture(const std::vector<PictureDrawing>& drawings) override;
   // A file that begins with "picture" is one.
   Ref<Picture> ReadPicture(const Ref<FolderItem>& file) override;

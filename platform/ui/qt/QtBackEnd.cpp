@@ -76,7 +76,7 @@ std::unique_ptr<WindowView> QtBackEnd::Open(Window& window) {
   return std::make_unique<QtWindow>(window, TopWindow());
 }
 
-std::unique_ptr<MessageView> QtBackEnd::ShowMessage(const String& text, std::function<void()> dismissed) {
+std::unique_ptr<View> QtBackEnd::ShowMessage(const String& text, std::function<void()> dismissed) {
   return std::make_unique<QtMessage>(text, TopWindow(), dismissed);
 }
 

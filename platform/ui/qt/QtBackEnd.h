@@ -19,7 +19,7 @@ class QtBackEnd : public BackEnd, private LoopWaiter, private Repainter, private
   ~QtBackEnd() override;
 
   std::unique_ptr<WindowView> Open(Window& window) override;
-  std::unique_ptr<MessageView> ShowMessage(const String& text, std::function<void()> dismissed) override;
+  std::unique_ptr<View> ShowMessage(const String& text, std::function<void()> dismissed) override;
   Ref<Picture> MakePicture(const std::vector<PictureDrawing>& drawings) override;
   Ref<Picture> ReadPicture(const Ref<FolderItem>& file) override;
   void SetProgramIcon(const Ref<Picture>& icon) override;

@@ -38,9 +38,9 @@ Qt::ScrollBarPolicy PolicyOf(bool scrollbar) {
   return scrollbar ? Qt::ScrollBarAsNeeded : Qt::ScrollBarAlwaysOff;
 }
 
-class View : public QtControl<QPlainTextEdit, EditField> {
+class EditFieldView : public QtControl<QPlainTextEdit, EditField> {
  public:
-  View(EditField& control, QWidget& window, const QRect& place) : QtControl(control, window, place) {
+  EditFieldView(EditField& control, QWidget& window, const QRect& place) : QtControl(control, window, place) {
     setFont(ToQFont(control.Style));
     setFrameShape(control.Border ? QFrame::StyledPanel : QFrame::NoFrame);
     setVerticalScrollBarPolicy(PolicyOf(control.ScrollbarVertical));
@@ -62,7 +62,7 @@ class View : public QtControl<QPlainTextEdit, EditField> {
     colors.setColor(QPalette::Text, ToQColor(control.TextColor));
     colors.setColor(QPalette::Base, ToQColor(control.BackColor));
     setPalette(colors);
-    View::Update();
+    EditFieldView::Update();
   }
 
   void Update() override {
@@ -81,7 +81,7 @@ class View : public QtControl<QPlainTextEdit, EditField> {
 }  // namespace
 
 std::unique_ptr<ControlView> MakeQtView(EditField& control, QWidget& window, const QRect& place) {
-  return std::make_unique<View>(control, window, place);
+  return std::make_unique<EditFieldView>(control, window, place);
 }
 
 }  // namespace vantorel

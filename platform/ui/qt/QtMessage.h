@@ -8,7 +8,7 @@
 
 namespace vantorel {
 
-class QtMessage : public MessageView {
+class QtMessage : public View {
  public:
   QtMessage(const String& text, QWidget* parent, const std::function<void()>& dismissed);
   ~QtMessage() override;

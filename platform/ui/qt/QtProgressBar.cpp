@@ -18,11 +18,12 @@ constexpr int kPieceShare = 4;  // it is this part of the bar
 
 // The desktop's bar. One without a known end shows a piece that wanders, in a few steps a second: the styles'
 // own animations cost more processor time than the download.
-class View : public QtControl<QProgressBar, ProgressBar> {
+class ProgressBarView : public QtControl<QProgressBar, ProgressBar> {
  public:
-  View(ProgressBar& control, QWidget& window, const QRect& place) : QtControl(control, window, place) {
+  ProgressBarView(ProgressBar& control, QWidget& window, const QRect& place)
+      : QtControl(control, window, place) {
     setTextVisible(false);
-    View::Update();
+    ProgressBarView::Update();
   }
 
   void Update() override {
@@ -52,7 +53,7 @@ class View : public QtControl<QProgressBar, ProgressBar> {
   int step_ = 0;
 };
 
-void View::paintEvent(QPaintEvent* event) {
+void ProgressBarView::paintEvent(QPaintEvent* event) {
   if (!IsBusy()) return QProgressBar::paintEvent(event);
   QStylePainter painter(this);
   QStyleOptionProgressBar option;
@@ -69,7 +70,7 @@ void View::paintEvent(QPaintEvent* event) {
 }  // namespace
 
 std::unique_ptr<ControlView> MakeQtView(ProgressBar& control, QWidget& window, const QRect& place) {
-  return std::make_unique<View>(control, window, place);
+  return std::make_unique<ProgressBarView>(control, window, place);
 }
 
 }  // namespace vantorel

@@ -14,7 +14,7 @@ constexpr int kSpokes = 8;
 constexpr int kMillisecondsPerStep = 125;
 
 // Draws itself a few times a second, which costs next to nothing.
-class View : public QtControl<QWidget, ProgressWheel> {
+class ProgressWheelView : public QtControl<QWidget, ProgressWheel> {
  public:
   using QtControl::QtControl;
 
@@ -33,7 +33,7 @@ class View : public QtControl<QWidget, ProgressWheel> {
   int step_ = 0;
 };
 
-void View::paintEvent(QPaintEvent* /*event*/) {
+void ProgressWheelView::paintEvent(QPaintEvent* /*event*/) {
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
   painter.translate(QRectF(rect()).center());
@@ -54,7 +54,7 @@ void View::paintEvent(QPaintEvent* /*event*/) {
 }  // namespace
 
 std::unique_ptr<ControlView> MakeQtView(ProgressWheel& control, QWidget& window, const QRect& place) {
-  return std::make_unique<View>(control, window, place);
+  return std::make_unique<ProgressWheelView>(control, window, place);
 }
 
 }  // namespace vantorel

@@ -11,9 +11,10 @@ constexpr int kLeastPixels = 9;
 // What a style needs for the frame and the focus mark, on both sides together.
 constexpr QSize kFrame(12, 4);
 
-class View : public QtControl<QPushButton, PushButton> {
+class PushButtonView : public QtControl<QPushButton, PushButton> {
  public:
-  View(PushButton& control, QWidget& window, const QRect& place) : QtControl(control, window, place) {
+  PushButtonView(PushButton& control, QWidget& window, const QRect& place)
+      : QtControl(control, window, place) {
     const QString caption = ToQString(control.Caption);
     setText(QString(caption).replace(QLatin1Char('&'), QLatin1String("&&")));
     setFont(FittedFont(ToQFont(control.Style), caption, place.size() - kFrame, false, kLeastPixels));
@@ -26,7 +27,7 @@ class View : public QtControl<QPushButton, PushButton> {
 }  // namespace
 
 std::unique_ptr<ControlView> MakeQtView(PushButton& control, QWidget& window, const QRect& place) {
-  return std::make_unique<View>(control, window, place);
+  return std::make_unique<PushButtonView>(control, window, place);
 }
 
 }  // namespace vantorel

@@ -15,9 +15,9 @@ constexpr int kMargin = 4;
 // Writes a text whole into the room that the layout gives it. A text that is too large for it in the
 // desktop's font is written smaller, and stays so, so that the size does not jump from text to text. One line
 // that does not fit even then spreads to the right, over what stands there, for as long as it is shown.
-class View : public QtControl<QLabel, StaticText> {
+class StaticTextView : public QtControl<QLabel, StaticText> {
  public:
-  View(StaticText& control, QWidget& window, const QRect& place)
+  StaticTextView(StaticText& control, QWidget& window, const QRect& place)
       : QtControl(control, window, place), place_(place) {
     setTextFormat(Qt::PlainText);
     setFont(ToQFont(control.Style));
@@ -28,7 +28,7 @@ class View : public QtControl<QLabel, StaticText> {
       colors.setColor(QPalette::WindowText, ToQColor(*control.TextColor));
       setPalette(colors);
     }
-    View::Update();
+    StaticTextView::Update();
   }
 
   void Update() override {
@@ -66,7 +66,7 @@ class View : public QtControl<QLabel, StaticText> {
 }  // namespace
 
 std::unique_ptr<ControlView> MakeQtView(StaticText& control, QWidget& window, const QRect& place) {
-  return std::make_unique<View>(control, window, place);
+  return std::make_unique<StaticTextView>(control, window, place);
 }
 
 }  // namespace vantorel

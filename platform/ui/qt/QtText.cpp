@@ -4,6 +4,7 @@
 #include <QFontInfo>
 #include <QFontMetricsF>
 #include <QRectF>
+#include <QRegularExpression>
 #include <cmath>
 #include <limits>
 
@@ -13,25 +14,9 @@ namespace vantorel {
 
 namespace {
 
-constexpr qsizetype kDigitsMeasured = 3;
-
 QString WithRoomToCount(const QString& text) {
-  QString padded;
-  qsizetype digits = 0;
-  const auto pad = [&] {
-    if (digits > 0 && digits < kDigitsMeasured) padded += QString(kDigitsMeasured - digits, QLatin1Char('0'));
-    digits = 0;
-  };
-  for (const QChar each : text) {
-    if (each.isDigit()) {
-      ++digits;
-    } else {
-      pad();
-    }
-    padded += each;
-  }
-  pad();
-  return padded;
+  static const QRegularExpression short_number(QStringLiteral("(?<!\\d)\\d{1,2}(?!\\d)"));
+  return QString(text).replace(short_number, QStringLiteral("000"));
 }
 
 bool Fits(const QFont& font, const QString& text, QSize space, bool wrapped) {
