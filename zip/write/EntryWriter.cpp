@@ -104,7 +104,8 @@ std::int32_t EntryWriter::AppendEntry() {
   BinaryStream& stream = *archive_.d->zipStream;
   // The position counts what the stream was given; whether the disk took it shows here.
   stream.Flush();
-  if (stream.WriteFaults() != write_faults_before_) return FailToWrite();
+  const bool beyond_the_format = member_end_ < 0;
+  if (beyond_the_format || stream.WriteFaults() != write_faults_before_) return FailToWrite();
   record_->SetLong(CentralHeader::kCrc, crc_);
   record_->SetLong(CentralHeader::kCompressedSize, SubtractSInt32(member_end_, data_start_));
   record_->SetLong(CentralHeader::kLocalHeaderOffset, archive_.startOfDirInArchive);

@@ -50,7 +50,7 @@ class EntryWriter {
   // Settles where the member ends and puts CRC and size into its local header. False if the stream does not
   // stand where it should.
   bool FinishData(std::int32_t data_bytes_written);
-  // Appends the entry, if the disk took all that was written.
+  // Appends the entry, if the disk and the format have room for the member.
   std::int32_t AppendEntry();
 
   void Notify(std::int32_t done);

@@ -28,12 +28,19 @@ TEST(Sizes, CountWhatTheCompressorWouldBeFed) {
 }
 
 TEST(AddingFolders, NamesOrderAndLinks) {
-  const std::tuple<const char*, bool, std::vector<std::string>> cases[] = {
-      {"", false, {"2", "b-c", "a/1", "a/x/3", "z/4"}},
-      {"p", false, {"p/2", "p/b-c", "p/a/1", "p/a/x/3", "p/z/4"}},
-      {"p/", true, {"p/2", "p/b-c", "p/target", "p/a/1", "p/a/x/3", "p/z/4"}},
+  struct Walk {
+    const char* prefix;
+    std::vector<std::string> names;
+    bool follow_links = false;
   };
-  for (const auto& [prefix, follow, names] : cases) {
+  const Walk cases[] = {
+      {"", {"2", "b-c", "a/1", "a/x/3", "z/4"}},
+      {"p", {"p/2", "p/b-c", "p/a/1", "p/a/x/3", "p/z/4"}},
+      {.prefix = "p/",
+       .names = {"p/2", "p/b-c", "p/target", "p/a/1", "p/a/x/3", "p/z/4"},
+       .follow_links = true},
+  };
+  for (const auto& [prefix, names, follow] : cases) {
     const ScratchFolder scratch;
     scratch.Run(
         "mkdir -p t/a/x t/z t/empty d; touch t/2 't/b\\c' t/a/1 t/a/x/3 t/z/4; echo data > target;"
@@ -63,12 +70,17 @@ struct WalkMonitor : RecordingMonitor {
 };
 
 TEST(AddingFolders, TheMonitorDecidesBehindAFailure) {
-  const std::tuple<bool, const char*, std::vector<std::string>, bool> cases[] = {
-      {false, "", {"a"}, false},
-      {true, "", {"a", "c", "d/e"}, true},
-      {true, "b", {"a"}, false},
-      {true, "e", {"a", "c"}, false}};
-  for (const auto& [monitored, stop_before, names, done] : cases) {
+  struct Walk {
+    const char* stop_before;
+    std::vector<std::string> names;
+    bool to_the_end = false;
+    bool monitored = true;
+  };
+  const Walk cases[] = {{.stop_before = "", .names = {"a"}, .monitored = false},
+                        {.stop_before = "", .names = {"a", "c", "d/e"}, .to_the_end = true},
+                        {.stop_before = "b", .names = {"a"}},
+                        {.stop_before = "e", .names = {"a", "c"}}};
+  for (const auto& [stop_before, names, to_the_end, monitored] : cases) {
     const ScratchFolder scratch;
     scratch.Run("mkdir -p t/d; echo text | tee t/a t/c t/d/e");
     scratch.Write("t/b", Noise(500000));
@@ -77,7 +89,7 @@ TEST(AddingFolders, TheMonitorDecidesBehindAFailure) {
     monitor->stop_before = stop_before;
     if (monitored) archive->SetProgressMonitor(monitor);
     const FileSizeLimit limit(100000);
-    EXPECT_EQ(archive->AddFolderContents(scratch.Item("t"), "", 0, false), done) << stop_before;
+    EXPECT_EQ(archive->AddFolderContents(scratch.Item("t"), "", 0, false), to_the_end) << stop_before;
     EXPECT_TRUE(archive->Close());
     EXPECT_EQ(NamesOf(scratch), names) << stop_before;
   }
@@ -125,12 +137,12 @@ TEST(MacBinaryBuilding, FieldByField) {
   date->SetTotalSeconds(3000000000.0);
   const auto bare =
       archive->MakeMacBinaryHeader(10, 20, std::string(70, 'n').c_str(), "TYPE", "CREA", date, nil);
-  namespace Mac = MacBinaryHeader;
-  std::string expected(Mac::kSize, '\0');
-  Put(expected, Mac::kName, "\x3F" + std::string(63, 'n') + "TYPECREA");
-  Put(expected, Mac::kDataLength, BigEndian(10, 4) + BigEndian(20, 4) + BigEndian(3000000000U, 4));
-  Put(expected, Mac::kSignature, "mBIN");
-  Put(expected, Mac::kWriterVersion, "\x82\x81");
+  // The offsets are those of the MacBinary III standard.
+  std::string expected(128, '\0');
+  Put(expected, 1, "\x3F" + std::string(63, 'n') + "TYPECREA");
+  Put(expected, 83, BigEndian(10, 4) + BigEndian(20, 4) + BigEndian(3000000000U, 4));
+  Put(expected, 102, "mBIN");
+  Put(expected, 122, "\x82\x81");
   SealMacBinary(expected);
   EXPECT_EQ(bare->View(), expected);
   EXPECT_THROW(archive->MakeMacBinaryHeader(0, 0, "", "TYPE", "CREA", nil, nil), RuntimeException);
@@ -139,16 +151,16 @@ TEST(MacBinaryBuilding, FieldByField) {
   for (const auto& [number, pattern] : seconds) EXPECT_EQ(archive->z_dblToLong(number), pattern);
 
   const Ref<FolderItem> hidden = scratch.Write(".hidden", "");
-  EXPECT_EQ(archive->MakeMacBinaryHeader(hidden)->Byte(Mac::kFinderFlagsHigh), 64);
+  EXPECT_EQ(archive->MakeMacBinaryHeader(hidden)->Byte(73), 64);
   ASSERT_TRUE(hidden->SetFinderInfo({.flags = 0x0320, .script = 0x87}));
   hidden->SetLocked(true);
   for (const char* name : {".hidden", "other"}) {
     const auto header = archive->MakeMacBinaryHeader(hidden, 1, 2, name);
-    EXPECT_EQ(Text(header->PString(Mac::kName)), name);
-    EXPECT_EQ(header->Byte(Mac::kFinderFlagsHigh), 2) << "stored flags win, without their low bit";
-    EXPECT_EQ(header->Byte(Mac::kFinderFlagsLow), 0x20);
-    EXPECT_EQ(header->Byte(Mac::kProtected), 1);
-    EXPECT_EQ(header->Byte(Mac::kScript), name[0] == '.' ? 0x87 : 0) << "it belongs to the item's own name";
+    EXPECT_EQ(Text(header->PString(1)), name);
+    EXPECT_EQ(header->Byte(73), 2) << "stored flags win, without their low bit";
+    EXPECT_EQ(header->Byte(101), 0x20);
+    EXPECT_EQ(header->Byte(81), 1);
+    EXPECT_EQ(header->Byte(106), name[0] == '.' ? 0x87 : 0) << "it belongs to the item's own name";
   }
 }
 

@@ -57,8 +57,13 @@ TEST(Compact, StopsAtADamagedMember) {
   constexpr const char* kSignature =
       "Invalid Local File Header signature (archive appears to be severely corrupted)";
   constexpr const char* kMismatch = "File Headers mismatch (archive appears to be severely corrupted)";
-  // The field of the third member's local header, what is written there, and the message: empty for no fault.
-  const std::tuple<const char*, std::int32_t, const char*, const char*> cases[] = {
+  struct Damage {
+    const char* name;
+    std::int32_t field;   // of the third member's local header
+    const char* bytes;    // written there
+    const char* message;  // empty: no fault
+  };
+  const Damage cases[] = {
       {"signature", LocalHeader::kSignature, "X", kSignature},
       {"method", LocalHeader::kMethod, "\x08", kMismatch},
       {"CRC", LocalHeader::kCrc, "X", kMismatch},
@@ -116,7 +121,7 @@ TEST(Compact, GivesAMemberWithADescriptorAValidHeaderAndWrongBytes) {
             LocalRecord({.name = "b", .data = "y"}).substr(0, 30) + std::string("\0a", 2));
 }
 
-TEST(DirectorySort, SortsAnyOrderInGoodTime) {
+TEST(Compact, SortsAnyOrderInGoodTime) {
   struct CountingArchive : ZipArchive {
     std::int32_t z_Compare(std::int32_t a, std::int32_t b) override {
       return ++count, ZipArchive::z_Compare(a, b);
@@ -139,20 +144,26 @@ TEST(DirectorySort, SortsAnyOrderInGoodTime) {
 
 TEST(Rollback, GoesBackToAMarkThatStillHolds) {
   const auto add = [](ZipArchive& a) { Add(a, "n", "n"); };
-  const std::tuple<const char*, std::function<void(ZipArchive&)>, bool, std::vector<std::string>> cases[] = {
-      {"behind the mark", [&](ZipArchive& a) { a.Mark(), add(a), a.Flush(), add(a); }, true, {"a", "b"}},
-      {"same mark again", [&](ZipArchive& a) { a.Mark(), add(a), a.Rollback(), add(a); }, true, {"a", "b"}},
-      {"no mark", add, false, {"a", "b", "n"}},
-      {"removal", [](ZipArchive& a) { a.Mark(), a.RemoveEntry(2); }, false, {"a"}},
-      {"replacement", [](ZipArchive& a) { a.Mark(), a.ReplaceEntry(2, a.Entry(1)); }, false, {"a", "a"}},
-      {"compaction", [](ZipArchive& a) { a.Mark(), a.Compact(); }, false, {"a", "b"}},
+  struct Change {
+    const char* name;
+    std::function<void(ZipArchive&)> make;
+    std::vector<std::string> names;  // after the rollback
+    bool can_be_undone = false;
   };
-  for (const auto& [name, then, possible, names] : cases) {
+  const Change cases[] = {
+      {"behind the mark", [&](ZipArchive& a) { a.Mark(), add(a), a.Flush(), add(a); }, {"a", "b"}, true},
+      {"same mark again", [&](ZipArchive& a) { a.Mark(), add(a), a.Rollback(), add(a); }, {"a", "b"}, true},
+      {"no mark", add, {"a", "b", "n"}},
+      {"removal", [](ZipArchive& a) { a.Mark(), a.RemoveEntry(2); }, {"a"}},
+      {"replacement", [](ZipArchive& a) { a.Mark(), a.ReplaceEntry(2, a.Entry(1)); }, {"a", "a"}},
+      {"compaction", [](ZipArchive& a) { a.Mark(), a.Compact(); }, {"a", "b"}},
+  };
+  for (const auto& [name, make, names, possible] : cases) {
     const ScratchFolder scratch;
     const auto archive = Open(scratch);
     Add(*archive, "a", "a");
     Add(*archive, "b", "b");
-    then(*archive);
+    make(*archive);
     EXPECT_EQ(archive->Rollback(), possible) << name;
     EXPECT_EQ(archive->marked, possible) << name;
     EXPECT_THROW(archive->RemoveEntry(0), OutOfBoundsException);

@@ -14,31 +14,57 @@ Ref<MemoryBlock> Header(ZipArchive& archive, std::int32_t data_length, std::int3
 
 TEST(EntryWriter, RefusesWithoutATrace) {
   constexpr const char* kUnexpected = "An unexpected error occured while storing an item";
-  using Length = std::int32_t;  // kNone: no fork, no header
-  // The member's name, whether its data opens, three lengths, result, message, and whether the archive is
-  // dirty then.
-  const std::tuple<const char*, bool, Length, Length, Length, int, const char*, bool> cases[] = {
-      {"", true, 3, kNone, kNone, -50, "Name must not be empty", false},
-      {"data", false, 3, kNone, kNone, -38, "Opening the source data stream failed", true},
-      {"empty data", false, 0, kNone, 0, -38, "Opening the source data stream failed", true},
-      {"fork", true, 3, 3, 3, -38, "Opening the source rsrc stream failed", true},
-      {"header of another length", true, 3, kNone, 4, -2, kUnexpected, false},
-      {"negative", true, -5, kNone, kNone, -2, kUnexpected, true},
-      {"runs short", true, 4, kNone, 4, -2, "Read error, the archived item may be corrupted", true},
+  constexpr const char* kNotOpened = "Opening the source data stream failed";
+  struct Refusal {
+    const char* name;  // of the member
+    std::int32_t result;
+    const char* message;
+    std::int32_t length = 3;             // as it is given; the data are 3 bytes
+    std::int32_t header_length = kNone;  // as a MacBinary header states it
+    bool data_opens = true;
+    bool with_fork = false;  // which does not open
+    bool dirty = true;       // afterwards
   };
-  for (const auto& [name, opens, length, rsrc_length, header_length, result, message, dirty] : cases) {
+  const Refusal cases[] = {
+      {.name = "", .result = -50, .message = "Name must not be empty", .dirty = false},
+      {.name = "data", .result = -38, .message = kNotOpened, .data_opens = false},
+      {.name = "no data",
+       .result = -38,
+       .message = kNotOpened,
+       .length = 0,
+       .header_length = 0,
+       .data_opens = false},
+      {.name = "fork",
+       .result = -38,
+       .message = "Opening the source rsrc stream failed",
+       .header_length = 3,
+       .with_fork = true},
+      {.name = "header of another length",
+       .result = -2,
+       .message = kUnexpected,
+       .header_length = 4,
+       .dirty = false},
+      {.name = "negative", .result = -2, .message = kUnexpected, .length = -5},
+      {.name = "runs short",
+       .result = -2,
+       .message = "Read error, the archived item may be corrupted",
+       .length = 4,
+       .header_length = 4},
+  };
+  for (const Refusal& c : cases) {
     const ScratchFolder scratch;
     const auto archive = Open(scratch);
     archive->d->dirty = false;
-    const Ref<SeqDataInputStream> rsrc = rsrc_length == kNone ? nil : New<StringSource>("abc", false);
-    const auto header = header_length == kNone ? nil : Header(*archive, header_length, rsrc ? 3 : 0);
-    const auto data = New<StringSource>("abc", opens);
-    EXPECT_EQ(archive->AddItemByStreams(data, length, rsrc, 3, header, name, nil, nil), result) << name;
-    EXPECT_EQ(Text(archive->errmsg), message) << name;
-    EXPECT_EQ(archive->d->dirty, dirty) << name;
-    EXPECT_EQ(Add(*archive, "next", "text"), 1) << name;
+    const Ref<SeqDataInputStream> rsrc = c.with_fork ? New<StringSource>("abc", false) : nil;
+    const auto header = c.header_length == kNone ? nil : Header(*archive, c.header_length, rsrc ? 3 : 0);
+    const auto data = New<StringSource>("abc", c.data_opens);
+    EXPECT_EQ(archive->AddItemByStreams(data, c.length, rsrc, 3, header, c.name, nil, nil), c.result)
+        << c.name;
+    EXPECT_EQ(Text(archive->errmsg), c.message) << c.name;
+    EXPECT_EQ(archive->d->dirty, c.dirty) << c.name;
+    EXPECT_EQ(Add(*archive, "next", "text"), 1) << c.name;
     EXPECT_TRUE(archive->Close());
-    EXPECT_EQ(MembersOf(scratch), (Members{{"next", "text"}})) << name;
+    EXPECT_EQ(MembersOf(scratch), (Members{{"next", "text"}})) << c.name;
   }
 }
 
@@ -53,6 +79,9 @@ TEST(EntryWriter, NoticesAFullDisk) {
       EXPECT_EQ(Text(archive->errmsg), "Write error, the archived item may be corrupted");
     }
     EXPECT_EQ(Add(*archive, "b", bytes), 2) << "there is room again";
+    const std::int32_t end = std::exchange(archive->startOfDirInArchive, INT32_MAX - 10);
+    EXPECT_EQ(Add(*archive, "too far", bytes), -2) << "the format has no room: " << bytes.size();
+    archive->startOfDirInArchive = end;
     EXPECT_TRUE(archive->Close());
     EXPECT_EQ(MembersOf(scratch), (Members{{"a", "text"}, {"b", bytes}})) << bytes.size();
   }
@@ -77,33 +106,40 @@ TEST(EntryWriter, ForksAreFilledUpBehindTheHeader) {
 }
 
 TEST(EntryWriter, TellsTheMonitorAndStopsWhenItSaysSo) {
-  // Both forks' lengths, where the monitor aborts, what it is told, and what is read of the data fork.
-  const std::tuple<const char*, int, int, int, std::vector<std::int32_t>, std::size_t> cases[] = {
-      {"nothing to tell of an empty member", 0, kNone, INT32_MAX, {}, 0},
-      {"one call per chunk, the last one's is the end's", 32768, kNone, INT32_MAX, {0, 16384, 32768}, 32768},
-      {"header and first piece fill a chunk", 20000, 10, INT32_MAX, {0, 16384, 20128, 20234, 20352}, 20000},
-      {"whichever fork it is", 0, 20000, INT32_MAX, {0, 16384, 20128, 20224}, 0},
-      {"abort before the first read", 40000, kNone, 0, {0, 40000}, 0},
-      {"abort within a chunk", 40000, kNone, 1, {0, 16384, 40000}, 16384},
-      {"abort in the last call", 100, kNone, 100, {0, 100}, 100},
+  struct Run {
+    const char* name;
+    std::int32_t length;                 // of the data fork
+    std::vector<std::int32_t> progress;  // what the monitor is told
+    std::size_t bytes_read;              // of the data fork
+    std::int32_t rsrc_length = kNone;    // with a MacBinary header
+    std::int32_t abort_at = INT32_MAX;   // where the monitor aborts
   };
-  for (const auto& [name, length, rsrc_length, abort_at, progress, bytes_read] : cases) {
+  const Run cases[] = {
+      {"nothing to tell of an empty member", 0, {}, 0},
+      {"one call per chunk, the last one's is the end's", 32768, {0, 16384, 32768}, 32768},
+      {"header and first piece fill a chunk", 20000, {0, 16384, 20128, 20234, 20352}, 20000, 10},
+      {"whichever fork it is", 0, {0, 16384, 20128, 20224}, 0, 20000},
+      {"abort before the first read", 40000, {0, 40000}, 0, kNone, 0},
+      {"abort within a chunk", 40000, {0, 16384, 40000}, 16384, kNone, 1},
+      {"abort in the last call", 100, {0, 100}, 100, kNone, 100},
+  };
+  for (const Run& c : cases) {
     const ScratchFolder scratch;
     const auto archive = Open(scratch);
     const auto monitor = New<RecordingMonitor>();
-    monitor->abort_at = abort_at;
+    monitor->abort_at = c.abort_at;
     archive->SetProgressMonitor(monitor);
     const auto data = New<StringSource>(Noise(40000));
-    const Ref<SeqDataInputStream> rsrc = rsrc_length == kNone ? nil : New<StringSource>(Noise(40000));
-    const auto header = rsrc ? Header(*archive, length, rsrc_length) : nil;
-    const bool aborted = abort_at != INT32_MAX;
-    EXPECT_EQ(archive->AddItemByStreams(data, length, rsrc, rsrc_length, header, "n", nil, nil),
+    const Ref<SeqDataInputStream> rsrc = c.rsrc_length == kNone ? nil : New<StringSource>(Noise(40000));
+    const auto header = rsrc ? Header(*archive, c.length, c.rsrc_length) : nil;
+    const bool aborted = c.abort_at != INT32_MAX;
+    EXPECT_EQ(archive->AddItemByStreams(data, c.length, rsrc, c.rsrc_length, header, "n", nil, nil),
               aborted ? 0 : 1)
-        << name;
-    EXPECT_EQ(Text(archive->errmsg), aborted ? "Aborted" : "") << name;
-    EXPECT_EQ(monitor->progress, progress) << name;
-    EXPECT_EQ(data->position, bytes_read) << name;
-    EXPECT_EQ(data->times_opened, data->times_closed) << name;
+        << c.name;
+    EXPECT_EQ(Text(archive->errmsg), aborted ? "Aborted" : "") << c.name;
+    EXPECT_EQ(monitor->progress, c.progress) << c.name;
+    EXPECT_EQ(data->position, c.bytes_read) << c.name;
+    EXPECT_EQ(data->times_opened, data->times_closed) << c.name;
   }
 }
 
