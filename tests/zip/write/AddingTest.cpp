@@ -28,19 +28,19 @@ TEST(Sizes, CountWhatTheCompressorWouldBeFed) {
 }
 
 TEST(AddingFolders, NamesOrderAndLinks) {
+  enum Links { kDropped, kFollowed };
   struct Walk {
     const char* prefix;
+    Links links;
     std::vector<std::string> names;
-    bool follow_links = false;
   };
   const Walk cases[] = {
-      {"", {"2", "b-c", "a/1", "a/x/3", "z/4"}},
-      {"p", {"p/2", "p/b-c", "p/a/1", "p/a/x/3", "p/z/4"}},
-      {.prefix = "p/",
-       .names = {"p/2", "p/b-c", "p/target", "p/a/1", "p/a/x/3", "p/z/4"},
-       .follow_links = true},
+      {"", kDropped, {"2", "b-c", "a/1", "a/x/3", "z/4"}},
+      {"p", kDropped, {"p/2", "p/b-c", "p/a/1", "p/a/x/3", "p/z/4"}},
+      {"p/", kFollowed, {"p/2", "p/b-c", "p/target", "p/a/1", "p/a/x/3", "p/z/4"}},
   };
-  for (const auto& [prefix, names, follow] : cases) {
+  for (const auto& [prefix, links, names] : cases) {
+    const bool follow = links == kFollowed;
     const ScratchFolder scratch;
     scratch.Run(
         "mkdir -p t/a/x t/z t/empty d; touch t/2 't/b\\c' t/a/1 t/a/x/3 t/z/4; echo data > target;"
@@ -70,26 +70,28 @@ struct WalkMonitor : RecordingMonitor {
 };
 
 TEST(AddingFolders, TheMonitorDecidesBehindAFailure) {
+  enum Watch { kNoMonitor, kMonitor };
+  enum End { kEarly, kWhole };
   struct Walk {
+    Watch watch;
     const char* stop_before;
     std::vector<std::string> names;
-    bool to_the_end = false;
-    bool monitored = true;
+    End end;
   };
-  const Walk cases[] = {{.stop_before = "", .names = {"a"}, .monitored = false},
-                        {.stop_before = "", .names = {"a", "c", "d/e"}, .to_the_end = true},
-                        {.stop_before = "b", .names = {"a"}},
-                        {.stop_before = "e", .names = {"a", "c"}}};
-  for (const auto& [stop_before, names, to_the_end, monitored] : cases) {
+  const Walk cases[] = {{kNoMonitor, "", {"a"}, kEarly},
+                        {kMonitor, "", {"a", "c", "d/e"}, kWhole},
+                        {kMonitor, "b", {"a"}, kEarly},
+                        {kMonitor, "e", {"a", "c"}, kEarly}};
+  for (const auto& [watch, stop_before, names, end] : cases) {
     const ScratchFolder scratch;
     scratch.Run("mkdir -p t/d; echo text | tee t/a t/c t/d/e");
     scratch.Write("t/b", Noise(500000));
     const auto archive = Open(scratch);
     const auto monitor = New<WalkMonitor>();
     monitor->stop_before = stop_before;
-    if (monitored) archive->SetProgressMonitor(monitor);
+    if (watch == kMonitor) archive->SetProgressMonitor(monitor);
     const FileSizeLimit limit(100000);
-    EXPECT_EQ(archive->AddFolderContents(scratch.Item("t"), "", 0, false), to_the_end) << stop_before;
+    EXPECT_EQ(archive->AddFolderContents(scratch.Item("t"), "", 0, false), end == kWhole) << stop_before;
     EXPECT_TRUE(archive->Close());
     EXPECT_EQ(NamesOf(scratch), names) << stop_before;
   }

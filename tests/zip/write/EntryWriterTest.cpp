@@ -14,54 +14,37 @@ Ref<MemoryBlock> Header(ZipArchive& archive, std::int32_t data_length, std::int3
 
 TEST(EntryWriter, RefusesWithoutATrace) {
   constexpr const char* kUnexpected = "An unexpected error occured while storing an item";
-  constexpr const char* kNotOpened = "Opening the source data stream failed";
+  enum Source { kOpen, kClosedData, kClosedFork };
+  enum Archive { kClean, kDirty };
   struct Refusal {
-    const char* name;  // of the member
+    const char* name;            // of the member
+    Source source;               // what it has and whether that opens
+    std::int32_t length;         // of the data as it is given; there are 3 bytes
+    std::int32_t header_length;  // as a MacBinary header states it
     std::int32_t result;
     const char* message;
-    std::int32_t length = 3;             // as it is given; the data are 3 bytes
-    std::int32_t header_length = kNone;  // as a MacBinary header states it
-    bool data_opens = true;
-    bool with_fork = false;  // which does not open
-    bool dirty = true;       // afterwards
+    Archive archive;  // afterwards
   };
   const Refusal cases[] = {
-      {.name = "", .result = -50, .message = "Name must not be empty", .dirty = false},
-      {.name = "data", .result = -38, .message = kNotOpened, .data_opens = false},
-      {.name = "no data",
-       .result = -38,
-       .message = kNotOpened,
-       .length = 0,
-       .header_length = 0,
-       .data_opens = false},
-      {.name = "fork",
-       .result = -38,
-       .message = "Opening the source rsrc stream failed",
-       .header_length = 3,
-       .with_fork = true},
-      {.name = "header of another length",
-       .result = -2,
-       .message = kUnexpected,
-       .header_length = 4,
-       .dirty = false},
-      {.name = "negative", .result = -2, .message = kUnexpected, .length = -5},
-      {.name = "runs short",
-       .result = -2,
-       .message = "Read error, the archived item may be corrupted",
-       .length = 4,
-       .header_length = 4},
+      {"", kOpen, 3, kNone, -50, "Name must not be empty", kClean},
+      {"data", kClosedData, 3, kNone, -38, "Opening the source data stream failed", kDirty},
+      {"empty data", kClosedData, 0, 0, -38, "Opening the source data stream failed", kDirty},
+      {"fork", kClosedFork, 3, 3, -38, "Opening the source rsrc stream failed", kDirty},
+      {"header of another length", kOpen, 3, 4, -2, kUnexpected, kClean},
+      {"negative", kOpen, -5, kNone, -2, kUnexpected, kDirty},
+      {"runs short", kOpen, 4, 4, -2, "Read error, the archived item may be corrupted", kDirty},
   };
   for (const Refusal& c : cases) {
     const ScratchFolder scratch;
     const auto archive = Open(scratch);
     archive->d->dirty = false;
-    const Ref<SeqDataInputStream> rsrc = c.with_fork ? New<StringSource>("abc", false) : nil;
+    const Ref<SeqDataInputStream> rsrc = c.source == kClosedFork ? New<StringSource>("abc", false) : nil;
     const auto header = c.header_length == kNone ? nil : Header(*archive, c.header_length, rsrc ? 3 : 0);
-    const auto data = New<StringSource>("abc", c.data_opens);
+    const auto data = New<StringSource>("abc", c.source != kClosedData);
     EXPECT_EQ(archive->AddItemByStreams(data, c.length, rsrc, 3, header, c.name, nil, nil), c.result)
         << c.name;
     EXPECT_EQ(Text(archive->errmsg), c.message) << c.name;
-    EXPECT_EQ(archive->d->dirty, c.dirty) << c.name;
+    EXPECT_EQ(archive->d->dirty, c.archive == kDirty) << c.name;
     EXPECT_EQ(Add(*archive, "next", "text"), 1) << c.name;
     EXPECT_TRUE(archive->Close());
     EXPECT_EQ(MembersOf(scratch), (Members{{"next", "text"}})) << c.name;
