@@ -11,6 +11,9 @@ if(VANTOREL_UI)
   install(TARGETS VantorelLauncher RUNTIME COMPONENT programs)
   # The launcher looks for its helper here, so that it is on nobody else's PATH.
   install(TARGETS open RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/vantorel COMPONENT programs)
+  install(FILES docs/man/vantorel-open.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT programs)
+  install(FILES packaging/org.example.vantorel.metainfo.xml
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo COMPONENT programs)
   install(FILES packaging/vantorel-launcher.desktop
           DESTINATION ${CMAKE_INSTALL_DATADIR}/applications COMPONENT programs)
   install(FILES launcher/resources/icon.svg RENAME vantorel-launcher.svg
@@ -30,15 +33,4 @@ write_basic_package_version_file(VantorelZipConfigVersion.cmake COMPATIBILITY Sa
 install(FILES ${PROJECT_BINARY_DIR}/VantorelZipConfig.cmake ${PROJECT_BINARY_DIR}/VantorelZipConfigVersion.cmake
         DESTINATION ${package_dir} COMPONENT library)
 
-# A Debian package of the programs: cpack -G DEB in the build folder.
-set(CPACK_PACKAGE_NAME vantorel-launcher)
-set(CPACK_PACKAGE_CONTACT "The Vantorel launcher's maintainers <maintainers@example.org>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Launcher and self-updater for Vantorel, and the archive tool forkzip")
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SECTION utils)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL programs)
-set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
-include(CPack)
+include(packaging/debian/package.cmake)

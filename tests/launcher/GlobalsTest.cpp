@@ -30,17 +30,6 @@ class GlobalsTest : public ::testing::Test {
   const ScratchFolder data_;
 };
 
-TEST_F(GlobalsTest, SettingsAreSettledByTheOpenEvent) {
-  Globals::Finalize();
-  Globals::Initialize();
-  EXPECT_EQ(
-      (Globals::TargetApplication + "," + Globals::UpdateServer + "," + Globals::ApplicationParameter).view(),
-      std::string("Vantorel,") + kFirstUpdateServer + ",-auc");
-  EXPECT_EQ((Globals::CurrentOS + Globals::newVersion).view(), "");
-  App()->Event_Open();
-  EXPECT_EQ(Globals::ResourceURL("_version").view(), kUpdateServer + kWord + "_Vantorel_version");
-}
-
 TEST_F(GlobalsTest, TheVersionCountsOnlyTogetherWithTheTarget) {
   // nullptr: no such file
   const std::tuple<const char*, const char*, bool, std::string> cases[] = {

@@ -91,6 +91,7 @@ class HandOver(ProgramTest):
         self.assertEqual((launcher.folder / "checkfile").read_text(), "older")
         written = (launcher.folder / "updatepath").read_text()
         self.assertEqual(written, f"{PROGRAM} --ignored /x/My.app")
+        self.assertEqual(launcher.wait_started(), "installed")
 
 
 class Silence(ProgramTest):
