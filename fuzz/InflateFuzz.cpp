@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/base/LittleEndian.h"
 #include "platform/compress/Crc32.h"
 #include "platform/compress/ZStream.h"
 
@@ -49,12 +50,6 @@ Outcome Inflate(CompressEngine engine, std::string_view member, std::size_t piec
   return outcome;
 }
 
-std::string Le32(std::uint32_t value) {
-  std::string bytes;
-  for (unsigned shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(value >> shift);
-  return bytes;
-}
-
 // Deflate data in the frame that an archive's reader puts around a member's data. A stored block in front
 // makes the member larger than one piece of input. The trailer is right for what zlib makes of the data.
 std::string Framed(std::string_view data, bool long_member) {
@@ -62,8 +57,8 @@ std::string Framed(std::string_view data, bool long_member) {
   if (long_member) member += std::string("\0\xFF\xFF\0\0", 5) + std::string(65535, 'x');
   member += data;
   const std::string contents = Inflate(CompressEngine::kZlib, member + std::string(8, '\0'), 65536).bytes;
-  member += Le32(static_cast<std::uint32_t>(Crc32OfBytes(contents, 0)));
-  return member + Le32(static_cast<std::uint32_t>(contents.size()));
+  member += LittleEndian32(static_cast<std::uint32_t>(Crc32OfBytes(contents, 0)));
+  return member + LittleEndian32(static_cast<std::uint32_t>(contents.size()));
 }
 
 }  // namespace

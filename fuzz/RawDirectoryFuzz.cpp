@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "tools/forkzip/cli/FileBytes.h"
+#include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/edit/MovingMembers.h"
 #include "tools/forkzip/edit/Preflight.h"

@@ -12,7 +12,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/run/Descriptor.h"
+#include "platform/base/Descriptor.h"
 
 namespace vantorel::sealed {
 

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "platform/base/LittleEndian.h"
+
 namespace vantorel {
 
 inline constexpr std::size_t kGzipHeaderLength = 10;
@@ -23,11 +25,7 @@ inline bool HasPlainGzipHeader(std::string_view member) {
 
 // The uncompressed size, modulo 2^32, that stands in the last four bytes of a member.
 inline std::uint32_t SizeInGzipTrailer(std::string_view member) {
-  std::uint32_t size = 0;
-  for (std::size_t i = member.size(); i > member.size() - kGzipSizeFromEnd; --i) {
-    size = size << 8U | static_cast<std::uint8_t>(member[i - 1]);
-  }
-  return size;
+  return Get32(member.substr(member.size() - kGzipSizeFromEnd), 0);
 }
 
 }  // namespace vantorel

@@ -19,17 +19,19 @@ std::optional<AppleDoubleTable> AppleDoubleTable::Read(BinaryStream& file) {
   std::array<char, Header::kSize> header{};
   file.SetPosition(0);
   if (file.ReadInto(header.data(), header.size()) != header.size()) return std::nullopt;
-  if (Load32(&header[Header::kMagic], false) != AppleDouble::kMagicNumber) return std::nullopt;
-  if (Load32(&header[Header::kVersion], false) != AppleDouble::kVersion2) return std::nullopt;
+  if (Load32(&header[Header::kMagic], ByteOrder::kBig) != AppleDouble::kMagicNumber) return std::nullopt;
+  if (Load32(&header[Header::kVersion], ByteOrder::kBig) != AppleDouble::kVersion2) return std::nullopt;
 
   const std::uint64_t end = file.Length();
-  std::vector<AppleDoubleEntry> entries(Load16(&header[Header::kCount], false));
+  std::vector<AppleDoubleEntry> entries(Load16(&header[Header::kCount], ByteOrder::kBig));
   for (AppleDoubleEntry& entry : entries) {
     std::array<char, Entry::kSize> bytes{};
     if (file.ReadInto(bytes.data(), bytes.size()) != bytes.size()) return std::nullopt;
-    entry.id = Load32(&bytes[Entry::kId], false);
-    const std::uint64_t offset = std::min<std::uint64_t>(Load32(&bytes[Entry::kOffset], false), end);
-    const std::uint64_t length = std::min<std::uint64_t>(Load32(&bytes[Entry::kLength], false), end - offset);
+    entry.id = Load32(&bytes[Entry::kId], ByteOrder::kBig);
+    const std::uint64_t offset =
+        std::min<std::uint64_t>(Load32(&bytes[Entry::kOffset], ByteOrder::kBig), end);
+    const std::uint64_t length =
+        std::min<std::uint64_t>(Load32(&bytes[Entry::kLength], ByteOrder::kBig), end - offset);
     entry.offset = static_cast<std::uint32_t>(offset);
     entry.length = static_cast<std::uint32_t>(length);
   }
@@ -56,9 +58,9 @@ std::uint64_t AppleDoubleTable::EndOfOthers(const AppleDoubleEntry& entry) const
 
 void AppleDoubleTable::Write(BinaryStream& file) const {
   std::array<char, Header::kSize> header{};
-  Store32(&header[Header::kMagic], AppleDouble::kMagicNumber, false);
-  Store32(&header[Header::kVersion], AppleDouble::kVersion2, false);
-  Store16(&header[Header::kCount], static_cast<std::uint16_t>(entries_.size()), false);
+  Store32(&header[Header::kMagic], AppleDouble::kMagicNumber, ByteOrder::kBig);
+  Store32(&header[Header::kVersion], AppleDouble::kVersion2, ByteOrder::kBig);
+  Store16(&header[Header::kCount], static_cast<std::uint16_t>(entries_.size()), ByteOrder::kBig);
   file.SetPosition(0);
   file.WriteBytes({header.data(), header.size()});
   for (const AppleDoubleEntry& entry : entries_) WriteEntry(file, entry);
@@ -67,9 +69,9 @@ void AppleDoubleTable::Write(BinaryStream& file) const {
 void AppleDoubleTable::WriteEntry(BinaryStream& file, const AppleDoubleEntry& entry) const {
   const auto index = static_cast<std::uint64_t>(&entry - entries_.data());
   std::array<char, Entry::kSize> bytes{};
-  Store32(&bytes[Entry::kId], entry.id, false);
-  Store32(&bytes[Entry::kOffset], entry.offset, false);
-  Store32(&bytes[Entry::kLength], entry.length, false);
+  Store32(&bytes[Entry::kId], entry.id, ByteOrder::kBig);
+  Store32(&bytes[Entry::kOffset], entry.offset, ByteOrder::kBig);
+  Store32(&bytes[Entry::kLength], entry.length, ByteOrder::kBig);
   file.SetPosition(Header::kSize + index * Entry::kSize);
   file.WriteBytes({bytes.data(), bytes.size()});
 }

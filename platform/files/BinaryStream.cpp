@@ -122,13 +122,13 @@ const char* BinaryStream::TakeUnbuffered(char* scratch, std::size_t count) {
 
 void BinaryStream::WriteLong(std::int32_t value) {
   char bytes[4];
-  Store32(bytes, static_cast<std::uint32_t>(value), little_endian_);
+  Store32(bytes, static_cast<std::uint32_t>(value), byte_order_);
   WriteBytes(std::string_view(bytes, sizeof bytes));
 }
 
 void BinaryStream::WriteShort(std::int32_t value) {
   char bytes[2];
-  Store16(bytes, static_cast<std::uint16_t>(value), little_endian_);
+  Store16(bytes, static_cast<std::uint16_t>(value), byte_order_);
   WriteBytes(std::string_view(bytes, sizeof bytes));
 }
 

@@ -9,8 +9,8 @@
 #include <memory>
 #include <string_view>
 
+#include "platform/base/ByteOrder.h"
 #include "platform/base/Ref.h"
-#include "platform/files/ByteOrder.h"
 #include "platform/text/String.h"
 
 namespace vantorel {
@@ -29,8 +29,8 @@ class BinaryStream : public Object {
   // The descriptor, which stays the stream's; -1 once it is closed.
   int Descriptor() const { return descriptor_; }
 
-  bool LittleEndian() const { return little_endian_; }
-  void SetLittleEndian(bool value) { little_endian_ = value; }
+  bool LittleEndian() const { return byte_order_ == ByteOrder::kLittle; }
+  void SetLittleEndian(bool value) { byte_order_ = value ? ByteOrder::kLittle : ByteOrder::kBig; }
 
   std::uint64_t Position() const { return position_; }
   void SetPosition(std::uint64_t position) { position_ = position; }
@@ -45,11 +45,11 @@ class BinaryStream : public Object {
   // same.
   std::int32_t ReadLong() {
     char scratch[4];
-    return static_cast<std::int32_t>(Load32(Take(scratch, sizeof scratch), little_endian_));
+    return static_cast<std::int32_t>(Load32(Take(scratch, sizeof scratch), byte_order_));
   }
   std::int16_t ReadShort() {
     char scratch[2];
-    return static_cast<std::int16_t>(Load16(Take(scratch, sizeof scratch), little_endian_));
+    return static_cast<std::int16_t>(Load16(Take(scratch, sizeof scratch), byte_order_));
   }
   // Up to `count` bytes; fewer at the end of the file; none for a count of 0 or less. Memory grows only with
   // what the file really holds.
@@ -99,7 +99,7 @@ class BinaryStream : public Object {
 
   int descriptor_;
   bool writable_;
-  bool little_endian_ = false;
+  ByteOrder byte_order_ = ByteOrder::kBig;
   std::uint32_t write_faults_ = 0;
   int first_error_ = 0;
   std::uint64_t position_ = 0;

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/base/ByteOrder.h"
 #include "platform/files/AppleDouble.h"
-#include "platform/files/ByteOrder.h"
 
 namespace vantorel {
 
@@ -13,10 +13,10 @@ FinderInfo FinderInfo::Load(const char* bytes) {
   FinderInfo info;
   std::copy_n(bytes + Finder::kType, info.type.size(), info.type.begin());
   std::copy_n(bytes + Finder::kCreator, info.creator.size(), info.creator.begin());
-  info.flags = Load16(bytes + Finder::kFlags, false);
-  info.location_v = static_cast<std::int16_t>(Load16(bytes + Finder::kLocationV, false));
-  info.location_h = static_cast<std::int16_t>(Load16(bytes + Finder::kLocationH, false));
-  info.folder = static_cast<std::int16_t>(Load16(bytes + Finder::kFolder, false));
+  info.flags = Load16(bytes + Finder::kFlags, ByteOrder::kBig);
+  info.location_v = static_cast<std::int16_t>(Load16(bytes + Finder::kLocationV, ByteOrder::kBig));
+  info.location_h = static_cast<std::int16_t>(Load16(bytes + Finder::kLocationH, ByteOrder::kBig));
+  info.folder = static_cast<std::int16_t>(Load16(bytes + Finder::kFolder, ByteOrder::kBig));
   info.script = static_cast<std::uint8_t>(bytes[Finder::kScript]);
   info.extended_flags = static_cast<std::uint8_t>(bytes[Finder::kExtendedFlags]);
   return info;
@@ -25,10 +25,10 @@ FinderInfo FinderInfo::Load(const char* bytes) {
 void FinderInfo::Store(char* bytes) const {
   std::copy_n(type.begin(), type.size(), bytes + Finder::kType);
   std::copy_n(creator.begin(), creator.size(), bytes + Finder::kCreator);
-  Store16(bytes + Finder::kFlags, flags, false);
-  Store16(bytes + Finder::kLocationV, static_cast<std::uint16_t>(location_v), false);
-  Store16(bytes + Finder::kLocationH, static_cast<std::uint16_t>(location_h), false);
-  Store16(bytes + Finder::kFolder, static_cast<std::uint16_t>(folder), false);
+  Store16(bytes + Finder::kFlags, flags, ByteOrder::kBig);
+  Store16(bytes + Finder::kLocationV, static_cast<std::uint16_t>(location_v), ByteOrder::kBig);
+  Store16(bytes + Finder::kLocationH, static_cast<std::uint16_t>(location_h), ByteOrder::kBig);
+  Store16(bytes + Finder::kFolder, static_cast<std::uint16_t>(folder), ByteOrder::kBig);
   bytes[Finder::kScript] = static_cast<char>(script);
   bytes[Finder::kExtendedFlags] = static_cast<char>(extended_flags);
 }

@@ -2,16 +2,13 @@
 #include "platform/files/FolderItem.h"
 
 #include <fcntl.h>
-#include <stdio.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <utility>
 
+#include "platform/files/FileCalls.h"
 #include "platform/files/SideFile.h"
 #include "platform/text/TextFunctions.h"
 
@@ -46,15 +43,6 @@ bool CanBeLeafName(std::string_view name) {
          name.find_first_of(std::string_view("/\0", 2)) == name.npos;
 }
 
-// Renames without replacing anything. 0, or the system's error number.
-int RenameToFree(const std::string& from, const std::string& to) {
-  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
-  if (errno != EINVAL && errno != ENOSYS) return errno;
-  // A file system without this: two steps have to do.
-  if (faccessat(AT_FDCWD, to.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0) return EEXIST;
-  return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
-}
-
 }  // namespace
 
 FolderItem::FolderItem(std::string path) : path_(Normalised(std::move(path))) {}
@@ -79,9 +67,9 @@ Ref<FolderItem> FolderItem::TrueChild(const String& name) const {
 Ref<FolderItem> FolderItem::Child(const String& name) const {
   Ref<FolderItem> child = TrueChild(name);
   if (!child || !child->Alias()) return child;
-  const std::unique_ptr<char, decltype(&std::free)> target(realpath(child->path_.c_str(), nullptr),
-                                                           &std::free);
-  return target ? New<FolderItem>(std::string(target.get())) : child;
+  std::error_code failure;
+  const std::filesystem::path target = std::filesystem::canonical(child->path_, failure);
+  return failure ? child : New<FolderItem>(target.string());
 }
 
 Ref<FolderItem> FolderItem::Parent() const {
@@ -104,13 +92,13 @@ void FolderItem::SetName(const String& name) {
   if (!renamed || renamed->path_ == path_) return;
   const std::string side_file = SideFile::PathFor(path_);
   const std::string new_side_file = SideFile::PathFor(renamed->path_);
-  const int side_error = RenameToFree(side_file, new_side_file);
+  const int side_error = Rename(AT_FDCWD, side_file, new_side_file, IfTaken::kRefuse);
   if (side_error != 0 && side_error != ENOENT) return;
-  if (RenameToFree(path_, renamed->path_) == 0) {
+  if (Rename(AT_FDCWD, path_, renamed->path_, IfTaken::kRefuse) == 0) {
     path_ = renamed->path_;
     no_side_file_at_.reset();
   } else if (side_error == 0) {
-    RenameToFree(new_side_file, side_file);
+    Rename(AT_FDCWD, new_side_file, side_file, IfTaken::kRefuse);
   }
 }
 

@@ -5,8 +5,6 @@
 #include <limits>
 #include <string>
 
-#include "platform/files/ByteOrder.h"
-
 namespace vantorel {
 
 // calloc maps a large block without touching it; asked for no bytes, it might give nothing.
@@ -17,7 +15,8 @@ std::unique_ptr<std::uint8_t, MemoryBlock::Free> MemoryBlock::Allocate(std::size
 }
 
 MemoryBlock::MemoryBlock(std::int32_t size)
-    : size_(std::max(size, 0)), little_endian_(std::endian::native == std::endian::little) {
+    : size_(std::max(size, 0)),
+      byte_order_(std::endian::native == std::endian::little ? ByteOrder::kLittle : ByteOrder::kBig) {
   if (size >= 0) bytes_ = Allocate(static_cast<std::size_t>(size));
   if (!bytes_) RaiseOutOfMemoryException();
 }
@@ -51,17 +50,17 @@ void MemoryBlock::SetShort(std::int32_t offset, std::int32_t value) {
 }
 
 std::uint16_t MemoryBlock::UShort(std::int32_t offset) const {
-  return Load16(At(offset, 2), little_endian_);
+  return Load16(At(offset, 2), byte_order_);
 }
 void MemoryBlock::SetUShort(std::int32_t offset, std::int32_t value) {
-  Store16(At(offset, 2), static_cast<std::uint16_t>(value), little_endian_);
+  Store16(At(offset, 2), static_cast<std::uint16_t>(value), byte_order_);
 }
 
 std::int32_t MemoryBlock::Long(std::int32_t offset) const {
-  return static_cast<std::int32_t>(Load32(At(offset, 4), little_endian_));
+  return static_cast<std::int32_t>(Load32(At(offset, 4), byte_order_));
 }
 void MemoryBlock::SetLong(std::int32_t offset, std::int32_t value) {
-  Store32(At(offset, 4), static_cast<std::uint32_t>(value), little_endian_);
+  Store32(At(offset, 4), static_cast<std::uint32_t>(value), byte_order_);
 }
 
 String MemoryBlock::StringValue(std::int32_t offset, std::int32_t length,

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string_view>
 
+#include "platform/base/ByteOrder.h"
 #include "platform/base/Ref.h"
 #include "platform/text/String.h"
 
@@ -19,8 +20,8 @@ class MemoryBlock : public Object {
   explicit MemoryBlock(std::int32_t size);
 
   std::int32_t Size() const { return size_; }
-  bool LittleEndian() const { return little_endian_; }
-  void SetLittleEndian(bool value) { little_endian_ = value; }
+  bool LittleEndian() const { return byte_order_ == ByteOrder::kLittle; }
+  void SetLittleEndian(bool value) { byte_order_ = value ? ByteOrder::kLittle : ByteOrder::kBig; }
 
   std::uint8_t Byte(std::int32_t offset) const;
   void SetByte(std::int32_t offset, std::int32_t value);
@@ -53,7 +54,7 @@ class MemoryBlock : public Object {
 
   std::unique_ptr<std::uint8_t, Free> bytes_;
   std::int32_t size_ = 0;
-  bool little_endian_;
+  ByteOrder byte_order_;
 };
 
 // A zero-filled block, or nil when memory is short or the size is negative or beyond 2^31 - 1. Costs no

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/run/Descriptor.h"
+#include "platform/base/Descriptor.h"
 #include "platform/run/DescriptorWatch.h"
 #include "platform/run/LoopTimer.h"
 #include "platform/run/Resolver.h"

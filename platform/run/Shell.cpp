@@ -12,7 +12,7 @@
 #include <map>
 #include <memory>
 
-#include "platform/run/Descriptor.h"
+#include "platform/base/Descriptor.h"
 #include "platform/run/DescriptorWatch.h"
 #include "platform/run/System.h"
 

@@ -4,6 +4,7 @@
 
 #include "platform/text/CharacterUnits.h"
 #include "platform/text/TextFunctions.h"
+#include "platform/text/Utf8.h"
 
 namespace vantorel {
 namespace {
@@ -24,31 +25,6 @@ std::size_t Before(std::int32_t position) {
 
 std::size_t BytesBefore(const String& text, std::int32_t position) {
   return BytesOfCharacters(text.view(), UnitsOf(text), Before(position));
-}
-
-// Code point of the well-formed UTF-8 character `bytes`; the first byte of anything else.
-std::int32_t Utf8CodePoint(std::string_view bytes) {
-  const auto lead = static_cast<unsigned char>(bytes[0]);
-  const std::size_t width = lead < 0xC2 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 1;
-  if (width == 1 || bytes.size() != width) return lead;
-  std::int32_t code = lead & (0x7F >> width);
-  for (const char c : bytes.substr(1)) code = code << 6 | (static_cast<unsigned char>(c) & 0x3F);
-  return code;
-}
-
-std::string Utf8Bytes(std::uint32_t code) {
-  if (code < 0x80) return {static_cast<char>(code)};
-  std::string bytes;
-  std::uint32_t lead_mark = 0x80;
-  std::uint32_t lead_limit = 0x40;
-  while (code >= lead_limit) {
-    bytes.insert(bytes.begin(), static_cast<char>(0x80 | (code & 0x3F)));
-    code >>= 6;
-    lead_mark = lead_mark >> 1 | 0x80;
-    lead_limit = lead_limit == 0x40 ? 0x20 : lead_limit >> 1;
-  }
-  bytes.insert(bytes.begin(), static_cast<char>(lead_mark | code));
-  return bytes;
 }
 
 }  // namespace
@@ -99,7 +75,11 @@ String LTrim(const String& text) {
 std::int32_t Asc(const String& text) {
   if (text.empty()) return 0;
   const String first = Left(text, 1);
-  if (UnitsOf(text) == TextEncoding::Units::kUtf8) return Utf8CodePoint(first.view());
+  if (UnitsOf(text) == TextEncoding::Units::kUtf8) {
+    const Utf8Character character = FirstUtf8Character(first.view());
+    const bool sound = character.length == first.size();
+    return sound ? static_cast<std::int32_t>(character.code) : static_cast<unsigned char>(first.view()[0]);
+  }
   std::int32_t code = 0;
   for (const char c : first.view()) code = code << 8 | static_cast<unsigned char>(c);
   return code;

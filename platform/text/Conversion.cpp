@@ -2,7 +2,6 @@
 // kept, since opening one costs more than converting a name.
 #include <iconv.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <map>
@@ -10,6 +9,7 @@
 
 #include "platform/text/CharacterUnits.h"
 #include "platform/text/TextFunctions.h"
+#include "platform/text/Utf8.h"
 
 namespace vantorel {
 namespace {
@@ -66,10 +66,6 @@ class Converter {
 Converter& ConverterFor(const TextEncoding& from, const TextEncoding& to) {
   static std::map<std::pair<std::int32_t, std::int32_t>, Converter> converters;
   return converters.try_emplace({from.code(), to.code()}, from, to).first->second;
-}
-
-bool IsAscii(std::string_view bytes) {
-  return std::all_of(bytes.begin(), bytes.end(), [](char c) { return (c & 0x80) == 0; });
 }
 
 }  // namespace

@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/run/Descriptor.h"
+#include "platform/base/Descriptor.h"
 
 namespace vantorel::testing {
 

@@ -12,21 +12,18 @@
 #include <fstream>
 #include <utility>
 
+#include "platform/files/FileCalls.h"
 #include "tools/publish/PublishError.h"
 
 namespace vantorel::publish {
 namespace {
 
-[[noreturn]] void FailWithErrno(const std::string& path) {
-  throw PublishError(ExitCode::kFileError, path + ": " + std::strerror(errno));
+[[noreturn]] void Fail(const std::string& path, int error) {
+  throw PublishError(ExitCode::kFileError, path + ": " + std::strerror(error));
 }
 
-void Sync(const std::string& path) {
-  const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor < 0) FailWithErrno(path);
-  const bool synced = fsync(descriptor) == 0;
-  close(descriptor);
-  if (!synced) FailWithErrno(path);
+[[noreturn]] void FailWithErrno(const std::string& path) {
+  Fail(path, errno);
 }
 
 }  // namespace
@@ -35,21 +32,17 @@ OutputFolder::OutputFolder(std::string path) : path_(std::move(path)) {
   std::error_code error;
   std::filesystem::create_directories(path_, error);
   if (error) throw PublishError(ExitCode::kFileError, path_ + ": " + error.message());
-  folder_ = open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (folder_ < 0) FailWithErrno(path_);
-  if (flock(folder_, LOCK_EX | LOCK_NB) == 0) return;
-  const int cause = errno;
-  close(folder_);
-  if (cause == EWOULDBLOCK)
+  folder_ = Descriptor(open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!folder_.IsOpen()) FailWithErrno(path_);
+  if (flock(folder_.Number(), LOCK_EX | LOCK_NB) == 0) return;
+  if (errno == EWOULDBLOCK)
     throw PublishError(ExitCode::kFileError, path_ + ": another run publishes in it right now");
-  errno = cause;
   FailWithErrno(path_);
 }
 
 OutputFolder::~OutputFolder() {
   for (auto placed = placed_.rbegin(); placed != placed_.rend(); ++placed) TakeBack(*placed);
   for (const std::string& name : drafts_) unlink(DraftOf(name).c_str());
-  close(folder_);
 }
 
 std::string OutputFolder::Draft(const std::string& name) {
@@ -70,11 +63,11 @@ void OutputFolder::WriteDraft(const std::string& name, std::string_view content)
 void OutputFolder::Place(const std::vector<std::string>& names) {
   for (const std::string& name : names) {
     const std::string draft = DraftOf(name);
-    Sync(draft);
+    if (const int error = SyncPath(draft)) Fail(draft, error);
     if (chmod(draft.c_str(), 0644) != 0) FailWithErrno(draft);
   }
   for (const std::string& name : names) PlaceDraft(name);
-  if (fsync(folder_) != 0) FailWithErrno(path_);
+  if (fsync(folder_.Number()) != 0) FailWithErrno(path_);
 }
 
 void OutputFolder::PlaceDraft(const std::string& name) {

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/base/Descriptor.h"
+
 namespace vantorel::publish {
 
 class OutputFolder {
@@ -40,7 +42,7 @@ class OutputFolder {
   void TakeBack(const Placed& placed) const;
 
   std::string path_;
-  int folder_ = -1;
+  Descriptor folder_;
   std::vector<std::string> drafts_;
   std::vector<Placed> placed_;
 };

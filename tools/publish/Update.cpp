@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "platform/text/TextFunctions.h"
+#include "platform/text/Utf8.h"
 #include "tools/publish/Application.h"
 #include "tools/publish/OutputFolder.h"
 #include "tools/publish/PublishError.h"
@@ -31,35 +32,15 @@ void CheckVersion(const std::string& version) {
   if (!plain) Refuse("the version holds a blank or a control character, which a launcher would compare too");
 }
 
-// The length of the UTF-8 character that begins at `at`, 0 if none does (RFC 3629).
-std::size_t Utf8Length(const std::string& text, std::size_t at) {
-  const auto byte = [&](std::size_t i) {
-    return at + i < text.size() ? static_cast<unsigned char>(text[at + i]) : 0U;
-  };
-  const unsigned lead = byte(0);
-  if (lead < 0x80) return 1;
-  const std::size_t length = lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) return 0;
-  }
-  const unsigned second = byte(1);
-  if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F)) return 0;
-  if ((lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F)) return 0;
-  return length;
-}
-
 std::string ReadNotes(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
   std::string notes{std::istreambuf_iterator<char>(stream), {}};
   if (!stream.is_open() || stream.bad()) throw PublishError(ExitCode::kFileError, path + ": cannot be read");
-  for (std::size_t at = 0; at < notes.size();) {
-    const std::size_t length = Utf8Length(notes, at);
-    if (length == 0) {
-      const auto line = 1 + std::count(notes.begin(), notes.begin() + static_cast<std::ptrdiff_t>(at), '\n');
-      Refuse(path + ": line " + std::to_string(line) +
-             " is not UTF-8, the encoding in which launchers show the notes");
-    }
-    at += length;
+  const std::size_t sound = SoundUtf8(notes);
+  if (sound < notes.size()) {
+    const auto line = 1 + std::count(notes.begin(), notes.begin() + static_cast<std::ptrdiff_t>(sound), '\n');
+    Refuse(path + ": line " + std::to_string(line) +
+           " is not UTF-8, the encoding in which launchers show the notes");
   }
   return notes;
 }

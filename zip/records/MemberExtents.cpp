@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "platform/base/LittleEndian.h"
-#include "zip/records/FileBytes.h"
+#include "platform/files/FileCalls.h"
 #include "zip/records/FormatError.h"
 #include "zip/records/ZipRecords.h"
 

@@ -9,7 +9,7 @@
 #include <system_error>
 
 #include "platform/base/LittleEndian.h"
-#include "zip/records/FileBytes.h"
+#include "platform/files/FileCalls.h"
 #include "zip/records/FormatError.h"
 #include "zip/records/ZipRecords.h"
 
@@ -47,12 +47,10 @@ bool IsZip64End(int file, std::uint64_t at, std::uint64_t count, std::uint32_t s
   if (count < Zip64EndRecord::kSize + Zip64Locator::kSize) return false;
   const std::string record = ReadAt(file, at, Zip64EndRecord::kSize);
   const std::string locator = ReadAt(file, at + count - Zip64Locator::kSize, Zip64Locator::kSize);
-  const auto field = [&](std::int32_t offset) {
-    return std::uint64_t{Get32(record, offset + 4)} << 32U | Get32(record, offset);
-  };
   return Get32(record, 0) == Zip64EndRecord::kMagic && Get32(locator, 0) == Zip64Locator::kMagic &&
-         field(Zip64EndRecord::kSizeOfRest) == count - Zip64Locator::kSize - Zip64EndRecord::kRest &&
-         field(Zip64EndRecord::kDirectorySize) == size && field(Zip64EndRecord::kDirectoryOffset) == start;
+         Get64(record, Zip64EndRecord::kSizeOfRest) == count - Zip64Locator::kSize - Zip64EndRecord::kRest &&
+         Get64(record, Zip64EndRecord::kDirectorySize) == size &&
+         Get64(record, Zip64EndRecord::kDirectoryOffset) == start;
 }
 
 // Cuts the first record off `bytes`.

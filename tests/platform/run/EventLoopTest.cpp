@@ -11,8 +11,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "platform/base/Descriptor.h"
 #include "platform/run/BackgroundTask.h"
-#include "platform/run/Descriptor.h"
 #include "platform/run/DescriptorWatch.h"
 #include "platform/run/LoopTimer.h"
 

@@ -23,7 +23,7 @@ String FileSource::Read(std::int32_t count) {
   std::string bytes(std::min<std::uint64_t>(static_cast<std::uint64_t>(count), left_), '\0');
   ssize_t got = 0;
   do {
-    got = read(file_.Get(), bytes.data(), bytes.size());
+    got = read(file_.Number(), bytes.data(), bytes.size());
   } while (got < 0 && errno == EINTR);
   if (got < 0) error_ = errno;
   bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));

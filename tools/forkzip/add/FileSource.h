@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "tools/forkzip/cli/FileBytes.h"
+#include "platform/base/Descriptor.h"
 #include "zip/extract/SeqDataInputStream.h"
 
 namespace vantorel::forkzip {

@@ -9,6 +9,7 @@
 #include <cerrno>
 
 #include "platform/base/Arithmetic.h"
+#include "platform/base/Descriptor.h"
 #include "platform/base/LittleEndian.h"
 #include "platform/files/FolderItem.h"
 #include "platform/text/TextFunctions.h"

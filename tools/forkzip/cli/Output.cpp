@@ -4,7 +4,7 @@
 
 #include <cerrno>
 
-#include "tools/forkzip/cli/FileBytes.h"
+#include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Problems.h"
 

@@ -1,37 +1,14 @@
 #include "tools/forkzip/cli/Printable.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 
 #include "platform/text/TextFunctions.h"
+#include "platform/text/Utf8.h"
 
 namespace vantorel::forkzip {
 
 namespace {
-
-struct Character {
-  std::uint32_t code;
-  std::size_t length;  // in bytes; 0 if the bytes are no character
-};
-
-// The UTF-8 character at the front of `text`, which is not empty.
-Character FirstCharacter(std::string_view text) {
-  const auto byte = [&](std::size_t i) { return static_cast<std::uint8_t>(text[i]); };
-  const std::uint8_t lead = byte(0);
-  if (lead < 0x80) return {lead, 1};
-  const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-  if (lead < 0xC2 || lead > 0xF4 || text.size() < length) return {0, 0};
-  std::uint32_t code = lead & (0x7FU >> length);
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0U) != 0x80) return {0, 0};
-    code = code << 6U | (byte(i) & 0x3FU);
-  }
-  constexpr std::array<std::uint32_t, 5> kLeast = {0, 0, 0x80, 0x800, 0x10000};
-  const bool surrogate = code >= 0xD800 && code < 0xE000;
-  if (code < kLeast[length] || surrogate || code > 0x10FFFF) return {0, 0};
-  return {code, length};
-}
 
 bool MayBeShown(std::uint32_t code) {
   const bool control = code < 0x20 || (code >= 0x7F && code < 0xA0);
@@ -46,7 +23,7 @@ std::string Printable(std::string_view text) {
   std::string shown;
   shown.reserve(text.size());
   while (!text.empty()) {
-    const Character character = FirstCharacter(text);
+    const Utf8Character character = FirstUtf8Character(text);
     const std::size_t length = character.length == 0 ? 1 : character.length;
     if (character.length != 0 && MayBeShown(character.code)) {
       shown += text.substr(0, length);
@@ -61,19 +38,6 @@ std::string Printable(std::string_view text) {
     text.remove_prefix(length);
   }
   return shown;
-}
-
-bool IsAscii(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<std::uint8_t>(c) < 0x80; });
-}
-
-bool IsUtf8(std::string_view text) {
-  while (!text.empty()) {
-    const Character character = FirstCharacter(text);
-    if (character.length == 0) return false;
-    text.remove_prefix(character.length);
-  }
-  return true;
 }
 
 bool IsInUtf8(const String& text) {

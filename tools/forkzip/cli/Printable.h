@@ -12,10 +12,6 @@ namespace vantorel::forkzip {
 // writing, and bytes that are not UTF-8 come out as \xNN.
 std::string Printable(std::string_view text);
 
-bool IsAscii(std::string_view text);
-// Whether `text` is sound UTF-8.
-bool IsUtf8(std::string_view text);
-
 // Whether a text is labelled UTF-8, or has no label.
 bool IsInUtf8(const String& text);
 // The bytes of a text in UTF-8. What is labelled UTF-8 already passes unchanged, sound or not.

@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "platform/base/LittleEndian.h"
+#include "platform/files/FileCalls.h"
+#include "tools/forkzip/cli/FileBytes.h"
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/edit/MemberRecords.h"
@@ -66,7 +68,7 @@ ArchiveEdit::ArchiveEdit(const Options& options, Target target)
     : options_(options), path_(RealPath(options.archive)) {
   if (target == Target::kExisting) {
     original_ = OpenLocked(path_);
-    fstat(original_.Get(), &original_status_);
+    fstat(original_.Number(), &original_status_);
   }
   // Also so that a stray is not among what is added.
   Draft::RemoveStray(path_);
@@ -76,8 +78,8 @@ ArchiveEdit::ArchiveEdit(const Options& options, Target target)
 void ArchiveEdit::Open() {
   // The engine tells best why something is no archive.
   archive_ = OpenForReading(path_, options_.encoding);
-  before_ = RawDirectory::Read(original_.Get());
-  Preflight::CheckDirectory(original_.Get(), before_);
+  before_ = RawDirectory::Read(original_.Number());
+  Preflight::CheckDirectory(original_.Number(), before_);
   CheckSameMembersSeen();
 }
 
@@ -101,28 +103,28 @@ void ArchiveEdit::KeepMembers() {
   begun_ = true;
   if (options_.in_place) return;
   draft_.emplace(path_);
-  if (original_.IsOpen()) CopyBytes(original_.Get(), 0, draft_->File(), 0, before_.start);
+  if (original_.IsOpen()) CopyBytes(original_.Number(), 0, draft_->File(), 0, before_.start);
 }
 
 void ArchiveEdit::MakeRoomBehindMembers() {
   // Left in the middle, bytes that belong to no member would keep other programs from reading the archive.
-  before_.start = EndOfMembers(original_.Get(), before_);
+  before_.start = EndOfMembers(original_.Number(), before_);
   KeepMembers();
 }
 
 void ArchiveEdit::MoveTogether(RawDirectory& kept) {
   begun_ = true;
-  const std::vector<MemberExtent> extents = ExtentsOf(original_.Get(), kept);
+  const std::vector<MemberExtent> extents = ExtentsOf(original_.Number(), kept);
   if (options_.in_place) {
     // Holes in the file take room once they are written to.
     const std::uint64_t gap = BeginOfGaps(extents);
-    FillHoles(original_.Get(), gap, before_.start - gap);
+    FillHoles(original_.Number(), gap, before_.start - gap);
     // The offsets of what has been moved are those of the old directory too, if the rest fails.
-    kept.start = CloseGaps(original_.Get(), extents, before_.records);
+    kept.start = CloseGaps(original_.Number(), extents, before_.records);
     kept.records = before_.records;
   } else {
     draft_.emplace(path_);
-    kept.start = CopyTogether(original_.Get(), extents, draft_->File(), kept.records);
+    kept.start = CopyTogether(original_.Number(), extents, draft_->File(), kept.records);
   }
 }
 
@@ -140,8 +142,8 @@ void ArchiveEdit::Commit(const RawDirectory& after) {
 void ArchiveEdit::Undo() {
   if (!options_.in_place || !begun_ || DirectoryIsThere()) return;
   try {
-    before_.Write(original_.Get());
-    Sync(original_.Get());
+    before_.Write(original_.Number());
+    Sync(original_.Number());
   } catch (const std::exception& fault) {
     throw Failure(ExitCode::kFileError, "its old directory cannot be put back: " + std::string(fault.what()));
   }
@@ -150,14 +152,14 @@ void ArchiveEdit::Undo() {
 bool ArchiveEdit::DirectoryIsThere() const {
   struct stat status {};
   const std::string bytes = before_.Bytes();
-  return fstat(original_.Get(), &status) == 0 &&
+  return fstat(original_.Number(), &status) == 0 &&
          static_cast<std::uint64_t>(status.st_size) >= before_.start + bytes.size() &&
-         ReadAt(original_.Get(), before_.start, bytes.size()) == bytes;
+         ReadAt(original_.Number(), before_.start, bytes.size()) == bytes;
 }
 
 void ArchiveEdit::CheckOriginalIsUnchanged() const {
   struct stat now {};
-  const bool same = IsNamed(original_.Get(), path_) && fstat(original_.Get(), &now) == 0 &&
+  const bool same = IsNamed(original_.Number(), path_) && fstat(original_.Number(), &now) == 0 &&
                     now.st_size == original_status_.st_size &&
                     now.st_mtim.tv_sec == original_status_.st_mtim.tv_sec &&
                     now.st_mtim.tv_nsec == original_status_.st_mtim.tv_nsec;

@@ -10,8 +10,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/base/Descriptor.h"
 #include "platform/base/Ref.h"
-#include "tools/forkzip/cli/FileBytes.h"
 #include "tools/forkzip/cli/Options.h"
 #include "tools/forkzip/edit/Draft.h"
 #include "zip/archive/ZipArchive.h"
@@ -31,8 +31,8 @@ class ArchiveEdit {
   const RawDirectory& Before() const { return before_; }
   const Ref<ZipArchive>& Archive() const { return archive_; }
   // The files that the old members lie in and the new ones are written to. In place they are one file.
-  int From() const { return original_.Get(); }
-  int To() const { return draft_ ? draft_->File() : original_.Get(); }
+  int From() const { return original_.Number(); }
+  int To() const { return draft_ ? draft_->File() : original_.Number(); }
 
   // Before anything is written comes one of these three. All members stay where they are:
   void KeepMembers();

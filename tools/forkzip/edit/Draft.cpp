@@ -11,6 +11,7 @@
 #include <filesystem>
 
 #include "platform/compress/Crc32.h"
+#include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/read/OpenArchive.h"
 
@@ -49,13 +50,6 @@ bool SameFile(const struct stat& a, const struct stat& b) {
   return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-// So that the new name lasts as well.
-void SyncFolderOf(const std::string& path) {
-  const std::filesystem::path folder = std::filesystem::path(path).parent_path();
-  const Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (opened.IsOpen()) fsync(opened.Get());
-}
-
 }  // namespace
 
 bool Draft::RemoveStray(const std::string& path) {
@@ -63,7 +57,7 @@ bool Draft::RemoveStray(const std::string& path) {
   const Descriptor stray(open(draft.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   if (!stray.IsOpen() && errno == ENOENT) return true;
   // While its lock is held, no other run takes the name away and gives it to a draft of its own.
-  if (stray.IsOpen() && !(TryLock(stray.Get()) && IsNamed(stray.Get(), draft))) return false;
+  if (stray.IsOpen() && !(TryLock(stray.Number()) && IsNamed(stray.Number(), draft))) return false;
   unlink(draft.c_str());
   return true;
 }
@@ -72,32 +66,32 @@ Draft::Draft(const std::string& path) : target_(path), path_(DraftOf(path)) {
   if (!RemoveStray(path)) FailAsInUse();
   file_ = Descriptor(open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kPrivate));
   if (!file_.IsOpen()) Fail("no new file can be made beside it: " + path_, errno);
-  if (!TryLock(file_.Get()) || !IsNamed(file_.Get(), path_)) FailAsInUse();
+  if (!TryLock(file_.Number()) || !IsNamed(file_.Number(), path_)) FailAsInUse();
 }
 
 Draft::~Draft() {
-  if (!placed_ && IsNamed(file_.Get(), path_)) unlink(path_.c_str());
+  if (!placed_ && IsNamed(file_.Number(), path_)) unlink(path_.c_str());
 }
 
 void Draft::PutInPlace(bool replace) {
-  Sync(file_.Get());
-  if (!IsNamed(file_.Get(), path_)) {
+  Sync(file_.Number());
+  if (!IsNamed(file_.Number(), path_)) {
     throw Failure(ExitCode::kFileError, "another program took the new file away; nothing is changed");
   }
-  const int error = Rename(AT_FDCWD, path_, target_, replace);
+  const int error = Rename(AT_FDCWD, path_, target_, replace ? IfTaken::kReplace : IfTaken::kRefuse);
   if (error != 0) Fail("the new archive cannot be put in its place", error);
   placed_ = true;
-  SyncFolderOf(target_);
+  SyncPath(std::filesystem::path(target_).parent_path());  // so that the new name lasts as well
 }
 
 Descriptor OpenLocked(const std::string& path) {
   while (true) {
     Descriptor file = OpenRegularFile(path, O_RDWR);
-    if (!TryLock(file.Get())) FailAsInUse();
+    if (!TryLock(file.Number())) FailAsInUse();
     struct stat opened {};
     struct stat named {};
     // Whoever held the lock before may have renamed a new archive to the path since it was opened.
-    if (fstat(file.Get(), &opened) == 0 && stat(path.c_str(), &named) == 0 && SameFile(opened, named)) {
+    if (fstat(file.Number(), &opened) == 0 && stat(path.c_str(), &named) == 0 && SameFile(opened, named)) {
       return file;
     }
   }

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "tools/forkzip/cli/FileBytes.h"
+#include "platform/base/Descriptor.h"
 
 namespace vantorel::forkzip {
 
@@ -22,7 +22,7 @@ class Draft {
   Draft(const Draft&) = delete;
   Draft& operator=(const Draft&) = delete;
 
-  int File() const { return file_.Get(); }
+  int File() const { return file_.Number(); }
 
   // Syncs the draft and renames it to the archive's name, over what is there only if `replace` is set. Raises
   // Failure, and then what is there stays.

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "platform/base/LittleEndian.h"
+#include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/FileBytes.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/edit/MemberRecords.h"

@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 
+#include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/FileBytes.h"
 
 namespace vantorel::forkzip {

@@ -3,7 +3,7 @@
 #include <sys/stat.h>
 
 #include "platform/base/LittleEndian.h"
-#include "tools/forkzip/cli/FileBytes.h"
+#include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "zip/records/ZipRecords.h"

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/extract/Provisional.h"
 
@@ -30,7 +31,7 @@ Destination::Destination(const std::string& root, bool clear) : root_path_(root)
 }
 
 int Destination::Folder(std::span<const std::string> components) {
-  if (components.empty()) return root_.Get();
+  if (components.empty()) return root_.Number();
   const std::size_t known = current_components_.size();
   const bool below = known <= components.size() && current_.IsOpen() &&
                      std::equal(current_components_.begin(), current_components_.end(), components.begin());
@@ -39,10 +40,10 @@ int Destination::Folder(std::span<const std::string> components) {
     current_.Close();
   }
   for (std::size_t i = current_components_.size(); i < components.size(); ++i) {
-    current_ = Step(i == 0 ? root_.Get() : current_.Get(), components.first(i + 1));
+    current_ = Step(i == 0 ? root_.Number() : current_.Number(), components.first(i + 1));
     current_components_.push_back(components[i]);
   }
-  return current_.Get();
+  return current_.Number();
 }
 
 // Opens the last of the components in the folder `parent`.
@@ -67,7 +68,7 @@ Descriptor Destination::Step(int parent, std::span<const std::string> components
 bool Destination::HasFolder(std::span<const std::string> components) const {
   std::string path = ".";
   for (const std::string& component : components) path += "/" + component;
-  return S_ISDIR(KindOf(root_.Get(), path));
+  return S_ISDIR(KindOf(root_.Number(), path));
 }
 
 std::string Destination::PathOf(std::span<const std::string> components) const {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/forkzip/cli/FileBytes.h"
+#include "platform/base/Descriptor.h"
 
 namespace vantorel::forkzip {
 

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <span>
 
+#include "platform/files/FileCalls.h"
 #include "platform/files/SideFile.h"
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Printable.h"
@@ -50,7 +51,7 @@ void SetTimes(int folder, const std::string& name, std::time_t time) {
 int ReplaceByLink(const std::string& target, int folder, const std::string& name) {
   const std::string made = ProvisionalName();
   if (symlinkat(target.c_str(), folder, made.c_str()) != 0) return errno;
-  const int error = Rename(folder, made, name, true);
+  const int error = Rename(folder, made, name, IfTaken::kReplace);
   if (error != 0) unlinkat(folder, made.c_str(), 0);
   return error;
 }

@@ -6,8 +6,8 @@
 #include <functional>
 #include <utility>
 
+#include "platform/files/FileCalls.h"
 #include "platform/files/SideFile.h"
-#include "tools/forkzip/cli/FileBytes.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/extract/FileSink.h"
 #include "tools/forkzip/extract/Provisional.h"
@@ -133,12 +133,14 @@ void FileExtraction::TakePlaces() {
   const std::string side_file = SideFile::PathFor(name_);
   const bool has_side_file = KindOf(folder_, staging_.Below(side_file)) != 0;
   if (has_side_file) side_files_.CheckSideFile(folder_, destination_.PathOf(folders_), name_);
-  if (const int error = Rename(folder_, staging_.Below(name_), name_, ways_.overwrite)) {
+  if (const int error = Rename(folder_, staging_.Below(name_), name_,
+                               ways_.overwrite ? IfTaken::kReplace : IfTaken::kRefuse)) {
     FailToPlace(folder_, name_, error, ways_.overwrite);
   }
   side_files_.NoteMember(folder_, name_);
   if (!has_side_file) return;
-  if (const int error = Rename(folder_, staging_.Below(side_file), side_file, ways_.overwrite)) {
+  if (const int error = Rename(folder_, staging_.Below(side_file), side_file,
+                               ways_.overwrite ? IfTaken::kReplace : IfTaken::kRefuse)) {
     throw Failure(ExitCode::kFileError, WithCause("its Mac data cannot be written to " + side_file, error));
   }
   side_files_.NoteSideFile(folder_, name_);

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/compress/Crc32.h"
+#include "platform/files/FileCalls.h"
 #include "tools/forkzip/extract/Provisional.h"
 
 namespace vantorel::forkzip {
@@ -73,7 +74,9 @@ bool FileSink::Keep(std::optional<std::time_t> modified, const std::string& stag
     return false;
   if (!WriteOut(pending_) || !Complete(modified)) return false;
   if (present_name_ != place) {
-    if (const int error = Rename(folder_, present_name_, place, replace_)) return Fail(error);
+    if (const int error =
+            Rename(folder_, present_name_, place, replace_ ? IfTaken::kReplace : IfTaken::kRefuse))
+      return Fail(error);
   }
   present_name_.clear();
   return true;
@@ -97,7 +100,7 @@ bool FileSink::CreateInPlace(const std::string& name) {
 }
 
 bool FileSink::WriteOut(std::string_view bytes) {
-  const int error = WriteAll(file_.Get(), bytes);
+  const int error = WriteAll(file_.Number(), bytes);
   return error == 0 || Fail(error);
 }
 
@@ -105,9 +108,9 @@ bool FileSink::WriteOut(std::string_view bytes) {
 bool FileSink::Complete(std::optional<std::time_t> modified) {
   if (modified) {
     const std::array<timespec, 2> times = {timespec{*modified, 0}, timespec{*modified, 0}};
-    if (futimens(file_.Get(), times.data()) != 0) return Fail(errno);
+    if (futimens(file_.Number(), times.data()) != 0) return Fail(errno);
   }
-  if (mode_ && fchmod(file_.Get(), *mode_) != 0) return Fail(errno);
+  if (mode_ && fchmod(file_.Number(), *mode_) != 0) return Fail(errno);
   if (const int error = file_.Close()) return Fail(error);
   return true;
 }

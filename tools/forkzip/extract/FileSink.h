@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "tools/forkzip/cli/FileBytes.h"
+#include "platform/base/Descriptor.h"
 #include "zip/extract/SeqDataOutputStream.h"
 
 namespace vantorel::forkzip {

@@ -3,8 +3,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include "platform/files/FileCalls.h"
 #include "platform/files/SideFile.h"
-#include "tools/forkzip/cli/FileBytes.h"
 #include "tools/forkzip/cli/Problems.h"
 
 namespace vantorel::forkzip {

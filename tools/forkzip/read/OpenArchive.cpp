@@ -57,7 +57,7 @@ Descriptor OpenRegularFile(const std::string& path, int flags) {
     throw Failure(code, WithCause(writing ? "cannot be opened for writing" : "cannot be opened", errno));
   }
   struct stat status {};
-  if (fstat(file.Get(), &status) == 0 && !S_ISREG(status.st_mode)) {
+  if (fstat(file.Number(), &status) == 0 && !S_ISREG(status.st_mode)) {
     throw Failure(ExitCode::kFileError, S_ISDIR(status.st_mode) ? "is a folder" : "is not a regular file");
   }
   return file;
@@ -73,10 +73,10 @@ void PrepareForManyMembers(int file) {
 
 Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encoding) {
   const Descriptor file = OpenRegularFile(path, O_RDONLY);
-  PrepareForManyMembers(file.Get());
+  PrepareForManyMembers(file.Number());
   Ref<ZipArchive> archive = NewArchive(encoding);
   if (!archive->Open(GetFolderItem(String::Bytes(path)), false, archive->d->archiveEncoding) &&
-      !OpenWithoutMembers(*archive, path, file.Get())) {
+      !OpenWithoutMembers(*archive, path, file.Number())) {
     throw Failure(ExitCode::kBadArchive, Utf8(archive->ErrorMessage()));
   }
   return archive;

@@ -3,8 +3,8 @@
 
 #include <string>
 
+#include "platform/base/Descriptor.h"
 #include "platform/base/Ref.h"
-#include "tools/forkzip/cli/FileBytes.h"
 #include "zip/archive/ZipArchive.h"
 
 namespace vantorel::forkzip {

@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 namespace vantorel {
@@ -19,10 +20,12 @@ class Descriptor {
   }
 
   bool IsOpen() const { return number_ >= 0; }
+  // Negative if it is not open.
   int Number() const { return number_; }
-  void Close() {
-    if (number_ >= 0) close(std::exchange(number_, -1));
-  }
+  // Gives the descriptor away.
+  int Release() { return std::exchange(number_, -1); }
+  // 0, or the error that closing told.
+  int Close() { return !IsOpen() || close(std::exchange(number_, -1)) == 0 ? 0 : errno; }
 
  private:
   int number_ = -1;
