@@ -70,16 +70,6 @@ Converter& ConverterFor(const TextEncoding& from, const TextEncoding& to) {
 
 }  // namespace
 
-Ref<TextEncoding> Encoding(const String& text) {
-  return text.encoding_;
-}
-
-String DefineEncoding(const String& text, const Ref<TextEncoding>& encoding) {
-  String labelled = text;
-  labelled.encoding_ = encoding;
-  return labelled;
-}
-
 String ConvertEncoding(const String& text, const Ref<TextEncoding>& encoding) {
   if (encoding == nil) return text;
   const Ref<TextEncoding> from = Encoding(text) ? Encoding(text) : Encodings::SystemDefault();

@@ -1,8 +1,10 @@
-// String: an immutable run of bytes with an optional encoding label. Copies share the bytes. The empty
-// string and an unset one are the same thing. An unlabelled string is binary: its characters are its bytes.
+// String: an immutable run of bytes with an optional encoding label. Copies share the bytes, and so do copies
+// under another label. The empty string and an unset one are the same thing. An unlabelled string is binary:
+// its characters are its bytes. A string of 4 GiB or more raises OutOfMemoryException.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -22,8 +24,7 @@ class String {
   String(String&& other) noexcept
       : buffer_(std::move(other.buffer_)),
         offset_(std::exchange(other.offset_, 0)),
-        length_(std::exchange(other.length_, 0)),
-        encoding_(std::move(other.encoding_)) {}
+        length_(std::exchange(other.length_, 0)) {}
   String& operator=(const String&) = default;
   String& operator=(String&& other) noexcept;
   ~String() = default;
@@ -35,7 +36,7 @@ class String {
 
   // The bytes. Valid while this String lives unchanged, or another that shares its bytes.
   std::string_view view() const {
-    return buffer_ ? std::string_view(buffer_->bytes.data() + offset_, length_) : std::string_view();
+    return buffer_ ? std::string_view(buffer_->begin + offset_, length_) : std::string_view();
   }
   std::size_t size() const { return length_; }
   bool empty() const { return length_ == 0; }
@@ -58,18 +59,39 @@ class String {
   friend Ref<TextEncoding> Encoding(const String& text);
   friend String DefineEncoding(const String& text, const Ref<TextEncoding>& encoding);
 
-  struct Buffer : Object {
-    explicit Buffer(std::string bytes_in) : bytes(std::move(bytes_in)) {}
-    std::string bytes;
+  // Bytes and their label. The bytes are the buffer's own, or those of another under another label.
+  class Buffer : public Object {
+   public:
+    Buffer(std::string bytes_in, const Ref<TextEncoding>& encoding_in);
+    Buffer(const Ref<Buffer>& owner_in, const Ref<TextEncoding>& encoding_in);
+    ~Buffer() override;
+
+    // These bytes under a label. Strings that are relabelled one by one, as the names of a directory are,
+    // share what comes of it.
+    Ref<Buffer> Labelled(const Ref<TextEncoding>& label);
+    // Whether bytes may be appended: they are this buffer's own, and only one String refers to them.
+    bool MayGrow() const { return !owner && !IsShared(); }
+
+    const char* begin;
+    std::string bytes;  // empty if there is an owner
+    Ref<TextEncoding> encoding;
+    Ref<Buffer> owner;
+
+   private:
+    Buffer* relabelled_ = nullptr;  // of an owner: the last one made of it, while that lives
   };
 
-  // Appends bytes from elsewhere to the buffer, which no other String shares.
+  explicit String(Ref<Buffer> buffer, std::size_t offset, std::size_t length)
+      : buffer_(std::move(buffer)),
+        offset_(static_cast<std::uint32_t>(offset)),
+        length_(static_cast<std::uint32_t>(length)) {}
+  const Ref<TextEncoding>& Label() const;
+  // Appends bytes from elsewhere to the buffer, which may grow.
   void AppendInPlace(std::string_view bytes);
 
-  Ref<Buffer> buffer_;
-  std::size_t offset_ = 0;
-  std::size_t length_ = 0;
-  Ref<TextEncoding> encoding_;
+  Ref<Buffer> buffer_;  // nil only if there are neither bytes nor a label
+  std::uint32_t offset_ = 0;
+  std::uint32_t length_ = 0;
 };
 
 }  // namespace vantorel

@@ -1,9 +1,10 @@
-// The central directory read in large pieces. What Read gives shares the bytes of its piece, so that the
-// names of an archive cost no memory beyond the directory itself.
+// The central directory read in large pieces. The records share the bytes of their piece, so that an
+// archive's members cost no memory for them beyond the directory itself.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "platform/files/BinaryStream.h"
 #include "platform/text/String.h"
@@ -16,13 +17,15 @@ class DirectoryWindow {
   // further.
   DirectoryWindow(BinaryStream& stream, std::uint64_t end);
 
-  // The next `count` bytes; fewer at the end of the file. Not held back by `end`.
-  String Read(std::int32_t count);
-  // Where the next Read begins.
+  // The next record; cut at the end of the file, but with a whole fixed part, filled up with zeros if need
+  // be. Not held back by `end`.
+  String ReadRecord();
+  // Where the next record begins.
   std::uint64_t Position() const { return position_; }
 
  private:
-  void Refill(std::size_t count);
+  // What lies ahead, `count` bytes of it where the file has them.
+  std::string_view Ahead(std::size_t count);
 
   BinaryStream& stream_;
   std::uint64_t end_;

@@ -10,7 +10,10 @@ bool ZipArchiveData::isFakeEntry(const Ref<MemoryBlock>& header, std::int32_t lo
   if ((flags & ZipFlags::kDataDescriptor) == 0) return false;
   if (localFlags == -1) {
     const std::int32_t local_header = header->Long(CentralHeader::kLocalHeaderOffset);
-    zipStream->SetPosition(ToPosition(AddSInt32(local_header, LocalHeader::kFlags)));
+    // One of 2^31 and above stays beyond the file.
+    const std::int32_t flags_at =
+        local_header < 0 ? local_header : AddSInt32(local_header, LocalHeader::kFlags);
+    zipStream->SetPosition(ToPosition(flags_at));
     localFlags = zipStream->ReadShort();
   }
   // The local word is signed: one with its highest bit set matches nothing.

@@ -20,6 +20,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 #include "platform/base/Ref.h"
@@ -212,6 +213,7 @@ class ZipArchive : public Object {
   bool FindEndRecord();
   bool ReadEndRecord(std::int32_t& count, std::int32_t& size);
   bool ReadRecords(std::int32_t count, std::int32_t size);
+  bool CheckRecord(std::string_view record);
 };
 
 }  // namespace vantorel

@@ -1,6 +1,7 @@
 // The reader of the end record and of the central directory. The order of the checks is part of its contract.
 #include <algorithm>
 #include <string_view>
+#include <typeinfo>
 
 #include "platform/base/Arithmetic.h"
 #include "platform/run/BackgroundTask.h"
@@ -19,13 +20,6 @@ constexpr auto kSignatureSize = static_cast<std::int32_t>(kEndSignature.size());
 // Bytes before the last possible place of an end record that are searched for one: its comment and a little
 // more.
 constexpr std::int64_t kEndSearchRange = 65560;
-
-Ref<MemoryBlock> HeaderBlock(const String& bytes) {
-  Ref<MemoryBlock> header = New<MemoryBlock>(CentralHeader::kSize);
-  header->SetLittleEndian(true);
-  header->SetStringValue(0, CentralHeader::kSize, bytes);
-  return header;
-}
 
 }  // namespace
 
@@ -83,6 +77,18 @@ bool ZipArchive::ReadEndRecord(std::int32_t& count, std::int32_t& size) {
   return true;
 }
 
+bool ZipArchive::CheckRecord(std::string_view record) {
+  if (Get32(record, CentralHeader::kSignature) != CentralHeader::kMagic) {
+    return Fail("Central Directory is corrupted");
+  }
+  if (Get16(record, CentralHeader::kVersionNeeded) > kZipFormatVersion) {
+    return Fail(
+        "Archive was written in a newer format than what this software supports (it supports up to v2.0 "
+        "archives)");
+  }
+  return true;
+}
+
 // The records are bounded by the directory's size alone, not by their announced count.
 bool ZipArchive::ReadRecords(std::int32_t count, std::int32_t size) {
   if (count == 0 && size <= 0) return true;
@@ -94,31 +100,27 @@ bool ZipArchive::ReadRecords(std::int32_t count, std::int32_t size) {
 
   d->entries_1.reserve(d->entries_1.size() + static_cast<std::size_t>(count));
   DirectoryWindow window(*d->zipStream, end);
-  const Ref<ZipExtraField> no_extra = MakeZipExtraField("");
+  const bool own_fields = typeid(*this) != typeid(ZipArchive);  // which may make extra fields of its own
   // A record with an empty field takes over the one of the record before: name and comment live outside the
   // loop.
   String name;
   String comment;
   do {
-    const Ref<MemoryBlock> header = HeaderBlock(window.Read(CentralHeader::kSize));
-    if (header->Long(CentralHeader::kSignature) != CentralHeader::kMagic) {
-      return Fail("Central Directory is corrupted");
-    }
-    if (header->UShort(CentralHeader::kVersionNeeded) > kZipFormatVersion) {
-      return Fail(
-          "Archive was written in a newer format than what this software supports (it supports up to v2.0 "
-          "archives)");
-    }
-    const std::int32_t name_length = header->UShort(CentralHeader::kNameLength);
-    if (name_length > 0) name = window.Read(name_length);
-    const std::int32_t extra_length = header->UShort(CentralHeader::kExtraLength);
-    const Ref<ZipExtraField> extra =
-        extra_length > 0 ? MakeZipExtraField(window.Read(extra_length)) : no_extra;
-    extra->Lock();
-    const std::int32_t comment_length = header->UShort(CentralHeader::kCommentLength);
-    if (comment_length > 0) comment = window.Read(comment_length);
+    const String record = window.ReadRecord();
+    if (!CheckRecord(record.view())) return false;
+    const std::uint32_t name_length = Get16(record.view(), CentralHeader::kNameLength);
+    const std::uint32_t extra_length = Get16(record.view(), CentralHeader::kExtraLength);
+    const std::uint32_t comment_length = Get16(record.view(), CentralHeader::kCommentLength);
+    const std::uint32_t extra_offset = CentralHeader::kSize + name_length;
+    if (name_length > 0) name = record.Slice(CentralHeader::kSize, name_length);
+    if (comment_length > 0) comment = record.Slice(extra_offset + extra_length, comment_length);
 
-    d->entries_1.push_back(New<ZipEntry>(d, header, name, extra, comment));
+    const Ref<ZipEntry> entry = New<ZipEntry>(d, record, name, comment);
+    if (own_fields) {
+      entry->extra = MakeZipExtraField(record.Slice(extra_offset, extra_length));
+      entry->extra->Lock();
+    }
+    d->entries_1.push_back(entry);
     if (count == 0) centralDirCorrupted = true;
     --count;
     RuntimeBackgroundTask();

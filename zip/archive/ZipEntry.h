@@ -1,9 +1,12 @@
 // One member of an archive. Its core is the central file header as it stands in the file: accessors read the
 // block in place and setters write there, so that the directory writer can put it back as it is. An entry
-// outlives the closing of its archive; then only what needs the file fails, with a message in errmsg.
+// outlives the closing of its archive; then only what needs the file fails, with a message in errmsg. Header,
+// extra field and gzip header are made when someone asks for them, for each entry its own: a directory of
+// tens of thousands of members then costs little more than its bytes. Where memory for them is short they
+// raise OutOfMemoryException.
 //
 // The operations lie in
-//   ZipEntry.cpp            construction, z_setup, z_setAppleDoubleEntry
+//   ZipEntry.cpp            construction, parts made on demand, z_setup, z_setAppleDoubleEntry
 //   ZipEntryFields.cpp      accessors over the header block, comment, extra fields
 //   ZipEntryNames.cpp       RawPath, Name, GetPath, SameRawPath, z_checkRawPath, z_origEncoded…
 //   ZipEntryTimes.cpp       Time, UTCOffsetInMinutes, z_ulongToDouble
@@ -20,6 +23,7 @@
 #include "platform/files/FolderItem.h"
 #include "platform/files/MemoryBlock.h"
 #include "platform/text/String.h"
+#include "zip/archive/OnDemand.h"
 #include "zip/archive/ZipArchiveData.h"
 #include "zip/archive/ZipPath.h"
 #include "zip/write/ZipExtraField.h"
@@ -33,15 +37,23 @@ class SeqDataOutputStream;
 enum class DataEnd : std::uint8_t { kSound, kGoesOn, kFaulty };
 
 class ZipEntry : public Object {
+  // The parts that are made on demand.
+  Ref<MemoryBlock> MakeHeader() const;
+  Ref<ZipExtraField> MakeExtra() const;
+  Ref<MemoryBlock> MakeZlibPrefix() const;
+
  public:
-  String sysEncComment;          // the comment as text, in the archive's encoding
-  String zipEncName;             // the name as stored: bytes without a label
-  Ref<MemoryBlock> header;       // the 46-byte central header (CentralHeader), little-endian
-  Ref<ZipExtraField> extra;      // the central extra field, locked; never nil
-  Ref<MemoryBlock> zlib_prefix;  // the gzip header that goes ahead of deflated data; shared, never written
-  String errmsg;                 // message of the last failure; not cleared by a success
-  ZipPath path;                  // the name split at "/"
-  bool isFolder = false;         // the name ends in "/"
+  String sysEncComment;  // the comment as text, in the archive's encoding
+  String zipEncName;     // the name as stored: bytes without a label
+  // The 46-byte central header (CentralHeader), little-endian.
+  OnDemand<ZipEntry, MemoryBlock, &ZipEntry::MakeHeader> header{*this};
+  // The central extra field, locked.
+  OnDemand<ZipEntry, ZipExtraField, &ZipEntry::MakeExtra> extra{*this};
+  // The gzip header that goes ahead of deflated data.
+  OnDemand<ZipEntry, MemoryBlock, &ZipEntry::MakeZlibPrefix> zlib_prefix{*this};
+  String errmsg;          // message of the last failure; not cleared by a success
+  ZipPath path;           // the name split at "/"
+  bool isFolder = false;  // the name ends in "/"
   static constexpr double maxIntPlus1 = 2147483648.0;
   Ref<ZipArchiveData> d;                   // the shared state of the archive
   String sysEncName;                       // the name as text, in the archive's encoding: the raw path
@@ -73,7 +85,16 @@ class ZipEntry : public Object {
   // `header_block` and `extra_field` may be nil; `name` and `comment` are stored bytes.
   ZipEntry(const Ref<ZipArchiveData>& data, const Ref<MemoryBlock>& header_block, const String& name,
            const Ref<ZipExtraField>& extra_field, const String& comment);
+  // Of a record as it stands in the directory, which holds the extra field; the other texts may be another's.
+  ZipEntry(const Ref<ZipArchiveData>& data, const String& record, const String& name, const String& comment);
   ~ZipEntry() override;
+
+  // As header->UShort and header->Long, without the making of a block.
+  std::uint16_t HeaderUShort(std::int32_t offset) const;
+  std::int32_t HeaderLong(std::int32_t offset) const;
+  // The bytes of zlib_prefix and of extra, likewise.
+  String ZlibPrefix() const;
+  String ExtraBytes() const;
 
   // Decompresses the member and throws the bytes away. False with a message if it is damaged.
   virtual bool Verify();
@@ -83,7 +104,6 @@ class ZipEntry : public Object {
   // a message on a fault.
   virtual bool z_unzip(const Ref<SeqDataOutputStream>& data_out, const Ref<SeqDataOutputStream>& rsrc_out,
                        bool mac_binary, bool header_only, Ref<MemoryBlock>& header_block);
-  // Raises OutOfMemoryException.
   virtual void z_setup();
   virtual String ErrorMessage();
   // Where this member belongs below `root`. The folders on the way are made, the item itself is not. nil if a
@@ -163,6 +183,9 @@ class ZipEntry : public Object {
   // Gives the item what goes with the member, from the first source there is: the header block, whose dates
   // count too; the extra field; the name.
   void ApplyMacAttributes(const Ref<FolderItem>& item, const Ref<MemoryBlock>& header_block);
+
+ private:
+  String record_;  // what header and extra are made of; empty for an entry that comes from no directory
 };
 
 }  // namespace vantorel

@@ -13,19 +13,19 @@ constexpr std::int32_t kTextFileBit = 1;
 }  // namespace
 
 std::int32_t ZipEntry::CompressedSize() {
-  return header->Long(CentralHeader::kCompressedSize);
+  return HeaderLong(CentralHeader::kCompressedSize);
 }
 
 std::int32_t ZipEntry::Size() {
-  return header->Long(CentralHeader::kUncompressedSize);
+  return HeaderLong(CentralHeader::kUncompressedSize);
 }
 
 std::int32_t ZipEntry::CompressionMethod() {
-  return header->UShort(CentralHeader::kMethod);
+  return HeaderUShort(CentralHeader::kMethod);
 }
 
 std::int32_t ZipEntry::OSMadeBy() {
-  return header->Byte(CentralHeader::kOSMadeBy);
+  return HeaderUShort(CentralHeader::kVersionMadeBy) >> 8;
 }
 
 void ZipEntry::SetOSMadeBy(std::int32_t value) {
@@ -33,7 +33,7 @@ void ZipEntry::SetOSMadeBy(std::int32_t value) {
 }
 
 std::int32_t ZipEntry::ExternalFileAttributes() {
-  return header->Long(CentralHeader::kExternalAttributes);
+  return HeaderLong(CentralHeader::kExternalAttributes);
 }
 
 void ZipEntry::SetExternalFileAttributes(std::int32_t value) {
@@ -41,15 +41,15 @@ void ZipEntry::SetExternalFileAttributes(std::int32_t value) {
 }
 
 bool ZipEntry::IsEncrypted() {
-  return (header->UShort(CentralHeader::kFlags) & ZipFlags::kEncrypted) != 0;
+  return (HeaderUShort(CentralHeader::kFlags) & ZipFlags::kEncrypted) != 0;
 }
 
 bool ZipEntry::IsTextFile() {
-  return (header->UShort(CentralHeader::kInternalAttributes) & kTextFileBit) != 0;
+  return (HeaderUShort(CentralHeader::kInternalAttributes) & kTextFileBit) != 0;
 }
 
 void ZipEntry::SetTextFileFlag(bool flag) {
-  const std::int32_t others = header->UShort(CentralHeader::kInternalAttributes) & ~kTextFileBit;
+  const std::int32_t others = HeaderUShort(CentralHeader::kInternalAttributes) & ~kTextFileBit;
   header->SetUShort(CentralHeader::kInternalAttributes, flag ? others | kTextFileBit : others);
 }
 
@@ -108,7 +108,7 @@ Ref<ZipExtraField> ZipEntry::ExtraField() {
   }
   BinaryStream& stream = *d->zipStream;
   const std::uint64_t before = stream.Position();
-  const std::uint64_t local_header = ToPosition(header->Long(CentralHeader::kLocalHeaderOffset));
+  const std::uint64_t local_header = ToPosition(HeaderLong(CentralHeader::kLocalHeaderOffset));
   stream.SetPosition(local_header);
   if (stream.ReadLong() != LocalHeader::kMagic) {
     stream.SetPosition(before);

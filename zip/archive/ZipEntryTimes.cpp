@@ -7,8 +7,8 @@
 namespace vantorel {
 
 Ref<Date> ZipEntry::Time() {
-  const std::int32_t time = header->UShort(CentralHeader::kTime);
-  const std::int32_t date = header->UShort(CentralHeader::kDate);
+  const std::int32_t time = HeaderUShort(CentralHeader::kTime);
+  const std::int32_t date = HeaderUShort(CentralHeader::kDate);
   if (time == 0 && date == 0) return nil;
   Ref<Date> result = New<Date>();
   result->SetDay(date & 31);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/base/LittleEndian.h"
 #include "platform/text/TextFunctions.h"
 #include "zip/extract/ZipBinaryStreamReader.h"
 
@@ -13,21 +14,18 @@ constexpr std::int32_t kEndOfMember = 1;
 
 // What ends a gzip member (RFC 1952): its sum and size.
 String GzipTrailer(std::int32_t crc, std::int32_t size) {
-  const Ref<MemoryBlock> trailer = New<MemoryBlock>(8);
-  trailer->SetLittleEndian(true);
-  trailer->SetLong(0, crc);
-  trailer->SetLong(4, size);
-  return trailer->StringValue(0, trailer->Size());
+  return String::Bytes(LittleEndian32(static_cast<std::uint32_t>(crc)) +
+                       LittleEndian32(static_cast<std::uint32_t>(size)));
 }
 
 }  // namespace
 
 MemberSource::MemberSource(const Ref<BinaryStream>& stream, std::int32_t compressed_size,
-                           const Ref<MemoryBlock>& gzip_header, std::int32_t crc, std::int32_t size)
+                           const String& gzip_header, std::int32_t crc, std::int32_t size)
     : stream_(stream) {
-  const String prefix = gzip_header->StringValue(0, gzip_header->Size());
   const String suffix = GzipTrailer(crc, size);
-  inflate_ = New<ZStream>(false, nil, New<ZipBinaryStreamReader>(stream, compressed_size, prefix, suffix));
+  inflate_ =
+      New<ZStream>(false, nil, New<ZipBinaryStreamReader>(stream, compressed_size, gzip_header, suffix));
 }
 
 String MemberSource::Read(std::int32_t count) {

@@ -6,7 +6,6 @@
 
 #include "platform/compress/ZStream.h"
 #include "platform/files/BinaryStream.h"
-#include "platform/files/MemoryBlock.h"
 #include "zip/archive/ZipEntry.h"
 
 namespace vantorel {
@@ -17,8 +16,8 @@ class MemberSource {
   MemberSource(const Ref<BinaryStream>& stream, std::int32_t size) : stream_(stream), left_(size) {}
   // A deflated member of `compressed_size` bytes. `gzip_header`, `crc` and `size` make it a gzip member, so
   // that reading its last byte checks the sum.
-  MemberSource(const Ref<BinaryStream>& stream, std::int32_t compressed_size,
-               const Ref<MemoryBlock>& gzip_header, std::int32_t crc, std::int32_t size);
+  MemberSource(const Ref<BinaryStream>& stream, std::int32_t compressed_size, const String& gzip_header,
+               std::int32_t crc, std::int32_t size);
 
   // Up to `count` bytes; fewer at the end and on a fault.
   String Read(std::int32_t count);

@@ -11,7 +11,7 @@ namespace vantorel {
 UnzipRun::Step UnzipRun::ReadLocalHeader() {
   const Ref<BinaryStream> stream = archive_.zipStream;
   if (!stream) return Fail("Archive is closed");
-  const std::int32_t local_header = entry_.header->Long(CentralHeader::kLocalHeaderOffset);
+  const std::int32_t local_header = entry_.HeaderLong(CentralHeader::kLocalHeaderOffset);
   stream->SetPosition(ToPosition(local_header));
   if (stream->ReadLong() != LocalHeader::kMagic)
     return Fail("Invalid Local File Header signature (archive appears to be severely corrupted)");
@@ -46,20 +46,19 @@ UnzipRun::Step UnzipRun::ChooseHeaderLook() {
 }
 
 UnzipRun::Step UnzipRun::CheckConsistency() {
-  const MemoryBlock& header = *entry_.header;
   if ((flags_ & ZipFlags::kDataDescriptor) != 0) {
-    crc_ = header.Long(CentralHeader::kCrc);
-    compressed_size_ = header.Long(CentralHeader::kCompressedSize);
-    size_ = header.Long(CentralHeader::kUncompressedSize);
+    crc_ = entry_.HeaderLong(CentralHeader::kCrc);
+    compressed_size_ = entry_.HeaderLong(CentralHeader::kCompressedSize);
+    size_ = entry_.HeaderLong(CentralHeader::kUncompressedSize);
     if (is_apple_double_ && size_ < AppleDoubleHeader::kSize) {
       if (header_only_) return Step::kSucceed;
       return Fail("The AppleDouble header is too short (<82 bytes)");
     }
   }
-  const bool same_flags = static_cast<std::uint16_t>(flags_) == header.UShort(CentralHeader::kFlags);
-  if (method_ != header.UShort(CentralHeader::kMethod) || crc_ != header.Long(CentralHeader::kCrc) ||
-      compressed_size_ != entry_.CompressedSize() || size_ != entry_.Size() ||
-      (!same_flags && !archive_.isFakeEntry(entry_.header, flags_)))
+  const bool same_flags = static_cast<std::uint16_t>(flags_) == entry_.HeaderUShort(CentralHeader::kFlags);
+  if (method_ != entry_.HeaderUShort(CentralHeader::kMethod) ||
+      crc_ != entry_.HeaderLong(CentralHeader::kCrc) || compressed_size_ != entry_.CompressedSize() ||
+      size_ != entry_.Size() || (!same_flags && !archive_.isFakeEntry(entry_.header, flags_)))
     return Fail("File Headers mismatch");
   if ((flags_ & ZipFlags::kEncrypted) != 0) return Fail("Unsupported format (encrypted)");
   return Step::kGoOn;
@@ -69,7 +68,7 @@ UnzipRun::Step UnzipRun::SetUpDecompression() {
   if (method_ == ZipMethod::kStored) {
     source_.emplace(archive_.zipStream, size_);
   } else if (method_ == ZipMethod::kDeflated) {
-    source_.emplace(archive_.zipStream, compressed_size_, entry_.zlib_prefix, crc_, size_);
+    source_.emplace(archive_.zipStream, compressed_size_, entry_.ZlibPrefix(), crc_, size_);
     if (source_->Fault() != 0) return Fail(source_->FaultMessage());
   } else {
     return Fail("Unsupported compression method (" + Str(method_) + ")");

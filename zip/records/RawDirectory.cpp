@@ -59,9 +59,7 @@ std::string_view TakeRecord(std::string_view& bytes) {
       Get32(bytes, CentralHeader::kSignature) != CentralHeader::kMagic) {
     FailAsCorrupt();
   }
-  const std::size_t size = std::size_t{CentralHeader::kSize} + Get16(bytes, CentralHeader::kNameLength) +
-                           Get16(bytes, CentralHeader::kExtraLength) +
-                           Get16(bytes, CentralHeader::kCommentLength);
+  const std::size_t size = CentralRecordSize(bytes);
   if (bytes.size() < size) FailAsCorrupt();
   const std::string_view record = bytes.substr(0, size);
   bytes.remove_prefix(size);
@@ -101,14 +99,6 @@ void RawRecord::SetFlags(std::uint32_t flags) {
 void RawRecord::SetName(std::string_view name) {
   bytes_.replace(CentralHeader::kSize, Name().size(), name);
   bytes_.replace(CentralHeader::kNameLength, 2, LittleEndian16(static_cast<std::uint32_t>(name.size())));
-}
-
-RawDirectory::Announcement RawDirectory::Announced(int file) {
-  const std::string tail = Tail(file, LengthOf(file));
-  const std::size_t at = FindEndRecord(tail);
-  if (at == std::string::npos) return {};
-  const std::string_view end_record = std::string_view(tail).substr(at);
-  return {Get16(end_record, EndRecord::kEntriesTotal), Get32(end_record, EndRecord::kDirectorySize)};
 }
 
 RawDirectory RawDirectory::Read(int file) {

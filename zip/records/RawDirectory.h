@@ -40,12 +40,6 @@ struct RawDirectory {
   std::uint32_t announced = 0;  // the count in the end record
   std::uint64_t unknown = 0;    // bytes between the records and the end record that are no Zip64 record
 
-  struct Announcement {
-    std::uint32_t members = 0;
-    std::uint32_t bytes = 0;  // of the records
-  };
-  // What the end record says; nothing of it is checked. 0 if there is no such record.
-  static Announcement Announced(int file);
   // Reads the directory that the engine would find. Raises FormatError if it is damaged.
   static RawDirectory Read(int file);
   // The records and the end record, as they stand from `start` on.

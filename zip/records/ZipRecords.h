@@ -4,6 +4,9 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
+
+#include "platform/base/LittleEndian.h"
 
 namespace vantorel {
 
@@ -17,7 +20,6 @@ inline constexpr std::int32_t kVersionNeeded = 4;
 inline constexpr std::int32_t kFlags = 6;
 inline constexpr std::int32_t kMethod = 8;
 inline constexpr std::int32_t kTime = 10;
-inline constexpr std::int32_t kDate = 12;
 inline constexpr std::int32_t kCrc = 14;
 inline constexpr std::int32_t kCompressedSize = 18;
 inline constexpr std::int32_t kUncompressedSize = 22;
@@ -44,7 +46,6 @@ inline constexpr std::int32_t kUncompressedSize = 24;
 inline constexpr std::int32_t kNameLength = 28;
 inline constexpr std::int32_t kExtraLength = 30;
 inline constexpr std::int32_t kCommentLength = 32;
-inline constexpr std::int32_t kDiskStart = 34;
 inline constexpr std::int32_t kInternalAttributes = 36;
 inline constexpr std::int32_t kExternalAttributes = 38;
 inline constexpr std::int32_t kLocalHeaderOffset = 42;
@@ -53,12 +54,18 @@ inline constexpr std::int32_t kLocalHeaderOffset = 42;
 inline constexpr std::int32_t kSharedSize = kCrc - kVersionNeeded;
 }  // namespace CentralHeader
 
+// The size of a whole record of the directory: fixed part, name, extra field and comment. REQUIRES: the fixed
+// part lies within `record`.
+inline std::uint32_t CentralRecordSize(std::string_view record) {
+  return static_cast<std::uint32_t>(CentralHeader::kSize) + Get16(record, CentralHeader::kNameLength) +
+         Get16(record, CentralHeader::kExtraLength) + Get16(record, CentralHeader::kCommentLength);
+}
+
 // Behind the central directory, at the end of the file but for the archive comment.
 namespace EndRecord {
 inline constexpr std::int32_t kMagic = 0x06054B50;
 inline constexpr std::int32_t kSize = 22;
 
-inline constexpr std::int32_t kSignature = 0;
 inline constexpr std::int32_t kDiskNumber = 4;
 inline constexpr std::int32_t kDirectoryDisk = 6;
 inline constexpr std::int32_t kEntriesOnDisk = 8;

@@ -27,23 +27,28 @@ Strings Shown(const OpenedZip& zip) {
 }
 
 TEST(Companions, AreFolded) {
-  const std::tuple<const char*, Strings, Strings, bool> cases[] = {
-      {"a file", {"a", "__MACOSX/", "__MACOSX/._a"}, {"a <- __MACOSX/._a"}, true},
-      {"a folder", {"d/", "__MACOSX/d/", "__MACOSX/._d"}, {"d/ <- __MACOSX/._d"}, true},
-      {"beside its file, without the folder", {"d/f", "d/._f"}, {"d/f <- d/._f"}, true},
-      {"in front of its file", {"__MACOSX/._a", "a"}, {"a <- __MACOSX/._a"}, true},
-      {"a name with umlauts", {"ä/ö", "__MACOSX/ä/._ö"}, {"ä/ö <- __MACOSX/ä/._ö"}, true},
-      {"in a folder of another case", {"a", "__macosx/._a"}, {"a <- __macosx/._a"}, true},
-      {"of two the one behind", {"a", "._a", "__MACOSX/._a"}, {"a <- __MACOSX/._a", "._a"}, true},
-      {"of two files with one name the later", {"a", "a", "._a"}, {"a", "a <- ._a"}, true},
+  const struct {
+    const char* name;
+    Strings members;
+    Strings shown;
+    bool ditto = true;
+  } cases[] = {
+      {"a file", {"a", "__MACOSX/", "__MACOSX/._a"}, {"a <- __MACOSX/._a"}},
+      {"a folder", {"d/", "__MACOSX/d/", "__MACOSX/._d"}, {"d/ <- __MACOSX/._d"}},
+      {"beside its file, without the folder", {"d/f", "d/._f"}, {"d/f <- d/._f"}},
+      {"in front of its file", {"__MACOSX/._a", "a"}, {"a <- __MACOSX/._a"}},
+      {"a name with umlauts", {"ä/ö", "__MACOSX/ä/._ö"}, {"ä/ö <- __MACOSX/ä/._ö"}},
+      {"in a folder of another case", {"a", "__macosx/._a"}, {"a <- __macosx/._a"}},
+      {"of two the one behind", {"a", "._a", "__MACOSX/._a"}, {"a <- __MACOSX/._a", "._a"}},
+      {"of two files with one name the later", {"a", "a", "._a"}, {"a", "a <- ._a"}},
       {"without a file it stays", {"b", "__MACOSX/._a"}, {"b", "__MACOSX/._a"}, false},
       {"the folder alone goes", {"a", "__MACOSX/"}, {"a"}, false},
       {"the folder in another case stays", {"a", "__macosx/"}, {"a", "__macosx/"}, false},
-      {"the last mark in the name counts", {"x/._d/f", "x/._d/._f"}, {"x/._d/f <- x/._d/._f"}, true},
+      {"the last mark in the name counts", {"x/._d/f", "x/._d/._f"}, {"x/._d/f <- x/._d/._f"}},
       {"an empty rest of the name", {"d/", "d/._"}, {"d/", "d/._"}, false},
-      {"names that differ in case only", {"n", "N", "._N", "._n"}, {"n <- ._n", "N <- ._N"}, true},
-      {"of a folder that goes itself", {"a", "__MACOSX/__MACOSX/._d", "__MACOSX/d/"}, {"a"}, true},
-      {"of a companion", {"x", "._x", "._._x"}, {"x <- ._x"}, true},
+      {"names that differ in case only", {"n", "N", "._N", "._n"}, {"n <- ._n", "N <- ._N"}},
+      {"of a folder that goes itself", {"a", "__MACOSX/__MACOSX/._d", "__MACOSX/d/"}, {"a"}},
+      {"of a companion", {"x", "._x", "._._x"}, {"x <- ._x"}},
   };
   for (const auto& [name, members, shown, ditto] : cases) {
     const OpenedZip zip(Ditto(members));

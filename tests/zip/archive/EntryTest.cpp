@@ -88,17 +88,38 @@ TEST(Entry, HandsOutOnlyALockedExtraField) {
 }
 
 TEST(Entry, KnowsFakeDuplicates) {
-  const std::tuple<const char*, std::uint32_t, std::uint32_t, bool> cases[] = {
-      {"bit 3 in the central header alone", 0x0008, 0x0000, true},
-      {"other flags equal", 0x0806, 0x0806 & ~8U, false},
-      {"bit 3 and other flags", 0x080E, 0x0806, true},
-      {"a data descriptor", 0x0008, 0x0008, false},
-      {"the highest local bit matches nothing", 0x8008, 0x8000, false},
+  const struct {
+    const char* name;
+    ZipMember member;
+    bool fake;
+  } cases[] = {
+      {"bit 3 in the central header alone", {.name = "a", .flags = 0x0008, .local_flags = 0x0000}, true},
+      {"other flags equal", {.name = "a", .flags = 0x0806, .local_flags = 0x0806}, false},
+      {"bit 3 and other flags", {.name = "a", .flags = 0x080E, .local_flags = 0x0806}, true},
+      {"a data descriptor", {.name = "a", .flags = 0x0008, .local_flags = 0x0008}, false},
+      {"the highest local bit matches nothing", {.name = "a", .flags = 0x8008, .local_flags = 0x8000}, false},
+      {"bytes 2 and 3 of the file, come to round 2^32",
+       {.name = "a", .flags = 0x040B, .local_offset = 0xFFFFFFFC},
+       false},
   };
-  for (const auto& [name, central, local, fake] : cases) {
-    const OpenedZip zip({{.name = "x"}, {.name = "a", .flags = central, .local_flags = local}});
+  for (const auto& [name, member, fake] : cases) {
+    const OpenedZip zip({{.name = "x"}, member});
     EXPECT_EQ(zip.archive->d->isFakeEntry(zip.archive->Entry(2)->z_Header(), -1), fake) << name;
   }
+}
+
+TEST(Entry, HoldsPartsOfItsOwn) {
+  const OpenedZip zip({{.name = "a", .comment = "note"}, {.name = "b"}});
+  const Ref<ZipEntry> a = zip.First();
+  const Ref<ZipEntry> b = zip.archive->Entry(2);
+  a->zlib_prefix->SetByte(0, 0);
+  a->extra->modTime = 7;
+  EXPECT_EQ(b->zlib_prefix->Byte(0), 31);
+  EXPECT_EQ(b->extra->modTime, 0);
+  EXPECT_EQ(a->z_Header().get(), a->header.Get().get()) << "the block itself";
+  a->z_Header()->SetLong(CentralHeader::kUncompressedSize, 12);
+  EXPECT_EQ(a->Size(), 12);
+  EXPECT_TRUE(a->extra->IsLocked());
 }
 
 TEST(Permissions, AreReadAndChangedThroughAReference) {

@@ -28,7 +28,11 @@ TEST(ExtraField, FindsTypeCreatorAndName) {
   const std::string other = ExtraRecordBytes(0x7875, "?");
   const std::string plain = Unnamed("ZPITTEXTttxt");
   const std::string beyond = Le16(0x7875) + Le16(99);
-  const std::tuple<const char*, std::string, const char*> cases[] = {
+  const struct {
+    const char* name;
+    std::string block;
+    const char* found;
+  } cases[] = {
       {"nothing", "", "-"},
       {"without a name", plain, "TEXT ttxt "},
       {"with a name", Named("ZPIT\4fileTEXTttxt"), "TEXT ttxt file"},
@@ -52,17 +56,23 @@ TEST(ExtraField, FindsTypeCreatorAndName) {
 }
 
 TEST(ExtraField, TakesTimesFromAUnixRecordThatStandsAlone) {
-  const std::tuple<const char*, std::string, bool, bool> cases[] = {
-      {"alone", UnixExtra(5, 6), true, true},
-      {"no access time", UnixExtra(0, 6), true, false},
-      {"with a record behind it", UnixExtra(5, 6) + ExtraRecordBytes(0x7875, "?"), false, false},
-      {"the longer local form", ExtraRecordBytes(0x5855, std::string(12, 'x')), false, false},
-      {"a ZPIT record of the same size", Unnamed("ZPITTEXT"), false, false},
+  enum Found { kNothing, kRecord, kRecordWithTimes };
+  const struct {
+    const char* name;
+    std::string block;
+    Found what;
+  } cases[] = {
+      {"alone", UnixExtra(5, 6), kRecordWithTimes},
+      {"no access time", UnixExtra(0, 6), kRecord},
+      {"with a record behind it", UnixExtra(5, 6) + ExtraRecordBytes(0x7875, "?"), kNothing},
+      {"the longer local form", ExtraRecordBytes(0x5855, std::string(12, 'x')), kNothing},
+      {"a ZPIT record of the same size", Unnamed("ZPITTEXT"), kNothing},
   };
-  for (const auto& [name, block, unix_only, has_times] : cases) {
+  for (const auto& [name, block, what] : cases) {
+    const bool has_times = what == kRecordWithTimes;
     std::int32_t access = -7, modification = -7;
     const Ref<ZipExtraField> field = Archive()->MakeZipExtraField(String::Bytes(block));
-    EXPECT_EQ(field->IsUnixType1Only(), unix_only) << name;
+    EXPECT_EQ(field->IsUnixType1Only(), what != kNothing) << name;
     EXPECT_EQ(field->GetUnixTimes(access, modification), has_times) << name;
     EXPECT_EQ(access * 10 + modification, has_times ? 56 : -77) << name;
   }
@@ -83,6 +93,24 @@ TEST(ExtraField, IsBuiltOfTextsOrOfWhatTheFileKnows) {
   EXPECT_EQ(Archive()->MakeZipExtraField(file, "")->AsData().view(), Unnamed("ZPITTEXTttxt"));
   EXPECT_EQ(Archive()->MakeZipExtraField(folder.Item(), ""), nil);
   EXPECT_NE(Archive()->MakeZipExtraField(folder.Item(), "name").get(), nullptr);
+}
+
+// Sees each block that the reader of a directory hands over.
+struct OwnFields : ZipArchive {
+  using ZipArchive::MakeZipExtraField;
+  Ref<ZipExtraField> MakeZipExtraField(const String& block) override {
+    blocks.emplace_back(block.view());
+    return ZipArchive::MakeZipExtraField(block);
+  }
+  Strings blocks;
+};
+
+TEST(ExtraField, IsMadeByAClassOfItsOwn) {
+  const ScratchFolder folder;
+  const auto archive = New<OwnFields>();
+  const std::string bytes = MakeZip({{.name = "a", .central_extra = "block"}, {"b"}, {"c"}});
+  ASSERT_TRUE(archive->Open(folder.Write("a.zip", bytes), false));
+  EXPECT_EQ(archive->blocks, (Strings{"block", "", ""}));
 }
 
 }  // namespace

@@ -5,25 +5,30 @@ namespace vantorel::testing {
 namespace {
 
 TEST(Names, AreSplitIntoComponents) {
-  const std::tuple<std::string, Strings, bool, bool> cases[] = {
-      {"a/b/", {"a", "b"}, true, false},
-      {"./a/./b", {"a", "b"}, false, false},
-      {"a/.", {"a", "."}, false, false},
-      {"a:b/c:d", {"ab", "cd"}, false, false},
-      {"a/:", {"a"}, false, false},
-      {"a/:/", {"a", ""}, true, false},
-      {"//", {"", ""}, true, false},
-      {"/a//b", {"", "a", "", "b"}, false, false},
-      {"../x", {"..", "x"}, false, false},
-      {":.:/a", {"a"}, false, false},
-      {"./__MAC:OSX/", {"__MACOSX"}, true, true},
-      {"__macosx/x", {"__macosx", "x"}, false, false},
-      {"dir/._x", {"dir", "._x"}, false, true},
-      {"._dir/", {"._dir"}, true, false},
-      {"._a/:", {"._a"}, false, false},
-      {"a:/:._b", {"a", "._b"}, false, true},
+  enum Form { kPlain, kCompanion };
+  const struct {
+    std::string name;
+    Strings components;
+    Form form = kPlain;
+  } cases[] = {
+      {"a/b/", {"a", "b"}},
+      {"./a/./b", {"a", "b"}},
+      {"a/.", {"a", "."}},
+      {"a:b/c:d", {"ab", "cd"}},
+      {"a/:", {"a"}},
+      {"a/:/", {"a", ""}},
+      {"//", {"", ""}},
+      {"/a//b", {"", "a", "", "b"}},
+      {"../x", {"..", "x"}},
+      {":.:/a", {"a"}},
+      {"./__MAC:OSX/", {"__MACOSX"}, kCompanion},
+      {"__macosx/x", {"__macosx", "x"}},
+      {"dir/._x", {"dir", "._x"}, kCompanion},
+      {"._dir/", {"._dir"}},
+      {"._a/:", {"._a"}},
+      {"a:/:._b", {"a", "._b"}, kCompanion},
   };
-  for (const auto& [name, components, folder, ditto] : cases) {
+  for (const auto& [name, components, form] : cases) {
     const OpenedZip zip({{name}});
     const Ref<ZipEntry> e = zip.First();
     std::vector<String> path(5, String("left over"));
@@ -32,8 +37,8 @@ TEST(Names, AreSplitIntoComponents) {
     for (const String& component : path) found.emplace_back(component.view());
     EXPECT_EQ(found, components) << name;
     EXPECT_EQ(e->Name().view(), components.back()) << name;
-    EXPECT_EQ(e->IsDirectory(), folder) << name;
-    EXPECT_EQ(e->z_hasDittoName, ditto) << name;
+    EXPECT_EQ(e->IsDirectory(), name.ends_with('/')) << name;
+    EXPECT_EQ(e->z_hasDittoName, form == kCompanion) << name;
     EXPECT_EQ(e->RawPath().view(), name);
   }
   for (const char* nothing : {"", ":", "./", "./:./"}) {

@@ -21,7 +21,11 @@ TEST(Opening, RefusesWhatItCannotRead) {
   ZipMember unsigned_record = kB;
   unsigned_record.central_magic = 0x02014B51;
   const std::string good = MakeZip({kA});
-  const std::tuple<const char*, std::string, const char*> cases[] = {
+  const struct {
+    const char* name;
+    std::string bytes;
+    const char* message;
+  } cases[] = {
       {"an empty file", "", kNoHeader},
       {"an end record alone", EndBytes({}, 0, 0, 0), kNoHeader},
       {"a prefix before the first member", "#!" + good, kNoHeader},
@@ -52,9 +56,13 @@ TEST(Opening, RefusesWhatItCannotRead) {
 }
 
 TEST(Opening, FindsTheEndRecordInReach) {
-  const std::tuple<const char*, ZipEnd, bool> cases[] = {
-      {"behind the longest comment", {.comment = std::string(65535, 'c')}, true},
-      {"as far from the end as the search goes", {.tail = std::string(65560, 'x')}, true},
+  const struct {
+    const char* name;
+    ZipEnd end;
+    bool opened = true;
+  } cases[] = {
+      {"behind the longest comment", {.comment = std::string(65535, 'c')}},
+      {"as far from the end as the search goes", {.tail = std::string(65560, 'x')}},
       {"of a refused archive, whose comment is told too", {.comment = "part 2", .disk = 1}, false},
   };
   for (const auto& [name, end, opened] : cases) {
@@ -65,14 +73,21 @@ TEST(Opening, FindsTheEndRecordInReach) {
 }
 
 TEST(Opening, CountsRecordsByTheSizeOfTheDirectory) {
-  const std::tuple<const char*, std::string, int, bool> cases[] = {
-      {"none", LocalRecord(kA) + EndBytes({}, 0, 0, 34), 0, true},
-      {"as announced", MakeZip({kA, kB}), 2, true},
-      {"more than announced: not to be changed", MakeZip({kA, kB}, {.entries_on_disk = 1}), 2, false},
-      {"fewer than announced", MakeZip({{std::string(60, 'n')}}, {.entries_on_disk = 2}), 1, true},
-      {"a last record that overruns the size", MakeZip({kA, kB}, {.directory_size = 93}), 2, true},
+  enum Changes { kRefused, kAllowed };
+  const struct {
+    const char* name;
+    std::string bytes;
+    int entries;
+    Changes changes = kAllowed;
+  } cases[] = {
+      {"none", LocalRecord(kA) + EndBytes({}, 0, 0, 34), 0},
+      {"as announced", MakeZip({kA, kB}), 2},
+      {"more than announced: not to be changed", MakeZip({kA, kB}, {.entries_on_disk = 1}), 2, kRefused},
+      {"fewer than announced", MakeZip({{std::string(60, 'n')}}, {.entries_on_disk = 2}), 1},
+      {"a last record that overruns the size", MakeZip({kA, kB}, {.directory_size = 93}), 2},
   };
-  for (const auto& [name, bytes, entries, writable] : cases) {
+  for (const auto& [name, bytes, entries, changes] : cases) {
+    const bool writable = changes == kAllowed;
     const OpenedZip zip(bytes, true);
     ASSERT_TRUE(zip.opened) << name << ": " << zip.Message();
     EXPECT_EQ(zip.archive->EntryCount(), entries) << name;

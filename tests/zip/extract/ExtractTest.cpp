@@ -46,7 +46,12 @@ TEST(Extract, WhatIsInTheWay) {
       "chmod 444 locked; mkdir folder; mkdir tree; ln -s ../file tree/link; chmod 555 tree; ln -s file link");
   const ZipMember file{.name = "f", .data = "new"};
   const ZipMember directory{.name = "f/"};
-  const std::tuple<const char*, const char*, ZipMember, const char*> cases[] = {
+  const struct {
+    const char* name;
+    const char* destination;
+    ZipMember member;
+    const char* message;
+  } cases[] = {
       {"no destination", "", file, "No destination given"},
       {"a folder for a file", "folder", file,
        "Archive entry is a file but a folder exists at the destination already. Won't replace that."},
@@ -86,26 +91,34 @@ TEST(Extract, AFailureLeavesNoFile) {
 }
 
 TEST(Extract, Permissions) {
-  // System, attributes, whether the member is text, whether execute bits are asked for, and the mode.
-  const std::tuple<const char*, std::uint32_t, std::uint32_t, bool, bool, int> cases[] = {
-      {"Unix mode", 3, 0x81A40000, false, true, 0100644},
-      {"Unix mode replaces the present one whole", 3, 0x81400000, false, true, 0100500},
-      {"Unix mode on a Mac", 7, 0x81ED0000, false, true, 0100755},
-      {"Unix mode under DOS", 0, 0x89C00000, false, true, 0104700},
-      {"Unix mode under another system is none", 1, 0x81ED0000, false, false, 0100600},
-      {"no mode: execute bits", 1, 0x81ED0000, false, true, 0100711},
-      {"not the mode of a regular file", 3, 0x01ED0000, false, true, 0100711},
-      {"text gets no execute bits", 0, 0, true, true, 0100600},
-      {"execute bits not asked for", 0, 0, false, false, 0100600},
+  enum Kind { kBinary, kText };
+  enum Execute { kLeave, kMakeExecutable };
+  const struct {
+    const char* name;
+    std::uint32_t os;
+    std::uint32_t attributes;
+    int mode;
+    Kind kind = kBinary;
+    Execute execute = kMakeExecutable;
+  } cases[] = {
+      {"Unix mode", 3, 0x81A40000, 0100644},
+      {"Unix mode replaces the present one whole", 3, 0x81400000, 0100500},
+      {"Unix mode on a Mac", 7, 0x81ED0000, 0100755},
+      {"Unix mode under DOS", 0, 0x89C00000, 0104700},
+      {"Unix mode under another system is none", 1, 0x81ED0000, 0100600, kBinary, kLeave},
+      {"no mode: execute bits", 1, 0x81ED0000, 0100711},
+      {"not the mode of a regular file", 3, 0x01ED0000, 0100711},
+      {"text gets no execute bits", 0, 0, 0100600, kText},
+      {"execute bits not asked for", 0, 0, 0100600, kBinary, kLeave},
   };
   const mode_t before = umask(077);
-  for (const auto& [name, os, attributes, text, make_executable, mode] : cases) {
+  for (const auto& [name, os, attributes, mode, kind, execute] : cases) {
     const ScratchFolder folder;
     const auto archive = OpenZip(folder, {{.name = "f",
                                            .os_made_by = os,
-                                           .internal_attributes = text ? 1U : 0U,
+                                           .internal_attributes = kind == kText ? 1U : 0U,
                                            .external_attributes = attributes}});
-    EXPECT_TRUE(archive->Entry(1)->Extract(folder.Item("f"), true, make_executable)) << name;
+    EXPECT_TRUE(archive->Entry(1)->Extract(folder.Item("f"), true, execute == kMakeExecutable)) << name;
     std::uint16_t found = 0;
     folder.Item("f")->GetUnixMode(found);
     EXPECT_EQ(found, mode) << name;
@@ -145,7 +158,7 @@ TEST(Extract, FinderInfoThatCannotBeReadStopsNothingElse) {
   const Ref<ZipEntry> entry = archive->Entry(1);
   entry->EnableFileLocking(true);
   const auto block = New<MemoryBlock>(128);
-  block->SetByte(MacBinaryHeader::kProtected, 1);
+  block->SetByte(81, 1);
   const WithoutRoot limited;
   entry->ApplyMacBinaryInformation(folder.Item("f"), block);
   EXPECT_TRUE(folder.Item("f")->Locked());

@@ -10,38 +10,41 @@
 namespace vantorel::testing {
 namespace {
 
-namespace Mac = MacBinaryHeader;
-namespace Apple = AppleDoubleHeader;
-
 Ref<ZipEntry> NewEntry() {
   return New<ZipEntry>(New<ZipArchiveData>(), nil, "._f", nil, String());
 }
 
 TEST(MacBinaryHeader, Level) {
-  // Offset and bytes of the change, whether the sum is renewed after it, and the level, first without and
-  // then with MacBinary I.
-  const std::tuple<const char*, std::int32_t, std::string, bool, int, int> cases[] = {
-      {"MacBinary III", 0, "", true, 3, 3},
-      {"MacBinary II has no signature", Mac::kSignature, "xxxx", true, 2, 2},
-      {"later versions are accepted", Mac::kMinimumVersion, "\x83", true, 4, 4},
-      {"the version before them", Mac::kMinimumVersion, "\x82", true, 3, 3},
-      {"wrong sum", Mac::kType, "JPEG", false, 0, 1},
-      {"wrong sum and a name too long for MacBinary I", Mac::kName, "\x20", false, 0, 0},
-      {"longest name of MacBinary I", Mac::kName, "\x1F", false, 0, 1},
-      {"old version byte", Mac::kOldVersion, "\x01", true, 0, 0},
-      {"byte 82", Mac::kZero82, "\x01", true, 0, 0},
-      {"bytes 126 and 127", Mac::kZero126 + 1, "\x01", true, 0, 0},
-      {"data fork of 2^31 bytes", Mac::kDataLength, "\x80", true, 0, 0},
-      {"resource fork of 2^31 bytes", Mac::kResourceLength, "\x80", true, 0, 0},
-      {"no name", Mac::kName, std::string(1, '\0'), true, 0, 0},
-      {"longest name", Mac::kName, "\x3F", true, 3, 3},
-      {"name too long", Mac::kName, "\x40", true, 0, 0},
-      {"all zeros", 0, std::string(128, '\0'), false, 0, 0},
+  enum Sum { kWrong, kRight };
+  const struct {
+    const char* name;
+    std::int32_t offset;
+    std::string bytes;
+    Sum sum;
+    int level;
+    int level_with_macbinary1;
+  } cases[] = {
+      {"MacBinary III", 0, "", kRight, 3, 3},
+      {"MacBinary II has no signature", 102, "xxxx", kRight, 2, 2},
+      {"later versions are accepted", 123, "\x83", kRight, 4, 4},
+      {"the version before them", 123, "\x82", kRight, 3, 3},
+      {"wrong sum", 65, "JPEG", kWrong, 0, 1},
+      {"wrong sum and a name too long for MacBinary I", 1, "\x20", kWrong, 0, 0},
+      {"longest name of MacBinary I", 1, "\x1F", kWrong, 0, 1},
+      {"old version byte", 0, "\x01", kRight, 0, 0},
+      {"byte 82", 82, "\x01", kRight, 0, 0},
+      {"bytes 126 and 127", 127, "\x01", kRight, 0, 0},
+      {"data fork of 2^31 bytes", 83, "\x80", kRight, 0, 0},
+      {"resource fork of 2^31 bytes", 87, "\x80", kRight, 0, 0},
+      {"no name", 1, std::string(1, '\0'), kRight, 0, 0},
+      {"longest name", 1, "\x3F", kRight, 3, 3},
+      {"name too long", 1, "\x40", kRight, 0, 0},
+      {"all zeros", 0, std::string(128, '\0'), kWrong, 0, 0},
   };
-  for (const auto& [name, offset, bytes, seal, level, level_with_macbinary1] : cases) {
+  for (const auto& [name, offset, bytes, sum, level, level_with_macbinary1] : cases) {
     std::string header = MacBinaryBytes("name", 1, 2);
     Put(header, offset, bytes);
-    if (seal) SealMacBinary(header);
+    if (sum == kRight) SealMacBinary(header);
     const auto block = New<MemoryBlock>(128);
     block->SetLittleEndian(false);
     block->SetStringValue(0, 128, String::Bytes(header));
@@ -69,19 +72,26 @@ TEST(MacBinaryHeader, ResourceForkBeginsAtAMultipleOf128) {
 }
 
 TEST(AppleDoubleHeader, OtherShapesAreRefused) {
-  const std::tuple<const char*, std::int32_t, bool, std::string> cases[] = {
-      {"magic of AppleSingle", Apple::kMagic, false, BigEndian(0x00051600, 4)},
-      {"version 1", Apple::kVersion, false, BigEndian(0x00010000, 4)},
-      {"three entries", Apple::kEntryCount, false, BigEndian(3, 2)},
-      {"resource fork first", Apple::kFinderInfoId, false, BigEndian(2, 4)},
-      {"no resource fork", Apple::kResourceId, false, BigEndian(9, 4)},
-      {"Finder info of 31 bytes", Apple::kFinderInfoLength, false, BigEndian(31, 4)},
-      {"Finder info of negative length", Apple::kFinderInfoLength, false, BigEndian(0x80000020, 4)},
-      {"Finder info of more than 32 bytes", Apple::kFinderInfoLength, true, BigEndian(3000, 4)},
+  enum Answer { kRefused, kRead };
+  const struct {
+    const char* name;
+    std::int32_t offset;
+    std::string bytes;
+    Answer answer;
+  } cases[] = {
+      {"magic of AppleSingle", 0, BigEndian(0x00051600, 4), kRefused},
+      {"version 1", 4, BigEndian(0x00010000, 4), kRefused},
+      {"three entries", 24, BigEndian(3, 2), kRefused},
+      {"resource fork first", 26, BigEndian(2, 4), kRefused},
+      {"no resource fork", 38, BigEndian(9, 4), kRefused},
+      {"Finder info of 31 bytes", 34, BigEndian(31, 4), kRefused},
+      {"Finder info of negative length", 34, BigEndian(0x80000020, 4), kRefused},
+      {"Finder info of more than 32 bytes", 34, BigEndian(3000, 4), kRead},
   };
   Ref<MemoryBlock> block;
   std::int32_t fork = 0;
-  for (const auto& [name, offset, good, bytes] : cases) {
+  for (const auto& [name, offset, bytes, answer] : cases) {
+    const bool good = answer == kRead;
     std::string header = AppleDoubleBytes("").substr(0, 82);
     Put(header, offset, bytes);
     const Ref<ZipEntry> entry = NewEntry();

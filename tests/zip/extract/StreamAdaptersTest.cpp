@@ -7,16 +7,20 @@ namespace vantorel::testing {
 namespace {
 
 TEST(ZipBinaryStreamReader, DeliversPrefixStretchAndSuffixWithoutSeams) {
-  const std::tuple<const char*, std::vector<std::int32_t>, std::vector<std::string>, std::int32_t,
-                   std::int32_t>
-      cases[] = {
-          {"an empty stretch joins prefix and suffix", {13}, {"<prefix>tail!"}, 0, 0},
-          {"one read takes the rest across both seams", {4, 100, 1}, {"<pre", "fix>01234tail!", ""}, 5, -39},
-          {"a read within the stretch", {9, 2, 3}, {"<prefix>0", "12", "34t"}, 5, 0},
-          {"nothing asked for is no error", {0, -1}, {"", ""}, 5, 0},
-          {"a stretch beyond the file shows by length only", {22, 3}, {"<prefix>0123456789ta", "il!"}, 12, 0},
-          {"a negative stretch takes from what is delivered", {100, 1}, {"<pre", ""}, -9, -39},
-      };
+  const struct {
+    const char* name;
+    std::vector<std::int32_t> counts;
+    std::vector<std::string> pieces;
+    std::int32_t length;
+    std::int32_t error;
+  } cases[] = {
+      {"an empty stretch joins prefix and suffix", {13}, {"<prefix>tail!"}, 0, 0},
+      {"one read takes the rest across both seams", {4, 100, 1}, {"<pre", "fix>01234tail!", ""}, 5, -39},
+      {"a read within the stretch", {9, 2, 3}, {"<prefix>0", "12", "34t"}, 5, 0},
+      {"nothing asked for is no error", {0, -1}, {"", ""}, 5, 0},
+      {"a stretch beyond the file shows by length only", {22, 3}, {"<prefix>0123456789ta", "il!"}, 12, 0},
+      {"a negative stretch takes from what is delivered", {100, 1}, {"<pre", ""}, -9, -39},
+  };
   const ScratchFolder folder;
   const Ref<FolderItem> file = folder.Write("a", "0123456789");
   for (const auto& [name, counts, pieces, length, error] : cases) {

@@ -60,7 +60,11 @@ TEST_F(Unzip, ForgedMembersGetTheirMessage) {
   constexpr const char* kShort = "An error -5 occured while deflation";
   const M packed = DeflatedMember("f", "some text, some text");
   const M stored{.name = "f", .data = "stored"};
-  const std::tuple<const char*, M, const char*> cases[] = {
+  const struct {
+    const char* name;
+    M member;
+    const char* message;
+  } cases[] = {
       {"a good one", packed, ""},
       {"local header not where it should be", With(&M::local_offset, 1, packed), kNoLocalHeader},
       {"local header beyond the file", With(&M::local_offset, 0x7FFFFFFF, packed), kNoLocalHeader},
@@ -103,7 +107,12 @@ TEST_F(Unzip, LocalHeaderMustAgreeWithTheDirectory) {
 TEST_F(Unzip, OutputsThatFail) {
   const std::vector<ZipMember> mac = {{.name = "f", .data = MacBinaryMember("f", "data", "rsrc")}};
   const std::string both = "data.open data.close rsrc.open rsrc.close data.close ";
-  const std::tuple<Ref<LoggedOutput>, bool LoggedOutput::*, const char*, std::string> cases[] = {
+  const struct {
+    Ref<LoggedOutput> output;
+    bool LoggedOutput::*ability;
+    const char* message;
+    std::string log;
+  } cases[] = {
       {data_, &LoggedOutput::can_open, "Opening destination file failed", "data.open "},
       {rsrc_, &LoggedOutput::can_open, "Opening destination rsrc fork failed",
        "data.open data.close rsrc.open "},
@@ -187,10 +196,10 @@ TEST_F(Unzip, CompanionGivesTheResourceFork) {
   EXPECT_EQ(Extract(Pair(AppleDoubleBytes("rsrc"))), "");
   EXPECT_EQ(log_, "data.open rsrc.close data.close rsrc.open rsrc.close ");
   EXPECT_EQ(data_->bytes + " " + rsrc_->bytes, "data rsrc");
-  EXPECT_EQ(block_->Long(MacBinaryHeader::kDataLength), 4);
+  EXPECT_EQ(block_->Long(83), 4);
 
   std::string far = AppleDoubleBytes("");
-  Put(far, AppleDoubleHeader::kResourceOffset, BigEndian(3000000, 4) + BigEndian(4, 4));
+  Put(far, 42, BigEndian(3000000, 4) + BigEndian(4, 4));
   far.resize(3000000);
   rsrc_->bytes = "";
   EXPECT_EQ(Extract(Pair(far + "rsrc")), "");
@@ -216,7 +225,7 @@ TEST_F(Unzip, BadCompanions) {
   EXPECT_EQ(Extract(deflated), "") << "noticed only with a data descriptor";
   EXPECT_EQ(Extract(Pair(AppleDoubleBytes("r").substr(0, 81))), "") << "what follows it is not its own";
   std::string beyond = AppleDoubleBytes("rsrc");
-  Put(beyond, AppleDoubleHeader::kResourceLength, BigEndian(0x7FFFFFFF, 4));
+  Put(beyond, 46, BigEndian(0x7FFFFFFF, 4));
   EXPECT_EQ(Extract(Pair(beyond)), kCorrupted);
   EXPECT_EQ(rsrc_->bytes, "");
 }

@@ -19,13 +19,13 @@ bool StoresUtf8(const ZipArchiveData& archive) {
 }
 
 std::uint32_t OffsetOf(const Ref<ZipEntry>& entry) {
-  return static_cast<std::uint32_t>(entry->header->Long(CentralHeader::kLocalHeaderOffset));
+  return static_cast<std::uint32_t>(entry->HeaderLong(CentralHeader::kLocalHeaderOffset));
 }
 
 }  // namespace
 
 std::string_view NameInRecord(const Ref<ZipEntry>& entry) {
-  if (entry->header->UShort(CentralHeader::kNameLength) == 0) return {};
+  if (entry->HeaderUShort(CentralHeader::kNameLength) == 0) return {};
   return entry->zipEncName.view();
 }
 

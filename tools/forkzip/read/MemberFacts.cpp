@@ -40,7 +40,7 @@ std::uint32_t CompressedSizeOf(const Ref<ZipEntry>& entry) {
 }
 
 std::uint32_t CrcOf(const Ref<ZipEntry>& entry) {
-  return static_cast<std::uint32_t>(entry->header->Long(CentralHeader::kCrc));
+  return static_cast<std::uint32_t>(entry->HeaderLong(CentralHeader::kCrc));
 }
 
 std::optional<std::uint32_t> ModeOf(const Ref<ZipEntry>& entry) {
@@ -56,7 +56,7 @@ bool IsSymbolicLink(const Ref<ZipEntry>& entry) {
 }
 
 std::optional<std::time_t> TimeOf(const Ref<ZipEntry>& entry) {
-  if (const auto exact = TimestampIn(entry->extra->AsData().view())) return exact;
+  if (const auto exact = TimestampIn(entry->ExtraBytes().view())) return exact;
   const Ref<Date> date = entry->Time();
   if (!date) return std::nullopt;
   return date->UnixTime();

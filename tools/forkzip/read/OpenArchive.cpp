@@ -7,7 +7,6 @@
 
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Problems.h"
-#include "tools/forkzip/read/HeapRoom.h"
 #include "zip/records/FormatError.h"
 #include "zip/records/RawDirectory.h"
 
@@ -63,17 +62,8 @@ Descriptor OpenRegularFile(const std::string& path, int flags) {
   return file;
 }
 
-void PrepareForManyMembers(int file) {
-  constexpr std::uint32_t kMany = 10000;
-  // What the engine's objects take, and names and extra fields twice: as they stand, and in objects.
-  constexpr std::size_t kPerMember = 440;
-  const auto [members, bytes] = RawDirectory::Announced(file);
-  if (members >= kMany) ExpectHeapOf(members * kPerMember + std::size_t{2} * bytes);
-}
-
 Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encoding) {
   const Descriptor file = OpenRegularFile(path, O_RDONLY);
-  PrepareForManyMembers(file.Number());
   Ref<ZipArchive> archive = NewArchive(encoding);
   if (!archive->Open(GetFolderItem(String::Bytes(path)), false, archive->d->archiveEncoding) &&
       !OpenWithoutMembers(*archive, path, file.Number())) {

@@ -16,10 +16,6 @@ Ref<ZipArchive> NewArchive(const std::string& encoding);
 // refuses it or it is no regular file.
 Descriptor OpenRegularFile(const std::string& path, int flags);
 
-// Makes room at once for the engine's view of the archive in `file`, where its members go by the thousand.
-// Only for speed.
-void PrepareForManyMembers(int file);
-
 // Raises Failure as above, and kBadArchive if the file is no archive that can be read.
 Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encoding);
 
