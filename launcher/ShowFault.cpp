@@ -1,8 +1,8 @@
 #include "launcher/ShowFault.h"
 
-#include <clocale>
-#include <cstring>
+#include <cerrno>
 #include <string>
+#include <system_error>
 
 #include "platform/base/Exceptions.h"
 #include "platform/run/Runtime.h"
@@ -13,10 +13,24 @@ namespace vantorel {
 
 namespace {
 
-// The system's words for an error: German ones where it has them.
+// The system speaks German only where its translations are installed.
 std::string Reason(int error_number) {
-  static const locale_t german = newlocale(LC_ALL_MASK, "de_DE.UTF-8", nullptr);
-  return german != nullptr ? strerror_l(error_number, german) : std::strerror(error_number);
+  switch (error_number) {
+    case EACCES:
+    case EPERM:
+      return "Keine Berechtigung";
+    case ENOENT:
+      return "Datei oder Verzeichnis nicht gefunden";
+    case ENOTDIR:
+      return "Ist kein Verzeichnis";
+    case EROFS:
+      return "Das Dateisystem ist nur lesbar";
+    case ENOSPC:
+    case EDQUOT:
+      return "Kein Speicherplatz mehr verfügbar";
+    default:
+      return std::generic_category().message(error_number);
+  }
 }
 
 std::string Text(const std::exception& fault) {
