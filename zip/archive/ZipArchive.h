@@ -62,8 +62,10 @@ class ZipArchive : public Object {
   virtual std::int32_t EntryCount();
   // Reads the central directory of the open stream into d->entries_1. Sets entriesRead, or errmsg.
   virtual void z_readDirectory();
-  // Writes the directory if it is due, closes the file and forgets the entries. False with a message if the
-  // directory could not be written; the archive is closed all the same. Open may follow.
+  // Writes the directory if it is due, closes the file and forgets the entries. False with a message if an
+  // entry or the place of the directory is not sound; the archive is closed all the same. A full disk
+  // does not show here: take d->zipStream before, and ask it for WriteError() after. A comment that a record
+  // took over from the one before it is written out as its own. Open may follow.
   virtual bool Close();
   // Close; if that fails for an archive that this object created, the file is deleted. Must be called:
   // nothing else does.

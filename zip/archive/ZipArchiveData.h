@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "platform/base/Ref.h"
@@ -22,6 +23,16 @@
 namespace vantorel {
 
 class ZipEntry;
+
+// A folder that a destination lay in, once no link was met on the way to it below its root. It is known again
+// by its identity, so that what happens to the path meanwhile does not matter.
+struct FolderWithoutLinks {
+  std::string root;
+  std::string path;
+  std::uint64_t device = 0;
+  std::uint64_t inode = 0;
+  bool operator==(const FolderWithoutLinks&) const = default;
+};
 
 class ZipArchiveData : public Object {
  public:
@@ -83,6 +94,8 @@ class ZipArchiveData : public Object {
   virtual Ref<MemoryBlock> FSSpecOfFSRef(const Ref<MemoryBlock>& reference);
   virtual Ref<MemoryBlock> FSRefOfFolderItem(const Ref<FolderItem>& item);
   virtual Ref<MemoryBlock> FSSpecOfFolderItem(const Ref<FolderItem>& item);
+
+  FolderWithoutLinks last_folder;  // of the last destination: most members lie where the one before does
 
   // Upper bound of entries_1: the count of entries.
   std::int32_t UpperBound() const { return static_cast<std::int32_t>(entries_1.size()) - 1; }

@@ -1,5 +1,6 @@
 // Told of the progress of long operations on an archive. Called on the caller's stack; an implementation must
-// leave the archive alone. Each by-reference flag comes in false.
+// leave the archive alone. A by-reference flag comes in as the call before it in the same operation left it:
+// false, but true at the last EntryProgress of a member that was stopped.
 #pragma once
 
 #include <cstdint>

@@ -29,6 +29,7 @@ class RsrcForkReader : public SeqDataInputStream {
   // that should hold it does not exist.
   virtual Ref<FolderItem> FSSpecOfFolderItem(const Ref<FolderItem>& item);
 
+  // An object where other systems have a number.
   Ref<ResourceFork> refnum;  // the open fork, nil while closed
   std::int32_t errCode = 0;  // platform error
   std::int32_t length = 0;   // size of the fork

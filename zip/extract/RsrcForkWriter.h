@@ -29,6 +29,7 @@ class RsrcForkWriter : public SeqDataOutputStream {
   virtual Ref<FolderItem> FSSpecOfFolderItem(const Ref<FolderItem>& item);
 
   std::int32_t errCode = 0;  // platform error
+  // An object where other systems have a number.
   Ref<ResourceFork> refnum;  // the open fork, nil while closed
   Ref<FolderItem> f;
 };

@@ -1,4 +1,8 @@
 // ZipEntry: from a member to a file or folder on disk.
+#include <sys/stat.h>
+
+#include <string>
+
 #include "platform/run/BackgroundTask.h"
 #include "platform/text/TextFunctions.h"
 #include "zip/archive/ZipEntry.h"
@@ -18,19 +22,43 @@ String CleanComponent(ZipArchiveData& archive, const String& name) {
   return archive.decodeFromZip(archive.encodeForZip(name));
 }
 
-// The destination, without touching anything, if all folders on the way are there and no link is. nil if not,
-// or if that would not be the whole story.
+bool IsRealFolder(const std::string& path, struct stat& status) {
+  return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// Whether there is such a folder, with no link on the way to it from the root, which it lies below.
+bool IsReachedWithoutLinks(const std::string& root, const std::string& folder, FolderWithoutLinks& known) {
+  struct stat status {};
+  if (!IsRealFolder(folder, status)) return false;
+  const FolderWithoutLinks found{root, folder, status.st_dev, status.st_ino};
+  if (found == known) return true;
+  struct stat between {};
+  for (std::size_t slash = folder.find('/', root.size() + 1); slash != std::string::npos;
+       slash = folder.find('/', slash + 1)) {
+    if (!IsRealFolder(folder.substr(0, slash), between)) return false;
+  }
+  known = found;
+  return true;
+}
+
+// The destination, without touching anything, if the folders on the way are there. nil if not, or if that
+// would not be the whole story.
 Ref<FolderItem> DestinationInExistingFolder(ZipEntry& entry, const Ref<FolderItem>& root) {
+  Ref<FolderItem> folder;
   Ref<FolderItem> current = root;
   for (const String& component : entry.path) {
     const String clean = CleanComponent(*entry.d, component);
     if (clean.empty()) continue;
-    if (current == root ? !root->Exists() : !current->Directory()) return nil;
-    current = current->TrueChild(clean);
+    folder = current;
+    current = folder->TrueChild(clean);
     if (!current) return nil;  // ".." among others
     RuntimeBackgroundTask();
   }
-  return current == root ? nil : current;
+  if (!folder) return nil;
+  const bool reached = folder == root
+                           ? root->Exists()
+                           : IsReachedWithoutLinks(root->Path(), folder->Path(), entry.d->last_folder);
+  return reached ? current : nil;
 }
 
 // Clears the way for a file or folder and makes it, if something is there already or could not be made at

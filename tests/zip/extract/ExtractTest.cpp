@@ -228,6 +228,15 @@ TEST(MakeDestination, WalksBelowTheRoot) {
   EXPECT_EQ(folder.Run("ls target"), "") << "nothing was made behind the links";
 }
 
+TEST(MakeDestination, NoticesALinkInPlaceOfAFolder) {
+  const ScratchFolder folder;
+  folder.Run("mkdir -p in/d/e target/e");
+  const auto archive = OpenZip(folder, {{.name = "d/e/f"}});
+  EXPECT_TRUE(archive->Entry(1)->MakeDestination(folder.Item("in"), false));
+  folder.Run("mv in/d was; ln -s ../target in/d");
+  EXPECT_EQ(archive->Entry(1)->MakeDestination(folder.Item("in"), false), nil);
+}
+
 TEST(MakeDestination, TakesOneStepPerComponent) {
   std::string name = std::string(300, 'x') + "/";  // no folder that can be made
   for (int i = 0; i < 10000; ++i) name += "a/";
