@@ -15,7 +15,10 @@ class OnDemand {
   explicit OnDemand(const Owner& owner) : owner_(&owner) {}
   // A copy is the part itself, whatever becomes of the owner.
   OnDemand(const OnDemand& other) : made_(other.Get()) {}
-  OnDemand& operator=(const OnDemand& other) { return *this = other.Get(); }
+  OnDemand& operator=(const OnDemand& other) {
+    if (this != &other) made_ = other.Get();
+    return *this;
+  }
   OnDemand& operator=(const Ref<Part>& part) {
     made_ = part;
     return *this;

@@ -27,7 +27,7 @@ class Output {
   bool IsTerminal() const { return terminal_; }
 
  private:
-  static constexpr std::size_t kBuffer = 262144;
+  static constexpr std::size_t kBuffer = 65536;
 
   std::string buffer_;
   bool terminal_;
