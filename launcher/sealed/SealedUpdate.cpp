@@ -156,7 +156,8 @@ void SealedUpdate::Refuse(const Refusal& refusal) {
   const Ref<Window1> window = Window1::Implicit();
   const String folder = Globals::LauncherFolderPath();
   if (!GetFolderItem(folder + Globals::TargetItemName())->Exists()) {
-    MsgBox(String(refusal.StatusText()) + " Bitte versuchen Sie es später noch einmal!");
+    MsgBox(String(refusal.StatusText()) + " " + Globals::TargetApplication +
+           " konnte deshalb nicht installiert werden. Bitte versuchen Sie es später noch einmal!");
     Quit(0);
   }
   ControlByName<ProgressBar>(window, "ProgressBar1")->SetVisible(false);

@@ -236,7 +236,8 @@ class SealedUpdates(unittest.TestCase):
     def test_refused_with_nothing_installed_a_message_names_the_cause(self):
         with SealedLauncher() as launcher:
             self.assertEqual(launcher.run(release(signature=b"")), 0)
-            self.assertEqual(launcher.messages, [MISSING + " Bitte versuchen Sie es später noch einmal!"])
+            self.assertEqual(launcher.messages, [MISSING + " Vantorel konnte deshalb nicht installiert werden. "
+                                                           "Bitte versuchen Sie es später noch einmal!"])
             self.assertIsNone(launcher.started())
             self.assertEqual(contents(launcher.folder), {})
 
