@@ -32,6 +32,13 @@ GOOD = update_archive("new")
 COMMENT = "version:18\tserial:6"
 
 
+def members(archive):
+    """The files in an archive and the folders above them, as contents() tells of them."""
+    with zipfile.ZipFile(io.BytesIO(archive)) as opened:
+        files = {name: opened.read(name) for name in opened.namelist()}
+    return {**{str(folder): None for name in files for folder in pathlib.PurePath(name).parents[:-1]}, **files}
+
+
 def flipped(data, at):
     changed = bytearray(data)
     changed[at] ^= 1
@@ -150,6 +157,39 @@ def in_parallel(function, cases):
         return list(pool.map(function, cases))
 
 
+MORE = update_archive("new", [("Data/a", "new"), ("Data/b", "new"), ("splash", "no picture")])
+UPDATE_OF_MORE = release(MORE)
+INSTALLED_MORE = {"version": b"mac_18", "serial": b"6", **members(MORE)}
+
+
+def prepare(launcher):
+    """Installs what an update with more than the target replaces."""
+    launcher.install()
+    (launcher.folder / "Data").mkdir()
+    (launcher.folder / "Data/a").write_text("old")
+
+
+def fault(kind, call, old_system):
+    """What makes a call that changes files go wrong, on a system that can exchange two names or an older one."""
+    variables = {"LD_PRELOAD": str(WRITE_COUNTER), f"WRITE_COUNTER_{kind}": str(call)}
+    return {**variables, "WRITE_COUNTER_OLD": "1"} if old_system else variables
+
+
+def at_every_call(function):
+    """The settings and results of runs in which one call after the other goes wrong, until a run has none left. The
+    result's first item tells that."""
+    results = []
+    for old_system in (False, True):
+        count, ended = 0, False
+        while not ended:
+            settings = [{"call": count + i, "old_system": old_system} for i in range(1, 33)]
+            batch = list(zip(settings, in_parallel(function, settings)))
+            ended = batch[-1][1][0]
+            results += batch
+            count += len(batch)
+    return results
+
+
 class SealedUpdates(unittest.TestCase):
     def test_an_attack_leaves_the_installed_target(self):
         def attack(case):
@@ -214,11 +254,9 @@ class SealedUpdates(unittest.TestCase):
         for (name, _, answers), (code, status, started, found, elsewhere, errors) in zip(cases, in_parallel(install, cases)):
             with self.subTest(name):
                 self.assertEqual((code, status, started, errors), (0, DONE, "new", ""))
-                with zipfile.ZipFile(io.BytesIO(answers["/mac_Vantorel_update"].split(b"\r\n\r\n", 1)[1])) as archive:
-                    expected = {name: archive.read(name) for name in archive.namelist()}
-                version, serial = answers["/mac_Vantorel_version"], re.search(rb"\tserial:(\d+)", answers["/mac_Vantorel_signature"])
-                expected |= {"version": b"mac_" + version.split(b"\r\n\r\n")[1], "serial": serial[1]}
-                self.assertEqual({name: data for name, data in found.items() if data is not None}, expected)
+                version, archive = (answers[f"/mac_Vantorel_{what}"].split(b"\r\n\r\n", 1)[1] for what in ("version", "update"))
+                serial = re.search(rb"\tserial:(\d+)", answers["/mac_Vantorel_signature"])[1]
+                self.assertEqual(found, {"version": b"mac_" + version, "serial": serial, **members(archive)})
                 self.assertEqual(elsewhere, ["Vantorel.app"] if "links" in name else [])
 
     def test_the_update_of_another_launcher_is_left_alone(self):
@@ -242,43 +280,41 @@ class SealedUpdates(unittest.TestCase):
             self.assertEqual(contents(launcher.folder), {})
 
     def test_killed_at_any_moment_a_target_starts_and_the_update_ends_well(self):
-        update = release(update_archive("new", [("Data/a", "new"), ("Data/b", "new"), ("splash", "no picture")]))
-
-        def prepare(launcher):
-            launcher.install()
-            (launcher.folder / "Data").mkdir()
-            (launcher.folder / "Data/a").write_text("old")
-
-        def killed(point):
-            call, old_system = point
-            counter = {"LD_PRELOAD": str(WRITE_COUNTER), "WRITE_COUNTER_KILL": str(call)}
-            if old_system:
-                counter["WRITE_COUNTER_OLD"] = "1"
+        def killed(settings):
             with SealedLauncher() as launcher:
                 prepare(launcher)
-                ended_by_itself = launcher.run(update, **counter) == 0
+                ended_by_itself = launcher.run(UPDATE_OF_MORE, **fault("KILL", **settings)) == 0
                 # The next start is killed too, somewhere on its way.
-                launcher.run(update, **{**counter, "WRITE_COUNTER_KILL": str(call * 7 % 11 + 1)})
+                launcher.run(UPDATE_OF_MORE, **fault("KILL", settings["call"] * 7 % 11 + 1, settings["old_system"]))
                 (launcher.folder / "started").unlink(missing_ok=True)
                 launcher.run(None)
                 offline = launcher.wait_started()
                 (launcher.folder / "started").unlink()
-                launcher.run(update)
+                launcher.run(UPDATE_OF_MORE)
                 return ended_by_itself, offline, launcher.wait_started(), contents(launcher.folder)
 
-        for old_system in (False, True):
-            count, ended = 0, False
-            while not ended:
-                points = [(count + i, old_system) for i in range(1, 17)]
-                for point, (ended_by_itself, offline, online, found) in zip(points, in_parallel(killed, points)):
-                    ended = ended or ended_by_itself
-                    with self.subTest(call=point[0], old_system=old_system):
-                        self.assertIn(offline, ("old", "new"))
-                        self.assertEqual(online, "new")
-                        self.assertEqual((found["version"], found["serial"], found["Data/b"]), (b"mac_18", b"6", b"new"))
-                        self.assertNotIn(".update", found)
-                count += len(points)
-            self.assertGreater(count, 30)
+        for settings, (_, offline, online, found) in at_every_call(killed):
+            with self.subTest(**settings):
+                self.assertIn(offline, ("old", "new"))
+                self.assertEqual((online, found), ("new", INSTALLED_MORE))
+
+    def test_where_a_step_fails_all_stays_or_all_is_new(self):
+        def failing(settings):
+            with SealedLauncher() as launcher:
+                prepare(launcher)
+                before = contents(launcher.folder)
+                code = launcher.run(UPDATE_OF_MORE, **fault("FAIL", **settings))
+                done = launcher.status == DONE
+                started, stayed = launcher.wait_started(), contents(launcher.folder) == before
+                launcher.run(UPDATE_OF_MORE)
+                return done, code, started, stayed, contents(launcher.folder)
+
+        results = at_every_call(failing)
+        for settings, (done, code, started, stayed, at_last) in results:
+            with self.subTest(**settings):
+                self.assertEqual((code, started, stayed), (0, "new", False) if done else (0, "old", True))
+                self.assertEqual(at_last, INSTALLED_MORE)
+        self.assertGreater(sum(not result[0] for _, result in results), 20)
 
 
 if __name__ == "__main__":
