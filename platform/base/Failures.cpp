@@ -24,6 +24,10 @@ void NoteFailure(std::string_view operation, std::string_view path, int error_nu
   errno = errno_before;
 }
 
+void ForgetFailures(std::string_view path) {
+  std::erase_if(Kept(), [&](const Failure& failure) { return failure.path == path; });
+}
+
 const std::vector<Failure>& RecentFailures() {
   return Kept();
 }

@@ -11,6 +11,9 @@ namespace vantorel {
 // Notes that `operation` ("open", "make the folder", …) on `path` failed with that errno. errno stays.
 void NoteFailure(std::string_view operation, std::string_view path, int error_number);
 
+// Forgets what was noted of `path`, since an operation on it has succeeded: such a refusal was harmless.
+void ForgetFailures(std::string_view path);
+
 struct Failure {
   std::string operation;
   std::string path;

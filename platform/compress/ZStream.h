@@ -25,7 +25,7 @@ class ZStream : public Object {
   // `write` false: inflates what `reader` delivers; `writer` is not used and may be nil.
   ZStream(bool write, const Ref<IStreamWriter>& writer, const Ref<IStreamReader>& reader,
           CompressEngine engine = kDefaultCompressEngine);
-  // Drops what is unfinished; nothing reaches the writer unless Close was called.
+  // A member that was not closed stays cut: what has reached the writer until then is all there is.
   ~ZStream() override;
 
   // Up to `count` inflated bytes. Fewer come only at the end of the member or on a fault; none for a count of
@@ -33,7 +33,8 @@ class ZStream : public Object {
   // behind the member is of no interest; some of it may have been read.
   String Read(std::int32_t count);
 
-  // Deflates `data`, at zlib's default level. Output may come at once or as late as in Close.
+  // Deflates `data` to about the size that zlib's default level gives, or a little less. Output may come at
+  // once or as late as in Close.
   void Write(const String& data);
   // Ends the member: the rest of the deflate data and the trailer reach the writer before this returns. The
   // header is always the plain one of 10 bytes. Later calls do nothing.

@@ -63,11 +63,17 @@ void AppleDoubleTable::Write(BinaryStream& file) const {
   Store16(&header[Header::kCount], static_cast<std::uint16_t>(entries_.size()), ByteOrder::kBig);
   file.SetPosition(0);
   file.WriteBytes({header.data(), header.size()});
-  for (const AppleDoubleEntry& entry : entries_) WriteEntry(file, entry);
+  for (std::size_t i = 0; i < entries_.size(); ++i) WriteEntryAt(file, i);
 }
 
-void AppleDoubleTable::WriteEntry(BinaryStream& file, const AppleDoubleEntry& entry) const {
-  const auto index = static_cast<std::uint64_t>(&entry - entries_.data());
+void AppleDoubleTable::WriteEntry(BinaryStream& file, std::uint32_t id) const {
+  std::size_t index = 0;
+  while (index < entries_.size() && entries_[index].id != id) ++index;
+  if (index < entries_.size()) WriteEntryAt(file, index);
+}
+
+void AppleDoubleTable::WriteEntryAt(BinaryStream& file, std::size_t index) const {
+  const AppleDoubleEntry& entry = entries_[index];
   std::array<char, Entry::kSize> bytes{};
   Store32(&bytes[Entry::kId], entry.id, ByteOrder::kBig);
   Store32(&bytes[Entry::kOffset], entry.offset, ByteOrder::kBig);

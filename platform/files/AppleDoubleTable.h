@@ -1,6 +1,7 @@
 // The table of entries of an AppleDouble file, read with distrust: nothing in it need be true of the file.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <utility>
@@ -36,10 +37,11 @@ class AppleDoubleTable {
 
   // Writes header and table to the front of a file.
   void Write(BinaryStream& file) const;
-  // Writes one of the entries in its place in the table.
-  void WriteEntry(BinaryStream& file, const AppleDoubleEntry& entry) const;
+  // Writes the first entry of an id in its place in the table.
+  void WriteEntry(BinaryStream& file, std::uint32_t id) const;
 
  private:
+  void WriteEntryAt(BinaryStream& file, std::size_t index) const;
   explicit AppleDoubleTable(std::vector<AppleDoubleEntry> entries) : entries_(std::move(entries)) {}
 
   std::vector<AppleDoubleEntry> entries_;

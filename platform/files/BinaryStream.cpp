@@ -10,6 +10,8 @@
 #include <string>
 #include <utility>
 
+#include "platform/files/FileCalls.h"
+
 namespace vantorel {
 namespace {
 
@@ -38,8 +40,8 @@ std::uint64_t BinaryStream::Length() {
 }
 
 void BinaryStream::SetLength(std::uint64_t length) {
-  if (length == length_) return;
   Flush();
+  if (length == length_) return;
   if (!writable_ || length > kLastPosition) {
     NoteError(writable_ ? EFBIG : EBADF);
     return;
@@ -113,10 +115,11 @@ std::size_t BinaryStream::ReadDirect(char* buffer, std::size_t count) {
 }
 
 const char* BinaryStream::TakeUnbuffered(char* scratch, std::size_t count) {
-  const std::uint64_t end = position_ + count;
+  const std::uint64_t begin = position_;
   std::memset(scratch, 0, count);
   ReadInto(scratch, count);
-  position_ = end;
+  position_ = begin;
+  Advance(count);
   return scratch;
 }
 
@@ -136,7 +139,7 @@ void BinaryStream::WriteBytes(std::string_view bytes) {
   if (bytes.empty()) return;
   if (!writable_ || position_ > kLastPosition - bytes.size()) {
     NoteError(writable_ ? EFBIG : EBADF);
-    position_ += bytes.size();
+    Advance(bytes.size());
     return;
   }
   if (bytes.size() < kDirect) {
@@ -189,19 +192,10 @@ bool BinaryStream::Flush() {
   return !WriteError();
 }
 
-// Writes all of `bytes`, or says no after having written what could be.
 bool BinaryStream::Put(std::string_view bytes, std::uint64_t position) {
-  while (!bytes.empty()) {
-    const ssize_t put = pwrite(descriptor_, bytes.data(), bytes.size(), AsOffset(position));
-    if (put < 0 && errno == EINTR) continue;
-    if (put <= 0) {
-      NoteError(put < 0 ? errno : EIO);
-      return false;
-    }
-    bytes.remove_prefix(static_cast<std::size_t>(put));
-    position += static_cast<std::uint64_t>(put);
-  }
-  return true;
+  const int error = WriteAllAt(descriptor_, position, bytes);
+  if (error != 0) NoteError(error);
+  return error == 0;
 }
 
 void BinaryStream::NoteError(int error) {

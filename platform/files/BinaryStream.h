@@ -4,6 +4,7 @@
 // sees what was written before it on the same stream. The file is taken to change through this stream only.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -42,7 +43,7 @@ class BinaryStream : public Object {
   bool AtEOF() const { return position_ >= length_; }
 
   // The next 4 or 2 bytes as a signed number. Bytes past the end count as 0; the position moves on all the
-  // same.
+  // same, but never round to the front.
   std::int32_t ReadLong() {
     char scratch[4];
     return static_cast<std::int32_t>(Load32(Take(scratch, sizeof scratch), byte_order_));
@@ -88,11 +89,14 @@ class BinaryStream : public Object {
     return bytes;
   }
   const char* TakeUnbuffered(char* scratch, std::size_t count);
+  // Moves the position on; beyond the last one there is none.
+  void Advance(std::uint64_t count) { position_ += std::min(count, ~position_); }
   // Reads the window anew from the position on.
   void Fill();
   std::size_t ReadDirect(char* buffer, std::size_t count);
   void WriteBuffered(std::string_view bytes);
   void WriteDirect(std::string_view bytes);
+  // Writes all of `bytes`, or says no after having written what could be.
   bool Put(std::string_view bytes, std::uint64_t position);
   void NoteError(int error);
   void ShowFileAsItIs();

@@ -90,15 +90,11 @@ void FolderItem::SetName(const String& name) {
   const Ref<FolderItem> parent = Parent();
   const Ref<FolderItem> renamed = parent ? parent->TrueChild(name) : nil;
   if (!renamed || renamed->path_ == path_) return;
-  const std::string side_file = SideFile::PathFor(path_);
-  const std::string new_side_file = SideFile::PathFor(renamed->path_);
-  const int side_error = Rename(AT_FDCWD, side_file, new_side_file, IfTaken::kRefuse);
-  if (side_error != 0 && side_error != ENOENT) return;
+  if (SideFile::Move(path_, renamed->path_) != 0) return;
   if (Rename(AT_FDCWD, path_, renamed->path_, IfTaken::kRefuse) == 0) {
     path_ = renamed->path_;
-    no_side_file_at_.reset();
-  } else if (side_error == 0) {
-    Rename(AT_FDCWD, new_side_file, side_file, IfTaken::kRefuse);
+  } else {
+    SideFile::Move(renamed->path_, path_);
   }
 }
 

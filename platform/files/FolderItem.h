@@ -24,8 +24,6 @@ struct stat;
 
 namespace vantorel {
 
-class StatusHold;
-
 class FolderItem : public Object {
  public:
   // The item at a POSIX path, relative to the working directory of the moment or absolute; a trailing slash,
@@ -45,8 +43,8 @@ class FolderItem : public Object {
   bool Alias() const;      // a symbolic link, also a dangling one
 
   String Name() const;
-  // Renames on disk; the item then refers to the new name. Nothing happens on failure or if the name, or that
-  // of the side file, is taken.
+  // Renames on disk; the item then refers to the new name. A side file goes along. Nothing happens on
+  // failure, if the name is taken, or if a side file of that name would become the item's.
   void SetName(const String& name);
   String DisplayName() const;
   // The POSIX path; that of an existing folder ends in a slash.
@@ -116,20 +114,14 @@ class FolderItem : public Object {
   explicit FolderItem(CleanPath path) : path_(std::move(path.text)) {}
   template <typename T, typename... Args>
   friend Ref<T> New(Args&&... args);
-  friend class StatusHold;
 
-  // Of the item itself, from the disk or from the hold. Nothing if there is no such item.
+  // Of the item itself. Nothing if there is no such item.
   std::optional<struct stat> Status() const;
   // The path of a member of this folder, empty if the name could not be one.
   std::string MemberPath(const String& name) const;
-  // Whether a side file need not be looked for.
-  bool HasNoSideFile() const;
 
   std::string path_;
   std::optional<FolderListing> listing_;
-  // For an item from a listing that showed no side file beside it: SideFile::CountMade of that moment.
-  std::optional<std::uint64_t> no_side_file_at_;
-  const StatusHold* hold_ = nullptr;
 };
 
 // The item at a path string; nil for an empty path. `mode` is always 0.

@@ -16,7 +16,11 @@ namespace {
 
 // Keeps the reason, should the nil become a fault.
 Ref<BinaryStream> NotingFailure(const char* operation, const std::string& path, Ref<BinaryStream> stream) {
-  if (!stream) NoteFailure(operation, path, errno);
+  if (stream) {
+    ForgetFailures(path);
+  } else {
+    NoteFailure(operation, path, errno);
+  }
   return stream;
 }
 
@@ -27,7 +31,6 @@ Ref<BinaryStream> FolderItem::OpenAsBinaryFile(bool writable) const {
 }
 
 Ref<BinaryStream> FolderItem::CreateBinaryFile(const String& /*file_type*/) {
-  if (SideFile::IsNamedLikeOne(Name().view())) SideFile::CountOneMade();
   return NotingFailure("create", path_, MakeFile(path_));
 }
 
@@ -44,8 +47,7 @@ Ref<TextOutputStream> FolderItem::CreateTextFile() {
 
 void FolderItem::Delete() {
   if (unlink(path_.c_str()) != 0 && (errno != EISDIR || rmdir(path_.c_str()) != 0)) return;
-  const std::string side_file = SideFile::PathFor(path_);
-  if (!HasNoSideFile() && SideFile::IsOne(side_file)) unlink(side_file.c_str());
+  SideFile::Delete(path_);
 }
 
 void FolderItem::CreateAsFolder() {
@@ -57,10 +59,7 @@ Ref<FolderItem> FolderItem::TrueItem(std::int32_t index) {
   if (index == 1 || !listing_) listing_.emplace(path_);
   const auto position = static_cast<std::size_t>(index) - 1;
   if (position >= listing_->Names().size()) return nil;
-  const std::string& name = listing_->Names()[position];
-  Ref<FolderItem> item = TrueChild(String::Bytes(name));
-  if (item && !listing_->HasSideFile(name)) item->no_side_file_at_ = SideFile::CountMade();
-  return item;
+  return TrueChild(String::Bytes(listing_->Names()[position]));
 }
 
 Ref<FolderItem> FolderItem::Item(std::int32_t index) {

@@ -24,10 +24,6 @@ Code CodeOf(const String& text) {
 
 }  // namespace
 
-bool FolderItem::HasNoSideFile() const {
-  return no_side_file_at_ == SideFile::CountMade();
-}
-
 FinderInfo FolderItem::GetFinderInfo() const {
   FinderInfo info;
   GetFinderInfo(info);
@@ -35,19 +31,13 @@ FinderInfo FolderItem::GetFinderInfo() const {
 }
 
 std::int32_t FolderItem::GetFinderInfo(FinderInfo& info) const {
-  FinderInfo present;
-  std::int32_t error = 0;
-  if (!HasNoSideFile()) {
-    SideFile side_file(path_, SideFile::Access::kRead);
-    present = side_file.GetFinderInfo();
-    error = side_file.Error();
-  }
-  if (error == 0) info = present;
-  return error;
+  SideFile side_file(path_, SideFile::Access::kRead);
+  const FinderInfo present = side_file.GetFinderInfo();
+  if (side_file.Error() == 0) info = present;
+  return side_file.Error();
 }
 
 bool FolderItem::SetFinderInfo(const FinderInfo& info) {
-  if (info.IsEmpty() && HasNoSideFile()) return true;
   SideFile side_file(path_, SideFile::Access::kReadWrite);
   side_file.SetFinderInfo(info);
   return side_file.Close() == 0;
@@ -76,7 +66,7 @@ void FolderItem::SetMacCreator(const String& creator) {
 }
 
 std::int32_t FolderItem::ResourceForkLength() const {
-  return HasNoSideFile() ? 0 : SideFile(path_, SideFile::Access::kRead).ForkLength();
+  return SideFile(path_, SideFile::Access::kRead).ForkLength();
 }
 
 }  // namespace vantorel

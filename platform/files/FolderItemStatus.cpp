@@ -9,13 +9,11 @@
 
 #include "platform/files/FolderItem.h"
 #include "platform/files/SideFile.h"
-#include "platform/files/StatusHold.h"
 
 namespace vantorel {
 namespace {
 
 constexpr mode_t kPermissionBits = 07777;
-constexpr mode_t kReadWriteBits = 0666;
 constexpr mode_t kWriteBits = S_IWUSR | S_IWGRP | S_IWOTH;
 
 std::optional<struct stat> FolderStatusOf(const FolderItem& item) {
@@ -26,24 +24,13 @@ std::optional<struct stat> FolderStatusOf(const FolderItem& item) {
 }
 
 // A number of the file system's in the 32 bits of a classic one.
-std::int32_t Narrow(std::uint64_t number) {
+std::int32_t ClassicId(std::uint64_t number) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(number ^ number >> 32));
 }
 
 }  // namespace
 
-StatusHold::StatusHold(const Ref<FolderItem>& item) : item_(item), outer_(item->hold_) {
-  item_->hold_ = nullptr;
-  status_ = item_->Status();
-  item_->hold_ = this;
-}
-
-StatusHold::~StatusHold() {
-  item_->hold_ = outer_;
-}
-
 std::optional<struct stat> FolderItem::Status() const {
-  if (hold_ != nullptr) return hold_->Status();
   struct stat status {};
   if (lstat(path_.c_str(), &status) != 0) return std::nullopt;
   return status;
@@ -108,27 +95,24 @@ bool FolderItem::Visible() const {
 
 std::int32_t FolderItem::MacVRefNum() const {
   const auto status = FolderStatusOf(*this);
-  return status ? Narrow(status->st_dev) : 0;
+  return status ? ClassicId(status->st_dev) : 0;
 }
 
 std::int32_t FolderItem::MacDirID() const {
   const auto status = FolderStatusOf(*this);
-  return status ? Narrow(status->st_ino) : 0;
+  return status ? ClassicId(status->st_ino) : 0;
 }
 
 std::int32_t FolderItem::GetUnixMode(std::uint16_t& mode) const {
   const auto status = Status();
-  if (!status) return hold_ != nullptr ? -ENOENT : -errno;
+  if (!status) return -errno;
   mode = static_cast<std::uint16_t>(status->st_mode);
   return 0;
 }
 
 std::int32_t FolderItem::SetUnixMode(std::uint16_t mode) {
   if (chmod(path_.c_str(), mode & kPermissionBits) != 0) return -errno;
-  // What may be read of the item may be read of its fork, and no more.
-  if (SideFile::CountMade() != 0 && !HasNoSideFile()) {
-    chmod(SideFile::PathFor(path_).c_str(), mode & kReadWriteBits);
-  }
+  SideFile::FollowMode(path_, mode);
   return 0;
 }
 

@@ -31,12 +31,8 @@ FolderListing::FolderListing(const std::string& path) {
     const bool has_item = SideFile::IsNamedLikeOne(name) &&
                           std::binary_search(all.begin(), all.end(), SideFile::ItemNameOf(name));
     const bool is_side_file = has_item && SideFile::IsOne(std::string(path).append(1, '/').append(name));
-    (is_side_file ? side_files_ : names_).push_back(name);
+    if (!is_side_file) names_.push_back(name);
   }
-}
-
-bool FolderListing::HasSideFile(const std::string& name) const {
-  return std::binary_search(side_files_.begin(), side_files_.end(), SideFile::PathFor(name));
 }
 
 }  // namespace vantorel

@@ -13,12 +13,9 @@ class FolderListing {
 
   // In byte order, without the side files whose item is there.
   const std::vector<std::string>& Names() const { return names_; }
-  // Whether a member has a side file.
-  bool HasSideFile(const std::string& name) const;
 
  private:
   std::vector<std::string> names_;
-  std::vector<std::string> side_files_;
 };
 
 }  // namespace vantorel

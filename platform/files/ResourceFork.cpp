@@ -5,8 +5,8 @@
 
 namespace vantorel {
 
-ResourceFork::ResourceFork(const std::string& item_path, SideFile::Access access)
-    : side_file_(item_path, access), writable_(access == SideFile::Access::kReadWrite) {}
+ResourceFork::ResourceFork(const std::string& item_path, Access access)
+    : side_file_(item_path, access), writable_(access == Access::kReadWrite) {}
 
 Ref<ResourceFork> ResourceFork::Open(const Ref<FolderItem>& item, Access access, std::int32_t& error) {
   error = -ENOENT;

@@ -14,7 +14,7 @@ namespace vantorel {
 
 class ResourceFork : public Object {
  public:
-  enum class Access { kRead, kReadWrite };
+  using Access = SideFile::Access;
 
   // Opens the fork of `item`, which must exist; a file without one offers an empty fork. With kReadWrite the
   // side file is made on the first write. On failure `error` holds the code and the result is nil.
@@ -37,7 +37,7 @@ class ResourceFork : public Object {
  private:
   template <typename T, typename... Args>
   friend Ref<T> New(Args&&... args);
-  ResourceFork(const std::string& item_path, SideFile::Access access);
+  ResourceFork(const std::string& item_path, Access access);
 
   SideFile side_file_;
   bool writable_;

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "platform/files/AppleDouble.h"
+#include "platform/files/FileCalls.h"
 #include "platform/files/OpenFile.h"
 
 namespace vantorel {
@@ -21,7 +22,12 @@ constexpr std::string_view kPrefix = "._";
 constexpr mode_t kReadWriteBits = 0666;
 constexpr std::uint64_t kLongestFork = std::numeric_limits<std::int32_t>::max();
 
-std::uint64_t files_made = 0;
+// Nobody else may read or change more of an item than before. The owner could take the right at any time, and
+// needs it for an item that is locked or kept from reading.
+mode_t ModeFor(mode_t item_mode) {
+  constexpr mode_t kOwner = S_IRUSR | S_IWUSR;
+  return (item_mode & kReadWriteBits) | kOwner;
+}
 
 using FinderBytes = std::array<char, AppleDouble::Finder::kSize>;
 
@@ -62,12 +68,21 @@ bool SideFile::IsOne(const std::string& path) {
   return stream && AppleDoubleTable::Read(*stream).has_value();
 }
 
-std::uint64_t SideFile::CountMade() {
-  return files_made;
+int SideFile::Move(const std::string& item_path, const std::string& new_item_path) {
+  const std::string path = PathFor(item_path);
+  const std::string new_path = PathFor(new_item_path);
+  if (IsOne(new_path)) return EEXIST;
+  return IsOne(path) ? Rename(AT_FDCWD, path, new_path, IfTaken::kRefuse) : 0;
 }
 
-void SideFile::CountOneMade() {
-  ++files_made;
+void SideFile::Delete(const std::string& item_path) {
+  const std::string path = PathFor(item_path);
+  if (IsOne(path)) unlink(path.c_str());
+}
+
+void SideFile::FollowMode(const std::string& item_path, mode_t item_mode) {
+  const std::string path = PathFor(item_path);
+  if (IsOne(path)) chmod(path.c_str(), ModeFor(item_mode));
 }
 
 SideFile::SideFile(const std::string& item_path, Access access)
@@ -151,14 +166,11 @@ bool SideFile::EnsureFile() {
   if (error_ != 0) return false;
   if (stream_) return true;
   struct stat item {};
-  if (lstat(item_path_.c_str(), &item) == 0) {
-    stream_ = MakeFile(path_, item.st_mode & kReadWriteBits);  // no one may read more of an item than before
-  }
+  if (lstat(item_path_.c_str(), &item) == 0) stream_ = MakeFile(path_, ModeFor(item.st_mode));
   if (!stream_) {
     Fail(-errno);
     return false;
   }
-  CountOneMade();
   is_new_ = true;
   table_.Write(*stream_);
   const FinderBytes nothing{};
@@ -217,7 +229,7 @@ bool SideFile::HoldsNothing() {
 
 std::int32_t SideFile::Close() {
   if (!stream_) return error_;
-  if (changed_ && !HoldsNothing()) table_.WriteEntry(*stream_, *FindFork(table_));
+  if (changed_ && !HoldsNothing()) table_.WriteEntry(*stream_, AppleDouble::kResourceForkId);
   const bool is_half_made = is_new_ && !stream_->Flush();
   if (changed_ && (is_half_made || HoldsNothing())) unlink(path_.c_str());
   stream_->Close();

@@ -5,6 +5,8 @@
 // Errors are negative system numbers and stick: once there is one, nothing more is done.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -31,9 +33,13 @@ class SideFile {
   static std::string ItemNameOf(const std::string& name);
   // True if there is an AppleDouble file at `path`.
   static bool IsOne(const std::string& path);
-  // How many side files this process has made. While it stays the same, an item that had none has none.
-  static std::uint64_t CountMade();
-  static void CountOneMade();
+  // Moves the side file of an item that is about to be renamed. 0 if that is done or there is none, else the
+  // system's error: EEXIST if another one is in the way, or would become the item's.
+  static int Move(const std::string& item_path, const std::string& new_item_path);
+  // Removes the side file of an item that is gone.
+  static void Delete(const std::string& item_path);
+  // Lets those read the side file who may read an item of this mode, and the owner at any rate.
+  static void FollowMode(const std::string& item_path, mode_t item_mode);
 
   // Whether the item's side file, or the lack of one, could be made out.
   std::int32_t Error() const { return error_; }

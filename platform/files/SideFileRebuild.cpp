@@ -14,18 +14,18 @@
 namespace vantorel {
 namespace {
 
-struct Move {
+struct EntryMove {
   AppleDoubleEntry from;  // id 0: there was none, and the new place is zeros
   AppleDoubleEntry to;
 };
 
 // The entries in their new order: those of the old table but for a damaged Finder info, and the two that are
 // needed; the fork last.
-std::vector<Move> PlanMoves(AppleDoubleTable& old_table) {
+std::vector<EntryMove> PlanMoves(AppleDoubleTable& old_table) {
   const AppleDoubleEntry* finder = old_table.Find(AppleDouble::kFinderInfoId);
   const AppleDoubleEntry* fork = old_table.Find(AppleDouble::kResourceForkId);
   const bool finder_is_whole = finder != nullptr && finder->length >= AppleDouble::Finder::kSize;
-  std::vector<Move> moves;
+  std::vector<EntryMove> moves;
   if (!finder_is_whole) {
     moves.push_back({{}, {AppleDouble::kFinderInfoId, 0, AppleDouble::Finder::kSize}});
   }
@@ -43,7 +43,7 @@ std::vector<Move> PlanMoves(AppleDoubleTable& old_table) {
   return moves;
 }
 
-void CopyEntry(BinaryStream& source, const Move& move, BinaryStream& target) {
+void CopyEntry(BinaryStream& source, const EntryMove& move, BinaryStream& target) {
   std::array<char, 16384> chunk{};
   for (std::uint32_t done = 0; done < move.to.length;) {
     const std::uint32_t count = std::min<std::uint32_t>(move.to.length - done, chunk.size());
@@ -58,10 +58,10 @@ void CopyEntry(BinaryStream& source, const Move& move, BinaryStream& target) {
 }  // namespace
 
 bool SideFile::Rebuild() {
-  std::vector<Move> moves = PlanMoves(table_);
+  std::vector<EntryMove> moves = PlanMoves(table_);
   AppleDoubleTable table;
   table.Entries().clear();
-  for (const Move& move : moves) table.Entries().push_back(move.to);
+  for (const EntryMove& move : moves) table.Entries().push_back(move.to);
   std::uint64_t end = table.Size();
   for (std::size_t i = 0; i < moves.size(); ++i) {
     moves[i].to.offset = table.Entries()[i].offset = static_cast<std::uint32_t>(end);
@@ -84,7 +84,7 @@ bool SideFile::Rebuild() {
   if (stat(path_.c_str(), &old_file) == 0) fchmod(descriptor, old_file.st_mode);
   const Ref<BinaryStream> file = New<BinaryStream>(descriptor, true, std::uint64_t{0});
   table.Write(*file);
-  for (const Move& move : moves) CopyEntry(*stream_, move, *file);
+  for (const EntryMove& move : moves) CopyEntry(*stream_, move, *file);
   if (!file->Flush() || rename(path.c_str(), path_.c_str()) != 0) {
     Fail(file->WriteError() ? file->WriteErrorCode() : -errno);
     unlink(path.c_str());

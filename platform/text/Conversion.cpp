@@ -2,9 +2,11 @@
 // kept, since opening one costs more than converting a name.
 #include <iconv.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <map>
+#include <span>
 #include <utility>
 
 #include "platform/text/CharacterUnits.h"
@@ -68,13 +70,83 @@ Converter& ConverterFor(const TextEncoding& from, const TextEncoding& to) {
   return converters.try_emplace({from.code(), to.code()}, from, to).first->second;
 }
 
+// Where iconv's tables differ from the published ones.
+struct Correction {
+  char byte;
+  const char* character;
+};
+constexpr Correction kMacRoman[] = {{'\xC6', "\u2206"}};
+constexpr Correction kMacIcelandic[] = {
+    {'\xA0', "\u00DD"}, {'\xC6', "\u2206"}, {'\xD0', "\u2013"}, {'\xD1', "\u2014"},
+    {'\xD7', "\u25CA"}, {'\xDB', "\u20AC"}, {'\xDC', "\u00D0"}, {'\xDD', "\u00F0"},
+    {'\xE0', "\u00FD"}, {'\xF6', "\u02C6"}, {'\xF7', "\u02DC"},
+};
+constexpr Correction kMacCyrillic[] = {{'\xFF', "\u20AC"}};
+
+std::span<const Correction> CorrectionsOf(const TextEncoding& encoding) {
+  switch (encoding.code()) {
+    case 0:
+      return kMacRoman;
+    case 7:
+      return kMacCyrillic;
+    case 37:
+      return kMacIcelandic;
+    default:
+      return {};
+  }
+}
+
+const Correction* FindByte(std::span<const Correction> corrections, char byte) {
+  const auto found = std::find_if(corrections.begin(), corrections.end(),
+                                  [&](const Correction& correction) { return correction.byte == byte; });
+  return found == corrections.end() ? nullptr : &*found;
+}
+
+// From an encoding with corrections, which has one byte to a character, to UTF-8.
+std::string Decode(std::string_view bytes, const TextEncoding& from) {
+  std::string text;
+  for (const char& byte : bytes) {
+    const Correction* correction = FindByte(CorrectionsOf(from), byte);
+    text += correction != nullptr ? correction->character
+                                  : ConverterFor(from, *Encodings::UTF8()).Convert({&byte, 1});
+  }
+  return text;
+}
+
+// The other way.
+std::string Encode(std::string_view text, const TextEncoding& to) {
+  const std::span<const Correction> corrections = CorrectionsOf(to);
+  std::string bytes;
+  while (!text.empty()) {
+    const std::string_view character = text.substr(0, BytesOfCharacters(text, TextEncoding::Units::kUtf8, 1));
+    text.remove_prefix(character.size());
+    const auto found =
+        std::find_if(corrections.begin(), corrections.end(),
+                     [&](const Correction& correction) { return character == correction.character; });
+    if (found != corrections.end()) {
+      bytes += found->byte;
+      continue;
+    }
+    const std::string converted = ConverterFor(*Encodings::UTF8(), to).Convert(character);
+    bytes += FindByte(corrections, converted[0]) == nullptr ? converted : "?";
+  }
+  return bytes;
+}
+
 }  // namespace
 
 String ConvertEncoding(const String& text, const Ref<TextEncoding>& encoding) {
   if (encoding == nil) return text;
   const Ref<TextEncoding> from = Encoding(text) ? Encoding(text) : Encodings::SystemDefault();
   if (from->Equals(encoding) || IsAscii(text.view())) return DefineEncoding(text, encoding);
-  return String::Adopt(ConverterFor(*from, *encoding).Convert(text.view()), encoding);
+  if (CorrectionsOf(*from).empty() && CorrectionsOf(*encoding).empty()) {
+    return String::Adopt(ConverterFor(*from, *encoding).Convert(text.view()), encoding);
+  }
+  const String middle = CorrectionsOf(*from).empty()
+                            ? ConvertEncoding(text, Encodings::UTF8())
+                            : String::Adopt(Decode(text.view(), *from), Encodings::UTF8());
+  if (CorrectionsOf(*encoding).empty()) return ConvertEncoding(middle, encoding);
+  return String::Adopt(Encode(middle.view(), *encoding), encoding);
 }
 
 }  // namespace vantorel

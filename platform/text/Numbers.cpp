@@ -2,6 +2,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 
 #include "platform/text/TextFunctions.h"
@@ -32,7 +33,8 @@ double Val(const String& text) {
   if (!IsDigit(rest, rest.substr(0, 1) == "." ? 1 : 0)) return 0;
   double number = 0;
   const std::from_chars_result result = std::from_chars(rest.data(), rest.data() + rest.size(), number);
-  if (result.ec == std::errc::result_out_of_range) number = std::numeric_limits<double>::infinity();
+  // Too large or too small: the C library tells which.
+  if (result.ec == std::errc::result_out_of_range) number = std::strtod(std::string(rest).c_str(), nullptr);
   return negative ? -number : number;
 }
 

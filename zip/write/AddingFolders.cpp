@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "platform/base/Arithmetic.h"
-#include "platform/files/StatusHold.h"
 #include "platform/run/BackgroundTask.h"
 #include "platform/text/TextFunctions.h"
 #include "zip/archive/ZipArchive.h"
@@ -25,7 +24,6 @@ struct FolderContents {
 enum class Kind { kFile, kFolder, kAlias };
 
 Kind KindOf(const Ref<FolderItem>& item) {
-  const StatusHold hold(item);
   if (item->Alias()) return Kind::kAlias;
   return item->Directory() ? Kind::kFolder : Kind::kFile;
 }

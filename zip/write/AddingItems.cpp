@@ -1,6 +1,5 @@
 // Turning one item of the file system into a member.
 #include "platform/base/Arithmetic.h"
-#include "platform/files/StatusHold.h"
 #include "zip/archive/RuntimeGuard.h"
 #include "zip/archive/ZipArchive.h"
 #include "zip/extract/FileReader.h"
@@ -39,7 +38,6 @@ void SetPermissions(ZipArchive& archive, const Ref<FolderItem>& item, const Ref<
 
 std::int32_t AddItem(ZipArchive& archive, const Ref<FolderItem>& item, const String& path, std::int32_t mode,
                      bool unix_permissions, bool size_only) {
-  const StatusHold hold(item);
   MemberForks source = ForksOf(archive, item, mode, size_only);
   // The mode for everything wraps folders too.
   const bool wrapped =

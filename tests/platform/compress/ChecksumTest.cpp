@@ -20,6 +20,10 @@ TEST(Crc32, EqualsZlibsAtEverySplit) {
   }
 }
 
+TEST(Crc32, GoesOnOverEmptyStrings) {
+  EXPECT_EQ(Crc32("world", Crc32(String(), Crc32("hello ", 0))), Crc32("hello world", 0));
+}
+
 TEST(Crc16, IsTheMacBinarySumOfBytesInTheBlock) {
   const auto block = New<MemoryBlock>(20);
   block->SetStringValue(3, 9, "123456789");

@@ -48,6 +48,13 @@ TEST(BinaryStream, ReadsAreCutAtTheEnd) {
   EXPECT_TRUE(file.stream->Read(16384).empty());
   EXPECT_EQ(file.stream->ReadLong(), 0);
   EXPECT_TRUE(file.stream->AtEOF());
+  for (const std::int64_t stored : {-1, -4}) {
+    file.stream->SetPosition(static_cast<std::uint64_t>(stored));
+    file.stream->ReadLong();
+    file.stream->Write("lost");
+    EXPECT_EQ(file.stream->ReadLong() + file.stream->ReadShort(), 0) << "round to the front from " << stored;
+  }
+  EXPECT_EQ(file.Content(), "content");
 }
 
 TEST(BinaryStream, WhatReachesTheKernelWhen) {
@@ -55,6 +62,10 @@ TEST(BinaryStream, WhatReachesTheKernelWhen) {
   file.stream->Write("head");
   EXPECT_EQ(file.stream->Length(), 4U);
   EXPECT_EQ(file.Content(), "head");
+  file.stream->Write(" and more");
+  file.stream->SetLength(13);
+  EXPECT_EQ(file.Content(), "head and more") << "the length that it has already";
+  file.stream->SetLength(4);
   file.stream->SetPosition(0);
   file.stream->Write("H");  // patched in the buffer
   file.stream->SetPosition(2'000'000);

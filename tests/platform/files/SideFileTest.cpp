@@ -65,12 +65,22 @@ TEST(SideFile, HoldsWhatWasSetAndNothingMore) {
   EXPECT_EQ(ForkOf(item), "fork");
 }
 
-TEST(SideFile, MayBeReadByNoOneElseThanTheItem) {
-  const ScratchFolder scratch;
-  const Ref<FolderItem> item = scratch.Write("name", "");
-  item->SetUnixMode(0600);
-  WithFork(item, "secret");
-  EXPECT_EQ(scratch.Run("stat -c %a ._name"), "600\n");
+TEST(SideFile, MayBeReadByNoOneElseThanTheItemAndByItsOwner) {
+  const struct {
+    std::uint16_t item;
+    const char* side_file;
+  } cases[] = {{0600, "600\n"}, {0200, "600\n"}, {0000, "600\n"}, {0444, "644\n"}, {0755, "644\n"}};
+  for (const auto& [mode, expected] : cases) {
+    SCOPED_TRACE(mode);
+    const ScratchFolder scratch;
+    const Ref<FolderItem> item = scratch.Write("name", "");
+    item->SetUnixMode(mode);
+    WithFork(item, "secret");
+    EXPECT_EQ(scratch.Run("stat -c %a ._name"), expected) << "made after the mode was set";
+    scratch.Run("chmod 666 ._name");
+    scratch.Item("name")->SetUnixMode(mode);
+    EXPECT_EQ(scratch.Run("stat -c %a ._name"), expected) << "made by another, before the mode was set";
+  }
 }
 
 // Takes minutes if the whole table is walked for each entry.
@@ -128,6 +138,51 @@ TEST(SideFile, GoesWithItsItem) {
   scratch.Write("new", "");
   item->Delete();
   EXPECT_FALSE(scratch.Has("._new"));
+}
+
+TEST(SideFile, RenamingTouchesNothingElse) {
+  const std::string side_file = AppleDoubleOf({{9, "TEXT" + std::string(28, '\0')}, {2, ""}});
+  const struct {
+    const char* name;
+    const char* before;  // the shell makes this state
+    const char* after;
+  } cases[] = {
+      {"a text that is only named like a side file stays", "echo text > ._old", "._old new"},
+      {"another's side file is not adopted", "cp s ._new", "._new old"},
+      {"a text in the way of the side file stays", "cp s ._old; echo text > ._new", "._new ._old old"},
+      {"a text in the way of none is no hindrance", "echo text > ._new", "._new new"},
+  };
+  for (const auto& [name, before, after] : cases) {
+    const ScratchFolder scratch;
+    const Ref<FolderItem> item = scratch.Write("old", "");
+    scratch.Write("s", side_file);
+    scratch.Run(std::string(before) + "; rm s");
+    item->SetName("new");
+    EXPECT_EQ(scratch.Run("echo $(ls -A)"), std::string(after) + "\n") << name;
+  }
+}
+
+TEST(SideFile, ThereIsNoneForTheLongestNames) {
+  const ScratchFolder scratch;
+  const Ref<FolderItem> item = scratch.Write("name", "data");
+  for (const std::size_t length : {254U, 255U, 9U}) {
+    const std::string name(length, 'x');
+    item->SetName(String::Bytes(name));
+    EXPECT_EQ(item->Name().view(), name);
+    EXPECT_TRUE(scratch.Has(name) && item->MacType().empty());
+  }
+}
+
+TEST(SideFile, IsSeenWhereverItComesFrom) {
+  const ScratchFolder scratch;
+  scratch.Write("name", "data");
+  const Ref<FolderItem> listed = scratch.Item()->TrueItem(1);
+  EXPECT_TRUE(listed->MacType().empty());
+  scratch.Write("._name", AppleDoubleOf({{9, "TEXT" + std::string(28, '\0')}, {2, "fork"}}));
+  EXPECT_EQ(listed->MacType().view(), "TEXT");
+  EXPECT_EQ(listed->ResourceForkLength(), 4);
+  listed->Delete();
+  EXPECT_FALSE(scratch.Has("._name"));
 }
 
 TEST(SideFile, ForeignEntriesAreKept) {

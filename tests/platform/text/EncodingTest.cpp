@@ -20,6 +20,15 @@ TEST(Encodings, Conversion) {
       {"one mark for one character", "a\xE2\x82\xAC", nil, GetTextEncoding(1024, 0, 0), "a?"},
       {"ill-formed bytes", "\xFFx\xC3", nil, Encodings::WindowsANSI(), "?x?"},
       {"same encoding, whatever the bytes", "\xFF\xFE", Encodings::UTF8(), Encodings::UTF8(), "\xFF\xFE"},
+      {"increment on the Mac", "\xC6", GetTextEncoding(0, 0, 0), Encodings::UTF8(), "\u2206"},
+      {"and back", "a\u2206", nil, GetTextEncoding(0, 0, 0), "a\xC6"},
+      {"which Delta is not", "\u0394", nil, GetTextEncoding(0, 0, 0), "?"},
+      {"Icelandic Mac", "\xA0\xC6\xD0\xD1\xD7\xDB\xDC\xDD\xE0\xF6\xF7z", GetTextEncoding(37, 0, 0),
+       Encodings::UTF8(), "\u00DD\u2206\u2013\u2014\u25CA\u20AC\u00D0\u00F0\u00FD\u02C6\u02DCz"},
+      {"and back", "\u00DD\u2013\u20AC\u00D0\u02DC\u2020", nil, GetTextEncoding(37, 0, 0),
+       "\xA0\xD0\xDB\xDC\xF7?"},
+      {"Icelandic to Windows", "\xDB\xDC", GetTextEncoding(37, 0, 0), Encodings::WindowsANSI(), "\x80\xD0"},
+      {"euro on the Cyrillic Mac", "\xFF", GetTextEncoding(7, 0, 0), GetTextEncoding(37, 0, 0), "\xDB"},
       {"Japanese", "\x83\x5C", GetTextEncoding(1, 0, 0), Encodings::UTF8(), "\xE3\x82\xBD"},
   };
   for (const auto& [name, from, from_encoding, to, expected] : cases) {

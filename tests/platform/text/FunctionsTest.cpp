@@ -85,9 +85,20 @@ TEST(TextFunctions, Numbers) {
   EXPECT_EQ(Chr(0x20AC).view(), "\xE2\x82\xAC");
   EXPECT_EQ(BitwiseAnd(static_cast<std::uint64_t>(std::int32_t{-1}), 0xFFFFFFFF00000000), 0xFFFFFFFF00000000);
 
-  const std::tuple<const char*, double> values[] = {
-      {" 12abc", 12}, {"-5", -5}, {"+5", 5},  {"1.5e2x", 150}, {".5", 0.5}, {"", 0},
-      {"x1", 0},      {"inf", 0}, {"nan", 0}, {"--1", 0},      {"0x1F", 0}, {"4294967296", 4294967296.0}};
+  const std::tuple<const char*, double> values[] = {{" 12abc", 12},
+                                                    {"-5", -5},
+                                                    {"+5", 5},
+                                                    {"1.5e2x", 150},
+                                                    {".5", 0.5},
+                                                    {"", 0},
+                                                    {"x1", 0},
+                                                    {"inf", 0},
+                                                    {"nan", 0},
+                                                    {"--1", 0},
+                                                    {"0x1F", 0},
+                                                    {"1e-400", 0},
+                                                    {"1e400", std::numeric_limits<double>::infinity()},
+                                                    {"4294967296", 4294967296.0}};
   for (const auto& [text, expected] : values) EXPECT_EQ(Val(text), expected) << text;
   const std::tuple<double, std::int32_t> integers[] = {
       {-2147483649.0, INT32_MIN}, {2147483648.0, INT32_MAX}, {1 / 0.0, 0}, {std::nan(""), 0}, {-1.9, -1}};
