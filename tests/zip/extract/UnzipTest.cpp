@@ -59,6 +59,13 @@ TEST_F(Unzip, ForgedMembersGetTheirMessage) {
   constexpr const char* kOther = "An error -3 occured while deflation";
   constexpr const char* kShort = "An error -5 occured while deflation";
   const M packed = DeflatedMember("f", "some text, some text");
+  // A stored block of 40 bytes that ends after 3; in other blocks the engines may find bad codes first.
+  const M cut{.name = "f",
+              .data = {"\x01\x28\0\xD7\xFF"
+                       "abc",
+                       8},
+              .method = 8,
+              .uncompressed_size = 40};
   const M stored{.name = "f", .data = "stored"};
   const struct {
     const char* name;
@@ -74,7 +81,7 @@ TEST_F(Unzip, ForgedMembersGetTheirMessage) {
       {"method unknown", With(&M::method, 12, packed), "Unsupported compression method (12)"},
       {"wrong sum", With(&M::crc, 1, packed), kOther},
       {"size too large", With(&M::uncompressed_size, 21, packed), kOther},
-      {"deflated data cut", With(&M::compressed_size, 5, packed), kShort},
+      {"deflated data cut", cut, kShort},
       {"negative compressed size", With(&M::compressed_size, 0x80000000, packed), kShort},
       {"2 GiB claimed, deflated", With(&M::uncompressed_size, 0x7FFFFFFF, packed), kOther},
       {"2^31 bytes claimed", With(&M::uncompressed_size, 0x80000000, stored), kCorrupted},
