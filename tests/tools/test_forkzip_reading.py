@@ -161,6 +161,31 @@ class Damage(ForkzipTest):
             self.expect(1, "extract", self.zip, "-d", "out", says="f: its companion: ")
             self.assertEqual(self.files_below(self.root / "out"), [])
 
+    def test_members_that_overlap(self):
+        inner = Member("g", b"12345")
+        first, shared = Member("f", b"12345"), {"offset": 0, "flags": 8}
+        cases = [
+            ("a member in the data of another", [Member("f", inner.local()), Member("g", b"12345", offset=31)], 1),
+            ("two records of one member", [first, Member("f", b"12345", offset=0)], 1),
+            ("a duplicate as the engine makes it", [first, Member("h", b"12345", **shared)], 0),
+            ("duplicates that claim 4 GiB", [first, *[Member("h", size=0x7FFFFFFF, packed=b"12345", **shared)] * 2], 1),
+        ]
+        for what, members, code in cases:
+            with self.subTest(what):
+                self.zip.write_bytes(archive(*members))
+                for verb in (["test"], ["extract", "-d", "out"]):
+                    self.expect(code, *verb, "-q", self.zip, says="overlaps another member's" if code else "")
+                self.assertEqual(self.files_below(self.root / "out"), [] if code else ["f", "h"])
+                subprocess.run(["rm", "-rf", self.root / "out"], check=True)
+        self.zip.write_bytes(archive(*cases[0][1]))
+        self.expect(0, "test", "-q", "--allow-overlap", self.zip)
+
+    def test_messages_stay_short_and_few(self):
+        self.zip.write_bytes(archive(Member(("a" * 200 + "/") * 300, crc=1), *[Member("", crc=1)] * 2999))
+        errors = self.run_tool("test", self.zip).stderr
+        self.assertIn(b"2000 more members", errors)
+        self.assertLess(len(errors), 1000 * 400)
+
     def test_memory_stays_with_what_is_there(self):
         claim = 0x7FFFFFFF
         archives = {

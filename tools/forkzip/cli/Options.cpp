@@ -18,7 +18,7 @@ void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb) 
   command.add_option("ARCHIVE", options.archive, "The Zip archive")
       ->required()
       ->check([](const std::string& path) { return path.empty() ? "an empty name is no file's" : ""; });
-  command.add_flag("-q,--quiet", options.quiet, "Tell nothing but what goes wrong");
+  command.add_flag("-q,--quiet", options.quiet, "Report problems only");
   command.callback([&options, &exit_code, verb = std::move(verb)] {
     Problems problems(options.archive);
     try {
@@ -34,13 +34,14 @@ void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb) 
     } catch (const std::exception& fault) {  // FormatError above all
       problems.Add(ExitCode::kBadArchive, fault.what());
     }
+    problems.AddUp();
     exit_code = problems.Code();
   });
 }
 
 void AddProgressOption(CLI::App& command, Options& options) {
   command.add_flag("--progress", options.force_progress,
-                   "Show a progress bar even where no one may be watching");
+                   "Show a progress bar even if standard error is no terminal");
 }
 
 void AddEncodingOption(CLI::App& command, Options& options) {
@@ -52,11 +53,16 @@ void AddEncodingOption(CLI::App& command, Options& options) {
 }
 
 void AddJsonOption(CLI::App& command, Options& options) {
-  command.add_flag("--json", options.json, "Answer in JSON, for programs");
+  command.add_flag("--json", options.json, "Print JSON");
+}
+
+void AddOverlapOption(CLI::App& command, Options& options) {
+  command.add_flag("--allow-overlap", options.allow_overlap,
+                   "Accept members whose data overlaps, which is the mark of a zip bomb");
 }
 
 void AddInPlaceOption(CLI::App& command, Options& options) {
-  command.add_flag("--in-place", options.in_place, "Change the archive itself: quicker, but see below");
+  command.add_flag("--in-place", options.in_place, "Change the archive itself: faster, but see below");
 }
 
 const char* const kHelpOnEditing =

@@ -21,6 +21,7 @@ struct Options {
   bool quiet = false;
   bool force_progress = false;
   bool in_place = false;
+  bool allow_overlap = false;
 
   Progress::When ShowProgress() const;
 };
@@ -34,6 +35,7 @@ void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb);
 void AddProgressOption(CLI::App& command, Options& options);
 void AddEncodingOption(CLI::App& command, Options& options);
 void AddJsonOption(CLI::App& command, Options& options);
+void AddOverlapOption(CLI::App& command, Options& options);
 void AddInPlaceOption(CLI::App& command, Options& options);
 
 // What the help of every verb that changes an archive says about the two ways to do so.

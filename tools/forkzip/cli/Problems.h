@@ -1,7 +1,10 @@
 // What goes wrong in a run: told on standard error as it happens, summed up in the exit code.
 #pragma once
 
+#include <cstddef>
 #include <exception>
+#include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -34,8 +37,10 @@ class Problems {
   explicit Problems(std::string archive) : archive_(std::move(archive)) {}
 
   void Add(ExitCode code, std::string_view message);
-  // About one member.
+  // About one member. Long names are cut in the middle; where very many members have the same problem, only
+  // the first are told one by one, and AddUp tells how many more there were.
   void Add(ExitCode code, std::string_view member, std::string_view message);
+  void AddUp();
   // Something worth knowing that leaves the exit code alone.
   void Note(std::string_view message) const;
 
@@ -44,6 +49,7 @@ class Problems {
  private:
   std::string archive_;
   ExitCode code_ = ExitCode::kDone;
+  std::map<std::string, std::size_t, std::less<>> told_;  // how often, by the beginning of the message
 };
 
 // "what: cause", with the text of a system error.

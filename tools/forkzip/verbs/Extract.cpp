@@ -7,18 +7,26 @@
 #include "tools/forkzip/read/MemberFacts.h"
 #include "tools/forkzip/read/MemberSelection.h"
 #include "tools/forkzip/read/OpenArchive.h"
+#include "tools/forkzip/read/Overlaps.h"
 
 namespace vantorel::forkzip {
 
 namespace {
 
 constexpr const char* kHelp =
-    "Files that are there already are kept, unless --overwrite is given; then each is replaced once its new\n"
-    "content is whole. Members whose names lead out of the destination, or through a symbolic link, are\n"
-    "refused; the others are extracted all the same. Nothing half-written stays behind.\n"
-    "The resource fork and Finder data of `name` go to the AppleDouble file `._name` beside it. One that is\n"
-    "there already is kept too, and the member with it, unless --overwrite is given; any other file of that\n"
-    "name is always kept.\n"
+    "An existing file is kept, and reported; --overwrite replaces it once the new content is complete. A "
+    "member\n"
+    "whose name leads out of the destination, or through a symbolic link, is refused; the others are "
+    "extracted.\n"
+    "Files appear when they are complete. A run that is killed outright (kill -9, power cut) may leave a "
+    "file\n"
+    "`.forkzip-...`, which the next run with --overwrite removes, or a small file with mode 1000 and part of "
+    "its\n"
+    "content, which the next run replaces.\n"
+    "The resource fork and Finder data of `name` go to the AppleDouble file `._name` beside it. An existing "
+    "one is\n"
+    "kept, and the member left out, unless --overwrite is given; any other file of that name is always "
+    "kept.\n"
     "Examples:\n"
     "  forkzip extract site.zip                    all of it, into the present folder\n"
     "  forkzip extract site.zip -d /tmp/site       into a folder, which is made if it is missing\n"
@@ -32,6 +40,7 @@ struct ExtractOptions : Options {
 
 void Extract(const ExtractOptions& options, Problems& problems) {
   const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
+  if (!options.allow_overlap) RefuseOverlaps(archive);
   const std::vector<std::int32_t> members = SelectMembers(archive, options.members, problems).members;
   std::uint64_t total = 0;
   for (const std::int32_t i : members) total += SizeOf(archive->Entry(i));
@@ -58,13 +67,14 @@ void Extract(const ExtractOptions& options, Problems& problems) {
 
 void AddExtractVerb(CLI::App& app, ExitCode& exit_code) {
   static ExtractOptions options;
-  CLI::App& command = *app.add_subcommand("extract", "Brings members to disk");
+  CLI::App& command = *app.add_subcommand("extract", "Extracts members to disk");
   SetUp(command, options, exit_code, [](Problems& problems) { Extract(options, problems); });
   AddProgressOption(command, options);
+  AddOverlapOption(command, options);
   command.add_option("MEMBER", options.members,
                      "Names, folders or shell patterns; all members if none is given");
   command.add_option("-d,--destination", options.destination, "The folder to extract to")->default_str(".");
-  command.add_flag("--overwrite", options.ways.overwrite, "Replace files that are there already");
+  command.add_flag("--overwrite", options.ways.overwrite, "Replace existing files");
   command.add_flag("--raw", options.ways.raw, "Leave MacBinary and companions as they are");
   AddEncodingOption(command, options);
   command.footer(kHelp);

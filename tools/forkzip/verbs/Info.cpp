@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* kHelp =
     "Examples:\n"
-    "  forkzip info photos.zip               what the archive holds altogether\n"
+    "  forkzip info photos.zip               counts, sizes and comment of the archive\n"
     "  forkzip info photos.zip beach.jpg     all that is known of one member\n"
     "  forkzip info --json photos.zip | jq .members";
 
@@ -46,7 +46,7 @@ std::string Line(const std::string& label, const std::string& value) {
   return label + ":" + std::string(kColumn - label.size(), ' ') + value + "\n";
 }
 
-void TellArchive(const Ref<ZipArchive>& archive, const Options& options, Output& output) {
+void DescribeArchive(const Ref<ZipArchive>& archive, const Options& options, Output& output) {
   const Totals totals = AddUp(archive);
   if (options.json) {
     const nlohmann::ordered_json value = {{"archive", options.archive},
@@ -76,7 +76,7 @@ void TellArchive(const Ref<ZipArchive>& archive, const Options& options, Output&
   }
 }
 
-void TellMember(const Ref<ZipArchive>& archive, const InfoOptions& options, Output& output) {
+void DescribeMember(const Ref<ZipArchive>& archive, const InfoOptions& options, Output& output) {
   const std::int32_t index = SelectOneMember(archive, options.member);
   const Ref<ZipEntry> entry = archive->Entry(index);
   if (options.json) {
@@ -106,9 +106,9 @@ void Info(const InfoOptions& options) {
   const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
   Output output;
   if (options.member.empty()) {
-    TellArchive(archive, options, output);
+    DescribeArchive(archive, options, output);
   } else {
-    TellMember(archive, options, output);
+    DescribeMember(archive, options, output);
   }
   output.Flush();
 }
@@ -117,7 +117,7 @@ void Info(const InfoOptions& options) {
 
 void AddInfoVerb(CLI::App& app, ExitCode& exit_code) {
   static InfoOptions options;
-  CLI::App& command = *app.add_subcommand("info", "Tells about an archive, or about one member");
+  CLI::App& command = *app.add_subcommand("info", "Describes an archive, or one of its members");
   SetUp(command, options, exit_code, [](Problems&) { Info(options); });
   command.add_option("MEMBER", options.member, "A member's name, or a pattern that only one matches");
   AddJsonOption(command, options);

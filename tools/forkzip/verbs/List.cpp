@@ -82,10 +82,10 @@ void List(const ListOptions& options) {
 
 void AddListVerb(CLI::App& app, ExitCode& exit_code) {
   static ListOptions options;
-  CLI::App& command = *app.add_subcommand("list", "Names the members of an archive");
+  CLI::App& command = *app.add_subcommand("list", "Lists the members of an archive");
   SetUp(command, options, exit_code, [](Problems&) { List(options); });
   command.add_flag("-l,--long", options.long_form,
-                   "Tell mode, size and date also where no one may be watching");
+                   "Mode, size and date of each member, wherever the output goes");
   AddJsonOption(command, options);
   AddEncodingOption(command, options);
   command.footer(kHelp);

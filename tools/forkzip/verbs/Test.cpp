@@ -10,6 +10,7 @@
 #include "tools/forkzip/read/MemberJson.h"
 #include "tools/forkzip/read/MemberSelection.h"
 #include "tools/forkzip/read/OpenArchive.h"
+#include "tools/forkzip/read/Overlaps.h"
 #include "tools/forkzip/read/Verification.h"
 
 namespace vantorel::forkzip {
@@ -17,7 +18,7 @@ namespace vantorel::forkzip {
 namespace {
 
 constexpr const char* kHelp =
-    "Reads all data and compares its checksums. Nothing is written.\n"
+    "Reads all data, and checks sizes and checksums. Nothing is written.\n"
     "Examples:\n"
     "  forkzip test backup.zip\n"
     "  forkzip test backup.zip 'letters/*.txt' photos\n"
@@ -73,6 +74,7 @@ class Report {
 
 void Test(const Options& options, Problems& problems) {
   const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
+  if (!options.allow_overlap) RefuseOverlaps(archive);
   const MemberSelection selected = SelectMembers(archive, options.members, problems);
   if (archive->centralDirCorrupted) {
     problems.Add(ExitCode::kBadArchive, "the directory holds more members than it announces");
@@ -104,9 +106,10 @@ void Test(const Options& options, Problems& problems) {
 
 void AddTestVerb(CLI::App& app, ExitCode& exit_code) {
   static Options options;
-  CLI::App& command = *app.add_subcommand("test", "Checks that members can be read and are whole");
+  CLI::App& command = *app.add_subcommand("test", "Checks that members are sound");
   SetUp(command, options, exit_code, [](Problems& problems) { Test(options, problems); });
   AddProgressOption(command, options);
+  AddOverlapOption(command, options);
   command.add_option("MEMBER", options.members,
                      "Names, folders or shell patterns; all members if none is given");
   AddJsonOption(command, options);
