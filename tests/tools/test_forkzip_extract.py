@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """forkzip extract: what arrives on disk, what is refused, and what is left when it does not work out."""
 
+import binascii
 import json
 import os
 import resource
@@ -21,12 +22,7 @@ def mac_binary(data, fork):
     header[65:73] = b"TEXTttxt"
     header[83:91] = len(data).to_bytes(4, "big") + len(fork).to_bytes(4, "big")
     header[122:124] = bytes((129, 129))
-    crc = 0
-    for byte in header[:124]:
-        crc ^= byte << 8
-        for _ in range(8):
-            crc = (crc << 1 ^ (0x1021 if crc & 0x8000 else 0)) & 0xFFFF
-    header[124:126] = crc.to_bytes(2, "big")
+    header[124:126] = binascii.crc_hqx(header[:124], 0).to_bytes(2, "big")
     return bytes(header) + data + bytes(-len(data) % 128) + fork + bytes(-len(fork) % 128)
 
 

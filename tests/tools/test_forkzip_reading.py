@@ -77,6 +77,14 @@ class Listing(ForkzipTest):
         self.assertEqual(json.loads(self.expect(0, "info", "--json", self.zip, "F"))["name"], "f")
         self.assertIn("5 bytes", self.expect(0, "info", self.zip, "f").decode())
         self.expect(1, "info", self.zip, "x", says="x: no such member")
+        before = self.root.stat()
+        for members in ([], [Member("/", mode=0o040500)]):
+            self.zip.write_bytes(archive(*members))
+            self.assertIn(b"none", self.expect(0, "info", self.zip))
+            self.expect(0, "test", "-q", self.zip)
+            self.expect(0, "extract", "-q", self.zip, "-d", self.root)
+            after = self.root.stat()
+            self.assertEqual((after.st_mode, after.st_mtime), (before.st_mode, before.st_mtime))
 
     def test_names_that_are_looked_up(self):
         names = ["a", "A", "dir/", "dir/one.txt", "dir/two.c", "other/one.txt", "[x]"]
@@ -104,19 +112,16 @@ class Damage(ForkzipTest):
     def test_archives_that_cannot_be_opened(self):
         good = archive(Member("f", b"12345"))
         cases = [
-            ("no archive", b"hello", "'PK' header missing", 1),
-            ("nothing", b"", "'PK' header missing", 1),
-            ("cut off", good[:-30], "Central Directory not found", 1),
-            ("something in front", b"#!/bin/sh\n" + good, "'PK' header missing", 1),
-            ("a newer format", archive(Member("f", version=45)), "newer format", 1),
-            ("one of several parts", good[:-18] + b"\1\0" + good[-16:], "multi-segment", 1),
+            ("no archive", b"hello", "'PK' header missing"),
+            ("nothing", b"", "'PK' header missing"),
+            ("cut off", good[:-30], "Central Directory not found"),
+            ("a newer format", archive(Member("f", version=45)), "newer format"),
         ]
-        for what, content, message, code in cases:
+        for what, content, message in cases:
             with self.subTest(what):
                 self.zip.write_bytes(content)
                 for verb in ("list", "info", "test", "extract"):
-                    self.expect(code, verb, self.zip, says=f"forkzip: {self.zip}: ")
-                    self.expect(code, verb, self.zip, says=message)
+                    self.expect(1, verb, self.zip, says=message)
         self.expect(1, "list", "missing.zip", says="forkzip: missing.zip: cannot be opened: No such file")
         self.expect(3, "list", ".", says="is a folder")
         self.zip.write_bytes(archive(Member("f", b"1"), Member("g", b"2"), count=1))

@@ -46,6 +46,14 @@ std::string Line(const std::string& label, const std::string& value) {
   return label + ":" + std::string(kColumn - label.size(), ' ') + value + "\n";
 }
 
+std::string MembersText(const Ref<ZipArchive>& archive, const Totals& totals) {
+  const std::int32_t count = archive->EntryCount();
+  if (count == 0) return "none";
+  if (count == 1 && archive->Entry(1)->RawPath().view() == "/")
+    return "none; the folder \"/\" stands for an archive without members";
+  return Count(totals.files, "file") + ", " + Count(totals.folders, "folder");
+}
+
 void DescribeArchive(const Ref<ZipArchive>& archive, const Options& options, Output& output) {
   const Totals totals = AddUp(archive);
   if (options.json) {
@@ -63,7 +71,7 @@ void DescribeArchive(const Ref<ZipArchive>& archive, const Options& options, Out
     return;
   }
   output.Write(Line("Archive", Printable(options.archive)));
-  output.Write(Line("Members", Count(totals.files, "file") + ", " + Count(totals.folders, "folder")));
+  output.Write(Line("Members", MembersText(archive, totals)));
   output.Write(Line("Size", HumanSize(totals.size) + ", compressed " + HumanSize(totals.compressed_size)));
   if (totals.encrypted != 0) output.Write(Line("Encrypted", Count(totals.encrypted, "member")));
   if (totals.companions != 0) output.Write(Line("With Mac data", Count(totals.companions, "member")));
