@@ -133,11 +133,8 @@ void Extraction::MakeLink(const Ref<ZipEntry>& entry) {
 void Extraction::FinishFolder(const Ref<ZipEntry>& entry) {
   const Components& path = PathFor(entry);
   const int folder = destination_.Folder(path);
+  if (const auto time = TimeOf(entry)) SetTimes(folder, ".", *time);
   if (const auto mode = PermissionsOf(entry)) fchmod(folder, *mode);
-  if (const auto time = TimeOf(entry)) {
-    const std::array<timespec, 2> times = {timespec{*time, 0}, timespec{*time, 0}};
-    futimens(folder, times.data());
-  }
   if (!ways_.raw) ApplyFolderData(entry, path);
 }
 

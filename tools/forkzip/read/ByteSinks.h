@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/base/Ref.h"
+#include "platform/compress/Crc32.h"
 #include "zip/extract/SeqDataOutputStream.h"
 
 namespace vantorel::forkzip {
@@ -14,8 +15,8 @@ class PlainSink : public SeqDataOutputStream {
  public:
   bool Open() override { return true; }
   bool Close() override { return true; }
-  void GetErrorDescription(std::int32_t& code, String& text) override;
-  bool Skip(std::int32_t count) override;
+  void GetErrorDescription(std::int32_t& code, String& /*text*/) override { code = 0; }
+  bool Skip(std::int32_t /*count*/) override { return false; }
   void ClearError() override {}
   bool Flush() override { return true; }
 };
@@ -23,7 +24,10 @@ class PlainSink : public SeqDataOutputStream {
 // Only sums what passes.
 class SummingSink : public PlainSink {
  public:
-  bool Write(const String& data) override;
+  bool Write(const String& data) override {
+    crc_ = Crc32(data, crc_);
+    return true;
+  }
   std::uint32_t Crc() const { return static_cast<std::uint32_t>(crc_); }
 
  private:
@@ -34,7 +38,11 @@ class SummingSink : public PlainSink {
 class KeepingSink : public PlainSink {
  public:
   explicit KeepingSink(std::size_t limit) : limit_(limit) {}
-  bool Write(const String& data) override;
+  bool Write(const String& data) override {
+    if (bytes_.size() + data.size() > limit_) return false;
+    bytes_ += data.view();
+    return true;
+  }
   const std::string& Bytes() const { return bytes_; }
 
  private:
