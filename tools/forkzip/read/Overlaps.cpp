@@ -26,7 +26,7 @@ std::vector<Extent> ExtentsInOrder(const Ref<ZipArchive>& archive) {
   extents.reserve(static_cast<std::size_t>(count));
   for (std::int32_t i = 1; i <= count; ++i) {
     for (Ref<ZipEntry> entry = archive->Entry(i); entry; entry = entry->appleDoubleEntry) {
-      const auto begin = static_cast<std::uint32_t>(entry->header->Long(CentralHeader::kLocalHeaderOffset));
+      const auto begin = static_cast<std::uint32_t>(entry->HeaderLong(CentralHeader::kLocalHeaderOffset));
       extents.push_back(
           {begin, std::uint64_t{begin} + LocalHeader::kSize + CompressedSizeOf(entry), &*entry});
     }
