@@ -99,6 +99,7 @@ void BinaryStream::Fill() {
   do {
     got = pread(descriptor_, window_.get(), next_fill_, AsOffset(position_));
   } while (got < 0 && errno == EINTR);
+  if (got < 0) NoteReadError(errno);
   if (got > 0) window_size_ = static_cast<std::size_t>(got);
 }
 
@@ -107,6 +108,7 @@ std::size_t BinaryStream::ReadDirect(char* buffer, std::size_t count) {
   while (done < count) {
     const ssize_t got = pread(descriptor_, buffer + done, count - done, AsOffset(position_));
     if (got < 0 && errno == EINTR) continue;
+    if (got < 0) NoteReadError(errno);
     if (got <= 0) break;
     done += static_cast<std::size_t>(got);
     position_ += static_cast<std::uint64_t>(got);
@@ -201,6 +203,10 @@ bool BinaryStream::Put(std::string_view bytes, std::uint64_t position) {
 void BinaryStream::NoteError(int error) {
   ++write_faults_;
   if (first_error_ == 0) first_error_ = error;
+}
+
+void BinaryStream::NoteReadError(int error) {
+  if (read_error_ == 0) read_error_ = error;
 }
 
 // Forgets what a failed write left unwritten.

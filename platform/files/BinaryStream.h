@@ -63,6 +63,11 @@ class BinaryStream : public Object {
   void Write(const String& bytes) { WriteBytes(bytes.view()); }
   void WriteBytes(std::string_view bytes);
 
+  // True once the system has refused a read, which then looks like the end of the file; stays so.
+  bool ReadError() const { return read_error_ != 0; }
+  // The system's number for the first such refusal, negative; 0 if there was none.
+  std::int32_t ReadErrorCode() const { return -read_error_; }
+
   // True once a write or a change of length has failed; stays so.
   bool WriteError() const { return write_faults_ != 0; }
   // How many times that has happened: whether a stretch of writing went well shows in the count before and
@@ -99,6 +104,7 @@ class BinaryStream : public Object {
   // Writes all of `bytes`, or says no after having written what could be.
   bool Put(std::string_view bytes, std::uint64_t position);
   void NoteError(int error);
+  void NoteReadError(int error);
   void ShowFileAsItIs();
 
   int descriptor_;
@@ -106,6 +112,7 @@ class BinaryStream : public Object {
   ByteOrder byte_order_ = ByteOrder::kBig;
   std::uint32_t write_faults_ = 0;
   int first_error_ = 0;
+  int read_error_ = 0;
   std::uint64_t position_ = 0;
   std::uint64_t length_;  // with what is buffered
 

@@ -99,6 +99,7 @@ SideFile::SideFile(const std::string& item_path, Access access)
   if (table) {
     table_ = std::move(*table);
   } else {
+    Fail(stream_->ReadErrorCode());
     stream_ = nil;
     if (!read_only) Fail(-EEXIST);
   }

@@ -41,8 +41,9 @@ class SideFile {
   // Lets those read the side file who may read an item of this mode, and the owner at any rate.
   static void FollowMode(const std::string& item_path, mode_t item_mode);
 
-  // Whether the item's side file, or the lack of one, could be made out.
-  std::int32_t Error() const { return error_; }
+  // Whether the item's side file, or the lack of one, could be made out, and all that was asked of it be
+  // read.
+  std::int32_t Error() const { return error_ == 0 && stream_ ? stream_->ReadErrorCode() : error_; }
 
   FinderInfo GetFinderInfo();
   void SetFinderInfo(const FinderInfo& info);

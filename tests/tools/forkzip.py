@@ -10,7 +10,7 @@ import unittest
 import zlib
 
 PROGRAM = os.path.abspath(os.environ.get("FORKZIP", "build/dev/bin/forkzip"))
-WRITE_COUNTER = os.path.abspath(os.environ.get("WRITE_COUNTER", "build/dev/lib/libwritecounter.so"))
+WRITE_COUNTER = os.path.abspath(os.environ.get("WRITE_COUNTER", "build/dev/tests/tools/libwritecounter.so"))
 
 STORED, DEFLATED = 0, 8
 UNIX_TIMES = struct.pack("<HHII", 0x5855, 8, 1700000000, 1700000000)

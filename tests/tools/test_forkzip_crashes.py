@@ -9,7 +9,7 @@ import subprocess
 import unittest
 import zipfile
 
-from forkzip import PROGRAM, WRITE_COUNTER, ForkzipTest, Member, apple_double, archive
+from forkzip import DEFLATED, PROGRAM, WRITE_COUNTER, ForkzipTest, Member, apple_double, archive
 
 # Verb, arguments: each is run on the same archive, a gap in it.
 EDITS = [
@@ -22,6 +22,9 @@ EDITS = [
     ("compact", []),
 ]
 WAYS = ([], ["--in-place"])
+
+# Verbs that only read, on the same archive.
+READERS = [("list", []), ("list", ["--json"]), ("info", []), ("info", ["second"])]
 
 
 class Crashes(ForkzipTest):
@@ -105,7 +108,7 @@ class Crashes(ForkzipTest):
                 old = self.content()
                 self.expect(0, verb, "-q", *way, self.zip, *arguments)
                 new, new_bytes = self.content(), self.zip.read_bytes()
-                for kind in ("FAIL", "CLOSE"):
+                for kind in ("FAIL", "READ", "CLOSE"):
                     for fault, result in self.each_fault(kind, verb, arguments, way):
                         with self.subTest(fault):
                             if result.returncode == 0:
@@ -136,6 +139,18 @@ class Crashes(ForkzipTest):
                     if self.zip.exists():
                         self.assertLessEqual(self.content().items(), new.items())
                         self.assertIn(b"left out", result.stderr)
+
+    def test_no_read_fault_passes_for_what_an_archive_holds(self):
+        self.old = archive(Member("first", b"1" * 40000, DEFLATED), Member("second", b"2" * 50000))
+        for verb, arguments in READERS:
+            self.put_back()
+            right = self.run_tool(verb, "-q", self.zip, *arguments).stdout, self.files_in("out")
+            for fault, result in self.each_fault("READ", verb, arguments, []):
+                with self.subTest(fault):
+                    if result.returncode == 0:
+                        self.assertEqual((result.stdout, self.files_in("out")), right)
+                    else:
+                        self.assert_told(result)
 
     def assert_told(self, result):
         self.assertEqual(result.returncode, 3, result.stderr)

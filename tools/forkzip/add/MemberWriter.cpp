@@ -1,7 +1,5 @@
 #include "tools/forkzip/add/MemberWriter.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -60,27 +58,13 @@ std::string LinkTargetOf(const std::string& path) {
   return std::string(target.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
 }
 
-// Whether all that was written has arrived, as far as it is known, and what is read comes back.
-void CheckStream(const BinaryStream& stream) {
-  if (stream.WriteError()) {
-    throw Failure(ExitCode::kFileError, WithCause("cannot be written", -stream.WriteErrorCode()));
-  }
-}
-
 }  // namespace
 
 // The engine is given the file as an archive of its own, of no members so far, whose directory is to begin at
 // `begin`.
 MemberWriter::MemberWriter(int file, std::uint32_t begin, const AddingOptions& options, Problems& problems)
     : archive_(NewArchive(options.encoding)), options_(options), problems_(problems) {
-  Descriptor shared(fcntl(file, F_DUPFD_CLOEXEC, 0));
-  struct stat status {};
-  if (!shared.IsOpen() || fstat(file, &status) != 0) {
-    throw Failure(ExitCode::kFileError, WithCause("cannot be written", errno));
-  }
-  archive_->d->zipStream =
-      New<BinaryStream>(shared.Release(), true, static_cast<std::uint64_t>(status.st_size));
-  archive_->d->zipStream->SetLittleEndian(true);
+  archive_->d->zipStream = StreamOver(file, true);
   archive_->entriesRead = true;
   archive_->writeMode = true;
   archive_->startOfDirInArchive = ToSInt32(begin);
@@ -186,16 +170,17 @@ std::vector<RawRecord> MemberWriter::Finish() {
                          std::string(entry->z_origEncodedName().view()) +
                          std::string(entry->ExtraFieldInCentralDir()->AsData().view()));
   }
-  const Ref<BinaryStream> stream = archive_->d->zipStream;
-  archive_->d->dirty = false;  // the directory will hold the old members too, and is written with them
-  archive_->Close();
-  CheckStream(*stream);
+  archive_->d->zipStream->Flush();
+  CheckArchive();
   return records;
 }
 
 void MemberWriter::CheckArchive() const {
   const Ref<BinaryStream>& stream = archive_->d->zipStream;
-  CheckStream(*stream);
+  CheckReadFault(*archive_);
+  if (stream->WriteError()) {
+    throw Failure(ExitCode::kFileError, WithCause("cannot be written", -stream->WriteErrorCode()));
+  }
   Preflight::CheckSize(std::max<std::uint64_t>(stream->Position(), End()));
 }
 

@@ -77,14 +77,14 @@ ArchiveEdit::ArchiveEdit(const Options& options, Target target)
 
 void ArchiveEdit::Open() {
   // The engine tells best why something is no archive.
-  archive_ = OpenForReading(path_, options_.encoding);
+  archive_ = OpenForReading(original_.Number(), path_, options_.encoding);
   before_ = RawDirectory::Read(original_.Number());
   Preflight::CheckDirectory(original_.Number(), before_);
   CheckSameMembersSeen();
 }
 
-// The engine opened the path for itself. Other runs of the tool keep off it, other programs need not; and a
-// disk that gives way may answer differently the second time.
+// Other runs of the tool keep off a locked archive, other programs need not; and a disk that gives way may
+// answer differently the second time.
 void ArchiveEdit::CheckSameMembersSeen() const {
   auto record = before_.records.begin();
   std::ptrdiff_t passed_over = 0;

@@ -8,7 +8,7 @@
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/edit/Preflight.h"
-#include "tools/forkzip/read/MemberFacts.h"
+#include "tools/forkzip/read/OpenArchive.h"
 #include "tools/forkzip/read/Verification.h"
 #include "zip/records/MemberExtents.h"
 #include "zip/records/ZipRecords.h"
@@ -46,8 +46,8 @@ bool HeadersAgree(std::string_view local, const RawRecord& record) {
 }
 
 // What cannot be unpacked here, like encrypted data, is not looked into.
-void CheckSound(int file, const Ref<ZipEntry>& entry, const RawRecord& record) {
-  if (!HeadersAgree(ReadAt(file, record.Offset(), LocalHeader::kSize), record)) {
+void CheckSound(const ArchiveEdit& edit, const Ref<ZipEntry>& entry, const RawRecord& record) {
+  if (!HeadersAgree(ReadAt(edit.From(), record.Offset(), LocalHeader::kSize), record)) {
     throw Failure(ExitCode::kBadArchive, "not changed: its local header contradicts the directory");
   }
   const std::int32_t method = entry->CompressionMethod();
@@ -55,6 +55,7 @@ void CheckSound(int file, const Ref<ZipEntry>& entry, const RawRecord& record) {
   try {
     Verify(entry);
   } catch (const Failure& fault) {
+    CheckReadFault(*edit.Archive());
     throw Failure(fault.Code(), std::string("not changed: the member is damaged: ") + fault.what());
   }
 }
@@ -129,7 +130,7 @@ RawDirectory DuplicateMember(ArchiveEdit& edit, const Ref<ZipEntry>& entry, cons
   Preflight::CheckSize(before.end + needed);
   Preflight::CheckCount(before.records.size() + sources.size());
   ExtentsOf(edit.From(), of_sources);  // raises if they do not lie where they should
-  CheckSound(edit.From(), entry, sources.front().record);
+  CheckSound(edit, entry, sources.front().record);
 
   edit.MakeRoomBehindMembers();
   RawDirectory after = edit.Before();

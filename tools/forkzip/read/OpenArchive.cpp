@@ -26,17 +26,16 @@ Ref<TextEncoding> EncodingByName(ZipArchive& archive, const std::string& name) {
 
 // An archive of no members, as other programs write it, is an end record and nothing else. The engine wants a
 // member in front. False if the file is something else.
-bool OpenWithoutMembers(ZipArchive& archive, const std::string& path, int file) {
+bool ReadEndRecordAlone(ZipArchive& archive, int file) {
   try {
     const RawDirectory directory = RawDirectory::Read(file);
     if (directory.start != 0 || directory.announced != 0 || directory.unknown != 0) return false;
     archive.comment_ = String::Bytes(directory.comment);
+    archive.entriesRead = true;
   } catch (const FormatError&) {
     return false;
   }
-  archive.d->zipStream = GetFolderItem(String::Bytes(path))->OpenAsBinaryFile(false);
-  archive.entriesRead = archive.d->zipStream != nil;
-  return archive.entriesRead;
+  return true;
 }
 
 }  // namespace
@@ -62,14 +61,42 @@ Descriptor OpenRegularFile(const std::string& path, int flags) {
   return file;
 }
 
-Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encoding) {
-  const Descriptor file = OpenRegularFile(path, O_RDONLY);
+Ref<BinaryStream> StreamOver(int file, bool writable) {
+  const int shared = fcntl(file, F_DUPFD_CLOEXEC, 0);
+  struct stat status {};
+  if (shared < 0 || fstat(file, &status) != 0) {
+    throw Failure(ExitCode::kFileError, WithCause("cannot be opened", errno));
+  }
+  auto stream = New<BinaryStream>(shared, writable, static_cast<std::uint64_t>(status.st_size));
+  stream->SetLittleEndian(true);
+  return stream;
+}
+
+void CheckReadFault(const ZipArchive& archive) {
+  const Ref<BinaryStream>& stream = archive.d->zipStream;
+  if (stream && stream->ReadError()) {
+    throw Failure(ExitCode::kFileError, WithCause("cannot be read", -stream->ReadErrorCode()));
+  }
+}
+
+Ref<ZipArchive> OpenForReading(int file, const std::string& path, const std::string& encoding) {
   Ref<ZipArchive> archive = NewArchive(encoding);
-  if (!archive->Open(GetFolderItem(String::Bytes(path)), false, archive->d->archiveEncoding) &&
-      !OpenWithoutMembers(*archive, path, file.Number())) {
+  archive->d->theFile = GetFolderItem(String::Bytes(path));
+  archive->d->zipStream = StreamOver(file, false);
+  try {
+    archive->z_readDirectory();
+  } catch (const RuntimeException&) {
+    archive->errmsg = "Unexpected error (exception)";
+  }
+  CheckReadFault(*archive);
+  if (!archive->entriesRead && !ReadEndRecordAlone(*archive, file)) {
     throw Failure(ExitCode::kBadArchive, Utf8(archive->ErrorMessage()));
   }
   return archive;
+}
+
+Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encoding) {
+  return OpenForReading(OpenRegularFile(path, O_RDONLY).Number(), path, encoding);
 }
 
 }  // namespace vantorel::forkzip

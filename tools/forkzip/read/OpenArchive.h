@@ -16,7 +16,16 @@ Ref<ZipArchive> NewArchive(const std::string& encoding);
 // refuses it or it is no regular file.
 Descriptor OpenRegularFile(const std::string& path, int flags);
 
-// Raises Failure as above, and kBadArchive if the file is no archive that can be read.
+// Opens an archive. Raises Failure as above, and kBadArchive if the file is no archive that can be read.
 Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encoding);
+// The same for a file that is open; `path` is its name.
+Ref<ZipArchive> OpenForReading(int file, const std::string& path, const std::string& encoding);
+
+// The engine takes what cannot be read for the end of the file. Raises Failure (kFileError) with the cause if
+// that has happened since the archive was opened.
+void CheckReadFault(const ZipArchive& archive);
+
+// A stream as the engine uses, over a file that stays the caller's. Raises Failure.
+Ref<BinaryStream> StreamOver(int file, bool writable);
 
 }  // namespace vantorel::forkzip
