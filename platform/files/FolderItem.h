@@ -71,6 +71,9 @@ class FolderItem : public Object {
   FinderInfo GetFinderInfo() const;
   // 0, or a negative error code (-errno) with `info` untouched.
   std::int32_t GetFinderInfo(FinderInfo& info) const;
+  // Where the classic attributes came out empty since the system refused to read the side file: its number
+  // for the first refusal that this object met, negative; else 0.
+  std::int32_t SideFileError() const { return side_file_error_; }
   // False if it could not be stored.
   bool SetFinderInfo(const FinderInfo& info);
 
@@ -119,9 +122,11 @@ class FolderItem : public Object {
   std::optional<struct stat> Status() const;
   // The path of a member of this folder, empty if the name could not be one.
   std::string MemberPath(const String& name) const;
+  void NoteSideFileError(std::int32_t error) const;
 
   std::string path_;
   std::optional<FolderListing> listing_;
+  mutable std::int32_t side_file_error_ = 0;
 };
 
 // The item at a path string; nil for an empty path. `mode` is always 0.

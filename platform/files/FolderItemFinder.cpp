@@ -33,6 +33,7 @@ FinderInfo FolderItem::GetFinderInfo() const {
 std::int32_t FolderItem::GetFinderInfo(FinderInfo& info) const {
   SideFile side_file(path_, SideFile::Access::kRead);
   const FinderInfo present = side_file.GetFinderInfo();
+  NoteSideFileError(side_file.Error());
   if (side_file.Error() == 0) info = present;
   return side_file.Error();
 }
@@ -66,7 +67,13 @@ void FolderItem::SetMacCreator(const String& creator) {
 }
 
 std::int32_t FolderItem::ResourceForkLength() const {
-  return SideFile(path_, SideFile::Access::kRead).ForkLength();
+  SideFile side_file(path_, SideFile::Access::kRead);
+  NoteSideFileError(side_file.Error());
+  return side_file.ForkLength();
+}
+
+void FolderItem::NoteSideFileError(std::int32_t error) const {
+  if (side_file_error_ == 0) side_file_error_ = error;
 }
 
 }  // namespace vantorel

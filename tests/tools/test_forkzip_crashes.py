@@ -24,7 +24,8 @@ EDITS = [
 WAYS = ([], ["--in-place"])
 
 # Verbs that only read, on the same archive.
-READERS = [("list", []), ("list", ["--json"]), ("info", []), ("info", ["second"])]
+READERS = [("list", []), ("list", ["--json"]), ("info", []), ("info", ["second"]), ("test", []), ("cat", ["first"]),
+           ("extract", ["-d", "out"])]
 
 
 class Crashes(ForkzipTest):
@@ -129,7 +130,7 @@ class Crashes(ForkzipTest):
         self.old = None
         self.expect(0, "create", "-q", self.zip, "t")
         new, new_bytes = self.content(), self.zip.read_bytes()
-        for kind in ("FAIL", "CLOSE"):
+        for kind in ("FAIL", "READ", "CLOSE"):
             for fault, result in self.each_fault(kind, "create", ["t"], []):
                 with self.subTest(fault):
                     if result.returncode == 0:

@@ -43,20 +43,6 @@ bool IsIn(const std::vector<std::string>& names, const std::string& name) {
   return std::binary_search(names.begin(), names.end(), name);
 }
 
-// A side file whose content goes into the MacBinary wrapping of the file it belongs to.
-bool GoesWithItsFile(const std::string& path_prefix, const std::vector<std::string>& names,
-                     const std::string& name, MacBinary mac_binary) {
-  if (mac_binary == MacBinary::kNever || !name.starts_with(kSidePrefix)) return false;
-  const std::string file = name.substr(kSidePrefix.size());
-  struct stat status {};
-  const bool wrappable =
-      IsIn(names, file) && lstat((path_prefix + file).c_str(), &status) == 0 && S_ISREG(status.st_mode);
-  if (!wrappable) return false;
-  const auto item = GetFolderItem(String::Bytes(path_prefix + file));
-  return item->ResourceForkLength() > 0 ||
-         (mac_binary == MacBinary::kAlways && !item->GetFinderInfo().IsEmpty());
-}
-
 std::string SideFileOf(std::string path) {
   return path.insert(path.find_last_of('/') + 1, kSidePrefix);  // at the front where there is no slash
 }
@@ -142,14 +128,35 @@ void AddPlan::AddItem(const std::string& path, const std::string& name, bool has
   TakeUp(std::move(item));
 }
 
+bool AddPlan::GoesWithItsFile(const std::string& path_prefix, const std::vector<std::string>& names,
+                              const std::string& name) {
+  if (options_.mac_binary == MacBinary::kNever || !name.starts_with(kSidePrefix)) return false;
+  const std::string file = name.substr(kSidePrefix.size());
+  struct stat status {};
+  const bool wrappable =
+      IsIn(names, file) && lstat((path_prefix + file).c_str(), &status) == 0 && S_ISREG(status.st_mode);
+  if (!wrappable) return false;
+  const auto item = GetFolderItem(String::Bytes(path_prefix + file));
+  const bool goes = item->ResourceForkLength() > 0 ||
+                    (options_.mac_binary == MacBinary::kAlways && !item->GetFinderInfo().IsEmpty());
+  if (item->SideFileError() == 0) return goes;
+  problems_.Add(ExitCode::kFileError, path_prefix + name,
+                WithCause("left out, cannot be read", -item->SideFileError()));
+  return true;
+}
+
 void AddPlan::AddFolder(const std::string& path, const std::string& name) {
   int error = 0;
   const std::vector<std::string> names = NamesIn(path, error);
-  if (error != 0) problems_.Add(ExitCode::kFileError, path, WithCause("cannot be read", error));
+  if (error != 0) {
+    // Of a part of the names it could not be told which files have side files.
+    return problems_.Add(ExitCode::kFileError, path,
+                         WithCause("what is in it is left out, it cannot be read", error));
+  }
   const std::string path_prefix = path.back() == '/' ? path : path + "/";
   const std::string name_prefix = name.empty() ? "" : name + "/";
   for (const std::string& each : names) {
-    if (GoesWithItsFile(path_prefix, names, each, options_.mac_binary)) continue;
+    if (GoesWithItsFile(path_prefix, names, each)) continue;
     Interruption::Check();
     AddItem(path_prefix + each, name_prefix + each, IsIn(names, std::string(kSidePrefix) + each));
   }

@@ -54,6 +54,10 @@ class AddPlan {
  private:
   void AddItem(const std::string& path, const std::string& name, bool has_side_file);
   void AddFolder(const std::string& path, const std::string& name);
+  // Whether `name`, one of a folder's names, is a side file whose content goes into the MacBinary wrapping of
+  // the file it belongs to. One that cannot be read is a problem.
+  bool GoesWithItsFile(const std::string& path_prefix, const std::vector<std::string>& names,
+                       const std::string& name);
   bool IsLeftOut(const struct stat& status) const;
   // Takes the item up if no other bears its name yet. Another file of the same name is a problem.
   void TakeUp(PlannedItem item);

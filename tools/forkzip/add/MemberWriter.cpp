@@ -25,6 +25,7 @@ namespace vantorel::forkzip {
 namespace {
 
 constexpr std::int32_t kDosFolder = 0x10;
+constexpr const char* kNoMacData = "left out, its resource fork or Finder data cannot be read";
 constexpr std::uint64_t kLargestMember = 0x7FFFFFFF;
 
 // The extended time stamp with the time of the last change; the same in the local and the central header.
@@ -38,8 +39,7 @@ std::string TimestampRecord(const timespec& modified) {
 }
 
 // Type and creator of a file with a side file, if it has any.
-std::string TypeRecord(const Ref<ZipArchive>& archive, const PlannedItem& item) {
-  const auto file = GetFolderItem(String::Bytes(item.Source()));
+std::string TypeRecord(const Ref<ZipArchive>& archive, const Ref<FolderItem>& file) {
   if (file->MacType().empty() && file->MacCreator().empty()) return {};
   return std::string(archive->MakeZipExtraField(file, "")->AsData().view());
 }
@@ -50,12 +50,6 @@ String NameOf(const PlannedItem& item) {
 
 Ref<Date> TimeOf(const PlannedItem& item) {
   return Date::FromUnixTime(item.modified.tv_sec);
-}
-
-std::string LinkTargetOf(const std::string& path) {
-  std::array<char, 4096> target{};
-  const ssize_t length = readlink(path.c_str(), target.data(), target.size());
-  return std::string(target.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
 }
 
 }  // namespace
@@ -90,41 +84,45 @@ bool MemberWriter::AddItem(const PlannedItem& item, bool side_file_is_member) {
     return TakeBack(item, "left out, its name has letters that the archive's encoding lacks");
   if (item.kind == PlannedItem::Kind::kLink) return AddLink(item);
   // A side file that is a member itself says all there is to say.
-  const bool has_mac_data = item.has_side_file && !side_file_is_member;
-  if (side_file_is_member || !IsToBeWrapped(item)) return AddPlain(item, has_mac_data);
-  return AddWrapped(item);
+  if (side_file_is_member) return AddPlain(item, nil);
+  Ref<FolderItem> file;
+  if (item.kind == PlannedItem::Kind::kFile &&
+      (item.has_side_file || options_.mac_binary == MacBinary::kAlways))
+    file = GetFolderItem(String::Bytes(item.Source()));
+  return IsToBeWrapped(item, file) ? AddWrapped(item, file) : AddPlain(item, file);
 }
 
 // Folders have no forks and are never wrapped, though the engine would: other programs would see files.
-bool MemberWriter::IsToBeWrapped(const PlannedItem& item) const {
-  if (item.kind != PlannedItem::Kind::kFile || options_.mac_binary == MacBinary::kNever) return false;
+bool MemberWriter::IsToBeWrapped(const PlannedItem& item, const Ref<FolderItem>& file) const {
+  if (!file || options_.mac_binary == MacBinary::kNever) return false;
   if (options_.mac_binary == MacBinary::kAlways && !IsSideFile(item.name)) return true;
-  return item.has_side_file && GetFolderItem(String::Bytes(item.Source()))->ResourceForkLength() > 0;
+  return item.has_side_file && file->ResourceForkLength() > 0;
 }
 
-bool MemberWriter::AddPlain(const PlannedItem& item, bool has_mac_data) {
+bool MemberWriter::AddPlain(const PlannedItem& item, const Ref<FolderItem>& file) {
   const bool is_file = item.kind == PlannedItem::Kind::kFile;
   const auto source = is_file ? New<FileSource>(item.Source(), item.size) : Ref<FileSource>();
-  const std::string type = is_file && has_mac_data ? TypeRecord(archive_, item) : "";
-  const std::string extra = type + TimestampRecord(item.modified);
+  const std::string extra = (file ? TypeRecord(archive_, file) : "") + TimestampRecord(item.modified);
   const std::int32_t index =
       archive_->AddItemByStreams(source, ToSInt32(item.size), nil, 0, nil, NameOf(item),
                                  archive_->MakeZipExtraField(String::Bytes(extra)), TimeOf(item));
-  return Settle(item, source, index);
+  return Settle(item, source, file, index);
 }
 
 bool MemberWriter::AddLink(const PlannedItem& item) {
-  const std::string target = LinkTargetOf(item.path);
+  std::array<char, 4096> target{};
+  const ssize_t length = readlink(item.path.c_str(), target.data(), target.size());
+  if (length < 0) return TakeBack(item, WithCause("left out, cannot be read", errno));
+  const std::string_view bytes(target.data(), static_cast<std::size_t>(length));
   const std::int32_t index = archive_->AddItemByStreams(
-      New<TextSource>(String::Bytes(target)), ToSInt32(target.size()), nil, 0, nil, NameOf(item),
+      New<TextSource>(String::Bytes(bytes)), ToSInt32(bytes.size()), nil, 0, nil, NameOf(item),
       archive_->MakeZipExtraField(String::Bytes(TimestampRecord(item.modified))), TimeOf(item));
-  return Settle(item, nil, index);
+  return Settle(item, nil, nil, index);
 }
 
 // The engine adds files in MacBinary by itself too, but tells less of what goes wrong, and knows the file by
 // no other name than its own.
-bool MemberWriter::AddWrapped(const PlannedItem& item) {
-  const auto file = GetFolderItem(String::Bytes(item.Source()));
+bool MemberWriter::AddWrapped(const PlannedItem& item, const Ref<FolderItem>& file) {
   const auto source = New<FileSource>(item.Source(), item.size);
   const std::int32_t fork_length = file->ResourceForkLength();
   const auto fork = fork_length > 0 ? New<RsrcForkReader>(file) : Ref<RsrcForkReader>();
@@ -134,10 +132,14 @@ bool MemberWriter::AddWrapped(const PlannedItem& item) {
   const std::int32_t index =
       archive_->AddItemByStreams(source, ToSInt32(item.size), fork, fork_length, header, NameOf(item),
                                  archive_->MakeZipExtraField(file), TimeOf(item));
-  return Settle(item, source, index);
+  if (fork && fork->errCode != 0) return TakeBack(item, WithCause(kNoMacData, -fork->errCode));
+  return Settle(item, source, file, index);
 }
 
-bool MemberWriter::Settle(const PlannedItem& item, const Ref<FileSource>& source, std::int32_t index) {
+bool MemberWriter::Settle(const PlannedItem& item, const Ref<FileSource>& source, const Ref<FolderItem>& file,
+                          std::int32_t index) {
+  if (file && file->SideFileError() != 0)
+    return TakeBack(item, WithCause(kNoMacData, -file->SideFileError()));
   if (source && source->Error() != 0)
     return TakeBack(item, WithCause("left out, cannot be read", source->Error()));
   if (index <= 0) return TakeBack(item, Utf8(archive_->ErrorMessage()));
@@ -177,7 +179,7 @@ std::vector<RawRecord> MemberWriter::Finish() {
 
 void MemberWriter::CheckArchive() const {
   const Ref<BinaryStream>& stream = archive_->d->zipStream;
-  CheckReadFault(*archive_);
+  CheckReadFault(*archive_->d);
   if (stream->WriteError()) {
     throw Failure(ExitCode::kFileError, WithCause("cannot be written", -stream->WriteErrorCode()));
   }

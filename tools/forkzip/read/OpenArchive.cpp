@@ -72,8 +72,8 @@ Ref<BinaryStream> StreamOver(int file, bool writable) {
   return stream;
 }
 
-void CheckReadFault(const ZipArchive& archive) {
-  const Ref<BinaryStream>& stream = archive.d->zipStream;
+void CheckReadFault(const ZipArchiveData& archive) {
+  const Ref<BinaryStream>& stream = archive.zipStream;
   if (stream && stream->ReadError()) {
     throw Failure(ExitCode::kFileError, WithCause("cannot be read", -stream->ReadErrorCode()));
   }
@@ -88,7 +88,7 @@ Ref<ZipArchive> OpenForReading(int file, const std::string& path, const std::str
   } catch (const RuntimeException&) {
     archive->errmsg = "Unexpected error (exception)";
   }
-  CheckReadFault(*archive);
+  CheckReadFault(*archive->d);
   if (!archive->entriesRead && !ReadEndRecordAlone(*archive, file)) {
     throw Failure(ExitCode::kBadArchive, Utf8(archive->ErrorMessage()));
   }

@@ -23,7 +23,7 @@ Ref<ZipArchive> OpenForReading(int file, const std::string& path, const std::str
 
 // The engine takes what cannot be read for the end of the file. Raises Failure (kFileError) with the cause if
 // that has happened since the archive was opened.
-void CheckReadFault(const ZipArchive& archive);
+void CheckReadFault(const ZipArchiveData& archive);
 
 // A stream as the engine uses, over a file that stays the caller's. Raises Failure.
 Ref<BinaryStream> StreamOver(int file, bool writable);

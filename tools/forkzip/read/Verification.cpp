@@ -9,6 +9,7 @@
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/read/ByteSinks.h"
 #include "tools/forkzip/read/MemberFacts.h"
+#include "tools/forkzip/read/OpenArchive.h"
 #include "zip/records/ZipRecords.h"
 
 namespace vantorel::forkzip {
@@ -31,6 +32,7 @@ std::uint32_t SumOf(const Ref<ZipEntry>& entry) {
   const bool companion = std::exchange(entry->thisIsTheAppleDoubleEntry, false);
   const bool whole = entry->z_unzip(sum, nil, false, false, header_block);
   entry->thisIsTheAppleDoubleEntry = companion;
+  CheckReadFault(*entry->d);
   if (!whole) Fail(Utf8(entry->ErrorMessage()));
   return sum->Crc();
 }
@@ -66,6 +68,7 @@ void Verify(const Ref<ZipEntry>& entry) {
 }
 
 void CheckStreamed(const Ref<ZipEntry>& entry, bool good, std::optional<std::uint32_t> sum) {
+  CheckReadFault(*entry->d);
   if (!good) {
     const Ref<ZipEntry>& companion = entry->appleDoubleEntry;
     const bool is_companions = companion && !companion->ErrorMessage().empty();

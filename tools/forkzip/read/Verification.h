@@ -10,7 +10,7 @@
 
 namespace vantorel::forkzip {
 
-// These raise Failure (kBadArchive) if something is wrong.
+// These raise Failure: kBadArchive if something is wrong, kFileError if the archive cannot be read.
 
 // Reads a member, and its companion if it has one. A folder is sound if its data, which it should not have,
 // is. Members depend on nothing but the archive's file: any process may verify any of them.

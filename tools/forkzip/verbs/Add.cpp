@@ -12,7 +12,7 @@ namespace vantorel::forkzip {
 namespace {
 
 constexpr const char* kHelp =
-    "A member of the same name is replaced.\n"
+    "A member of the same name is replaced, with its Mac data.\n"
     "Examples:\n"
     "  forkzip add photos.zip forest.jpg\n"
     "  forkzip add site.zip build/index.html --as index.html\n"
@@ -91,7 +91,7 @@ RawDirectory Add(ArchiveEdit& edit, const AddingOptions& options, Problems& prob
 
 void AddAddVerb(CLI::App& app, ExitCode& exit_code) {
   static AddingOptions options;
-  CLI::App& command = *app.add_subcommand("add", "Puts files and folders into an archive");
+  CLI::App& command = *app.add_subcommand("add", "Adds files and folders to an archive");
   SetUp(command, options, exit_code, [](Problems& problems) {
     EditArchive(options, [&](ArchiveEdit& edit) { return Add(edit, options, problems); });
   });

@@ -13,9 +13,9 @@ namespace {
 
 constexpr const char* kHelp =
     "Examples:\n"
-    "  forkzip comment photos.zip                       tells the comment\n"
+    "  forkzip comment photos.zip                       shows the comment\n"
     "  forkzip comment photos.zip 'Summer by the sea'\n"
-    "  forkzip comment photos.zip ''                    takes it away";
+    "  forkzip comment photos.zip ''                    removes it";
 
 struct CommentOptions : Options {
   std::optional<std::string> text;
@@ -45,10 +45,10 @@ void Comment(const CommentOptions& options) {
 
 void AddCommentVerb(CLI::App& app, ExitCode& exit_code) {
   static CommentOptions options;
-  CLI::App& command = *app.add_subcommand("comment", "Tells or sets an archive's comment");
+  CLI::App& command = *app.add_subcommand("comment", "Shows or sets an archive's comment");
   SetUp(command, options, exit_code, [](Problems&) { Comment(options); });
   command.add_option("TEXT", options.text,
-                     "The new comment, empty to take it away; without it, the comment is told");
+                     "The new comment, or an empty text to remove it; without TEXT the comment is shown");
   AddInPlaceOption(command, options);
   command.footer(std::string(kHelpOnEditing) + kHelp);
 }

@@ -9,9 +9,9 @@ namespace vantorel::forkzip {
 namespace {
 
 constexpr const char* kHelp =
-    "Bytes that belong to no member are given back: what deleted and replaced members left. Nothing is "
-    "written if there\n"
-    "are none.\n"
+    "Removes the bytes that belong to no member, as deleted and replaced members leave them. If there are "
+    "none, nothing\n"
+    "is written.\n"
     "Examples:\n"
     "  forkzip compact backup.zip\n"
     "  forkzip compact --in-place big.zip               moves only what lies behind the first gap";
@@ -27,7 +27,7 @@ void Compact(const Options& options) {
   });
   if (options.quiet) return;
   Output output;
-  output.Write(unused == 0 ? "nothing to give back\n" : HumanSize(unused) + " given back\n");
+  output.Write(unused == 0 ? "nothing to free\n" : HumanSize(unused) + " freed\n");
   output.Flush();
 }
 
@@ -35,7 +35,7 @@ void Compact(const Options& options) {
 
 void AddCompactVerb(CLI::App& app, ExitCode& exit_code) {
   static Options options;
-  CLI::App& command = *app.add_subcommand("compact", "Gives back the space of deleted members");
+  CLI::App& command = *app.add_subcommand("compact", "Frees the space of deleted members");
   SetUp(command, options, exit_code, [](Problems&) { Compact(options); });
   AddInPlaceOption(command, options);
   command.footer(std::string(kHelpOnEditing) + kHelp);

@@ -10,9 +10,10 @@ namespace vantorel::forkzip {
 namespace {
 
 constexpr const char* kHelp =
-    "The space of the members is given back, but not with --in-place: there `forkzip compact` does that. If "
-    "a name means\n"
-    "no member, nothing is deleted. Letter case counts.\n"
+    "The space of the members is freed, but not with --in-place: `forkzip compact` does that. If a name "
+    "means "
+    "no member,\n"
+    "nothing is deleted. Letter case counts.\n"
     "Examples:\n"
     "  forkzip delete photos.zip blurred.jpg\n"
     "  forkzip delete backup.zip '*.o' cache/           what matches a pattern; a folder and what is in it\n"
@@ -51,7 +52,7 @@ void Delete(const Options& options, Problems& problems) {
 
 void AddDeleteVerb(CLI::App& app, ExitCode& exit_code) {
   static Options options;
-  CLI::App& command = *app.add_subcommand("delete", "Takes members out of an archive");
+  CLI::App& command = *app.add_subcommand("delete", "Deletes members from an archive");
   SetUp(command, options, exit_code, [](Problems& problems) { Delete(options, problems); });
   command.add_option("MEMBER", options.members, "Names, folders or shell patterns")->required();
   AddInPlaceOption(command, options);

@@ -12,7 +12,8 @@ namespace vantorel::forkzip {
 namespace {
 
 constexpr const char* kHelp =
-    "The data is copied as it is stored, without being unpacked; every program can read both members.\n"
+    "The data is copied as it is stored; every program can read both members. A damaged member is not "
+    "copied.\n"
     "Examples:\n"
     "  forkzip duplicate site.zip index.html old/index.html";
 
@@ -46,7 +47,7 @@ RawDirectory Duplicate(ArchiveEdit& edit, const DuplicateOptions& options) {
 
 void AddDuplicateVerb(CLI::App& app, ExitCode& exit_code) {
   static DuplicateOptions options;
-  CLI::App& command = *app.add_subcommand("duplicate", "Gives a member's data a second name");
+  CLI::App& command = *app.add_subcommand("duplicate", "Copies a member under a second name");
   SetUp(command, options, exit_code,
         [](Problems&) { EditArchive(options, [](ArchiveEdit& edit) { return Duplicate(edit, options); }); });
   command.add_option("MEMBER", options.member, "A member's name, or a pattern that only one matches")
