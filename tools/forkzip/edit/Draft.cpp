@@ -35,7 +35,7 @@ std::string DraftOf(const std::filesystem::path& archive) {
   const std::string name = archive.filename().string();
   std::string draft = "." + name + kSuffix;
   if (draft.size() > NAME_MAX) {
-    draft = "." + std::to_string(static_cast<std::uint32_t>(Crc32OfBytes(name, 0))) + kSuffix;
+    draft.replace(1, name.size(), std::to_string(static_cast<std::uint32_t>(Crc32OfBytes(name, 0))));
   }
   return (archive.parent_path() / draft).string();
 }
