@@ -13,7 +13,9 @@ bool FileReader::Open() {
 
 String FileReader::Read(std::int32_t count) {
   if (!bs) throw RuntimeException("read from a closed file");
-  return bs->Read(count);
+  String bytes = bs->Read(count);
+  if (bs->ReadError()) error = true;
+  return bytes;
 }
 
 bool FileReader::AtEOF() {

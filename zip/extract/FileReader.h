@@ -11,6 +11,7 @@ class FileReader : public SeqDataInputStream {
  public:
   explicit FileReader(const Ref<FolderItem>& file) : f(file) {}
 
+  // A disk that fails ends the reading like the end of the file does, and records an error.
   String Read(std::int32_t count) override;
   bool AtEOF() override;
   bool HadError() override;

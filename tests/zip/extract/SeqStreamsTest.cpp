@@ -1,4 +1,6 @@
 // The sequential streams over the forks of real files.
+#include <fcntl.h>
+
 #include <limits>
 
 #include "tests/support/FileSizeLimit.h"
@@ -31,6 +33,10 @@ TEST(FileStreams, SkipAndEndAsTheyShould) {
   EXPECT_EQ(reader->Read(100).view(), "rest");
   EXPECT_TRUE(reader->AtEOF());
   EXPECT_EQ(ErrorOf(*reader), "-1 open or read error");
+  reader->ClearError();
+  reader->bs = New<BinaryStream>(open("/", O_RDONLY), false, 100);  // gives no bytes, as a disk that fails
+  EXPECT_EQ(reader->Read(100).view(), "");
+  EXPECT_TRUE(reader->HadError());
   EXPECT_FALSE(New<FileReader>(folder.Item("none"))->Open());
 
   const auto writer = New<FileWriter>(file);
