@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/base/Ref.h"
@@ -63,9 +64,12 @@ class BackEnd {
   virtual ~BackEnd() = default;
 
   // The one in force. REQUIRES: one was installed.
-  static BackEnd& Current();
+  static BackEnd& Current() {
+    if (current_ == nullptr) RaiseNilObjectException();
+    return *current_;
+  }
   // Puts `back_end` in force, in place of an earlier one; nullptr for none. All windows must be closed.
-  static void Install(std::unique_ptr<BackEnd> back_end);
+  static void Install(std::unique_ptr<BackEnd> back_end) { current_ = std::move(back_end); }
 
   // Makes the view of a window, not yet shown and without controls.
   virtual std::unique_ptr<WindowView> Open(Window& window) = 0;
@@ -78,6 +82,9 @@ class BackEnd {
   virtual Ref<Picture> ReadPicture(const Ref<FolderItem>& file) = 0;
   // The program's icon in task bars and title bars; nil for none.
   virtual void SetProgramIcon(const Ref<Picture>& icon) = 0;
+
+ private:
+  static inline std::unique_ptr<BackEnd> current_;
 };
 
 // The back end of the desktop that the process runs on. It supplies the event loop's wait and the repainting
