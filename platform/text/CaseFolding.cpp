@@ -48,43 +48,6 @@ bool IsLetter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
-std::uint8_t Small(char c) {
-  return static_cast<std::uint8_t>(IsLetter(c) ? c | 0x20 : c);
-}
-
-// Whether one of eight bytes, made small, is `small`.
-bool HoldsSmall(const char* bytes, std::uint8_t small) {
-  const std::uint64_t difference = Fold(Load8(bytes)) ^ Repeat(small);
-  return ((difference - Repeat(0x01)) & ~difference & Repeat(0x80)) != 0;
-}
-
-// Whether one of the eight places from `at` on may begin a match, judged by the first and the last byte.
-bool MayMatch(const char* at, std::size_t to_last, std::uint8_t first, std::uint8_t last) {
-  return HoldsSmall(at, first) && HoldsSmall(at + to_last, last);
-}
-
-// As FindIgnoringCase, for a pattern of letters only, and `text` no shorter than it.
-std::size_t FindLetters(std::string_view text, std::string_view pattern, std::size_t from) {
-  const std::uint8_t first = Small(pattern.front());
-  const std::uint8_t last = Small(pattern.back());
-  const std::size_t to_last = pattern.size() - 1;
-  const std::size_t end = text.size() - to_last;
-  for (std::size_t at = from; at < end;) {
-    const std::size_t stop = std::min(end, at + kWord);
-    if (stop - at == kWord && !MayMatch(text.data() + at, to_last, first, last)) {
-      at = stop;
-      continue;
-    }
-    for (; at < stop; ++at) {
-      if (Small(text[at]) == first && Small(text[at + to_last]) == last &&
-          EqualIgnoringCase(text.substr(at, pattern.size()), pattern)) {
-        return at;
-      }
-    }
-  }
-  return std::string_view::npos;
-}
-
 std::uint64_t Mix(std::uint64_t a, std::uint64_t b) {
   const auto product = static_cast<unsigned __int128>(a) * b;
   return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
@@ -126,14 +89,12 @@ std::size_t FindIgnoringCase(std::string_view text, std::string_view pattern, st
   if (from > text.size() || pattern.size() > text.size() - from) return std::string_view::npos;
   // A byte that has no case is found fastest, so the search hangs on the first such byte if there is one.
   const auto found = std::find_if_not(pattern.begin(), pattern.end(), IsLetter);
-  if (found == pattern.end()) return FindLetters(text, pattern, from);
-  const auto anchor = static_cast<std::size_t>(found - pattern.begin());
+  const bool letters_only = found == pattern.end();
+  const std::size_t anchor = letters_only ? 0 : static_cast<std::size_t>(found - pattern.begin());
   const std::size_t end = text.size() - pattern.size() + anchor + 1;
   for (std::size_t at = from + anchor; at < end; ++at) {
-    const void* hit = std::memchr(text.data() + at, *found, end - at);
-    if (hit == nullptr) break;
-    at = static_cast<std::size_t>(static_cast<const char*>(hit) - text.data());
-    if (EqualIgnoringCase(text.substr(at - anchor, pattern.size()), pattern)) return at - anchor;
+    if (!letters_only) at = std::min(text.find(*found, at), end);
+    if (at < end && EqualIgnoringCase(text.substr(at - anchor, pattern.size()), pattern)) return at - anchor;
   }
   return std::string_view::npos;
 }

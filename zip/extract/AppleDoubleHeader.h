@@ -1,34 +1,40 @@
-// Where the fields of a companion's AppleDouble header lie (AppleDouble version 2, RFC 1740), in the one
-// shape that is read: Finder info first, resource fork second. Big-endian.
+// Where the fields of a companion's AppleDouble header lie in the one shape that is read: two entries, Finder
+// info first, resource fork second.
 #pragma once
 
 #include <cstdint>
 
+#include "platform/files/AppleDouble.h"
+
 namespace vantorel::AppleDoubleHeader {
 
-// What is looked at: the header with its two entry descriptors, and one Finder info.
-inline constexpr std::int32_t kSize = 82;
+namespace Layout = AppleDouble;
 
-inline constexpr std::int32_t kMagic = 0;              // 4 bytes
-inline constexpr std::int32_t kVersion = 4;            // 4 bytes
-inline constexpr std::int32_t kEntryCount = 24;        // 2 bytes
-inline constexpr std::int32_t kFinderInfoId = 26;      // 4 bytes
-inline constexpr std::int32_t kFinderInfoOffset = 30;  // 4 bytes, position in the file
-inline constexpr std::int32_t kFinderInfoLength = 34;  // 4 bytes
-inline constexpr std::int32_t kResourceId = 38;        // 4 bytes
-inline constexpr std::int32_t kResourceOffset = 42;    // 4 bytes, position in the file
-inline constexpr std::int32_t kResourceLength = 46;    // 4 bytes
+inline constexpr std::int32_t kMagic = Layout::Header::kMagic;
+inline constexpr std::int32_t kVersion = Layout::Header::kVersion;
+inline constexpr std::int32_t kEntryCount = Layout::Header::kCount;
+inline constexpr std::int32_t kFinderInfoId = Layout::Header::kSize + Layout::Entry::kId;
+inline constexpr std::int32_t kFinderInfoOffset = Layout::Header::kSize + Layout::Entry::kOffset;
+inline constexpr std::int32_t kFinderInfoLength = Layout::Header::kSize + Layout::Entry::kLength;
+inline constexpr std::int32_t kResourceId = kFinderInfoId + Layout::Entry::kSize;
+inline constexpr std::int32_t kResourceOffset = kFinderInfoOffset + Layout::Entry::kSize;
+inline constexpr std::int32_t kResourceLength = kFinderInfoLength + Layout::Entry::kSize;
 
-inline constexpr std::int32_t kMagicValue = 0x00051607;
-inline constexpr std::int32_t kVersionValue = 0x00020000;
+inline constexpr std::int32_t kMagicValue = Layout::kMagicNumber;
+inline constexpr std::int32_t kVersionValue = Layout::kVersion2;
 inline constexpr std::int32_t kEntryCountValue = 2;
-inline constexpr std::int32_t kFinderInfoIdValue = 9;
-inline constexpr std::int32_t kResourceIdValue = 2;
+inline constexpr std::int32_t kFinderInfoIdValue = Layout::kFinderInfoId;
+inline constexpr std::int32_t kResourceIdValue = Layout::kResourceForkId;
 
 // Within the Finder info.
-inline constexpr std::int32_t kShortestFinderInfo = 32;
-inline constexpr std::int32_t kBasicInfoSize = 16;        // type, creator, flags, location, folder
-inline constexpr std::int32_t kScriptInInfo = 24;         // 1 byte
-inline constexpr std::int32_t kExtendedFlagsInInfo = 25;  // 1 byte
+inline constexpr std::int32_t kShortestFinderInfo = Layout::Finder::kSize;
+inline constexpr std::int32_t kBasicInfoSize = 16;  // type, creator, flags, location, folder
+inline constexpr std::int32_t kScriptInInfo = Layout::Finder::kScript;
+inline constexpr std::int32_t kExtendedFlagsInInfo = Layout::Finder::kExtendedFlags;
+
+// What is looked at: the header with its two entry descriptors, and one Finder info.
+inline constexpr std::int32_t kSize =
+    Layout::Header::kSize + kEntryCountValue * std::int32_t{Layout::Entry::kSize} + kShortestFinderInfo;
+static_assert(kSize == 82);
 
 }  // namespace vantorel::AppleDoubleHeader
