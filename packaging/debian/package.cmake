@@ -16,6 +16,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # What is loaded or started by name: the toolkit's plugin for Wayland (that for X comes with the toolkit), and what
 # opens a document.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-wayland, xdg-utils")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS minisign)  # signs for vantorel-publish
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)

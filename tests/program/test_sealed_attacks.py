@@ -54,18 +54,19 @@ def endless(start, piece):
     return answer
 
 
-def another_key(legacy=False):
+def another_key():
     with tempfile.TemporaryDirectory(prefix="key-") as folder:
         key = pathlib.Path(folder, "key")
         subprocess.run(["minisign", "-G", "-W", "-p", f"{key}.pub", "-s", key], check=True, stdout=subprocess.DEVNULL)
         return sign(GOOD, COMMENT, key)
 
 
-def with_key_id_of(signature, other):
-    """The signature, claiming to be made by the key of another one."""
-    lines, of_other = signature.split(b"\n"), base64.b64decode(other.split(b"\n")[1])
+def claiming(signature, algorithm=None, key_of=None):
+    """The signature with another algorithm's letters, or the id of the key that made another signature."""
+    lines = signature.split(b"\n")
     record = base64.b64decode(lines[1])
-    lines[1] = base64.b64encode(record[:2] + of_other[2:10] + record[10:])
+    key = base64.b64decode(key_of.split(b"\n")[1])[2:10] if key_of else record[2:10]
+    lines[1] = base64.b64encode((algorithm or record[:2]) + key + record[10:])
     return b"\n".join(lines)
 
 
@@ -102,8 +103,10 @@ def attacks():
         signature("an error page for a signature", (b"<html>gone</html>", "404 Not Found"), MISSING),
         signature("an empty signature", b"", MISSING),
         signature("another key's", third, INVALID),
-        signature("another key's, under the id of ours", with_key_id_of(third, good), INVALID),
+        signature("another key's, under the id of ours", claiming(third, key_of=good), INVALID),
+        signature("ours, under the id of another key", claiming(good, key_of=third), INVALID),
         signature("the algorithm without a hash", sign(GOOD, COMMENT, legacy=True), INVALID),
+        signature("the hash signed, under the letters of that algorithm", claiming(good, algorithm=b"Ed"), INVALID),
         signature("the comment was changed", good.replace(b"serial:6", b"serial:7"), INVALID),
         signature("the comment's signature was changed", good[:-20] + b"AAAA" + good[-16:], INVALID),
         signature("another archive's signature", sign(GOOD + b"\0", COMMENT), INVALID),
