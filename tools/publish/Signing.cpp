@@ -4,6 +4,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <filesystem>
@@ -22,9 +24,9 @@ std::string CommentOf(const std::string& version, const std::string& serial) {
 // Runs minisign with our standard streams. True if it ended well.
 bool RunMinisign(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), "minisign");
-  std::vector<char*> argv;
-  for (std::string& argument : arguments) argv.push_back(argument.data());
-  argv.push_back(nullptr);
+  std::vector<char*> argv(arguments.size() + 1);
+  std::transform(arguments.begin(), arguments.end(), argv.begin(),
+                 [](std::string& argument) { return argument.data(); });
   pid_t process = 0;
   if (const int error = posix_spawnp(&process, argv[0], nullptr, nullptr, argv.data(), environ)) {
     throw PublishError(ExitCode::kFileError, std::string("minisign: cannot be run: ") + std::strerror(error));
