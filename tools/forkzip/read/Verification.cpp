@@ -16,7 +16,9 @@ namespace vantorel::forkzip {
 
 namespace {
 
-[[noreturn]] void Fail(const std::string& fault) {
+// What the disk does not give looks like damage to the engine. Members that came out well are well.
+[[noreturn]] void Fail(const Ref<ZipEntry>& entry, const std::string& fault) {
+  CheckReadFault(*entry->d);
   throw Failure(ExitCode::kBadArchive, fault);
 }
 
@@ -32,8 +34,7 @@ std::uint32_t SumOf(const Ref<ZipEntry>& entry) {
   const bool companion = std::exchange(entry->thisIsTheAppleDoubleEntry, false);
   const bool whole = entry->z_unzip(sum, nil, false, false, header_block);
   entry->thisIsTheAppleDoubleEntry = companion;
-  CheckReadFault(*entry->d);
-  if (!whole) Fail(Utf8(entry->ErrorMessage()));
+  if (!whole) Fail(entry, Utf8(entry->ErrorMessage()));
   return sum->Crc();
 }
 
@@ -41,7 +42,7 @@ void CheckSum(const Ref<ZipEntry>& entry, std::uint32_t found) {
   if (found == CrcOf(entry)) return;
   std::array<char, 40> sums{};
   std::snprintf(sums.data(), sums.size(), "%08x instead of %08x", found, CrcOf(entry));
-  Fail(std::string("the checksum of its data is wrong: ") + sums.data());
+  Fail(entry, std::string("the checksum of its data is wrong: ") + sums.data());
 }
 
 // A member's data without its companion's.
@@ -68,20 +69,19 @@ void Verify(const Ref<ZipEntry>& entry) {
 }
 
 void CheckStreamed(const Ref<ZipEntry>& entry, bool good, std::optional<std::uint32_t> sum) {
-  CheckReadFault(*entry->d);
   if (!good) {
     const Ref<ZipEntry>& companion = entry->appleDoubleEntry;
     const bool is_companions = companion && !companion->ErrorMessage().empty();
-    Fail((is_companions ? "its companion: " : "") + Utf8(entry->ErrorMessage()));
+    Fail(entry, (is_companions ? "its companion: " : "") + Utf8(entry->ErrorMessage()));
   }
   const auto stated = [&] { return Count(SizeOf(entry), "byte") + " that it states"; };
-  if (entry->dataEnd == DataEnd::kGoesOn) Fail("it holds more data than the " + stated());
+  if (entry->dataEnd == DataEnd::kGoesOn) Fail(entry, "it holds more data than the " + stated());
   if (entry->dataEnd == DataEnd::kFaulty) {
     if (SizeOf(entry) == 0) CheckSum(entry, 0);
-    Fail("its data does not end soundly behind the " + stated());
+    Fail(entry, "its data does not end soundly behind the " + stated());
   }
   if (!IsStored(entry)) return;
-  if (CompressedSizeOf(entry) != SizeOf(entry)) Fail("it is stored, but not in the " + stated());
+  if (CompressedSizeOf(entry) != SizeOf(entry)) Fail(entry, "it is stored, but not in the " + stated());
   CheckSum(entry, sum ? *sum : SumOf(entry));
 }
 
