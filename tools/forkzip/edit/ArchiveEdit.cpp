@@ -140,8 +140,9 @@ void ArchiveEdit::Commit(const RawDirectory& after) {
 }
 
 void ArchiveEdit::Undo() {
-  if (!options_.in_place || !begun_ || DirectoryIsThere()) return;
+  if (!options_.in_place || !begun_) return;
   try {
+    if (DirectoryIsThere()) return;
     before_.Write(original_.Number());
     Sync(original_.Number());
   } catch (const std::exception& fault) {
