@@ -54,6 +54,8 @@ class Editing(ForkzipTest):
             ("add", ["new", "--as", "deep/er"], ["t/a", "t/sub/😀", "t/Größe", "deep/er"], {"deep/er": b"new"}),
             ("delete", ["t/Größe", "*😀"], ["t/a"], {"t/a": TREE["t/a"].encode()}),
             ("duplicate", ["t/a", "ä/b"], ["t/a", "t/sub/😀", "t/Größe", "ä/b"], {"ä/b": TREE["t/a"].encode()}),
+            ("rename", ["t/a", "ä/b"], ["ä/b", "t/sub/😀", "t/Größe"], {"ä/b": TREE["t/a"].encode()}),
+            ("rename", ["t", "a"], ["a/a", "a/sub/😀", "a/Größe"], {"a/a": TREE["t/a"].encode()}),
             ("comment", ["Grüße"], ["t/a", "t/sub/😀", "t/Größe"], {}),
             ("compact", [], ["t/a", "t/sub/😀", "t/Größe"], {}),
         ]
@@ -89,12 +91,30 @@ class Editing(ForkzipTest):
         self.assertIn(first.central(0), self.zip.read_bytes())
         self.assert_others_accept()
 
+    def test_what_belongs_to_a_member_or_folder_is_renamed_with_it(self):
+        def mac_folder(name):
+            tail = {"extra": UNIX_TIMES}
+            return [Member(f"{name}/"), Member(f"{name}/mac", b"3", descriptor=True, **tail), Member("f", b"other"),
+                    Member("__MACOSX/"), Member(f"__MACOSX/{name}/"),
+                    Member(f"__MACOSX/{name}/._mac", apple_double(b"fork"), **tail), Member(f"{name}x", b"left alone")]
+        for way in WAYS:
+            with self.subTest(way):
+                self.zip.write_bytes(archive(Member("hole", b"x", hole=True), *mac_folder("d")))
+                self.expect(0, "rename", "-q", *way, self.zip, "dx", "new/namex")
+                self.expect(0, "rename", "-q", *way, self.zip, "d/", "new/name")
+                names = self.names()
+                self.assertEqual(names, ["new/name/", "new/name/mac", "f", "__MACOSX/", "__MACOSX/new/name/", "new/namex"])
+                self.assertTrue(self.members()[1]["hasCompanion"])
+                self.expect(0, "test", "-q", self.zip)
+                self.assert_others_accept()
+
     def test_edits_that_would_lose_something_are_refused(self):
         good = archive(Member("f", b"12345"), Member("g", b"1"))
         far = bytearray(good)
         struct.pack_into("<I", far, good.find(b"PK\1\2") + 20, 50000)
         many = archive(*[Member(str(i)) for i in range(65535)])
         long_name = "n" * 70000
+        mac = [Member("mac", b"3", extra=UNIX_TIMES), Member("._mac", apple_double(b"fork"), extra=UNIX_TIMES)]
         self.write("new", "new")
         cases = [
             ("a wrong count", archive(Member("f"), Member("g"), count=1), "delete", ["f"], "announces 1 member"),
@@ -116,6 +136,14 @@ class Editing(ForkzipTest):
             ("a duplicate of damaged data", archive(Member("f", b"1", crc=7)), "duplicate", ["f", "x"], "checksum"),
             ("a duplicate with another local header", archive(Member("f", b"1", local_flags=2)), "duplicate",
              ["f", "x"], "contradicts"),
+            ("a new name that is taken", good, "rename", ["f", "g"], "exists already"),
+            ("a new name in the place of a companion", archive(Member("f"), Member("._g", b"x"), Member("d/"), *mac[:2]),
+             "rename", ["mac", "g"], "exists already"),
+            ("a new name where only a folder's is right", archive(Member("f"), Member("d/")), "rename", ["f", "d"],
+             "exists already"),
+            ("renaming with another local header", archive(Member("f", b"1", local_flags=2)), "rename", ["f", "x"],
+             "contradicts"),
+            ("no such member to rename", good, "rename", ["F", "x"], "F: no such member"),
             ("no such member", good, "delete", ["f", "x"], "nothing is deleted"),
             ("a name to delete in other letter case", good, "delete", ["F"], "F: no such member"),
             ("a name to duplicate in other letter case", good, "duplicate", ["F", "x"], "F: no such member"),
@@ -151,6 +179,7 @@ class Editing(ForkzipTest):
             ("a short member at a long one's data", archive(*shared), "delete", ["x"], ["short", "long"]),
             ("no name of its own", nameless, "delete", ["a"], ["b"]),
             ("the same stays", nameless, "duplicate", ["b", "c"], ["a", "", "b", "c"]),
+            ("none of its own under a new name either", nameless, "rename", ["a", "c"], ["c", "", "b"]),
             ("a data descriptor moves with its member", archive(hole, Member("f", b"f" * 99, DEFLATED, descriptor=True)),
              "compact", [], ["f"]),
             ("and so does a header that disagrees", archive(hole, Member("f", local_flags=2)), "compact", [], ["f"]),

@@ -18,6 +18,7 @@ void AddCreateVerb(CLI::App& app, ExitCode& exit_code);
 void AddAddVerb(CLI::App& app, ExitCode& exit_code);
 void AddDeleteVerb(CLI::App& app, ExitCode& exit_code);
 void AddDuplicateVerb(CLI::App& app, ExitCode& exit_code);
+void AddRenameVerb(CLI::App& app, ExitCode& exit_code);
 void AddCommentVerb(CLI::App& app, ExitCode& exit_code);
 void AddCompactVerb(CLI::App& app, ExitCode& exit_code);
 

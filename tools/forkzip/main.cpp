@@ -49,6 +49,7 @@ int Main(int argc, char** argv) {
   AddAddVerb(app, exit_code);
   AddDeleteVerb(app, exit_code);
   AddDuplicateVerb(app, exit_code);
+  AddRenameVerb(app, exit_code);
   AddCommentVerb(app, exit_code);
   AddCompactVerb(app, exit_code);
   try {

@@ -34,6 +34,8 @@ class ArchiveEdit {
   int From() const { return original_.Number(); }
   int To() const { return draft_ ? draft_->File() : original_.Number(); }
 
+  bool IsInPlace() const { return options_.in_place; }
+
   // Before anything is written comes one of these three. All members stay where they are:
   void KeepMembers();
   // The same, and others can be written from the end of the last one on, where Before().start is then:

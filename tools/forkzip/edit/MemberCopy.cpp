@@ -1,5 +1,7 @@
 #include "tools/forkzip/edit/MemberCopy.h"
 
+#include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "platform/base/LittleEndian.h"
@@ -44,11 +46,14 @@ bool HeadersAgree(std::string_view local, const RawRecord& record) {
           Get32(local, LocalHeader::kUncompressedSize) == record.Size());
 }
 
-// What cannot be unpacked here, like encrypted data, is not looked into.
-void CheckSound(const ArchiveEdit& edit, const Ref<ZipEntry>& entry, const RawRecord& record) {
-  if (!HeadersAgree(ReadAt(edit.From(), record.Offset(), LocalHeader::kSize), record)) {
+void CheckHeader(int file, const RawRecord& record) {
+  if (!HeadersAgree(ReadAt(file, record.Offset(), LocalHeader::kSize), record)) {
     throw Failure(ExitCode::kBadArchive, "not changed: its local header contradicts the directory");
   }
+}
+
+// What cannot be unpacked here, like encrypted data, is not looked into.
+void CheckSound(const Ref<ZipEntry>& entry) {
   const std::int32_t method = entry->CompressionMethod();
   if (entry->IsEncrypted() || (method != ZipMethod::kStored && method != ZipMethod::kDeflated)) return;
   try {
@@ -112,12 +117,9 @@ std::vector<Source> SourcesOf(const RawDirectory& directory, const Ref<ZipEntry>
   return sources;
 }
 
-}  // namespace
-
-RawDirectory DuplicateMember(ArchiveEdit& edit, const Ref<ZipEntry>& entry, const std::string& name) {
-  const RawDirectory& before = edit.Before();
-  const std::vector<Source> sources = SourcesOf(before, entry, name);
-  RawDirectory of_sources = before;
+// Raises Failure unless the sources lie where they should and their copies fit in behind the old members.
+void CheckSources(const ArchiveEdit& edit, const std::vector<Source>& sources) {
+  RawDirectory of_sources = edit.Before();
   of_sources.records.clear();
   std::uint64_t needed = 0;
   for (const Source& source : sources) {
@@ -126,16 +128,80 @@ RawDirectory DuplicateMember(ArchiveEdit& edit, const Ref<ZipEntry>& entry, cons
     of_sources.records.push_back(source.record);
     needed += source.record.CompressedSize() + 2 * source.name.size() + kLongestHeaders;
   }
-  Preflight::CheckSize(before.end + needed);
-  Preflight::CheckCount(before.records.size() + sources.size());
-  ExtentsOf(edit.From(), of_sources);  // raises if they do not lie where they should
-  CheckSound(edit, entry, sources.front().record);
+  Preflight::CheckSize(edit.Before().end + needed);
+  ExtentsOf(edit.From(), of_sources);
+}
+
+std::string_view WithoutSlash(std::string_view name) {
+  return name.substr(0, name.size() - (name.ends_with('/') ? 1 : 0));
+}
+
+void CheckNamesAreFree(const std::vector<RawRecord>& kept, const std::vector<Source>& sources) {
+  std::unordered_set<std::string_view> taken;
+  for (const RawRecord& record : kept) taken.insert(WithoutSlash(record.Name()));
+  for (const Source& source : sources) {
+    if (!source.name.empty() && taken.contains(WithoutSlash(source.name))) {
+      throw Failure(ExitCode::kBadArchive, "not changed: " + source.name + ": exists already");
+    }
+  }
+}
+
+}  // namespace
+
+RawDirectory DuplicateMember(ArchiveEdit& edit, const Ref<ZipEntry>& entry, const std::string& name) {
+  const std::vector<Source> sources = SourcesOf(edit.Before(), entry, name);
+  CheckSources(edit, sources);
+  Preflight::CheckCount(edit.Before().records.size() + sources.size());
+  CheckHeader(edit.From(), sources.front().record);
+  CheckSound(entry);
 
   edit.MakeRoomBehindMembers();
   RawDirectory after = edit.Before();
   for (const Source& source : sources) {
     after.records.push_back(WriteCopy(edit.From(), source, *entry->d, edit.To(), after.start));
   }
+  return after;
+}
+
+void AddNewName(NewNames& names, const Ref<ZipEntry>& entry, const std::string& name) {
+  // A record without a name goes on taking over the one of the record before it, which is renamed too.
+  names[KeyOf(entry)] = NameInRecord(entry).empty() ? "" : name;
+  const Ref<ZipEntry>& companion = entry->appleDoubleEntry;
+  if (companion) names[KeyOf(companion)] = CompanionName(NameInRecord(companion), name);
+}
+
+RawDirectory RenameMembers(ArchiveEdit& edit, const NewNames& names) {
+  const std::vector<RawRecord> records = edit.Before().records;
+  std::vector<Source> sources;
+  RawDirectory after = edit.Before();
+  after.records.clear();
+  for (const RawRecord& record : records) {
+    const auto renamed = names.find(KeyOf(record));
+    if (renamed == names.end()) {
+      after.records.push_back(record);
+    } else {
+      CheckHeader(edit.From(), record);
+      sources.push_back({record, renamed->second});
+    }
+  }
+  CheckNamesAreFree(after.records, sources);
+  CheckSources(edit, sources);
+
+  if (edit.IsInPlace()) {
+    edit.MakeRoomBehindMembers();
+    after.start = edit.Before().start;
+  } else {
+    edit.MoveTogether(after);
+  }
+  auto kept = after.records.begin();
+  std::vector<RawRecord> in_order;
+  auto source = sources.begin();
+  for (const RawRecord& record : records) {
+    const bool is_renamed = names.contains(KeyOf(record));
+    in_order.push_back(
+        is_renamed ? WriteCopy(edit.From(), *source++, *edit.Archive()->d, edit.To(), after.start) : *kept++);
+  }
+  after.records = std::move(in_order);
   return after;
 }
 

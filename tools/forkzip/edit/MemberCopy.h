@@ -1,10 +1,12 @@
-// A second member with the data of a first one, copied as it is stored.
+// Members under other names, with the data copied as it is stored.
 #pragma once
 
+#include <map>
 #include <string>
 
 #include "platform/base/Ref.h"
 #include "tools/forkzip/edit/ArchiveEdit.h"
+#include "tools/forkzip/edit/MemberRecords.h"
 
 namespace vantorel::forkzip {
 
@@ -12,5 +14,15 @@ namespace vantorel::forkzip {
 // there is one, behind the old members. Returns the directory with their records. Raises Failure, with
 // nothing written if `entry` is damaged or the archive would become too large.
 RawDirectory DuplicateMember(ArchiveEdit& edit, const Ref<ZipEntry>& entry, const std::string& name);
+
+// The new names of members, as stored, by their records.
+using NewNames = std::map<RecordKey, std::string>;
+
+// Adds the new name of a member, and that of its companion if there is one.
+void AddNewName(NewNames& names, const Ref<ZipEntry>& entry, const std::string& name);
+// Gives members new names; their place in the directory stays. In place their old headers and data stay
+// behind as unused bytes. Returns the directory. Raises Failure, with nothing written if a new name is taken,
+// a local header contradicts the directory or the archive would become too large.
+RawDirectory RenameMembers(ArchiveEdit& edit, const NewNames& names);
 
 }  // namespace vantorel::forkzip

@@ -40,19 +40,35 @@ const RawRecord& RecordOf(const RawDirectory& directory, const Ref<ZipEntry>& en
   return *found;
 }
 
+RecordKey KeyOf(const Ref<ZipEntry>& entry) {
+  return {OffsetOf(entry), std::string(NameInRecord(entry))};
+}
+
+RecordKey KeyOf(const RawRecord& record) {
+  return {record.Offset(), std::string(record.Name())};
+}
+
 void RecordSet::Add(const Ref<ZipEntry>& entry) {
-  keys_.emplace(OffsetOf(entry), NameInRecord(entry));
+  keys_.insert(KeyOf(entry));
   if (entry->appleDoubleEntry) Add(entry->appleDoubleEntry);
 }
 
 bool RecordSet::Contains(const RawRecord& record) const {
-  return !keys_.empty() && keys_.contains({record.Offset(), std::string(record.Name())});
+  return !keys_.empty() && keys_.contains(KeyOf(record));
 }
 
 bool CanStore(const Ref<ZipArchive>& archive, const std::string& name) {
   if (StoresUtf8(*archive->d) || IsAscii(name)) return true;
   const String stored = archive->z_pathToEncName(DefineEncoding(String::Bytes(name), Encodings::UTF8()));
   return ConvertEncoding(archive->d->decodeFromZip(stored), Encodings::UTF8()).view() == name;
+}
+
+std::string StoredName(const Ref<ZipArchive>& archive, const std::string& name) {
+  if (!CanStore(archive, name)) {
+    throw Failure(ExitCode::kUsage, "NEWNAME has letters that the archive's encoding lacks");
+  }
+  const String text = DefineEncoding(String::Bytes(name), Encodings::UTF8());
+  return std::string(archive->z_pathToEncName(text).view());
 }
 
 std::uint32_t FlagsForName(std::uint32_t flags, std::string_view name, const ZipArchiveData& archive) {

@@ -21,7 +21,11 @@ std::string_view NameInRecord(const Ref<ZipEntry>& entry);
 // The record of a member. Raises Failure if there is none.
 const RawRecord& RecordOf(const RawDirectory& directory, const Ref<ZipEntry>& entry);
 
-// Records of members, told by where the local header lies and by the name.
+// What tells records apart: where the local header lies, and the name.
+using RecordKey = std::pair<std::uint32_t, std::string>;
+RecordKey KeyOf(const Ref<ZipEntry>& entry);
+RecordKey KeyOf(const RawRecord& record);
+
 class RecordSet {
  public:
   // Takes up the record of a member and the one of its companion, if there is one.
@@ -29,11 +33,13 @@ class RecordSet {
   bool Contains(const RawRecord& record) const;
 
  private:
-  std::set<std::pair<std::uint32_t, std::string>> keys_;
+  std::set<RecordKey> keys_;
 };
 
 // Whether a name in UTF-8 can be stored in the archive's encoding with every letter.
 bool CanStore(const Ref<ZipArchive>& archive, const std::string& name);
+// The same name in the archive's encoding. Raises Failure (kUsage) if that lacks letters of it.
+std::string StoredName(const Ref<ZipArchive>& archive, const std::string& name);
 // The flags of a member with this stored name, of which one says that the name is in UTF-8.
 std::uint32_t FlagsForName(std::uint32_t flags, std::string_view name, const ZipArchiveData& archive);
 

@@ -22,25 +22,22 @@ struct DuplicateOptions : Options {
   std::string new_name;
 };
 
-// The new name in the archive's encoding. A folder's ends in "/".
-std::string StoredName(const Ref<ZipArchive>& archive, const DuplicateOptions& options, bool folder) {
+// The new name as it is to be stored. A folder's ends in "/".
+std::string NameOfCopy(const Ref<ZipArchive>& archive, const DuplicateOptions& options, bool folder) {
   std::string name = MemberNameOf(options.new_name);
   if (name.empty()) throw Failure(ExitCode::kUsage, "NEWNAME is no name for a member");
   if (folder) name += '/';
-  if (!CanStore(archive, name)) {
-    throw Failure(ExitCode::kUsage, "NEWNAME has letters that the archive's encoding lacks");
-  }
-  const String text = DefineEncoding(String::Bytes(name), Encodings::UTF8());
-  if (archive->EntryIdxByRawPath(text, 1) != 0)
+  const std::string stored = StoredName(archive, name);
+  if (archive->EntryIdxByRawPath(DefineEncoding(String::Bytes(name), Encodings::UTF8()), 1) != 0)
     throw Failure(ExitCode::kBadArchive, name + ": exists already");
-  return std::string(archive->z_pathToEncName(text).view());
+  return stored;
 }
 
 // Looks for the member once no other run can change the archive any more.
 RawDirectory Duplicate(ArchiveEdit& edit, const DuplicateOptions& options) {
   const Ref<ZipArchive>& archive = edit.Archive();
   const Ref<ZipEntry> entry = archive->Entry(SelectOneMember(archive, options.member, LetterCase::kExact));
-  return DuplicateMember(edit, entry, StoredName(archive, options, entry->IsDirectory()));
+  return DuplicateMember(edit, entry, NameOfCopy(archive, options, entry->IsDirectory()));
 }
 
 }  // namespace

@@ -1,0 +1,87 @@
+#include <algorithm>
+
+#include "tools/forkzip/Verbs.h"
+#include "tools/forkzip/add/AddPlan.h"
+#include "tools/forkzip/cli/Options.h"
+#include "tools/forkzip/cli/Printable.h"
+#include "tools/forkzip/edit/ArchiveEdit.h"
+#include "tools/forkzip/edit/MemberCopy.h"
+#include "tools/forkzip/read/MemberSelection.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+constexpr const char* kHelp =
+    "Of a folder, all that is in it is renamed. Letter case counts, and a name that is taken is refused. "
+    "With\n"
+    "--in-place the data is written again at the end; `forkzip compact` frees the space of the old one.\n"
+    "Examples:\n"
+    "  forkzip rename site.zip index.htm index.html\n"
+    "  forkzip rename photos.zip 2024 'years/2024'    a folder";
+
+constexpr std::string_view kCompanionTree = "__MACOSX/";
+
+struct RenameOptions : Options {
+  std::string member;
+  std::string new_name;
+};
+
+// Whether a member is called `name` or lies in the folder of that name.
+bool Bears(std::string_view member, std::string_view name) {
+  return member.starts_with(name) && (member.size() == name.size() || member[name.size()] == '/');
+}
+
+std::string WithoutSlash(std::string name) {
+  if (name.ends_with('/')) name.pop_back();
+  return name;
+}
+
+// The name of the one member or folder that is meant.
+std::string OldName(const Ref<ZipArchive>& archive, const std::string& argument) {
+  const std::string name = WithoutSlash(argument);
+  for (std::int32_t i = 1; i <= archive->EntryCount(); ++i) {
+    if (Bears(Utf8(archive->Entry(i)->RawPath()), name)) return name;
+  }
+  return WithoutSlash(
+      Utf8(archive->Entry(SelectOneMember(archive, argument, LetterCase::kExact))->RawPath()));
+}
+
+// Looks for the members once no other run can change the archive any more.
+RawDirectory Rename(ArchiveEdit& edit, const RenameOptions& options) {
+  const Ref<ZipArchive>& archive = edit.Archive();
+  const std::string new_name = MemberNameOf(options.new_name);
+  if (new_name.empty()) throw Failure(ExitCode::kUsage, "NEWNAME is no name for a member");
+  const std::string old_name = OldName(archive, options.member);
+  NewNames names;
+  for (std::int32_t i = 1; i <= archive->EntryCount(); ++i) {
+    const Ref<ZipEntry> entry = archive->Entry(i);
+    const std::string name = Utf8(entry->RawPath());
+    // Folders in the tree of companions are members of their own.
+    const std::string_view tree = name.starts_with(kCompanionTree) ? kCompanionTree : "";
+    const std::string_view in_tree = std::string_view(name).substr(tree.size());
+    const std::string_view meant = Bears(name, old_name) ? name : in_tree;
+    if (!Bears(meant, old_name)) continue;
+    const std::string front = name.substr(0, name.size() - meant.size());
+    AddNewName(names, entry,
+               StoredName(archive, front + new_name + std::string(meant.substr(old_name.size()))));
+  }
+  return RenameMembers(edit, names);
+}
+
+}  // namespace
+
+void AddRenameVerb(CLI::App& app, ExitCode& exit_code) {
+  static RenameOptions options;
+  CLI::App& command = *app.add_subcommand("rename", "Renames a member, or a folder with all that is in it");
+  SetUp(command, options, exit_code,
+        [](Problems&) { EditArchive(options, [](ArchiveEdit& edit) { return Rename(edit, options); }); });
+  command.add_option("MEMBER", options.member, "A member or folder, or a pattern that only one matches")
+      ->required();
+  command.add_option("NEWNAME", options.new_name, "Its new name")->required();
+  AddInPlaceOption(command, options);
+  AddEncodingOption(command, options);
+  command.footer(std::string(kHelpOnEditing) + kHelp);
+}
+
+}  // namespace vantorel::forkzip
