@@ -13,6 +13,8 @@ from forkzip import DEFLATED, PROGRAM, UNIX_TIMES, ForkzipTest, Member, apple_do
 
 WAYS = ([], ["--in-place"])
 TREE = {"t/a": "hello " * 50, "t/sub/日本.txt": "words " * 5000, "t/sub/😀": b"", "t/Größe": os.urandom(3000)}
+# As ditto stores a folder, with another that was unpacked from such an archive.
+DITTO = ["d/", "d/f", "__MACOSX/", "__MACOSX/._d", "__MACOSX/d/", "__MACOSX/d/._f", "__MACOSX/.___MACOSX"]
 
 
 class Editing(ForkzipTest):
@@ -169,6 +171,9 @@ class Editing(ForkzipTest):
         hole = Member("hole", b"x" * 50, hole=True)
         shared = [Member("x"), Member("short", b"1" * 10), Member("long", b"2" * 1000, offset=31)]
         nameless = archive(Member("a"), Member(""), Member("b"))
+        ditto = archive(hole, *(Member(name, b"" if name[-1] == "/" else apple_double(b"f") if "._" in name else b"1",
+                                       extra=UNIX_TIMES) for name in DITTO))
+        chain = archive(hole, *(Member(name, b"1", extra=UNIX_TIMES) for name in ("a", "._a", "._._a", "b")))
         cases = [
             ("a replaced member's companion goes with it", archive(*mac), "add", ["mac"], ["mac"]),
             ("another member's stays", archive(*mac, Member("b", extra=UNIX_TIMES)), "delete", ["b"],
@@ -186,6 +191,14 @@ class Editing(ForkzipTest):
             ("what belongs to no member goes when one is added", archive(Member("a"), gap=b"\0" * 99), "add", ["mac"],
              ["a", "mac"]),
             ("or duplicated", archive(Member("a"), gap=b"\0" * 99), "duplicate", ["a", "b"], ["a", "b"]),
+            ("a Mac's folders stay with a comment", ditto, "comment", ["text"], DITTO),
+            ("with what is added", ditto, "add", ["mac"], [*DITTO, "mac"]),
+            ("with a duplicate", ditto, "duplicate", ["d/f", "d/g"], [*DITTO, "d/g", "__MACOSX/d/._g"]),
+            ("where room is freed", ditto, "compact", [], DITTO),
+            ("where a member goes", ditto, "delete", ["d/f"], [n for n in DITTO if n[-1] != "f"]),
+            ("a companion's companion goes with it", chain, "delete", ["a"], ["b"]),
+            ("gets its new name", chain, "rename", ["a", "c"], ["c", "._c", "._._c", "b"]),
+            ("and is duplicated", chain, "duplicate", ["a", "c"], ["a", "._a", "._._a", "b", "c", "._c", "._._c"]),
             ("filling behind the end is cut off", archive(Member("a")) + b"\0" * 6000, "comment", [""], ["a"]),
         ]
         for what, content, verb, arguments, names in cases:

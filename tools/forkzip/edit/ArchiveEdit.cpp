@@ -27,6 +27,10 @@ namespace {
   throw Failure(ExitCode::kFileError, "was changed by another program meanwhile; nothing is done");
 }
 
+bool IsFolderOfCompanions(std::string_view name) {
+  return name.starts_with("__MACOSX/") && name.ends_with('/');
+}
+
 void CheckWritten(int file, const RawDirectory& expected) {
   const std::string bytes = expected.Bytes();
   struct stat status {};
@@ -84,19 +88,24 @@ void ArchiveEdit::Open() {
 }
 
 // Other runs of the tool keep off a locked archive, other programs need not; and a disk that gives way may
-// answer differently the second time.
+// answer differently the second time. Of the records, companions are held by the entries that they belong to,
+// and the folders of their tree are dropped, each with a companion of its own at most.
 void ArchiveEdit::CheckSameMembersSeen() const {
-  auto record = before_.records.begin();
-  std::ptrdiff_t passed_over = 0;
-  std::ptrdiff_t companions = 0;
-  for (std::int32_t i = 1; i <= archive_->EntryCount(); ++i, ++record) {
-    const Ref<ZipEntry> entry = archive_->Entry(i);
-    for (; record != before_.records.end() && !IsOf(*record, entry); ++record) ++passed_over;
-    if (record == before_.records.end()) FailAsChanged();
-    if (entry->appleDoubleEntry) ++companions;
+  std::ptrdiff_t unheld = 0;
+  std::ptrdiff_t folders = 0;
+  std::int32_t seen = 0;
+  std::string_view name;  // the one of the record before where there is none
+  for (const RawRecord& record : before_.records) {
+    if (!record.Name().empty()) name = record.Name();
+    const Ref<ZipEntry> entry = seen < archive_->EntryCount() ? archive_->Entry(seen + 1) : nil;
+    if (entry && IsOf(record, entry)) {
+      ++seen;
+      for (Ref<ZipEntry> held = entry->appleDoubleEntry; held; held = held->appleDoubleEntry) --unheld;
+    } else {
+      ++(IsFolderOfCompanions(name) ? folders : unheld);
+    }
   }
-  passed_over += before_.records.end() - record;
-  if (passed_over != companions) FailAsChanged();
+  if (seen != archive_->EntryCount() || unheld < 0 || unheld > folders) FailAsChanged();
 }
 
 void ArchiveEdit::KeepMembers() {

@@ -110,9 +110,9 @@ std::string CompanionName(std::string_view model, std::string name) {
 std::vector<Source> SourcesOf(const RawDirectory& directory, const Ref<ZipEntry>& entry,
                               const std::string& name) {
   std::vector<Source> sources = {{RecordOf(directory, entry), name}};
-  if (entry->appleDoubleEntry) {
-    const RawRecord& companion = RecordOf(directory, entry->appleDoubleEntry);
-    sources.push_back({companion, CompanionName(companion.Name(), name)});
+  for (Ref<ZipEntry> held = entry->appleDoubleEntry; held; held = held->appleDoubleEntry) {
+    const RawRecord& companion = RecordOf(directory, held);
+    sources.push_back({companion, CompanionName(companion.Name(), sources.back().name)});
   }
   return sources;
 }
@@ -167,7 +167,7 @@ void AddNewName(NewNames& names, const Ref<ZipEntry>& entry, const std::string& 
   // A record without a name goes on taking over the one of the record before it, which is renamed too.
   names[KeyOf(entry)] = NameInRecord(entry).empty() ? "" : name;
   const Ref<ZipEntry>& companion = entry->appleDoubleEntry;
-  if (companion) names[KeyOf(companion)] = CompanionName(NameInRecord(companion), name);
+  if (companion) AddNewName(names, companion, CompanionName(NameInRecord(companion), name));
 }
 
 RawDirectory RenameMembers(ArchiveEdit& edit, const NewNames& names) {
