@@ -34,7 +34,8 @@ TEST(FileStreams, SkipAndEndAsTheyShould) {
   EXPECT_TRUE(reader->AtEOF());
   EXPECT_EQ(ErrorOf(*reader), "-1 open or read error");
   reader->ClearError();
-  reader->bs = New<BinaryStream>(open("/", O_RDONLY), false, 100);  // gives no bytes, as a disk that fails
+  reader->bs = New<BinaryStream>(open("/", O_RDONLY), false,
+                                 std::uint64_t{100});  // gives no bytes, as a disk that fails
   EXPECT_EQ(reader->Read(100).view(), "");
   EXPECT_TRUE(reader->HadError());
   EXPECT_FALSE(New<FileReader>(folder.Item("none"))->Open());
