@@ -50,6 +50,35 @@ class Editing(ForkzipTest):
             self.assertIn("t/sub/日本.txt", other.namelist())
             self.assertEqual({info.create_system for info in other.infolist()}, {3})
 
+    def test_what_is_excluded(self):
+        """(patterns, what is left)"""
+        cases = [(["*.o"], ["t/a", "t/sub/", "t/sub/.git/", "t/sub/.git/x", "t/sub/b"]),
+                 (["t/sub"], ["t/a", "t/a.o"]), (["t/sub/"], ["t/a", "t/a.o"]),
+                 (["*/.git"], ["t/a", "t/a.o", "t/sub/", "t/sub/b"]),
+                 (["*.o", "[t]/s*"], ["t/a"]), (["nothing", "t/su", "A"], None)]
+        for name in ("t/a", "t/a.o", "t/sub/.git/x", "t/sub/b"):
+            self.write(name, "1")
+        self.expect(0, "create", "-q", "all.zip", "t/a", "t/a.o", "t/sub")
+        whole = self.expect(0, "list", "all.zip").decode().splitlines()
+        content = (self.root / "all.zip").read_bytes()
+        for patterns, left in cases:
+            left = whole if left is None else left
+            options = [f"--exclude={pattern}" for pattern in patterns]
+            for name in ("out", "a.zip"):
+                subprocess.run(["rm", "-rf", name], cwd=self.root, check=True)
+            with self.subTest(patterns):
+                self.expect(0, "create", "-q", self.zip, "t/a", "t/a.o", "t/sub", *options)
+                self.assertEqual(self.names(), left)
+                if "A" not in patterns:  # looked up in any letter case
+                    self.assertEqual(self.expect(0, "list", "all.zip", *options).decode().splitlines(), left)
+                self.expect(0, "extract", "-q", "all.zip", "-d", "out", *options)
+                self.zip.write_bytes(content)
+                self.expect(0, "delete", "-q", self.zip, "t", *options)
+                self.assertEqual(self.names(), [name for name in whole if name not in left])
+        self.write("t/sub/b", b"2")
+        self.expect(0, "add", "-q", self.zip, "t", "-x", "t/*/b", "-x", "*.o")
+        self.assertNotIn("t/sub/b", self.names())
+
     def test_every_edit_in_both_ways(self):
         edits = [
             ("add", ["new", "t/a"], ["t/sub/😀", "t/Größe", "new", "t/a"], {"new": b"new"}),

@@ -10,6 +10,7 @@
 
 #include "platform/files/FolderItem.h"
 #include "tools/forkzip/cli/Interruption.h"
+#include "tools/forkzip/read/MemberSelection.h"
 
 namespace vantorel::forkzip {
 
@@ -85,6 +86,7 @@ void AddPlan::Add(const std::string& path, const std::string& name) {
 }
 
 void AddPlan::AddItem(const std::string& path, const std::string& name, bool has_side_file) {
+  if (IsExcluded(name, options_.excluded)) return;
   struct stat status {};
   if (lstat(path.c_str(), &status) != 0)
     return problems_.Add(ExitCode::kFileError, path, WithCause("left out", errno));
@@ -112,6 +114,7 @@ void AddPlan::AddItem(const std::string& path, const std::string& name, bool has
   if (S_ISDIR(status.st_mode)) {
     item.kind = PlannedItem::Kind::kFolder;
     item.name += '/';
+    if (IsExcluded(item.name, options_.excluded)) return;
     if (!name.empty()) TakeUp(std::move(item));  // the present folder has no name of its own
     return AddFolder(path, name);
   }

@@ -19,6 +19,7 @@ void DefineAddingOptions(CLI::App& command, AddingOptions& options) {
   command.add_flag(
       "--follow-links", options.follow_links,
       "Add the files that symbolic links point to, not the links; links to folders are left out");
+  AddExcludeOption(command, options);
   command.add_flag("--no-permissions", options.no_permissions, "Record no Unix modes");
 }
 

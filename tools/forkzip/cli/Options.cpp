@@ -61,6 +61,14 @@ void AddOverlapOption(CLI::App& command, Options& options) {
                    "Accept members whose data overlaps, which is the mark of a zip bomb");
 }
 
+void AddExcludeOption(CLI::App& command, Options& options) {
+  command
+      .add_option("-x,--exclude", options.excluded,
+                  "Leave out members of this name, folder or shell pattern; may be given again")
+      ->type_name("PATTERN")
+      ->allow_extra_args(false);
+}
+
 void AddInPlaceOption(CLI::App& command, Options& options) {
   command.add_flag("--in-place", options.in_place, "Change the archive itself: faster, but see below");
 }

@@ -16,6 +16,7 @@ namespace vantorel::forkzip {
 struct Options {
   std::string archive;
   std::vector<std::string> members;
+  std::vector<std::string> excluded;  // patterns
   std::string encoding = "utf-8";
   bool json = false;
   bool quiet = false;
@@ -36,6 +37,7 @@ void AddProgressOption(CLI::App& command, Options& options);
 void AddEncodingOption(CLI::App& command, Options& options);
 void AddJsonOption(CLI::App& command, Options& options);
 void AddOverlapOption(CLI::App& command, Options& options);
+void AddExcludeOption(CLI::App& command, Options& options);
 void AddInPlaceOption(CLI::App& command, Options& options);
 
 // What the help of every verb that changes an archive says about the two ways to do so.

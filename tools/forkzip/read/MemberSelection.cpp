@@ -22,6 +22,11 @@ std::string WithoutSlash(std::string text) {
   return text;
 }
 
+// The pattern for what lies in the folders that a pattern matches.
+std::string InsideOf(const std::string& pattern) {
+  return pattern + (pattern.ends_with('/') ? "*" : "/*");
+}
+
 }  // namespace
 
 MemberIndex::MemberIndex(const Ref<ZipArchive>& archive, LetterCase letter_case) : letter_case_(letter_case) {
@@ -105,18 +110,18 @@ void MemberIndex::AddMatching(const std::string& pattern, std::vector<std::int32
   }
 }
 
-MemberSelection SelectMembers(const Ref<ZipArchive>& archive, const std::vector<std::string>& arguments,
-                              Problems& problems, LetterCase letter_case) {
+MemberSelection SelectMembers(const Ref<ZipArchive>& archive, const Options& options, Problems& problems,
+                              LetterCase letter_case) {
   const std::int32_t count = archive->EntryCount();
   MemberSelection selected;
-  if (arguments.empty()) {
+  if (options.members.empty() && options.excluded.empty()) {
     selected.members.resize(static_cast<std::size_t>(count));
     std::iota(selected.members.begin(), selected.members.end(), 1);
     return selected;
   }
   const MemberIndex index(archive, letter_case);
-  std::vector<bool> wanted(static_cast<std::size_t>(count) + 1);
-  for (const std::string& argument : arguments) {
+  std::vector<bool> wanted(static_cast<std::size_t>(count) + 1, options.members.empty());
+  for (const std::string& argument : options.members) {
     const std::vector<std::int32_t> found = index.Find(argument);
     if (found.empty()) {
       problems.Add(ExitCode::kBadArchive, argument, "no such member");
@@ -124,10 +129,25 @@ MemberSelection SelectMembers(const Ref<ZipArchive>& archive, const std::vector<
     }
     for (const std::int32_t i : found) wanted[static_cast<std::size_t>(i)] = true;
   }
+  for (const std::string& pattern : options.excluded) {
+    for (const std::string& each : {pattern, InsideOf(pattern)}) {
+      for (const std::int32_t i : index.Find(each)) wanted[static_cast<std::size_t>(i)] = false;
+    }
+  }
   for (std::int32_t i = 1; i <= count; ++i) {
     if (wanted[static_cast<std::size_t>(i)]) selected.members.push_back(i);
   }
   return selected;
+}
+
+bool IsExcluded(const std::string& name, const std::vector<std::string>& patterns) {
+  const auto matches = [&](const std::string& pattern) {
+    return name == pattern || fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
+  };
+  return std::any_of(patterns.begin(), patterns.end(), [&](const std::string& pattern) {
+    return matches(pattern) || matches(InsideOf(pattern)) ||
+           (name.starts_with(WithoutSlash(pattern)) && name[WithoutSlash(pattern).size()] == '/');
+  });
 }
 
 std::int32_t SelectOneMember(const Ref<ZipArchive>& archive, const std::string& argument,

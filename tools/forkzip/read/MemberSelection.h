@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/base/Ref.h"
+#include "tools/forkzip/cli/Options.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "zip/archive/ZipArchive.h"
 
@@ -52,10 +53,14 @@ struct MemberSelection {
   std::vector<std::string> missing;  // arguments that mean no member
 };
 
-// The members that the arguments mean, each once, in the archive's order; all members if there is no
-// argument. An argument that means none is a problem.
-MemberSelection SelectMembers(const Ref<ZipArchive>& archive, const std::vector<std::string>& arguments,
-                              Problems& problems, LetterCase letter_case = LetterCase::kLenient);
+// The members that `options` asks for, each once, in the archive's order: those that its arguments mean, or
+// all if it has none, less those that are excluded. An argument that means none is a problem.
+MemberSelection SelectMembers(const Ref<ZipArchive>& archive, const Options& options, Problems& problems,
+                              LetterCase letter_case = LetterCase::kLenient);
+
+// Whether a name in an archive is excluded by one of the patterns: it is the pattern itself, matches it, or
+// lies in a folder that does.
+bool IsExcluded(const std::string& name, const std::vector<std::string>& patterns);
 
 // The one member that the argument means. Raises Failure if there is none or more than one.
 std::int32_t SelectOneMember(const Ref<ZipArchive>& archive, const std::string& argument,

@@ -22,7 +22,7 @@ constexpr const char* kHelp =
 // Looks for the members once no other run can change the archive any more. Returns how many there were.
 std::size_t Delete(ArchiveEdit& edit, const Options& options, Problems& problems, RawDirectory& directory) {
   const std::vector<std::int32_t> members =
-      SelectMembers(edit.Archive(), options.members, problems, LetterCase::kExact).members;
+      SelectMembers(edit.Archive(), options, problems, LetterCase::kExact).members;
   if (problems.Code() != ExitCode::kDone) throw Failure(problems.Code(), "nothing is deleted");
   RecordSet doomed;
   for (const std::int32_t i : members) doomed.Add(edit.Archive()->Entry(i));
@@ -55,6 +55,7 @@ void AddDeleteVerb(CLI::App& app, ExitCode& exit_code) {
   CLI::App& command = *app.add_subcommand("delete", "Deletes members from an archive");
   SetUp(command, options, exit_code, [](Problems& problems) { Delete(options, problems); });
   command.add_option("MEMBER", options.members, "Names, folders or shell patterns")->required();
+  AddExcludeOption(command, options);
   AddInPlaceOption(command, options);
   AddEncodingOption(command, options);
   command.footer(std::string(kHelpOnEditing) + kHelp);

@@ -31,6 +31,7 @@ constexpr const char* kHelp =
     "  forkzip extract site.zip                    all of it, into the present folder\n"
     "  forkzip extract site.zip -d /tmp/site       into a folder, which is made if it is missing\n"
     "  forkzip extract site.zip css 'img/*.png'    a folder, and what matches a pattern (`*` passes `/`)\n"
+    "  forkzip extract site.zip -x '*.psd' -x src    but not what matches, and nothing in the folder `src`\n"
     "  forkzip extract --raw mac.zip               MacBinary wrapping and companions left as they are";
 
 struct ExtractOptions : Options {
@@ -41,7 +42,7 @@ struct ExtractOptions : Options {
 void Extract(const ExtractOptions& options, Problems& problems) {
   const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
   if (!options.allow_overlap) RefuseOverlaps(archive);
-  const std::vector<std::int32_t> members = SelectMembers(archive, options.members, problems).members;
+  const std::vector<std::int32_t> members = SelectMembers(archive, options, problems).members;
   std::uint64_t total = 0;
   for (const std::int32_t i : members) total += SizeOf(archive->Entry(i));
   Interruption::Watch();
@@ -76,6 +77,7 @@ void AddExtractVerb(CLI::App& app, ExitCode& exit_code) {
   command.add_option("-d,--destination", options.destination, "The folder to extract to")->default_str(".");
   command.add_flag("--overwrite", options.ways.overwrite, "Replace existing files");
   command.add_flag("--raw", options.ways.raw, "Leave MacBinary and companions as they are");
+  AddExcludeOption(command, options);
   AddEncodingOption(command, options);
   command.footer(kHelp);
 }

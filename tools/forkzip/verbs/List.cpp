@@ -9,6 +9,7 @@
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/read/MemberFacts.h"
 #include "tools/forkzip/read/MemberJson.h"
+#include "tools/forkzip/read/MemberSelection.h"
 #include "tools/forkzip/read/OpenArchive.h"
 
 namespace vantorel::forkzip {
@@ -28,19 +29,19 @@ struct ListOptions : Options {
   bool long_form = false;
 };
 
-void ListNames(const Ref<ZipArchive>& archive, Output& output) {
-  const std::int32_t count = archive->EntryCount();
-  for (std::int32_t i = 1; i <= count; ++i) {
+using Members = std::vector<std::int32_t>;
+
+void ListNames(const Ref<ZipArchive>& archive, const Members& members, Output& output) {
+  for (const std::int32_t i : members) {
     output.WriteText(archive->Entry(i)->RawPath());
     output.Write("\n");
   }
 }
 
 // "@" behind the mode stands for a companion with resource fork and Finder data.
-void ListFacts(const Ref<ZipArchive>& archive, Output& output) {
-  const std::int32_t count = archive->EntryCount();
+void ListFacts(const Ref<ZipArchive>& archive, const Members& members, Output& output) {
   std::uint64_t total = 0;
-  for (std::int32_t i = 1; i <= count; ++i) {
+  for (const std::int32_t i : members) {
     const Ref<ZipEntry> entry = archive->Entry(i);
     const auto mode = ModeOf(entry);
     const std::string mode_text =
@@ -53,27 +54,27 @@ void ListFacts(const Ref<ZipArchive>& archive, Output& output) {
     output.Write("\n");
     total += SizeOf(entry);
   }
-  output.Write(Count(static_cast<unsigned long long>(count), "member") + ", " + HumanSize(total) + "\n");
+  output.Write(Count(members.size(), "member") + ", " + HumanSize(total) + "\n");
 }
 
-void ListJson(const Ref<ZipArchive>& archive, Output& output) {
-  const std::int32_t count = archive->EntryCount();
-  for (std::int32_t i = 1; i <= count; ++i) {
-    output.Write(i == 1 ? "[\n" : ",\n");
+void ListJson(const Ref<ZipArchive>& archive, const Members& members, Output& output) {
+  for (const std::int32_t i : members) {
+    output.Write(i == members.front() ? "[\n" : ",\n");
     output.Write(JsonText(MemberAsJson(archive->Entry(i), i)));
   }
-  output.Write(count == 0 ? "[]\n" : "\n]\n");
+  output.Write(members.empty() ? "[]\n" : "\n]\n");
 }
 
-void List(const ListOptions& options) {
+void List(const ListOptions& options, Problems& problems) {
   const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
+  const Members members = SelectMembers(archive, options, problems).members;
   Output output;
   if (options.json) {
-    ListJson(archive, output);
+    ListJson(archive, members, output);
   } else if (options.long_form || (output.IsTerminal() && !options.quiet)) {
-    ListFacts(archive, output);
+    ListFacts(archive, members, output);
   } else {
-    ListNames(archive, output);
+    ListNames(archive, members, output);
   }
   output.Flush();
 }
@@ -83,10 +84,11 @@ void List(const ListOptions& options) {
 void AddListVerb(CLI::App& app, ExitCode& exit_code) {
   static ListOptions options;
   CLI::App& command = *app.add_subcommand("list", "Lists the members of an archive");
-  SetUp(command, options, exit_code, [](Problems&) { List(options); });
+  SetUp(command, options, exit_code, [](Problems& problems) { List(options, problems); });
   command.add_flag("-l,--long", options.long_form,
                    "Mode, size and date of each member, wherever the output goes");
   AddJsonOption(command, options);
+  AddExcludeOption(command, options);
   AddEncodingOption(command, options);
   command.footer(kHelp);
 }

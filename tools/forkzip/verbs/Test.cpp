@@ -75,7 +75,7 @@ class Report {
 void Test(const Options& options, Problems& problems) {
   const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
   if (!options.allow_overlap) RefuseOverlaps(archive);
-  const MemberSelection selected = SelectMembers(archive, options.members, problems);
+  const MemberSelection selected = SelectMembers(archive, options, problems);
   if (archive->centralDirCorrupted) {
     problems.Add(ExitCode::kBadArchive, "the directory holds more members than it announces");
   }
@@ -113,6 +113,7 @@ void AddTestVerb(CLI::App& app, ExitCode& exit_code) {
   command.add_option("MEMBER", options.members,
                      "Names, folders or shell patterns; all members if none is given");
   AddJsonOption(command, options);
+  AddExcludeOption(command, options);
   AddEncodingOption(command, options);
   command.footer(kHelp);
 }
