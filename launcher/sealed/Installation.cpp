@@ -1,50 +1,38 @@
 #include "launcher/sealed/Installation.h"
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <fstream>
-#include <string_view>
-#include <vector>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include "launcher/sealed/Files.h"
 #include "launcher/sealed/Refusal.h"
 #include "launcher/sealed/Swap.h"
 #include "launcher/sealed/Unpacking.h"
+#include "platform/files/FileCalls.h"
 
 namespace vantorel::sealed {
-namespace {
-
-void WriteFile(const std::string& path, std::string_view content) {
-  std::ofstream stream(path, std::ios::binary);
-  stream.write(content.data(), static_cast<std::streamsize>(content.size()));
-  stream.close();
-  if (!stream) throw Refusal(Status::kNotPlaced, path + ": cannot be written");
-}
-
-// Whatever this moves is on the disk.
-void MakeReady(const WorkFolder& work, const Update& update) {
+void Install(const WorkFolder& work, const Update& update) {
   Unpack(work.Path("Vantorel.zip"), work.Path("new"));
+  CheckTarget(work.Path("new/" + update.target));
   WriteFile(work.Path("serial"), std::to_string(update.serial));
   WriteFile(work.Path("version"), update.version_record);
-  if (!work.Sync()) throw Refusal(Status::kNotUnpacked, work.Path() + ": " + std::strerror(errno));
+  WriteJournal(work, TopItems(work.Path("new"), update.target));
+  work.Sync();
+  PlaceAll(work);
 }
 
-}  // namespace
-
-void Install(const WorkFolder& work, const Update& update) {
-  MakeReady(work, update);
-  const std::vector<std::string> names = TopItems(work.Path("new"), update.target);
-  Swap swap(work.Path("new/"), work.LauncherFolder(), work.Path("old/"));
-  try {
-    for (const std::string& name : names) swap.Place(name);
-    const std::string serial = work.LauncherFolder() + "serial";
-    if (!work.Sync() || rename(work.Path("serial").c_str(), serial.c_str()) != 0) {
-      throw Refusal(Status::kNotPlaced, serial + ": " + std::strerror(errno));
-    }
-  } catch (...) {
-    swap.TakeBack();
-    throw;
+void Settle(const WorkFolder& work) {
+  const std::string folder = work.Path("");
+  const std::string name = folder.substr(0, folder.size() - 1);
+  const mode_t kind = KindOf(AT_FDCWD, name);
+  // What is no folder is not ours, whatever it leads to.
+  if (kind != 0 && !S_ISDIR(kind) && unlink(name.c_str()) != 0) RefuseWithErrno(name);
+  if (S_ISDIR(kind)) {
+    if ((kind & S_IRWXU) != S_IRWXU) chmod(name.c_str(), S_IRWXU);
+    if (access(name.c_str(), R_OK | W_OK | X_OK) != 0) return;  // another user's: nothing in it is needed
+    SettleSwap(work);
   }
+  work.Remove();
 }
 
 }  // namespace vantorel::sealed

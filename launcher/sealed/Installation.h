@@ -14,9 +14,13 @@ struct Update {
   std::int64_t serial = 0;
 };
 
-// Unpacks the work folder's archive, puts all that is in it in place, the target last, and records the
-// update. If that raises Refusal, all is as it was; if the program is killed at any moment, the old target or
-// the new one is there after Settle. Only Settle completes the record.
+// Unpacks the work folder's archive and puts all that is in it in place, the target last. If that raises
+// Refusal, Settle brings back what was there.
 void Install(const WorkFolder& work, const Update& update);
+
+// Ends an installation, or one that was broken off: completes it if the new target is in its place, else
+// takes it back; then removes the work folder. Raises Refusal if that cannot be done now, and leaves what is
+// needed to do it later. The work folder is one that was entered.
+void Settle(const WorkFolder& work);
 
 }  // namespace vantorel::sealed

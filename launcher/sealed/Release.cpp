@@ -2,11 +2,9 @@
 
 #include <algorithm>
 #include <charconv>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 
+#include "launcher/sealed/Files.h"
 #include "launcher/sealed/Refusal.h"
 
 namespace vantorel::sealed {
@@ -20,15 +18,6 @@ std::optional<std::int64_t> ParseSerial(std::string_view text) {
   std::int64_t serial = 0;
   std::from_chars(text.data(), text.data() + text.size(), serial);
   return serial;
-}
-
-// The content of a file, nothing if there is no such file. Raises Refusal if it cannot be read.
-std::optional<std::string> Read(const std::string& path) {
-  if (!std::filesystem::exists(std::filesystem::symlink_status(path))) return std::nullopt;
-  std::ifstream stream(path, std::ios::binary);
-  std::string content{std::istreambuf_iterator<char>(stream), {}};
-  if (!stream.is_open() || stream.bad()) throw Refusal(Status::kNotPlaced, path + ": cannot be read");
-  return content;
 }
 
 }  // namespace
@@ -51,11 +40,13 @@ std::int64_t SerialOf(std::string_view comment, std::string_view version) {
 void CheckSucceeds(std::int64_t serial, const std::string& version_record,
                    const std::string& launcher_folder) {
   const std::string path = launcher_folder + "serial";
-  const auto recorded = Read(path);
+  const auto recorded = ReadFile(path);
   if (!recorded) return;
   const auto installed = ParseSerial(*recorded);
-  if (!installed) throw Refusal(Status::kNotPlaced, path + ": is not a serial number");
-  const bool same_version = Read(launcher_folder + "version").value_or(version_record) == version_record;
+  if (!installed)
+    throw Refusal(Status::kNotPlaced,
+                  path + ": is no serial number; without that file any update is accepted");
+  const bool same_version = ReadFile(launcher_folder + "version").value_or(version_record) == version_record;
   if (serial > *installed || (serial == *installed && same_version)) return;
   throw Refusal(Status::kNotNewer, "the serial number " + std::to_string(serial) + " does not follow " +
                                        std::to_string(*installed) + ", which is installed");

@@ -1,5 +1,6 @@
 #include "launcher/sealed/SealedUpdate.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <limits>
@@ -34,6 +35,14 @@ std::vector<PublicKey> Keys() {
   return keys;
 }
 
+// On one line of standard error, whatever a server put into the text.
+void Tell(const char* what, const std::exception& fault) {
+  std::string detail = fault.what();
+  std::replace_if(
+      detail.begin(), detail.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, ' ');
+  std::fprintf(stderr, "VantorelLauncher: %s: %s\n", what, detail.c_str());
+}
+
 void ShowStatus(const char* text) {
   ControlByName<StaticText>(Window1::Implicit(), "statusText")->SetText(text);
 }
@@ -58,7 +67,7 @@ Ref<updateSocket> NewUpdateSocket(Window& window) {
 }
 
 SealedUpdate::SealedUpdate() : work_(std::string(Globals::LauncherFolderPath().view())) {
-  work_.Enter();
+  TryToSettle();
   pace_->SetPeriod(kPaceMilliseconds);
   pace_->Action = [this] { Step([this] { CheckPace(); }); };
   signature_->Received = [this](const std::string& file) { Step([&] { InstallIfSigned(file); }); };
@@ -67,11 +76,16 @@ SealedUpdate::SealedUpdate() : work_(std::string(Globals::LauncherFolderPath().v
 
 void SealedUpdate::Get(const String& url, const Ref<FolderItem>& /*file*/) {
   Step([&] {
-    if (!work_.Enter()) throw Refusal(Status::kBusy, "another launcher works in the launcher folder");
+    work_.Enter();
+    Settle(work_);
     work_.Make();
-    pace_->SetMode(1);
+    hash_.emplace();
     updateSocket::Get(url, GetFolderItem(String::Bytes(work_.Path("Vantorel.zip"))));
   });
+}
+
+void SealedUpdate::Event_HTTPConnected() {
+  pace_->SetMode(1);
 }
 
 void SealedUpdate::Event_DataAvailable() {
@@ -87,7 +101,7 @@ void SealedUpdate::Event_ReceiveProgress(std::int32_t bytesReceived, std::int32_
     Refuse(Refusal(Status::kNotLoaded, "the archive is larger than 2 GiB"));
     return;
   }
-  hash_.Add(newData.view());
+  hash_->Add(newData.view());
   updateSocket::Event_ReceiveProgress(bytesReceived, totalBytes, newData);
 }
 
@@ -113,7 +127,7 @@ void SealedUpdate::CheckDownload(std::int32_t http_status, const Ref<FolderItem>
   if (http_status < kFirstGoodStatus || http_status > kLastGoodStatus) {
     refuse("the server answers with status " + std::to_string(http_status));
   }
-  if (_totalLength > 0 && received_ != _totalLength) refuse("the download ended early");
+  if (_totalLength > 0 && received_ != _totalLength) refuse("the download is not as long as announced");
   if (file->Length() != static_cast<std::uint64_t>(received_)) refuse("the archive could not be written");
 }
 
@@ -126,10 +140,11 @@ void SealedUpdate::CheckPace() {
 void SealedUpdate::InstallIfSigned(const std::string& signature_file) {
   Update update{.target = std::string(Globals::TargetItemName().view()),
                 .version_record = std::string((Globals::CurrentOS + "_" + Globals::newVersion).view())};
-  update.serial = CheckArchive(signature_file, hash_.Finish(), update.version_record, work_.LauncherFolder());
+  update.serial =
+      CheckArchive(signature_file, hash_->Finish(), update.version_record, work_.LauncherFolder());
   ShowStatus("Entpacken...");
   Install(work_, update);
-  work_.Settle();
+  TryToSettle();
   ShowStatus("Update erfolgreich!");
   ControlByName<Timer>(Window1::Implicit(), "Timer2")->SetMode(1);
 }
@@ -142,7 +157,16 @@ void SealedUpdate::Step(const std::function<void()>& step) {
   } catch (const Refusal& refusal) {
     Refuse(refusal);
   } catch (const std::exception& fault) {
-    Refuse(Refusal(Status::kNotPlaced, fault.what()));
+    Refuse(Refusal(Status::kFailed, fault.what()));
+  }
+}
+
+void SealedUpdate::TryToSettle() noexcept {
+  try {
+    work_.Enter();
+    Settle(work_);
+  } catch (const std::exception& fault) {
+    Tell("an update cannot be settled now", fault);
   }
 }
 
@@ -151,17 +175,17 @@ void SealedUpdate::Refuse(const Refusal& refusal) {
   ended_ = true;
   pace_->SetMode(0);
   Close();
-  std::fprintf(stderr, "VantorelLauncher: the update is refused: %s\n", refusal.what());
-  work_.Settle();
+  Tell("the update is refused", refusal);
+  if (work_.IsEntered()) TryToSettle();
   const Ref<Window1> window = Window1::Implicit();
-  const String folder = Globals::LauncherFolderPath();
-  if (!GetFolderItem(folder + Globals::TargetItemName())->Exists()) {
+  ControlByName<ProgressBar>(window, "ProgressBar1")->SetVisible(false);
+  ControlByName<ProgressWheel>(window, "ProgressWheel1")->SetVisible(false);
+  ShowStatus(refusal.StatusText());
+  if (!GetFolderItem(Globals::LauncherFolderPath() + Globals::TargetItemName())->Exists()) {
     MsgBox(String(refusal.StatusText()) + " " + Globals::TargetApplication +
            " konnte deshalb nicht installiert werden. Bitte versuchen Sie es später noch einmal!");
     Quit(0);
   }
-  ControlByName<ProgressBar>(window, "ProgressBar1")->SetVisible(false);
-  ShowStatus(refusal.StatusText());
   ControlByName<Timer>(window, "Timer2")->SetMode(1);
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 
 #include "launcher/sealed/Signature.h"
 #include "launcher/sealed/SignatureRequest.h"
@@ -13,7 +14,7 @@ namespace vantorel::sealed {
 
 class SealedUpdate : public updateSocket {
  public:
-  // Settles what a run that was broken off has left.
+  // Settles what a run that was broken off has left, if that can be done.
   SealedUpdate();
 
   using updateSocket::Get;
@@ -21,6 +22,7 @@ class SealedUpdate : public updateSocket {
   void Get(const String& url, const Ref<FolderItem>& file) override;
 
  protected:
+  void Event_HTTPConnected() override;
   void Event_DataAvailable() override;
   void Event_ReceiveProgress(std::int32_t bytesReceived, std::int32_t totalBytes,
                              const String& newData) override;
@@ -31,6 +33,8 @@ class SealedUpdate : public updateSocket {
  private:
   // Runs a step. If it raises, that is the end of the update.
   void Step(const std::function<void()>& step);
+  // Settles what this run or an earlier one has left, if that can be done now.
+  void TryToSettle() noexcept;
   void CheckDownload(std::int32_t http_status, const Ref<FolderItem>& file) const;
   void CheckPace();
   void InstallIfSigned(const std::string& signature_file);
@@ -38,7 +42,7 @@ class SealedUpdate : public updateSocket {
   void Refuse(const Refusal& refusal);
 
   WorkFolder work_;
-  ArchiveHash hash_;
+  std::optional<ArchiveHash> hash_;
   std::int64_t received_ = 0;
   std::int64_t received_before_ = 0;  // at the last look at the pace
   Ref<Timer> pace_ = New<Timer>();

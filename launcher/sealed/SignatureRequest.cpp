@@ -8,7 +8,10 @@ namespace {
 constexpr std::int32_t kMostBytes = 4096;
 constexpr std::int32_t kMostMilliseconds = 30000;
 constexpr std::size_t kMostHeaderBytes = 65536;
+constexpr std::int32_t kFirstGoodStatus = 200;
+constexpr std::int32_t kLastGoodStatus = 299;
 constexpr std::int32_t kNotFound = 404;
+constexpr std::int32_t kGone = 410;
 
 }  // namespace
 
@@ -40,8 +43,11 @@ void SignatureRequest::Event_ReceiveProgress(std::int32_t bytesReceived, std::in
 
 void SignatureRequest::Event_PageReceived(const String& /*url*/, std::int32_t httpStatus,
                                           const Ref<InternetHeaders>& /*headers*/, const String& content) {
-  if (content.empty() || httpStatus == kNotFound) {
+  const bool good = httpStatus >= kFirstGoodStatus && httpStatus <= kLastGoodStatus;
+  if (httpStatus == kNotFound || httpStatus == kGone || (good && content.empty())) {
     Fail(Status::kNoSignature, "the server has no signature");
+  } else if (!good) {
+    Fail(Status::kNotLoaded, "the server answers the request for the signature with an error");
   } else if (End()) {
     Received(std::string(content.view()));
   }

@@ -1,33 +1,25 @@
-// Puts items in the place of others, one by one, and can take all of it back.
+// The swap of what is installed for what an update holds. Its items change hands one by one, the target last;
+// that is the moment from which the update counts as installed. The journal in the work folder names the
+// items, so that a later run can take back or complete a swap that was broken off.
 #pragma once
 
 #include <string>
 #include <vector>
 
+#include "launcher/sealed/WorkFolder.h"
+
 namespace vantorel::sealed {
 
-class Swap {
- public:
-  // Items go from the folder `from` to `to`. Those that were in their place end up in `from` or `aside`. All
-  // three lie on one file system; the paths end in slashes.
-  Swap(std::string from, std::string to, std::string aside);
+// Makes the items of the folder `new` known to a later run. `names` are all of them, the target's last.
+// Raises Refusal.
+void WriteJournal(const WorkFolder& work, const std::vector<std::string>& names);
 
-  // Puts an item in its place, by an exchange of the two names where the system has one. Raises Refusal.
-  void Place(const std::string& name);
-  // Brings back what was there before, as far as that can be done.
-  void TakeBack();
+// Puts each item of the journal in its place, by an exchange of two names where the system has one. Raises
+// Refusal, and then leaves what it has done.
+void PlaceAll(const WorkFolder& work);
 
- private:
-  enum class Way { kNothingWasThere, kExchanged, kMovedAside };
-  struct Placed {
-    std::string name;
-    Way way;
-  };
-
-  std::string from_;
-  std::string to_;
-  std::string aside_;
-  std::vector<Placed> placed_;
-};
+// Ends a swap, if there was one. If the target has changed hands, places what is left, and the files `serial`
+// and `version` with it; if not, puts back what was there before. Raises Refusal if that cannot be done now.
+void SettleSwap(const WorkFolder& work);
 
 }  // namespace vantorel::sealed

@@ -1,13 +1,16 @@
 #include "launcher/sealed/Unpacking.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstdint>
 #include <filesystem>
 #include <string_view>
+#include <system_error>
 
+#include "launcher/BuildSettings.h"
 #include "launcher/sealed/Refusal.h"
 #include "launcher/sealed/WorkFolder.h"
 #include "platform/text/TextFunctions.h"
@@ -17,8 +20,7 @@
 namespace vantorel::sealed {
 namespace {
 
-constexpr std::string_view kOwnFiles[] = {"version",    "serial",       "checkfile",
-                                          "updatepath", "vantorel.zip", WorkFolder::kName};
+constexpr std::string_view kOwnFiles[] = {"version", "serial", "checkfile", "updatepath", "vantorel.zip"};
 
 [[noreturn]] void Refuse(const std::string& detail) {
   throw Refusal(Status::kNotUnpacked, detail);
@@ -33,6 +35,7 @@ bool IsOwnFile(std::string name) {
   if (name.starts_with("._")) name.erase(0, 2);
   std::transform(name.begin(), name.end(), name.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  if (name.starts_with(WorkFolder::kName)) return true;
   return std::find(std::begin(kOwnFiles), std::end(kOwnFiles), name) != std::end(kOwnFiles);
 }
 
@@ -60,6 +63,15 @@ void CheckMembers(const Ref<FolderItem>& file) {
   archive->Close();
 }
 
+bool HoldsProgram(const std::string& folder) {
+  std::error_code error;
+  for (std::filesystem::directory_iterator each(folder, error), end; !error && each != end;
+       each.increment(error)) {
+    if (each->is_regular_file() && access(each->path().c_str(), X_OK) == 0) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 void Unpack(const std::string& archive, const std::string& folder) {
@@ -71,10 +83,15 @@ void Unpack(const std::string& archive, const std::string& folder) {
   }
 }
 
-std::vector<std::string> TopItems(const std::string& folder, const std::string& target) {
-  if (!std::filesystem::is_directory(std::filesystem::symlink_status(folder + "/" + target))) {
-    throw Refusal(Status::kIncomplete, "the archive holds no folder " + target);
+void CheckTarget(const std::string& path) {
+  if (TargetMacBuild ? HoldsProgram(path + "/Contents/Linux") || HoldsProgram(path + "/Contents/MacOS")
+                     : std::filesystem::is_regular_file(path + "/Vantorel.exe")) {
+    return;
   }
+  throw Refusal(Status::kIncomplete, path + ": the archive holds no program there");
+}
+
+std::vector<std::string> TopItems(const std::string& folder, const std::string& target) {
   std::vector<std::string> names;
   for (const auto& item : std::filesystem::directory_iterator(folder)) {
     const std::string name = item.path().filename();

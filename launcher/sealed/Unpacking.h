@@ -10,8 +10,11 @@ namespace vantorel::sealed {
 // folder or a member is a link. Raises Refusal.
 void Unpack(const std::string& archive, const std::string& folder);
 
-// The names at the top level of what was unpacked, the target's last. Raises Refusal if the target is not
-// among them, or a name that the launcher keeps for its own files is.
+// Raises Refusal unless the target at this path has a program that can be started.
+void CheckTarget(const std::string& path);
+
+// The names at the top level of what was unpacked, the target's last. Raises Refusal if a name that the
+// launcher keeps for its own files is among them.
 std::vector<std::string> TopItems(const std::string& folder, const std::string& target);
 
 }  // namespace vantorel::sealed

@@ -3,83 +3,83 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <system_error>
 
 #include "launcher/sealed/Refusal.h"
+#include "platform/files/FileCalls.h"
 
 namespace vantorel::sealed {
 namespace {
 
 namespace fs = std::filesystem;
 
-bool IsThere(const std::string& path) {
-  return fs::exists(fs::symlink_status(path));
+constexpr int kMostAside = 99;
+
+std::string AsideName(const std::string& path, int number) {
+  return path + "-" + std::to_string(number);
 }
 
 void RemoveTree(const std::string& path) {
   std::error_code error;
   fs::remove_all(path, error);
-  if (!error || !fs::is_directory(fs::symlink_status(path))) return;
+  if (!error || !S_ISDIR(KindOf(AT_FDCWD, path))) return;
   // There are folders in it that may not be changed.
-  fs::permissions(path, fs::perms::owner_all, fs::perm_options::add, error);
+  chmod(path.c_str(), S_IRWXU);
   for (fs::recursive_directory_iterator each(path, error), end; !error && each != end;
        each.increment(error)) {
-    if (each->is_symlink() || !each->is_directory()) continue;
-    fs::permissions(each->path(), fs::perms::owner_all, fs::perm_options::add, error);
+    const std::string item = each->path();
+    if (S_ISDIR(KindOf(AT_FDCWD, item))) chmod(item.c_str(), S_IRWXU);
   }
   fs::remove_all(path, error);
 }
 
+void MoveAside(const std::string& path) {
+  for (int number = 1; number <= kMostAside; ++number) {
+    if (rename(path.c_str(), AsideName(path, number).c_str()) == 0) return;
+    if (errno != ENOTEMPTY && errno != EEXIST) break;
+  }
+  RefuseWithErrno(path);
+}
+
 }  // namespace
 
-bool WorkFolder::Enter() {
-  if (lock_.IsOpen()) return true;
-  Descriptor folder(open(launcher_folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!folder.IsOpen() || flock(folder.Number(), LOCK_EX | LOCK_NB) != 0) return false;
-  lock_ = std::move(folder);
-  Settle();
-  return true;
-}
-
-// The version's record goes before the serial number's: a record of the version that is left alone would
-// otherwise look as if its serial number had left for the launcher folder.
-void WorkFolder::Settle() const {
-  if (!lock_.IsOpen()) return;
-  const std::string version = Path("version");
-  if (IsThere(Path("serial"))) {
-    PutBack();
-    unlink(version.c_str());
-  } else if (IsThere(version) && rename(version.c_str(), (launcher_folder_ + "version").c_str()) != 0) {
-    return;  // the next start tries again
+// What may be read by others could be locked by them: the lock is a file of its own.
+void WorkFolder::Enter() {
+  if (lock_.IsOpen()) return;
+  const std::string path = launcher_folder_ + kName + ".lock";
+  Descriptor lock(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  if (!lock.IsOpen()) RefuseWithErrno(path);
+  if (flock(lock.Number(), LOCK_EX | LOCK_NB) != 0) {
+    if (errno == EWOULDBLOCK) throw Refusal(Status::kBusy, "another launcher works in the launcher folder");
+    RefuseWithErrno(path);
   }
-  RemoveTree(launcher_folder_ + kName);
-}
-
-void WorkFolder::PutBack() const {
-  std::error_code error;
-  for (fs::directory_iterator each(Path("old"), error), end; !error && each != end; each.increment(error)) {
-    const std::string place = launcher_folder_ + each->path().filename().string();
-    if (!IsThere(place)) rename(each->path().c_str(), place.c_str());
-  }
+  lock_ = std::move(lock);
 }
 
 void WorkFolder::Make() const {
-  for (const char* name : {"", "new", "old"}) {
+  const std::string path = launcher_folder_ + kName;
+  if (KindOf(AT_FDCWD, path) != 0) MoveAside(path);
+  if (mkdir(path.c_str(), S_IRWXU) != 0) RefuseWithErrno(path);
+  for (const char* name : {"new", "old"}) {
     // What is in `new` gets the modes that the user's mask leaves.
-    if (mkdir(Path(name).c_str(), *name == '\0' ? S_IRWXU : 0777) != 0) {
-      throw Refusal(Status::kNotLoaded, Path(name) + ": " + std::strerror(errno));
-    }
+    if (mkdir(Path(name).c_str(), 0777) != 0) RefuseWithErrno(Path(name));
   }
 }
 
-bool WorkFolder::Sync() const {
-  return syncfs(lock_.Number()) == 0;
+void WorkFolder::Remove() const {
+  const std::string path = launcher_folder_ + kName;
+  RemoveTree(path);
+  for (int number = 1; KindOf(AT_FDCWD, AsideName(path, number)) != 0; ++number) {
+    RemoveTree(AsideName(path, number));
+  }
+}
+
+void WorkFolder::Sync() const {
+  if (syncfs(lock_.Number()) != 0) RefuseWithErrno(launcher_folder_);
 }
 
 }  // namespace vantorel::sealed

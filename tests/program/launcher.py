@@ -92,7 +92,7 @@ class Launcher:
 
         command = [str(program), *arguments]
         if as_nobody and os.getuid() == 0:
-            subprocess.run(["chown", "-R", "nobody", str(self.home)], check=True)
+            subprocess.run(["chown", "-Rh", "--from=root", "nobody", str(self.home)], check=True)
             command = ["setpriv", "--reuid=nobody", "--clear-groups", *command]
         variables = {k: v for k, v in os.environ.items() if not k.startswith(("XDG_", "QT_"))}
         variables.update(HOME=str(self.home), XDG_DATA_HOME=str(self.data), LC_ALL="C.UTF-8")

@@ -54,7 +54,7 @@ def contents(folder):
     found = {}
     for path in sorted(folder.rglob("*")):
         name = str(path.relative_to(folder))
-        if name in ("checkfile", "updatepath", "started"):
+        if name in ("checkfile", "updatepath", "started", ".update.lock"):
             continue
         found[name] = os.readlink(path) if path.is_symlink() else path.read_bytes() if path.is_file() else None
     return found

@@ -4,6 +4,7 @@
 import base64
 import concurrent.futures
 import contextlib
+import errno
 import fcntl
 import io
 import os
@@ -14,18 +15,19 @@ import tempfile
 import unittest
 import zipfile
 
-from launcher import update_archive
+from launcher import VERSION, update_archive
 from sealing import KEYS, SealedLauncher, contents, release, sign
 from updateserver import page, silent
 
 MISSING = "Die Signatur des Updates fehlt."
 INVALID = "Die Signatur des Updates ist ungültig."
 OTHER_VERSION = "Das Update gehört zu einer anderen Version."
-NOT_NEWER = "Das Update ist nicht neuer als das installierte."
+NOT_NEWER = "Das Update ist nicht neuer als das zuletzt installierte."
 NOT_LOADED = "Das Update konnte nicht geladen werden."
 NOT_UNPACKED = "Das Update konnte nicht entpackt werden."
 INCOMPLETE = "Das Update ist unvollständig."
-NOT_PLACED = "Das Update konnte nicht eingesetzt werden."
+BUSY = "Ein anderes Update läuft noch."
+NOT_PLACED = "Das Update konnte nicht eingespielt werden."
 WRITE_COUNTER = pathlib.Path(os.environ.get("WRITE_COUNTER", "build/dev/tests/tools/libwritecounter.so")).resolve()
 DONE = "Update erfolgreich!"
 
@@ -102,6 +104,10 @@ def attacks():
     return [
         signature("no signature", (b"", "404 Not Found"), MISSING),
         signature("an error page for a signature", (b"<html>gone</html>", "404 Not Found"), MISSING),
+        signature("a signature that is gone", (b"gone", "410 Gone"), MISSING),
+        signature("a signature that may not be read", (b"no", "403 Forbidden"), NOT_LOADED),
+        signature("a faulty server", (b"", "500 Oops"), NOT_LOADED),
+        signature("closed at once", lambda connection: connection.close(), NOT_LOADED),
         signature("an empty signature", b"", MISSING),
         signature("another key's", third, INVALID),
         signature("another key's, under the id of ours", claiming(third, key_of=good), INVALID),
@@ -128,6 +134,7 @@ def attacks():
         comment("a negative number", "version:18\tserial:-6", INVALID),
         comment("more behind the number", "version:18\tserial:6\tx", INVALID),
         ("letter case", release(version="18-rc", signature=sign(GOOD, "version:18-RC\tserial:6")), OTHER_VERSION, {}),
+        ("a line end in the version text", {**release(), VERSION: page(b"18\n")}, OTHER_VERSION, {}),
         ("first byte", release(update=flipped(GOOD, 0)), INVALID, {}),
         ("middle byte", release(update=flipped(GOOD, len(GOOD) // 2)), INVALID, {}),
         ("last byte", release(update=flipped(GOOD, -1)), INVALID, {}),
@@ -139,6 +146,8 @@ def attacks():
          release(update=endless(b"HTTP/1.0 200 OK\r\n", b"x: y\r\n" * 9999)), NOT_LOADED, {}),
         archive("no target", update_archive(None, [("Other.app/x", "x")]), INCOMPLETE),
         archive("the target is a file", update_archive(None, [("Vantorel.app", "x")]), INCOMPLETE),
+        archive("the target is empty", update_archive(None, [("Vantorel.app/", "")]), INCOMPLETE),
+        archive("the target holds no program", update_archive(None, [("Vantorel.app/Contents/MacOS.txt", "x")]), INCOMPLETE),
         archive("no archive at all", b"plain text", NOT_UNPACKED),
         archive("a bad member", flipped(GOOD, 80), NOT_UNPACKED),
         archive("disk full while downloading", large, NOT_LOADED, file_limit=4096),
@@ -153,12 +162,13 @@ def attacks():
         archive("the record of the serial number", with_member("Serial"), NOT_UNPACKED),
         archive("attributes of the launcher's own file", with_member("._serial", "x"), NOT_UNPACKED),
         archive("the work folder", with_member(".update/x"), NOT_UNPACKED),
+        archive("the lock", with_member(".Update.lock"), NOT_UNPACKED),
     ]
 
 
 def in_parallel(function, cases):
     """The results of many runs, which mostly wait."""
-    with concurrent.futures.ThreadPoolExecutor(8) as pool:
+    with concurrent.futures.ThreadPoolExecutor(24) as pool:
         return list(pool.map(function, cases))
 
 
@@ -168,10 +178,19 @@ INSTALLED_MORE = {"version": b"mac_18", "serial": b"6", **members(MORE)}
 
 
 def prepare(launcher):
-    """Installs what an update with more than the target replaces."""
+    """Installs what an update with more than the target replaces. Returns it."""
     launcher.install()
     (launcher.folder / "Data").mkdir()
     (launcher.folder / "Data/a").write_text("old")
+    (launcher.folder / "Data").chmod(0o555)
+    return contents(launcher.folder)
+
+
+def next_start(launcher, answers=None, **options):
+    """What the next start leaves, and the target that it starts, if there is one. Without answers it is offline."""
+    (launcher.folder / "started").unlink(missing_ok=True)
+    launcher.run(answers, **options)
+    return contents(launcher.folder), launcher.wait_started() if (launcher.folder / "Vantorel.app").exists() else None
 
 
 def fault(kind, call, old_system):
@@ -180,11 +199,11 @@ def fault(kind, call, old_system):
     return {**variables, "WRITE_COUNTER_OLD": "1"} if old_system else variables
 
 
-def at_every_call(function):
+def at_every_call(function, systems=(False, True)):
     """The settings and results of runs in which one call after the other goes wrong, until a run has none left. The
     result's first item tells that."""
     results = []
-    for old_system in (False, True):
+    for old_system in systems:
         count, ended = 0, False
         while not ended:
             settings = [{"call": count + i, "old_system": old_system} for i in range(1, 33)]
@@ -218,19 +237,32 @@ class SealedUpdates(unittest.TestCase):
 
     def test_what_is_signed_is_installed(self):
         def links_away(launcher):
-            (launcher.home / "elsewhere").mkdir()
-            (launcher.folder / "Vantorel.app").rename(launcher.home / "elsewhere/Vantorel.app")
-            (launcher.folder / "Vantorel.app").symlink_to(launcher.home / "elsewhere/Vantorel.app")
-            (launcher.folder / ".update").symlink_to(launcher.home / "elsewhere")
+            elsewhere = launcher.home / "elsewhere"
+            for folder in ("old", "new"):
+                (elsewhere / folder).mkdir(parents=True)
+                (elsewhere / folder / "doc").write_text("theirs")
+            for name in ("version", "serial"):
+                (elsewhere / name).write_text("theirs")
+            (elsewhere / "journal").write_bytes(b"1 0 doc\0")
+            (launcher.folder / "Vantorel.app").rename(elsewhere / "Vantorel.app")
+            (launcher.folder / "Vantorel.app").symlink_to(elsewhere / "Vantorel.app")
+            (launcher.folder / ".update").symlink_to(elsewhere)
 
         def not_to_be_changed(launcher):
             (launcher.folder / "Vantorel.app/Contents").chmod(0o555)
             (launcher.folder / "Vantorel.app").chmod(0o555)
 
-        def broken_off(launcher):
+        def broken_off(launcher, mode=0o755, owner=-1):
             (launcher.folder / ".update/new/Vantorel.app/sub").mkdir(parents=True)
             (launcher.folder / ".update/version").write_text("mac_9")
             (launcher.folder / ".update/serial").write_text("9")
+            (launcher.folder / ".update/new").chmod(mode)
+            (launcher.folder / ".update").chmod(mode)
+            if os.getuid() == 0:
+                os.chown(launcher.folder / ".update", owner, -1)
+
+        def work_folder_of_another(launcher):
+            broken_off(launcher, 0o700, owner=1)
 
         nothing = lambda launcher: launcher.folder.rename(launcher.home / "gone")
         no_target = lambda launcher: subprocess.run(["rm", "-r", launcher.folder / "Vantorel.app"], check=True)
@@ -248,6 +280,9 @@ class SealedUpdates(unittest.TestCase):
             ("links in the launcher folder", links_away, release()),
             ("folders that may not be changed", not_to_be_changed, release()),
             ("left-overs of a run that was broken off", broken_off, release()),
+            ("left-overs that may not be looked at", lambda launcher: broken_off(launcher, 0), release()),
+            ("left-overs that cannot be removed", work_folder_of_another, release()),
+            ("a link in a circle", lambda launcher: (launcher.folder / ".update").symlink_to(".update"), release()),
         ]
 
         def install(case):
@@ -256,8 +291,9 @@ class SealedUpdates(unittest.TestCase):
                 launcher.install()
                 prepare(launcher)
                 code = launcher.run(answers, as_nobody=True)
-                elsewhere = [path.name for path in launcher.home.glob("elsewhere/*")]
-                return code, launcher.status, launcher.wait_started(), contents(launcher.folder), elsewhere, launcher.errors
+                elsewhere = contents(launcher.home / "elsewhere")
+                found = {name: what for name, what in contents(launcher.folder).items() if not name.startswith(".update-")}
+                return code, launcher.status, launcher.wait_started(), found, elsewhere, launcher.errors
 
         for (name, _, answers), (code, status, started, found, elsewhere, errors) in zip(cases, in_parallel(install, cases)):
             with self.subTest(name):
@@ -265,19 +301,40 @@ class SealedUpdates(unittest.TestCase):
                 version, archive = (answers[f"/mac_Vantorel_{what}"].split(b"\r\n\r\n", 1)[1] for what in ("version", "update"))
                 serial = re.search(rb"\tserial:(\d+)", answers["/mac_Vantorel_signature"])[1]
                 self.assertEqual(found, {"version": b"mac_" + version, "serial": serial, **members(archive)})
-                self.assertEqual(elsewhere, ["Vantorel.app"] if "links" in name else [])
+                theirs = [path for path, what in elsewhere.items() if what == b"theirs"]
+                self.assertEqual(theirs, ["new/doc", "old/doc", "serial", "version"] if "links" in name else [])
 
-    def test_the_update_of_another_launcher_is_left_alone(self):
-        with SealedLauncher() as launcher:
-            launcher.install()
+    def test_what_stands_in_the_way_is_told(self):
+        def at_work(launcher):
             (launcher.folder / ".update").mkdir()
             (launcher.folder / ".update/Vantorel.zip").write_text("half")
-            before = contents(launcher.folder)
-            folder = os.open(launcher.folder, os.O_RDONLY)
-            self.addCleanup(os.close, folder)
-            fcntl.flock(folder, fcntl.LOCK_EX)
-            self.assertEqual((launcher.run(release()), launcher.status), (0, "Ein anderes Update läuft noch."))
-            self.assertEqual((launcher.wait_started(), contents(launcher.folder)), ("old", before))
+            lock = os.open(launcher.folder / ".update.lock", os.O_RDWR | os.O_CREAT)
+            self.addCleanup(os.close, lock)
+            fcntl.flock(lock, fcntl.LOCK_EX)
+
+        cases = [  # what would be broken, what is there, the status line, what standard error tells
+            ("another launcher at work", at_work, BUSY, "another launcher works"),
+            ("no lock", lambda launcher: (launcher.folder / ".update.lock").mkdir(), NOT_PLACED, ".lock: Is a directory"),
+            ("a damaged serial number", lambda launcher: (launcher.folder / "serial").write_text(""), NOT_PLACED,
+             "is no serial number; without that file any update is accepted"),
+            ("a serial number that is no file", lambda launcher: ((launcher.folder / "serial").unlink(),
+             (launcher.folder / "serial").mkdir()), NOT_PLACED, "serial"),
+        ]
+        for name, stand_in_the_way, status, detail in cases:
+            with self.subTest(name), SealedLauncher() as launcher:
+                launcher.install()
+                stand_in_the_way(launcher)
+                before = contents(launcher.folder)
+                self.assertEqual((launcher.run(release()), launcher.status), (0, status))
+                self.assertIn(detail, launcher.errors)
+                self.assertEqual((launcher.wait_started(), contents(launcher.folder)), ("old", before))
+
+    def test_any_file_system_without_exchange_will_do(self):
+        for error in (errno.EINVAL, errno.ENOSYS, errno.EOPNOTSUPP, errno.EXDEV):
+            with self.subTest(errno.errorcode[error]), SealedLauncher() as launcher:
+                prepare(launcher)
+                launcher.run(UPDATE_OF_MORE, LD_PRELOAD=str(WRITE_COUNTER), WRITE_COUNTER_OLD=str(error))
+                self.assertEqual((launcher.status, contents(launcher.folder)), (DONE, INSTALLED_MORE))
 
     def test_refused_with_nothing_installed_a_message_names_the_cause(self):
         with SealedLauncher() as launcher:
@@ -287,42 +344,59 @@ class SealedUpdates(unittest.TestCase):
             self.assertIsNone(launcher.started())
             self.assertEqual(contents(launcher.folder), {})
 
-    def test_killed_at_any_moment_a_target_starts_and_the_update_ends_well(self):
+    def test_killed_at_any_moment_all_is_old_or_all_is_new(self):
         def killed(settings):
             with SealedLauncher() as launcher:
-                prepare(launcher)
+                before = prepare(launcher)
                 ended_by_itself = launcher.run(UPDATE_OF_MORE, **fault("KILL", **settings)) == 0
-                # The next start is killed too, somewhere on its way.
+                # The next starts have a bad disk, and are killed too, somewhere on their way.
+                launcher.run(None, **fault("FAIL", 1, settings["old_system"]))
                 launcher.run(UPDATE_OF_MORE, **fault("KILL", settings["call"] * 7 % 11 + 1, settings["old_system"]))
-                (launcher.folder / "started").unlink(missing_ok=True)
-                launcher.run(None)
-                offline, data = launcher.wait_started(), (launcher.folder / "Data/a").read_text()
-                (launcher.folder / "started").unlink()
-                launcher.run(UPDATE_OF_MORE)
-                return ended_by_itself, (offline, data), launcher.wait_started(), contents(launcher.folder)
+                return ended_by_itself, before, next_start(launcher), next_start(launcher, UPDATE_OF_MORE)
 
-        for settings, (_, offline, online, found) in at_every_call(killed):
+        for settings, (_, before, offline, online) in at_every_call(killed):
             with self.subTest(**settings):
-                # The target comes last: a new one has all that goes with it.
-                self.assertIn(offline, [("old", "old"), ("old", "new"), ("new", "new")])
-                self.assertEqual((online, found), ("new", INSTALLED_MORE))
+                self.assertIn(offline, [(before, "old"), (INSTALLED_MORE, "new")])
+                self.assertEqual(online, (INSTALLED_MORE, "new"))
+
+    def test_a_first_installation_that_was_killed_starts_or_leaves_nothing(self):
+        def killed(settings):
+            with SealedLauncher() as launcher:
+                ended_by_itself = launcher.run(UPDATE_OF_MORE, **fault("KILL", **settings)) == 0
+                return ended_by_itself, next_start(launcher), next_start(launcher, UPDATE_OF_MORE)
+
+        for settings, (_, offline, online) in at_every_call(killed, systems=[False]):
+            with self.subTest(**settings):
+                self.assertIn(offline, [({}, None), (INSTALLED_MORE, "new")])
+                self.assertEqual(online, (INSTALLED_MORE, "new"))
+
+    def test_once_the_disk_is_no_longer_full_all_is_old_or_all_is_new(self):
+        def full(settings):
+            with SealedLauncher() as launcher:
+                before = prepare(launcher)
+                launcher.run(UPDATE_OF_MORE, **fault("FULL", **settings))
+                done = launcher.status == DONE
+                return done, before, next_start(launcher), next_start(launcher, UPDATE_OF_MORE)
+
+        for settings, (done, before, offline, online) in at_every_call(full):
+            with self.subTest(**settings):
+                self.assertEqual(offline, (INSTALLED_MORE, "new") if done else (before, "old"))
+                self.assertEqual(online, (INSTALLED_MORE, "new"))
 
     def test_where_a_step_fails_all_stays_or_all_is_new(self):
         def failing(settings):
             with SealedLauncher() as launcher:
-                prepare(launcher)
-                before = contents(launcher.folder)
+                before = prepare(launcher)
                 code = launcher.run(UPDATE_OF_MORE, **fault("FAIL", **settings))
                 done = launcher.status == DONE
-                started, stayed = launcher.wait_started(), contents(launcher.folder) == before
-                launcher.run(UPDATE_OF_MORE)
-                return done, code, started, stayed, contents(launcher.folder)
+                stayed = contents(launcher.folder) == before and (launcher.folder / "Data").stat().st_mode & 0o777 == 0o555
+                return done, code, launcher.wait_started(), stayed, next_start(launcher, UPDATE_OF_MORE)
 
         results = at_every_call(failing)
         for settings, (done, code, started, stayed, at_last) in results:
             with self.subTest(**settings):
                 self.assertEqual((code, started, stayed), (0, "new", False) if done else (0, "old", True))
-                self.assertEqual(at_last, INSTALLED_MORE)
+                self.assertEqual(at_last, (INSTALLED_MORE, "new"))
         self.assertGreater(sum(not result[0] for _, result in results), 20)
 
 

@@ -10,8 +10,9 @@
 //   WRITE_COUNTER_LOSE=n   if the n-th changing call is pwrite, nothing is written, though it says so
 //   WRITE_COUNTER_STOP=n   the process stops before the n-th changing call
 //   WRITE_COUNTER_LOCK=1   the process stops before its first lock
-//   WRITE_COUNTER_OLD=1    no renaming takes flags, as on older file systems
-//   WRITE_COUNTER_LOG=f    the numbers of changing calls, reading calls and closes are written to the file f
+//   WRITE_COUNTER_OLD=1    no renaming takes flags, as on older file systems; a greater number is the error
+//   they give WRITE_COUNTER_LOG=f    the numbers of changing calls, reading calls and closes are written to
+//   the file f
 //                          when the process ends by itself
 //
 // Standard streams do not count. A changing call is killed, stopped or terminated before it does anything.
@@ -147,8 +148,8 @@ int ftruncate64(int fd, off64_t length) noexcept {
 }
 
 int renameat2(int from_folder, const char* from, int to_folder, const char* to, unsigned flags) noexcept {
-  if (flags != 0 && Setting("WRITE_COUNTER_OLD") != 0) {
-    errno = EINVAL;
+  if (const long old = Setting("WRITE_COUNTER_OLD"); flags != 0 && old != 0) {
+    errno = old == 1 ? EINVAL : static_cast<int>(old);
     return -1;
   }
   return Call(CountChange(), "renameat2", &renameat2, from_folder, from, to_folder, to, flags);
