@@ -24,6 +24,6 @@ std::optional<std::string> InflateAtOnce(CompressEngine engine, std::string_view
 // For a member that begins with `first`, which is handed over again in the first call of Inflate.
 std::unique_ptr<MemberInflater> NewInflater(CompressEngine engine, std::string_view first);
 
-std::unique_ptr<MemberDeflater> NewDeflater(CompressEngine engine);
+std::unique_ptr<MemberDeflater> NewDeflater(CompressEngine engine, const DeflateWays& ways = {});
 
 }  // namespace vantorel

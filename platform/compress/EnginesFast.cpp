@@ -3,6 +3,7 @@
 #include "platform/compress/IsalInflater.h"
 #include "platform/compress/LibdeflateDeflater.h"
 #include "platform/compress/LibdeflateInflate.h"
+#include "platform/compress/StoringDeflater.h"
 #include "platform/compress/ZlibDeflater.h"
 #include "platform/compress/ZlibInflater.h"
 
@@ -36,9 +37,10 @@ std::unique_ptr<MemberInflater> NewInflater(CompressEngine engine, std::string_v
   return std::make_unique<IsalInflater>();
 }
 
-std::unique_ptr<MemberDeflater> NewDeflater(CompressEngine engine) {
-  if (engine == CompressEngine::kZlib) return std::make_unique<ZlibDeflater>();
-  return std::make_unique<LibdeflateDeflater>();
+std::unique_ptr<MemberDeflater> NewDeflater(CompressEngine engine, const DeflateWays& ways) {
+  if (ways.level == 0) return std::make_unique<StoringDeflater>();
+  if (engine == CompressEngine::kZlib) return std::make_unique<ZlibDeflater>(ways.level);
+  return std::make_unique<LibdeflateDeflater>(ways);
 }
 
 }  // namespace vantorel

@@ -1,4 +1,5 @@
 #include "platform/compress/Engines.h"
+#include "platform/compress/StoringDeflater.h"
 #include "platform/compress/ZlibDeflater.h"
 #include "platform/compress/ZlibInflater.h"
 
@@ -12,8 +13,9 @@ std::unique_ptr<MemberInflater> NewInflater(CompressEngine /*engine*/, std::stri
   return std::make_unique<ZlibInflater>();
 }
 
-std::unique_ptr<MemberDeflater> NewDeflater(CompressEngine /*engine*/) {
-  return std::make_unique<ZlibDeflater>();
+std::unique_ptr<MemberDeflater> NewDeflater(CompressEngine /*engine*/, const DeflateWays& ways) {
+  if (ways.level == 0) return std::make_unique<StoringDeflater>();
+  return std::make_unique<ZlibDeflater>(ways.level);
 }
 
 }  // namespace vantorel

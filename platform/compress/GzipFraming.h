@@ -14,6 +14,8 @@ inline constexpr std::size_t kGzipHeaderLength = 10;
 inline constexpr std::size_t kGzipFlagsOffset = 3;
 inline constexpr std::size_t kGzipTrailerLength = 8;
 inline constexpr std::size_t kGzipSizeFromEnd = 4;
+// Deflate data, no optional field, no time, nothing said of the system.
+inline constexpr std::string_view kPlainGzipHeader("\x1F\x8B\x08\0\0\0\0\0\0\xFF", kGzipHeaderLength);
 
 // True for a member of which at least header and trailer can be there and whose header has no optional
 // fields.

@@ -3,27 +3,40 @@
 #include <libdeflate.h>
 
 #include <algorithm>
+#include <array>
 #include <string_view>
+#include <utility>
 
 #include "platform/base/Exceptions.h"
+#include "platform/compress/GzipFraming.h"
 #include "platform/compress/IStreamWriter.h"
 
 namespace vantorel {
 
 namespace {
-// Archives are still a little smaller than with zlib's default level.
-constexpr int kLevel = 5;
+// What the library takes for each of zlib's levels: archives are a little smaller than zlib's.
+constexpr std::array<int, 10> kLevels = {0, 4, 4, 5, 5, 5, 5, 6, 8, 12};
 
 struct FreeCompressor {
   void operator()(libdeflate_compressor* compressor) const { libdeflate_free_compressor(compressor); }
 };
 
-// One for all members: it carries nothing from one call to the next.
-libdeflate_compressor* Compressor() {
-  static const std::unique_ptr<libdeflate_compressor, FreeCompressor> compressor(
-      libdeflate_alloc_compressor(kLevel));
+// One for all members of a thread: it carries nothing from one call to the next.
+libdeflate_compressor* Compressor(int level) {
+  thread_local std::unique_ptr<libdeflate_compressor, FreeCompressor> compressor;
+  thread_local int its_level = -1;
+  if (std::exchange(its_level, level) != level) {
+    compressor.reset(libdeflate_alloc_compressor(kLevels.at(static_cast<std::size_t>(level))));
+  }
   if (compressor == nullptr) RaiseOutOfMemoryException();
   return compressor.get();
+}
+
+void WriteInPieces(std::string_view bytes, IStreamWriter& writer) {
+  constexpr std::size_t kOutputPiece = 65536;
+  for (; !bytes.empty(); bytes.remove_prefix(std::min(bytes.size(), kOutputPiece))) {
+    writer.Write(String::Bytes(bytes.substr(0, kOutputPiece)));
+  }
 }
 }  // namespace
 
@@ -32,13 +45,13 @@ libdeflate_compressor* Compressor() {
 struct HeldMember {
   void Reset() { size = 0; }
 
-  std::size_t packed_room = libdeflate_gzip_compress_bound(Compressor(), LibdeflateDeflater::kLimit);
+  std::size_t packed_room = libdeflate_gzip_compress_bound(nullptr, LibdeflateDeflater::kLimit);
   std::unique_ptr<char[]> data = std::make_unique_for_overwrite<char[]>(LibdeflateDeflater::kLimit);
   std::unique_ptr<char[]> packed = std::make_unique_for_overwrite<char[]>(packed_room);
   std::size_t size = 0;
 };
 
-LibdeflateDeflater::LibdeflateDeflater() = default;
+LibdeflateDeflater::LibdeflateDeflater(const DeflateWays& ways) : ways_(ways) {}
 LibdeflateDeflater::~LibdeflateDeflater() = default;
 
 void LibdeflateDeflater::Write(std::string_view data, IStreamWriter& writer) {
@@ -48,7 +61,7 @@ void LibdeflateDeflater::Write(std::string_view data, IStreamWriter& writer) {
       held_->size += data.size();
       return;
     }
-    stream_ = std::make_unique<ZlibDeflater>();
+    stream_ = std::make_unique<ZlibDeflater>(ways_.level);
     stream_->Write({held_->data.get(), held_->size}, writer);
   }
   stream_->Write(data, writer);
@@ -59,15 +72,16 @@ void LibdeflateDeflater::Finish(IStreamWriter& writer) {
     stream_->Finish(writer);
     return;
   }
-  const std::size_t length = libdeflate_gzip_compress(Compressor(), held_->data.get(), held_->size,
+  const std::size_t length = libdeflate_gzip_compress(Compressor(ways_.level), held_->data.get(), held_->size,
                                                       held_->packed.get(), held_->packed_room);
   if (length == 0) throw RuntimeException("the compression library did not keep to its own bound");
-  constexpr std::size_t kOutputPiece = 65536;
-  for (std::string_view rest(held_->packed.get(), length); !rest.empty();) {
-    const std::string_view piece = rest.substr(0, kOutputPiece);
-    writer.Write(String::Bytes(piece));
-    rest.remove_prefix(piece.size());
-  }
+  const std::string_view packed(held_->packed.get(), length);
+  const std::string_view data(held_->data.get(), held_->size);
+  stored_ = ways_.may_store && packed.size() >= data.size() + kGzipHeaderLength + kGzipTrailerLength;
+  if (!stored_) return WriteInPieces(packed, writer);
+  writer.Write(String::Bytes(packed.substr(0, kGzipHeaderLength)));
+  WriteInPieces(data, writer);
+  writer.Write(String::Bytes(packed.substr(packed.size() - kGzipTrailerLength)));
 }
 
 }  // namespace vantorel

@@ -17,15 +17,18 @@ class LibdeflateDeflater : public MemberDeflater {
  public:
   static constexpr std::size_t kLimit = 8U << 20U;
 
-  LibdeflateDeflater();
+  explicit LibdeflateDeflater(const DeflateWays& ways);
   ~LibdeflateDeflater() override;
   LibdeflateDeflater(const LibdeflateDeflater&) = delete;
   LibdeflateDeflater& operator=(const LibdeflateDeflater&) = delete;
 
   void Write(std::string_view data, IStreamWriter& writer) override;
   void Finish(IStreamWriter& writer) override;
+  bool Stored() const override { return stored_; }
 
  private:
+  DeflateWays ways_;
+  bool stored_ = false;
   PooledState<HeldMember> held_;
   // Set once the member has grown past the limit.
   std::unique_ptr<ZlibDeflater> stream_;

@@ -7,6 +7,15 @@ namespace vantorel {
 
 class IStreamWriter;
 
+inline constexpr int kDefaultDeflateLevel = 6;
+
+struct DeflateWays {
+  // As zlib counts, whichever engine is at work: 1 (quick) to 9 (small); 0 only stores.
+  int level = kDefaultDeflateLevel;
+  // Data that deflating would not make smaller may be stored as they are, where that shows in time.
+  bool may_store = false;
+};
+
 class MemberDeflater {
  public:
   virtual ~MemberDeflater() = default;
@@ -14,6 +23,8 @@ class MemberDeflater {
   virtual void Write(std::string_view data, IStreamWriter& writer) = 0;
   // The rest of the data and the trailer. To be called once.
   virtual void Finish(IStreamWriter& writer) = 0;
+  // Once that is done: whether the data stand between header and trailer as they are, not deflated.
+  virtual bool Stored() const { return false; }
 };
 
 }  // namespace vantorel

@@ -1,5 +1,5 @@
 // An engine's working state, taken from a small store of used ones and given back to it: the states are large
-// and an archive has many small members. Single-threaded.
+// and an archive has many small members. Each thread has a store of its own.
 #pragma once
 
 #include <cstddef>
@@ -34,7 +34,7 @@ class PooledState {
   static constexpr std::size_t kKept = 2;
 
   static std::vector<std::unique_ptr<State>>& Store() {
-    static std::vector<std::unique_ptr<State>> store = [] {
+    thread_local std::vector<std::unique_ptr<State>> store = [] {
       std::vector<std::unique_ptr<State>> empty;
       empty.reserve(kKept);  // so that giving back cannot fail
       return empty;

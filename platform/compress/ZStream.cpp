@@ -1,5 +1,7 @@
 #include "platform/compress/ZStream.h"
 
+#include <utility>
+
 #include "platform/base/Exceptions.h"
 #include "platform/compress/Engines.h"
 #include "platform/compress/GzipReader.h"
@@ -15,6 +17,9 @@ ZStream::ZStream(bool write, const Ref<IStreamWriter>& writer, const Ref<IStream
     inflating_ = std::make_unique<GzipReader>(reader, engine);
   }
 }
+
+ZStream::ZStream(std::unique_ptr<MemberDeflater> deflater, const Ref<IStreamWriter>& writer)
+    : deflating_(std::move(deflater)), writer_(writer) {}
 
 ZStream::~ZStream() = default;
 
@@ -37,6 +42,7 @@ void ZStream::Close() {
   if (deflating_ == nullptr) return;
   const std::unique_ptr<MemberDeflater> last = std::move(deflating_);
   last->Finish(*writer_);
+  stored_ = last->Stored();
   error_value_ = writer_->LastError();
 }
 

@@ -25,6 +25,8 @@ class ZStream : public Object {
   // `write` false: inflates what `reader` delivers; `writer` is not used and may be nil.
   ZStream(bool write, const Ref<IStreamWriter>& writer, const Ref<IStreamReader>& reader,
           CompressEngine engine = kDefaultCompressEngine);
+  // Deflates into `writer` by an engine of the caller's.
+  ZStream(std::unique_ptr<MemberDeflater> deflater, const Ref<IStreamWriter>& writer);
   // A member that was not closed stays cut: what has reached the writer until then is all there is.
   ~ZStream() override;
 
@@ -33,12 +35,15 @@ class ZStream : public Object {
   // behind the member is of no interest; some of it may have been read.
   String Read(std::int32_t count);
 
-  // Deflates `data` to about the size that zlib's default level gives, or a little less. Output may come at
-  // once or as late as in Close.
+  // Deflates `data` to about the size that zlib's default level gives, or a little less, unless the engine
+  // was given another level. Output may come at once or as late as in Close.
   void Write(const String& data);
   // Ends the member: the rest of the deflate data and the trailer reach the writer before this returns. The
   // header is always the plain one of 10 bytes. Later calls do nothing.
   void Close();
+
+  // Once a deflating stream is closed: whether its engine stored the data instead.
+  bool Stored() const { return stored_; }
 
   // 0: no fault. 1: the end of the member was reached, and its trailer is right. Otherwise a fault, by zlib's
   // codes: -3 bad data, checksum or length; -5 the input ends too early; or the writer's LastError. Of a
@@ -50,6 +55,7 @@ class ZStream : public Object {
   std::unique_ptr<MemberDeflater> deflating_;
   Ref<IStreamWriter> writer_;
   std::int32_t error_value_ = 0;
+  bool stored_ = false;
 };
 
 }  // namespace vantorel

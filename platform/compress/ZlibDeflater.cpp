@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "platform/base/Exceptions.h"
 #include "platform/compress/IStreamWriter.h"
@@ -20,7 +21,7 @@ constexpr std::size_t kOutputPiece = 32768;
 
 struct ZlibDeflateState {
   ZlibDeflateState() {
-    if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, kGzipWindowBits, kDefaultMemory,
+    if (deflateInit2(&stream, kDefaultDeflateLevel, Z_DEFLATED, kGzipWindowBits, kDefaultMemory,
                      Z_DEFAULT_STRATEGY) != Z_OK) {
       RaiseOutOfMemoryException();
     }
@@ -32,6 +33,10 @@ struct ZlibDeflateState {
   void Reset() {
     deflateReset(&stream);
     PointAtOutput();
+  }
+  // For a state that is as good as new.
+  void SetLevel(int wanted) {
+    if (std::exchange(level, wanted) != wanted) deflateParams(&stream, wanted, Z_DEFAULT_STRATEGY);
   }
   void PointAtOutput() {
     stream.next_out = output.data();
@@ -46,10 +51,14 @@ struct ZlibDeflateState {
   }
 
   z_stream stream{};
+  int level = kDefaultDeflateLevel;
   std::array<Bytef, kOutputPiece> output{};
 };
 
-ZlibDeflater::ZlibDeflater() = default;
+// The levels below the fourth save hardly any time.
+ZlibDeflater::ZlibDeflater(int level) {
+  state_->SetLevel(std::max(level, 4));
+}
 ZlibDeflater::~ZlibDeflater() = default;
 
 void ZlibDeflater::Write(std::string_view data, IStreamWriter& writer) {

@@ -7,10 +7,10 @@ namespace vantorel {
 
 struct ZlibDeflateState;
 
-// Deflates as the data comes, at zlib's default level.
+// Deflates as the data comes.
 class ZlibDeflater : public MemberDeflater {
  public:
-  ZlibDeflater();
+  explicit ZlibDeflater(int level);
   ~ZlibDeflater() override;
   ZlibDeflater(const ZlibDeflater&) = delete;
   ZlibDeflater& operator=(const ZlibDeflater&) = delete;

@@ -72,6 +72,22 @@ def apple_double(fork, type_and_creator=b"TEXTttxt"):
     return struct.pack(">II16xHIIIIII", 0x00051607, 0x00020000, 2, 9, 50, 32, 2, 82, len(fork)) + info + fork
 
 
+def mac_binary(data, fork, name=b"mac"):
+    """A MacBinary II member: header, data fork and resource fork, each filled up to 128 bytes."""
+    header = bytearray(128)
+    header[1:2 + len(name)] = bytes((len(name),)) + name
+    header[65:73] = b"TEXTttxt"
+    header[83:91] = len(data).to_bytes(4, "big") + len(fork).to_bytes(4, "big")
+    header[122:124] = bytes((129, 129))
+    crc = 0
+    for byte in header[:124]:
+        crc ^= byte << 8
+        for _ in range(8):
+            crc = (crc << 1 ^ (0x1021 if crc & 0x8000 else 0)) & 0xFFFF
+    header[124:126] = crc.to_bytes(2, "big")
+    return bytes(header) + data + bytes(-len(data) % 128) + fork + bytes(-len(fork) % 128)
+
+
 class ForkzipTest(unittest.TestCase):
     maxDiff = None
 

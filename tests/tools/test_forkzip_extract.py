@@ -1,7 +1,6 @@
 #!/usr/bin/env python3
 """forkzip extract: what arrives on disk, what is refused, and what is left when it does not work out."""
 
-import binascii
 import json
 import os
 import resource
@@ -10,20 +9,9 @@ import subprocess
 import time
 import unittest
 
-from forkzip import DEFLATED, PROGRAM, UNIX_TIMES, ForkzipTest, Member, apple_double, archive
+from forkzip import DEFLATED, PROGRAM, UNIX_TIMES, ForkzipTest, Member, apple_double, archive, mac_binary
 
 LINK = 0o120777
-
-
-def mac_binary(data, fork):
-    """A MacBinary II member: header, data fork and resource fork, each filled up to 128 bytes."""
-    header = bytearray(128)
-    header[1:5] = b"\3mac"
-    header[65:73] = b"TEXTttxt"
-    header[83:91] = len(data).to_bytes(4, "big") + len(fork).to_bytes(4, "big")
-    header[122:124] = bytes((129, 129))
-    header[124:126] = binascii.crc_hqx(header[:124], 0).to_bytes(2, "big")
-    return bytes(header) + data + bytes(-len(data) % 128) + fork + bytes(-len(fork) % 128)
 
 
 def read_by_lsar(side_file):
@@ -222,7 +210,7 @@ class Extract(ForkzipTest):
 
     def stop_in_the_middle(self, number):
         """Ends an extraction by a signal while its first member is being written."""
-        process = subprocess.Popen([PROGRAM, "extract", self.zip, "-d", self.out])
+        process = subprocess.Popen([PROGRAM, "extract", "-j1", self.zip, "-d", self.out])
         while not any(path.stat().st_size for path in self.out.glob("*")) and process.poll() is None:
             time.sleep(0.001)
         process.send_signal(number)

@@ -8,6 +8,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -22,6 +24,7 @@
 
 namespace vantorel {
 
+class MemberDeflater;
 class ZipEntry;
 
 // A folder that a destination lay in, once no link was met on the way to it below its root. It is known again
@@ -102,6 +105,8 @@ class ZipArchiveData : public Object {
   // What a reader of the directory does last: checkDirectory with the index of the entries from `first` on.
   // What an earlier reading left before them may leave the list, but finds no companion.
   void CheckNewEntries(std::size_t first);
+  // Makes what deflates the data of a new member, at the default level if none is set.
+  std::function<std::unique_ptr<MemberDeflater>()> new_deflater;
 
  private:
   // What a reference stands for, whether or not it exists.

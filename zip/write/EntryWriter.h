@@ -75,6 +75,7 @@ class EntryWriter {
   std::int32_t next_read_ = 0;  // what the next read of a fork may ask for
   std::int32_t done_ = 0;       // bytes fed, as the progress counts them
   bool abort_ = false;
+  bool stored_ = false;  // which the archive's own choice of a deflater may have done
 };
 
 }  // namespace vantorel

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "platform/base/Arithmetic.h"
+#include "platform/compress/MemberDeflater.h"
 #include "platform/run/BackgroundTask.h"
 #include "platform/text/TextFunctions.h"
 #include "zip/extract/MacBinaryHeader.h"
@@ -29,9 +30,11 @@ std::optional<std::int32_t> EntryWriter::WriteData() {
   if (!abort_) {
     // A negative length counts as stored, and there is no way in for stored bytes.
     if (total_ < 0) throw RuntimeException("a member of negative length");
-    ZStream deflated(true, raw, nil);
-    if (const auto failure = FeedData(deflated)) return failure;
-    deflated.Close();
+    const auto& deflater = archive_.d->new_deflater;
+    const Ref<ZStream> deflated = deflater ? New<ZStream>(deflater(), raw) : New<ZStream>(true, raw, nil);
+    if (const auto failure = FeedData(*deflated)) return failure;
+    deflated->Close();
+    stored_ = deflated->Stored();
   }
   Notify(total_);
   if (abort_) return Fail(AddResult::kNotStored, "Aborted");
@@ -100,6 +103,11 @@ bool EntryWriter::FinishData(std::int32_t data_bytes_written) {
   stream.SetPosition(crc_field_);
   stream.WriteLong(crc_);
   stream.WriteLong(SubtractSInt32(member_end_, data_start_));
+  if (stored_) {
+    record_->SetUShort(CentralHeader::kMethod, ZipMethod::kStored);
+    stream.SetPosition(crc_field_ - LocalHeader::kCrc + LocalHeader::kMethod);
+    stream.WriteShort(ZipMethod::kStored);
+  }
   return true;
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/compress/MemberDeflater.h"
 #include "tools/forkzip/cli/Options.h"
 
 namespace vantorel::forkzip {
@@ -18,6 +19,9 @@ struct AddingOptions : Options {
   MacBinary mac_binary = MacBinary::kSmart;
   bool follow_links = false;
   bool no_permissions = false;
+  std::optional<int> level;
+
+  DeflateWays Deflating() const;
 };
 
 void DefineAddingOptions(CLI::App& command, AddingOptions& options);

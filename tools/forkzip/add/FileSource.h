@@ -23,10 +23,18 @@ class FileSource : public SeqDataInputStream {
   bool Skip(std::int32_t count) override;
   void ClearError() override { error_ = 0; }
 
+  // The file, once it is open.
+  int File() const { return file_.Number(); }
   // The system's error, 0 if there was none.
   int Error() const { return error_; }
   // Whether all of the promised bytes came.
   bool CameWhole() const { return error_ == 0 && left_ == 0; }
+
+ protected:
+  void SetOutcome(int error, std::uint64_t left) {
+    error_ = error;
+    left_ = left;
+  }
 
  private:
   std::string path_;

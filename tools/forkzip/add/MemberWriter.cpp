@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <utility>
 
 #include "platform/base/Arithmetic.h"
 #include "platform/base/Descriptor.h"
@@ -56,16 +57,26 @@ Ref<Date> TimeOf(const PlannedItem& item) {
 
 // The engine is given the file as an archive of its own, of no members so far, whose directory is to begin at
 // `begin`.
-MemberWriter::MemberWriter(int file, std::uint32_t begin, const AddingOptions& options, Problems& problems)
-    : archive_(NewArchive(options.encoding)), options_(options), problems_(problems) {
+MemberWriter::MemberWriter(int file, std::uint32_t begin, const AddingOptions& options, FilePacker& packer,
+                           Problems& problems)
+    : archive_(NewArchive(options.encoding)), options_(options), packer_(packer), problems_(problems) {
   archive_->d->zipStream = StreamOver(file, true);
   archive_->entriesRead = true;
   archive_->writeMode = true;
   archive_->startOfDirInArchive = ToSInt32(begin);
   archive_->PreserveUnixPermissions(!options.no_permissions);
+  archive_->d->new_deflater = [&packer] { return packer.NewDeflater(); };
 }
 
 void MemberWriter::Add(const AddPlan& plan, const Ref<Progress>& progress) {
+  archive_->SetProgressMonitor(progress);
+  std::vector<const PlannedItem*> plain;
+  for (const PlannedItem& item : plan.Items()) {
+    const bool has_data = item.kind == PlannedItem::Kind::kFile && item.size != 0;
+    const bool has_mac_data = item.has_side_file || options_.mac_binary == MacBinary::kAlways;
+    if (has_data && !has_mac_data && Refusal(item).empty()) plain.push_back(&item);
+  }
+  packer_.Expect(std::move(plain));
   for (const PlannedItem& item : plan.Items()) {
     archive_->Mark();
     progress->Begin(item.name);
@@ -76,12 +87,16 @@ void MemberWriter::Add(const AddPlan& plan, const Ref<Progress>& progress) {
   }
 }
 
-bool MemberWriter::AddItem(const PlannedItem& item, bool side_file_is_member) {
-  if (item.size > kLargestMember) return TakeBack(item, "left out, it is larger than 2 GiB");
-  if (!Preflight::FitsAsName(item.name))
-    return TakeBack(item, "left out, its name is longer than 65535 bytes");
+std::string MemberWriter::Refusal(const PlannedItem& item) const {
+  if (item.size > kLargestMember) return "left out, it is larger than 2 GiB";
+  if (!Preflight::FitsAsName(item.name)) return "left out, its name is longer than 65535 bytes";
   if (!CanStore(archive_, item.name))
-    return TakeBack(item, "left out, its name has letters that the archive's encoding lacks");
+    return "left out, its name has letters that the archive's encoding lacks";
+  return {};
+}
+
+bool MemberWriter::AddItem(const PlannedItem& item, bool side_file_is_member) {
+  if (const std::string why = Refusal(item); !why.empty()) return TakeBack(item, why);
   if (item.kind == PlannedItem::Kind::kLink) return AddLink(item);
   // A side file that is a member itself says all there is to say.
   if (side_file_is_member) return AddPlain(item, nil);
@@ -101,7 +116,7 @@ bool MemberWriter::IsToBeWrapped(const PlannedItem& item, const Ref<FolderItem>&
 
 bool MemberWriter::AddPlain(const PlannedItem& item, const Ref<FolderItem>& file) {
   const bool is_file = item.kind == PlannedItem::Kind::kFile;
-  const auto source = is_file ? New<FileSource>(item.Source(), item.size) : Ref<FileSource>();
+  const auto source = is_file ? packer_.SourceOf(item) : Ref<FileSource>();
   const std::string extra = (file ? TypeRecord(archive_, file) : "") + TimestampRecord(item.modified);
   const std::int32_t index =
       archive_->AddItemByStreams(source, ToSInt32(item.size), nil, 0, nil, NameOf(item),

@@ -8,7 +8,7 @@
 
 #include "platform/base/Ref.h"
 #include "tools/forkzip/add/AddPlan.h"
-#include "tools/forkzip/add/FileSource.h"
+#include "tools/forkzip/add/FilePacker.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/cli/Progress.h"
 #include "zip/archive/ZipArchive.h"
@@ -18,9 +18,10 @@ namespace vantorel::forkzip {
 
 class MemberWriter {
  public:
-  // Members will be written to `file` from `begin` on, over whatever is there. REQUIRES: `options` and
-  // `problems` outlive the writer.
-  MemberWriter(int file, std::uint32_t begin, const AddingOptions& options, Problems& problems);
+  // Members will be written to `file` from `begin` on, over whatever is there. REQUIRES: what is given by
+  // reference outlives the writer.
+  MemberWriter(int file, std::uint32_t begin, const AddingOptions& options, FilePacker& packer,
+               Problems& problems);
 
   // Writes the items. One that cannot be read is a problem and leaves no trace in the archive. Raises Failure
   // if the archive itself cannot go on, and Interrupted.
@@ -31,6 +32,8 @@ class MemberWriter {
   std::uint32_t End() const { return static_cast<std::uint32_t>(archive_->startOfDirInArchive); }
 
  private:
+  // Why an item can be no member, or nothing.
+  std::string Refusal(const PlannedItem& item) const;
   bool AddItem(const PlannedItem& item, bool side_file_is_member);
   // `file` is the item on disk if it has forks and Finder data, else nil.
   bool IsToBeWrapped(const PlannedItem& item, const Ref<FolderItem>& file) const;
@@ -50,6 +53,7 @@ class MemberWriter {
 
   Ref<ZipArchive> archive_;  // of the new members alone
   const AddingOptions& options_;
+  FilePacker& packer_;
   Problems& problems_;
 };
 

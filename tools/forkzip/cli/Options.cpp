@@ -69,6 +69,15 @@ void AddExcludeOption(CLI::App& command, Options& options) {
       ->allow_extra_args(false);
 }
 
+void AddJobsOption(CLI::App& command, Options& options) {
+  constexpr std::size_t kMost = 1024;
+  command
+      .add_option("-j,--jobs", options.jobs,
+                  "How many to work at once; as many as there are processors, if there is enough to do")
+      ->check(CLI::Range(std::size_t{1}, kMost))
+      ->type_name("N");
+}
+
 void AddInPlaceOption(CLI::App& command, Options& options) {
   command.add_flag("--in-place", options.in_place, "Change the archive itself: faster, but see below");
 }

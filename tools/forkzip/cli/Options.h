@@ -4,6 +4,7 @@
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -23,6 +24,7 @@ struct Options {
   bool force_progress = false;
   bool in_place = false;
   bool allow_overlap = false;
+  std::size_t jobs = 0;  // not given
 
   Progress::When ShowProgress() const;
 };
@@ -38,6 +40,7 @@ void AddEncodingOption(CLI::App& command, Options& options);
 void AddJsonOption(CLI::App& command, Options& options);
 void AddOverlapOption(CLI::App& command, Options& options);
 void AddExcludeOption(CLI::App& command, Options& options);
+void AddJobsOption(CLI::App& command, Options& options);
 void AddInPlaceOption(CLI::App& command, Options& options);
 
 // What the help of every verb that changes an archive says about the two ways to do so.

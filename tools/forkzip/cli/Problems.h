@@ -35,12 +35,15 @@ class Problems {
  public:
   // Messages begin with the archive's name.
   explicit Problems(std::string archive) : archive_(std::move(archive)) {}
+  Problems(const Problems&) = delete;
+  Problems& operator=(const Problems&) = delete;
+  virtual ~Problems() = default;
 
   void Add(ExitCode code, std::string_view message);
   // About one member. Long names are cut in the middle; where very many members have the same problem, only
   // the first are told one by one, and AddUp tells how many more there were.
-  void Add(ExitCode code, std::string_view member, std::string_view message);
-  void AddUp();
+  virtual void Add(ExitCode code, std::string_view member, std::string_view message);
+  virtual void AddUp();
   // Something worth knowing that leaves the exit code alone.
   void Note(std::string_view message) const;
 

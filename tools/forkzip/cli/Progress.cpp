@@ -75,7 +75,13 @@ void Progress::ItemStarting(const Ref<FolderItem>& /*item*/, bool& abort) {
   if (Interruption::Requested()) abort = true;
 }
 
+void Progress::DivertTo(std::function<void(std::uint64_t)> take) {
+  finished_ = 0;
+  diverted_ = std::move(take);
+}
+
 void Progress::Show(std::uint64_t done) {
+  if (diverted_) return diverted_(done);
   if (!visible_) return;
   const auto now = std::chrono::steady_clock::now();
   if (now < next_) return;

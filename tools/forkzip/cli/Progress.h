@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "platform/base/Ref.h"
@@ -29,6 +30,11 @@ class Progress : public ZipProgressNotifier {
   void ItemFailed(const Ref<FolderItem>& item, std::int32_t code, const String& message, bool& stop) override;
   void ItemStarting(const Ref<FolderItem>& item, bool& abort) override;
 
+  // `more` bytes beyond what has ended are done elsewhere by now.
+  void ShowAhead(std::uint64_t more) { Show(finished_ + more); }
+  // Counts from 0 again, and hands over how many bytes are done in place of showing it.
+  void DivertTo(std::function<void(std::uint64_t done)> take);
+
   // Takes a bar off the screen, so that a message can stand in its place.
   static void ClearLine();
 
@@ -39,6 +45,7 @@ class Progress : public ZipProgressNotifier {
   std::uint64_t total_;
   std::uint64_t finished_ = 0;
   bool all_done_ = false;
+  std::function<void(std::uint64_t)> diverted_;
   std::string name_;
   std::chrono::steady_clock::time_point next_;
 };

@@ -13,6 +13,7 @@
 #include "platform/files/SideFile.h"
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Printable.h"
+#include "tools/forkzip/extract/FileSink.h"
 #include "tools/forkzip/extract/Provisional.h"
 #include "tools/forkzip/extract/SafePath.h"
 #include "tools/forkzip/read/ByteSinks.h"
@@ -59,7 +60,7 @@ int ReplaceByLink(const std::string& target, int folder, const std::string& name
 }  // namespace
 
 Extraction::Extraction(const std::string& root, const ExtractionWays& ways, Problems& problems)
-    : destination_(root, ways.overwrite), ways_(ways), problems_(problems), side_files_(ways.overwrite) {}
+    : destination_(root, ways.overwrite), ways_(ways), problems_(&problems), side_files_(ways.overwrite) {}
 
 template <typename Work>
 void Extraction::Guarded(const Ref<ZipEntry>& entry, Work work) {
@@ -67,9 +68,9 @@ void Extraction::Guarded(const Ref<ZipEntry>& entry, Work work) {
     work();
     ++extracted_;
   } catch (const Failure& failure) {
-    if (!Interruption::Requested()) problems_.Add(failure.Code(), Utf8(entry->RawPath()), failure.what());
+    if (!Interruption::Requested()) problems_->Add(failure.Code(), Utf8(entry->RawPath()), failure.what());
   } catch (const RuntimeException& fault) {
-    problems_.Add(ExitCode::kBadArchive, Utf8(entry->RawPath()), fault.what());
+    problems_->Add(ExitCode::kBadArchive, Utf8(entry->RawPath()), fault.what());
   }
 }
 
@@ -115,6 +116,18 @@ void Extraction::Finish() {
   for (const Waiting& folder : folders_) {
     --extracted_;
     Guarded(folder.entry, [&] { FinishFolder(folder.entry); });
+  }
+}
+
+void Extraction::Clear(const Ref<ZipEntry>& entry) {
+  try {
+    const Components& path = PathFor(entry);
+    if (path.empty() || entry->IsDirectory()) return;
+    const int folder = destination_.Folder(FoldersOf(path));
+    if (IsUnfinished(KindOf(folder, path.back()))) unlinkat(folder, path.back().c_str(), 0);
+    ClearProvisional(destination_.PathOf(FoldersOf(path)));
+  } catch (const Failure&) {
+    // Nothing of it is there.
   }
 }
 

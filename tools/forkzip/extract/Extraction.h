@@ -23,6 +23,10 @@ class Extraction {
   // Extracts a member, or tells why not. Symbolic links, and the times and modes of folders, wait for Finish.
   void Extract(const Ref<ZipEntry>& entry);
   void Finish();
+  // From now on problems are told there.
+  void TellTo(Problems& problems) { problems_ = &problems; }
+  // Takes away what a process that was killed left of a member.
+  void Clear(const Ref<ZipEntry>& entry);
 
   // Members that are on disk now.
   std::size_t Extracted() const { return extracted_; }
@@ -49,7 +53,7 @@ class Extraction {
 
   Destination destination_;
   ExtractionWays ways_;
-  Problems& problems_;
+  Problems* problems_;
   SideFileGuard side_files_;
   std::size_t extracted_ = 0;
   String split_name_;

@@ -24,11 +24,11 @@ constexpr std::size_t kMadeAtOnce = 65536;
 constexpr mode_t kUnfinished = S_ISVTX;
 constexpr mode_t kAllModeBits = 07777;
 
+}  // namespace
+
 bool IsUnfinished(mode_t kind) {
   return S_ISREG(kind) && (kind & kAllModeBits) == kUnfinished;
 }
-
-}  // namespace
 
 FileSink::FileSink(int folder, std::string name, std::optional<mode_t> mode, bool replace, std::uint64_t size)
     : folder_(folder), name_(std::move(name)), mode_(mode), replace_(replace) {

@@ -14,6 +14,9 @@
 
 namespace vantorel::forkzip {
 
+// Whether something of that mode is a file that a killed run left unfinished, if no run is at work on it.
+bool IsUnfinished(mode_t kind);
+
 class FileSink : public SeqDataOutputStream {
  public:
   // The file `name` in an open folder, for about `size` bytes. With `replace` a file or link that is there

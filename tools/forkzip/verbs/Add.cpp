@@ -6,6 +6,7 @@
 #include "tools/forkzip/edit/ArchiveEdit.h"
 #include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/edit/Preflight.h"
+#include "tools/forkzip/jobs/PackAhead.h"
 
 namespace vantorel::forkzip {
 
@@ -76,7 +77,8 @@ RawDirectory Add(ArchiveEdit& edit, const AddingOptions& options, Problems& prob
   if (options.in_place) Preflight::CheckSize(edit.Before().end + MostBytes(plan));
   edit.MakeRoomBehindMembers();
   const auto progress = New<Progress>(options.ShowProgress(), plan.TotalSize());
-  MemberWriter writer(edit.To(), edit.Before().start, options, problems);
+  PackAhead packer(options.Deflating(), options.jobs);
+  MemberWriter writer(edit.To(), edit.Before().start, options, packer, problems);
   writer.Add(plan, progress);
   const std::vector<RawRecord> added = writer.Finish();
   if (added.empty()) throw Failure(problems.Code(), "nothing was added");
@@ -96,6 +98,7 @@ void AddAddVerb(CLI::App& app, ExitCode& exit_code) {
     EditArchive(options, [&](ArchiveEdit& edit) { return Add(edit, options, problems); });
   });
   AddProgressOption(command, options);
+  AddJobsOption(command, options);
   DefineAddingOptions(command, options);
   command.add_option("--as", options.name, "The name of the one PATH in the archive");
   AddInPlaceOption(command, options);

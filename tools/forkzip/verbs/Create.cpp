@@ -6,6 +6,7 @@
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/edit/ArchiveEdit.h"
 #include "tools/forkzip/edit/Preflight.h"
+#include "tools/forkzip/jobs/PackAhead.h"
 
 namespace vantorel::forkzip {
 
@@ -29,7 +30,8 @@ RawDirectory Fill(ArchiveEdit& edit, const AddingOptions& options, Problems& pro
   Preflight::CheckCount(plan.Items().size());
   const auto progress = New<Progress>(options.ShowProgress(), plan.TotalSize());
   edit.KeepMembers();
-  MemberWriter writer(edit.To(), 0, options, problems);
+  PackAhead packer(options.Deflating(), options.jobs);
+  MemberWriter writer(edit.To(), 0, options, packer, problems);
   writer.Add(plan, progress);
   RawDirectory made;
   made.records = writer.Finish();
@@ -65,6 +67,7 @@ void AddCreateVerb(CLI::App& app, ExitCode& exit_code) {
   CLI::App& command = *app.add_subcommand("create", "Makes a new archive");
   SetUp(command, options, exit_code, [](Problems& problems) { Create(options, problems); });
   AddProgressOption(command, options);
+  AddJobsOption(command, options);
   DefineAddingOptions(command, options);
   command.footer(kHelp);
 }

@@ -1,9 +1,13 @@
+#include <numeric>
+
 #include "tools/forkzip/Verbs.h"
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Options.h"
 #include "tools/forkzip/cli/Output.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/extract/Extraction.h"
+#include "tools/forkzip/jobs/FileShares.h"
+#include "tools/forkzip/jobs/JobCount.h"
 #include "tools/forkzip/read/MemberFacts.h"
 #include "tools/forkzip/read/MemberSelection.h"
 #include "tools/forkzip/read/OpenArchive.h"
@@ -39,28 +43,57 @@ struct ExtractOptions : Options {
   ExtractionWays ways;
 };
 
+std::uint64_t SizeOfAll(const std::vector<Ref<ZipEntry>>& entries) {
+  return std::accumulate(entries.begin(), entries.end(), std::uint64_t{0},
+                         [](std::uint64_t sum, const Ref<ZipEntry>& entry) { return sum + SizeOf(entry); });
+}
+
+// Returns how many were extracted, or put aside until the end.
+std::size_t ExtractMembers(Extraction& extraction, const std::vector<Ref<ZipEntry>>& entries,
+                           const ExtractOptions& options, Progress& progress, Problems& problems) {
+  SharedWork work;
+  for (const Ref<ZipEntry>& entry : entries) work.units.push_back({SizeOf(entry)});
+  const std::size_t jobs = JobCount(options.jobs, entries.size(), SizeOfAll(entries), kWorthAProcess);
+  if (jobs > 1) ShareOutFiles(work, entries, options.ways.raw);
+  work.run = [&](std::size_t unit, Problems& told) {
+    progress.Begin(entries[unit]);
+    const std::size_t before = extraction.Extracted();
+    extraction.TellTo(told);
+    extraction.Extract(entries[unit]);
+    return extraction.Extracted() - before;
+  };
+  work.take = [&](std::size_t, ExitCode code, std::string_view member, std::string_view message) {
+    problems.Add(code, member, message);
+  };
+  try {
+    return DoShared(jobs, work, progress);
+  } catch (const Failure&) {
+    for (const Ref<ZipEntry>& entry : entries) extraction.Clear(entry);
+    throw;
+  }
+}
+
 void Extract(const ExtractOptions& options, Problems& problems) {
   const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
   if (!options.allow_overlap) RefuseOverlaps(archive);
   const std::vector<std::int32_t> members = SelectMembers(archive, options, problems).members;
-  std::uint64_t total = 0;
-  for (const std::int32_t i : members) total += SizeOf(archive->Entry(i));
+  std::vector<Ref<ZipEntry>> entries;
+  for (const std::int32_t i : members) entries.push_back(archive->Entry(i));
+  const std::uint64_t total = SizeOfAll(entries);
   Interruption::Watch();
   const auto progress = New<Progress>(options.ShowProgress(), total);
   archive->SetProgressMonitor(progress);
   Extraction extraction(options.destination, options.ways, problems);
-  for (const std::int32_t i : members) {
-    const Ref<ZipEntry> entry = archive->Entry(i);
-    progress->Begin(entry);
-    extraction.Extract(entry);
-    if (Interruption::Requested()) return;
-    progress->End(SizeOf(entry));
-  }
+  std::size_t extracted = ExtractMembers(extraction, entries, options, *progress, problems);
+  if (Interruption::Requested()) return;
+  extraction.TellTo(problems);
+  const std::size_t before = extraction.Extracted();
   extraction.Finish();
+  extracted = extracted + extraction.Extracted() - before;
   Progress::ClearLine();
   if (options.quiet) return;
   Output output;
-  output.Write(Count(extraction.Extracted(), "member") + " extracted\n");
+  output.Write(Count(extracted, "member") + " extracted\n");
   output.Flush();
 }
 
@@ -72,6 +105,7 @@ void AddExtractVerb(CLI::App& app, ExitCode& exit_code) {
   SetUp(command, options, exit_code, [](Problems& problems) { Extract(options, problems); });
   AddProgressOption(command, options);
   AddOverlapOption(command, options);
+  AddJobsOption(command, options);
   command.add_option("MEMBER", options.members,
                      "Names, folders or shell patterns; all members if none is given");
   command.add_option("-d,--destination", options.destination, "The folder to extract to")->default_str(".");

@@ -6,6 +6,8 @@
 #include "tools/forkzip/cli/Options.h"
 #include "tools/forkzip/cli/Output.h"
 #include "tools/forkzip/cli/Printable.h"
+#include "tools/forkzip/jobs/JobCount.h"
+#include "tools/forkzip/jobs/SharedWork.h"
 #include "tools/forkzip/read/MemberFacts.h"
 #include "tools/forkzip/read/MemberJson.h"
 #include "tools/forkzip/read/MemberSelection.h"
@@ -84,20 +86,26 @@ void Test(const Options& options, Problems& problems) {
   archive->SetProgressMonitor(progress);
   Report report(options.json);
   report.Begin(options.archive, selected, archive->centralDirCorrupted);
-  for (const std::int32_t i : selected.members) {
-    const Ref<ZipEntry> entry = archive->Entry(i);
+  SharedWork work;
+  for (const std::int32_t i : selected.members) work.units.push_back({SizeOf(archive->Entry(i))});
+  ShareOut(work);
+  work.run = [&](std::size_t unit, Problems& told) -> std::size_t {
+    const Ref<ZipEntry> entry = archive->Entry(selected.members[unit]);
     progress->Begin(entry);
     try {
       Verify(entry);
     } catch (const Failure& failure) {
-      if (Interruption::Requested()) return;
-      const std::string name = Utf8(entry->RawPath());
-      problems.Add(failure.Code(), name, failure.what());
-      report.Add(i, name, failure.what());
+      if (!Interruption::Requested()) told.Add(failure.Code(), Utf8(entry->RawPath()), failure.what());
     }
-    if (Interruption::Requested()) return;
-    progress->End(SizeOf(entry));
-  }
+    return 0;
+  };
+  work.take = [&](std::size_t unit, ExitCode code, std::string_view member, std::string_view message) {
+    problems.Add(code, member, message);
+    report.Add(selected.members[unit], std::string(member), std::string(message));
+  };
+  DoShared(JobCount(options.jobs, work.units.size(), SizeOfAll(archive, selected.members), kWorthAProcess),
+           work, *progress);
+  if (Interruption::Requested()) return;
   Progress::ClearLine();
   report.End(selected, options.quiet);
 }
@@ -110,6 +118,7 @@ void AddTestVerb(CLI::App& app, ExitCode& exit_code) {
   SetUp(command, options, exit_code, [](Problems& problems) { Test(options, problems); });
   AddProgressOption(command, options);
   AddOverlapOption(command, options);
+  AddJobsOption(command, options);
   command.add_option("MEMBER", options.members,
                      "Names, folders or shell patterns; all members if none is given");
   AddJsonOption(command, options);

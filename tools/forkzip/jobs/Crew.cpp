@@ -1,0 +1,197 @@
+#include "tools/forkzip/jobs/Crew.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <new>
+#include <numeric>
+#include <utility>
+
+#include "platform/files/FileCalls.h"
+#include "tools/forkzip/cli/Interruption.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+constexpr auto kReportEvery = std::chrono::milliseconds(50);
+
+// The end to read from, and the end to write to.
+std::pair<Descriptor, Descriptor> MakePipe() {
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) throw Failure(ExitCode::kFileError, WithCause("no pipe", errno));
+  return {Descriptor(ends[0]), Descriptor(ends[1])};
+}
+
+class TellByReport : public Problems {
+ public:
+  TellByReport(int reports, std::uint32_t unit) : Problems(""), reports_(reports), unit_(unit) {}
+  void Add(ExitCode code, std::string_view member, std::string_view message) override {
+    WriteReport(reports_, {Report::Kind::kTold, code, unit_}, member, message);
+  }
+
+ private:
+  int reports_;
+  std::uint32_t unit_;
+};
+
+}  // namespace
+
+Crew::Crew(const SharedWork& work, Progress& progress, InOrder& in_order)
+    : work_(work), progress_(progress), in_order_(in_order), units_(work.shares) {
+  for (std::uint32_t unit = 0; unit < work.units.size(); ++unit) {
+    const std::uint32_t share = work.units[unit].share;
+    if (share != SharedWork::kOwn) units_[share].push_back(unit);
+  }
+}
+
+Crew::~Crew() {
+  Stop();
+  for (const Process& process : processes_) {
+    while (process.id != 0 && waitpid(process.id, nullptr, 0) < 0 && errno == EINTR) {
+    }
+  }
+}
+
+void Crew::Start(std::size_t jobs) {
+  // Whoever is free takes the next number; all of them fit into a pipe at once.
+  auto [shares, numbers] = MakePipe();
+  std::vector<std::uint32_t> all(units_.size());
+  std::iota(all.begin(), all.end(), 0U);
+  const std::size_t size = all.size() * sizeof all[0];
+  if (WriteAll(numbers.Number(), {reinterpret_cast<const char*>(all.data()), size}) != 0) throw Interrupted();
+  numbers.Close();
+  const pid_t parent = getpid();
+  while (processes_.size() < jobs) {
+    auto [reports, report_to] = MakePipe();
+    const pid_t id = fork();
+    if (id == 0) {
+      prctl(PR_SET_PDEATHSIG, SIGTERM);
+      if (getppid() != parent) _exit(1);
+      Work(shares.Number(), report_to.Number());
+    }
+    if (id < 0 && processes_.empty()) throw Failure(ExitCode::kFileError, WithCause("no new process", errno));
+    if (id < 0) break;
+    processes_.push_back({id, std::move(reports)});
+  }
+}
+
+void Crew::Work(int shares, int reports) {
+  try {
+    DoShares(shares, reports);
+  } catch (const Interrupted&) {
+    // There is nobody to hear more.
+  } catch (const Failure& failure) {
+    WriteReport(reports, {Report::Kind::kFault, failure.Code()}, {}, failure.what());
+  } catch (const std::bad_alloc&) {
+    WriteReport(reports, {Report::Kind::kFault, ExitCode::kFileError}, {}, "not enough memory");
+  } catch (const std::exception& fault) {
+    WriteReport(reports, {Report::Kind::kFault, ExitCode::kBadArchive}, {}, fault.what());
+  }
+  _exit(0);
+}
+
+void Crew::DoShares(int shares, int reports) {
+  std::chrono::steady_clock::time_point next;
+  progress_.DivertTo([&](std::uint64_t done) {
+    const auto now = std::chrono::steady_clock::now();
+    if (now < next) return;
+    next = now + kReportEvery;
+    WriteReport(reports, {.kind = Report::Kind::kProgress, .count = done});
+  });
+  std::uint32_t share = 0;
+  while (!Interruption::Requested() && read(shares, &share, sizeof share) == sizeof share) {
+    std::size_t tally = 0;
+    for (const std::uint32_t unit : units_.at(share)) {
+      TellByReport problems(reports, unit);
+      tally += work_.run(unit, problems);
+      if (Interruption::Requested()) return;
+      progress_.End(work_.units[unit].size);
+    }
+    WriteReport(reports, {.kind = Report::Kind::kShareDone, .index = share, .count = tally});
+  }
+}
+
+std::size_t Crew::Serve() {
+  while (true) {
+    std::vector<pollfd> waiting;
+    for (const Process& process : processes_) waiting.push_back({process.reports.Number(), POLLIN, 0});
+    if (std::none_of(waiting.begin(), waiting.end(), [](const pollfd& each) { return each.fd >= 0; })) break;
+    // Not without end: a signal may come just before it.
+    poll(waiting.data(), waiting.size(), 100);
+    if (Interruption::Requested()) Stop();
+    for (std::size_t i = 0; i < waiting.size(); ++i) {
+      if (waiting[i].revents != 0) Hear(processes_[i]);
+    }
+    ShowProgress();
+  }
+  if (!Interruption::Requested()) {
+    for (const auto& units : units_) {
+      for (const std::uint32_t unit : units) progress_.End(work_.units[unit].size);
+    }
+  }
+  return tally_;
+}
+
+void Crew::Hear(Process& process) {
+  std::array<char, 65536> bytes{};
+  const ssize_t got = read(process.reports.Number(), bytes.data(), bytes.size());
+  if (got < 0) return;  // a signal came between
+  if (got == 0) {
+    process.reports.Close();
+    return CheckEnd(process);
+  }
+  process.unread.append(bytes.data(), static_cast<std::size_t>(got));
+  TakeReports(process.unread, [&](const Report& report, std::string_view member, std::string_view message) {
+    Take(process, report, member, message);
+  });
+}
+
+void Crew::Take(Process& process, const Report& report, std::string_view member, std::string_view message) {
+  switch (report.kind) {
+    case Report::Kind::kTold:
+      return in_order_.Tell(report.index, report.code, member, message);
+    case Report::Kind::kShareDone:
+      tally_ += report.count;
+      for (const std::uint32_t unit : units_.at(report.index)) in_order_.End(unit);
+      return;
+    case Report::Kind::kProgress:
+      process.done = report.count;
+      return;
+    case Report::Kind::kFault:
+      throw Failure(report.code, std::string(message));
+  }
+}
+
+void Crew::ShowProgress() {
+  progress_.ShowAhead(
+      std::accumulate(processes_.begin(), processes_.end(), std::uint64_t{0},
+                      [](std::uint64_t sum, const Process& each) { return sum + each.done; }));
+}
+
+// They clean up and end by themselves.
+void Crew::Stop() {
+  for (const Process& process : processes_) {
+    if (process.id != 0) kill(process.id, SIGTERM);
+  }
+}
+
+void Crew::CheckEnd(Process& process) const {
+  int status = 0;
+  const pid_t id = std::exchange(process.id, 0);
+  while (waitpid(id, &status, 0) < 0 && errno == EINTR) {
+  }
+  if (status == 0 || Interruption::Requested()) return;
+  const std::string how = WIFSIGNALED(status) ? " by signal " + std::to_string(WTERMSIG(status)) : "";
+  throw Failure(ExitCode::kFileError, "one of its processes was ended" + how);
+}
+
+}  // namespace vantorel::forkzip
