@@ -82,10 +82,6 @@ ssize_t pread(int fd, void* bytes, size_t count, off_t offset) {
   return Call(CountRead(), "pread", &pread, fd, bytes, count, offset);
 }
 
-ssize_t pread64(int fd, void* bytes, size_t count, off64_t offset) {
-  return pread(fd, bytes, count, offset);
-}
-
 ssize_t readlink(const char* path, char* target, size_t size) noexcept {
   return Call(CountRead(), "readlink", &readlink, path, target, size);
 }
@@ -97,10 +93,6 @@ dirent* readdir(DIR* folder) {
   return nullptr;
 }
 
-dirent64* readdir64(DIR* folder) {
-  return reinterpret_cast<dirent64*>(readdir(folder));
-}
-
 ssize_t write(int fd, const void* bytes, size_t count) {
   return Call(fd > STDERR_FILENO ? CountChange() : 0, "write", &write, fd, bytes, count);
 }
@@ -110,10 +102,6 @@ ssize_t pwrite(int fd, const void* bytes, size_t count, off_t offset) {
   const int error = CountChange();
   if (changes == lose_at) return static_cast<ssize_t>(count);
   return Call(error, "pwrite", &pwrite, fd, bytes, count, offset);
-}
-
-ssize_t pwrite64(int fd, const void* bytes, size_t count, off64_t offset) {
-  return pwrite(fd, bytes, count, offset);
 }
 
 // Those that read one file and write another are of both kinds.
@@ -131,20 +119,12 @@ ssize_t sendfile(int to, int from, off_t* offset, size_t count) noexcept {
   return Call(error != 0 ? error : read_error, "sendfile", &sendfile, to, from, offset, count);
 }
 
-ssize_t sendfile64(int to, int from, off64_t* offset, size_t count) noexcept {
-  return sendfile(to, from, offset, count);
-}
-
 int fsync(int fd) noexcept(false) {
   return Call(CountChange(), "fsync", &fsync, fd);
 }
 
 int ftruncate(int fd, off_t length) noexcept {
   return Call(CountChange(false), "ftruncate", &ftruncate, fd, length);
-}
-
-int ftruncate64(int fd, off64_t length) noexcept {
-  return ftruncate(fd, length);
 }
 
 int renameat2(int from_folder, const char* from, int to_folder, const char* to, unsigned flags) noexcept {
@@ -160,13 +140,9 @@ int rename(const char* from, const char* to) noexcept {
 }
 
 // Does not count, as it changes no byte. The disk is full for it if it is so from the first call on.
-int fallocate64(int fd, int mode, off64_t offset, off64_t length) {
-  return Call(Setting("WRITE_COUNTER_FULL") == 1 ? ENOSPC : 0, "fallocate64", &fallocate64, fd, mode, offset,
-              length);
-}
-
 int fallocate(int fd, int mode, off_t offset, off_t length) {
-  return fallocate64(fd, mode, offset, length);
+  return Call(Setting("WRITE_COUNTER_FULL") == 1 ? ENOSPC : 0, "fallocate", &fallocate, fd, mode, offset,
+              length);
 }
 
 int flock(int fd, int operation) noexcept {
