@@ -37,11 +37,13 @@ using Strings = std::vector<std::string>;
 
 // An archive in a folder of its own, opened.
 struct OpenedZip {
-  explicit OpenedZip(std::string_view bytes, bool writable) {
-    opened = archive->Open(folder.Write("a.zip", bytes), writable);
-  }
+  OpenedZip() = default;
+  explicit OpenedZip(std::string_view bytes, bool writable) : opened(Open(bytes, writable)) {}
   explicit OpenedZip(const std::vector<ZipMember>& members) : OpenedZip(MakeZip(members), false) {}
 
+  bool Open(std::string_view bytes, bool writable = false) {
+    return archive->Open(folder.Write("a.zip", bytes), writable);
+  }
   std::string Message() const { return std::string(archive->ErrorMessage().view()); }
   Strings Names() const {
     Strings names;

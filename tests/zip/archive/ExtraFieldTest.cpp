@@ -65,6 +65,8 @@ TEST(ExtraField, TakesTimesFromAUnixRecordThatStandsAlone) {
       {"alone", UnixExtra(5, 6), kRecordWithTimes},
       {"no access time", UnixExtra(0, 6), kRecord},
       {"with a record behind it", UnixExtra(5, 6) + ExtraRecordBytes(0x7875, "?"), kNothing},
+      {"with type and creator behind it", UnixExtra(5, 6) + Unnamed("ZPITTEXTttxt"), kNothing},
+      {"cut", UnixExtra(5, 6).substr(0, 11), kNothing},
       {"the longer local form", ExtraRecordBytes(0x5855, std::string(12, 'x')), kNothing},
       {"a ZPIT record of the same size", Unnamed("ZPITTEXT"), kNothing},
   };
@@ -106,11 +108,11 @@ struct OwnFields : ZipArchive {
 };
 
 TEST(ExtraField, IsMadeByAClassOfItsOwn) {
-  const ScratchFolder folder;
-  const auto archive = New<OwnFields>();
-  const std::string bytes = MakeZip({{.name = "a", .central_extra = "block"}, {"b"}, {"c"}});
-  ASSERT_TRUE(archive->Open(folder.Write("a.zip", bytes), false));
-  EXPECT_EQ(archive->blocks, (Strings{"block", "", ""}));
+  OpenedZip zip;
+  const auto own = New<OwnFields>();
+  zip.archive = own;
+  ASSERT_TRUE(zip.Open(MakeZip({{.name = "a", .central_extra = "block"}, {"b"}, {"c"}})));
+  EXPECT_EQ(own->blocks, (Strings{"block", "", ""}));
 }
 
 }  // namespace

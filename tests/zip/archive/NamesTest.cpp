@@ -78,7 +78,6 @@ TEST(Names, GoThroughTheEncodingOfTheArchive) {
 
 TEST(Names, AreCleanedAndJoined) {
   const Ref<ZipArchive> archive = New<ZipArchive>();
-  EXPECT_EQ(archive->EncodedAsMacDefault(), Encodings::MacRoman());
   EXPECT_EQ(archive->CleanName("a/b\\c").view(), "a-b-c");
   EXPECT_THROW(archive->CleanName(String::Bytes("a")), NilObjectException);
   EXPECT_TRUE(archive->IsValidName("a-b"));

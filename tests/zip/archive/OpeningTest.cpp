@@ -112,15 +112,16 @@ TEST(Opening, CarriesEmptyNamesAndCommentsOver) {
 TEST(Opening, TellsWhyAFileCannotBeHad) {
   const ScratchFolder folder;
   const Ref<ZipArchive> archive = New<ZipArchive>();
-  const std::tuple<Ref<FolderItem>, bool, const char*> cases[] = {
-      {nil, false, "No file specified"},
-      {folder.Item("missing.zip"), false, "Opening the archive file failed"},
-      {folder.Item("missing/a.zip"), true, "Creating the archive file failed"},
-      {folder.Item("new.zip"), true, ""},
-      {folder.Item("new.zip"), true, "Unexpected error (exception)"},  // it is open, and stays so
+  enum Access { kRead, kWrite };
+  const std::tuple<Ref<FolderItem>, Access, const char*> cases[] = {
+      {nil, kRead, "No file specified"},
+      {folder.Item("missing.zip"), kRead, "Opening the archive file failed"},
+      {folder.Item("missing/a.zip"), kWrite, "Creating the archive file failed"},
+      {folder.Item("new.zip"), kWrite, ""},
+      {folder.Item("new.zip"), kWrite, "Unexpected error (exception)"},  // it is open, and stays so
   };
-  for (const auto& [file, writable, message] : cases) {
-    EXPECT_EQ(archive->Open(file, writable), message[0] == '\0') << message;
+  for (const auto& [file, access, message] : cases) {
+    EXPECT_EQ(archive->Open(file, access == kWrite), message[0] == '\0') << message;
     EXPECT_EQ(archive->ErrorMessage().view(), message);
     EXPECT_FALSE(folder.Has("missing.zip"));
   }

@@ -202,25 +202,26 @@ TEST(Extract, TypeAndCreatorFromTheExtraField) {
 TEST(MakeDestination, WalksBelowTheRoot) {
   const ScratchFolder folder;
   folder.Run("mkdir target; ln -s target link; mkdir in; ln -s ../target in/link");
+  enum Links { kRefused, kFollowed };
   const struct {
     const char* root;
     const char* member;
-    bool resolve;
+    Links links;
     std::string place;  // empty: none
     const char* made;
   } cases[] = {
-      {"new", "root/f", false, "new/root/f", "new/root"},
-      {"new", "a//f", false, "new/a/f", "new/a"},
-      {"new/deeper", "../../f", false, "f", "new"},
-      {"new", "../link/f", true, "target/f", "target"},
-      {"in", "link/f", false, "", "in"},
-      {"in", "link/../f", false, "in/f", "in"},
-      {"in", "link/a/b", false, "", "in"},
-      {"link", "f", false, "link/f", "link"},
+      {"new", "root/f", kRefused, "new/root/f", "new/root"},
+      {"new", "a//f", kRefused, "new/a/f", "new/a"},
+      {"new/deeper", "../../f", kRefused, "f", "new"},
+      {"new", "../link/f", kFollowed, "target/f", "target"},
+      {"in", "link/f", kRefused, "", "in"},
+      {"in", "link/../f", kRefused, "in/f", "in"},
+      {"in", "link/a/b", kRefused, "", "in"},
+      {"link", "f", kRefused, "link/f", "link"},
   };
-  for (const auto& [root, member, resolve, place, made] : cases) {
+  for (const auto& [root, member, links, place, made] : cases) {
     const auto archive = OpenZip(folder, {{.name = member}});
-    const Ref<FolderItem> found = archive->Entry(1)->MakeDestination(folder.Item(root), resolve);
+    const Ref<FolderItem> found = archive->Entry(1)->MakeDestination(folder.Item(root), links == kFollowed);
     EXPECT_EQ(found ? found->Path() : "", place.empty() ? "" : folder.Path(place)) << root << " " << member;
     EXPECT_TRUE(folder.Has(made)) << member;
     EXPECT_FALSE(!place.empty() && folder.Has(place)) << member;

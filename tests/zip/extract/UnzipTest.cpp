@@ -204,6 +204,7 @@ TEST_F(Unzip, CompanionGivesTheResourceFork) {
   EXPECT_EQ(log_, "data.open rsrc.close data.close rsrc.open rsrc.close ");
   EXPECT_EQ(data_->bytes + " " + rsrc_->bytes, "data rsrc");
   EXPECT_EQ(block_->Long(83), 4);
+  EXPECT_EQ(block_->UShort(73), 0x0400) << "the low byte of the flags is at 101 alone";
 
   std::string far = AppleDoubleBytes("");
   Put(far, 42, BigEndian(3000000, 4) + BigEndian(4, 4));
