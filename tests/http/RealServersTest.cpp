@@ -56,16 +56,14 @@ class HTTPSocketRealServers : public ::testing::Test {
   }
 
   std::string Nginx(const std::string& port) {
-    std::string paths;
-    for (const std::string kind : {"client_body", "proxy", "fastcgi", "uwsgi", "scgi"}) {
-      paths += kind + "_temp_path " + folder_.Path(kind) + ";";
-    }
-    folder_.Write("nginx.conf",
-                  "daemon off; master_process off; events {} pid " + folder_.Path("pid") +
-                      "; http { access_log off; " + paths + "server { listen 127.0.0.1:" + port + "; root " +
-                      folder_.Path("www") + "; location /locked/ { alias " + folder_.Path("www/") +
-                      "; auth_basic here; auth_basic_user_file " + folder_.Path("passwords") + "; } } }");
-    return "/usr/sbin/nginx -c " + folder_.Path("nginx.conf") + " -e " + folder_.Path("errors");
+    folder_.Write(
+        "nginx.conf",
+        "daemon off; master_process off; pid pid; events {} http { access_log off; client_body_temp_path t1;"
+        "proxy_temp_path t2; fastcgi_temp_path t3; uwsgi_temp_path t4; scgi_temp_path t5; server {"
+        "root www; location /locked/ { alias www/; auth_basic here; auth_basic_user_file passwords; }"
+        "listen 127.0.0.1:" +
+            port + "; } }");
+    return "/usr/sbin/nginx -p " + folder_.Path() + " -c " + folder_.Path("nginx.conf") + " -e errors";
   }
   std::string Tinyproxy(const std::string& port) {
     folder_.Write("tinyproxy.conf", "Port " + port + "\nListen 127.0.0.1\nTimeout 60\nMaxClients 10\n");

@@ -68,8 +68,9 @@ TEST_P(Inflating, GivesBackWhatWasCompressed) {
   }
 }
 
+// Also where the end of the data is that of a window.
 TEST_P(Inflating, TheReadOfTheLastByteTellsTheEnd) {
-  for (const std::size_t size : {1000UL, 65536UL, 1'000'000UL}) {
+  for (const std::size_t size : {1000UL, 65536UL + 262144UL}) {
     const std::string contents = Words(size);
     std::string member = Gzip(contents);
     const auto half = static_cast<std::int32_t>(size / 2);

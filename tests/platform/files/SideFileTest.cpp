@@ -173,18 +173,6 @@ TEST(SideFile, ThereIsNoneForTheLongestNames) {
   }
 }
 
-TEST(SideFile, IsSeenWhereverItComesFrom) {
-  const ScratchFolder scratch;
-  scratch.Write("name", "data");
-  const Ref<FolderItem> listed = scratch.Item()->TrueItem(1);
-  EXPECT_TRUE(listed->MacType().empty());
-  scratch.Write("._name", AppleDoubleOf({{9, "TEXT" + std::string(28, '\0')}, {2, "fork"}}));
-  EXPECT_EQ(listed->MacType().view(), "TEXT");
-  EXPECT_EQ(listed->ResourceForkLength(), 4);
-  listed->Delete();
-  EXPECT_FALSE(scratch.Has("._name"));
-}
-
 TEST(SideFile, ForeignEntriesAreKept) {
   const std::string finder = "TEXTttxt" + std::string(24, '\1');
   const std::string attributes = finder + std::string(3728, 'A');  // as other systems add them

@@ -93,12 +93,14 @@ bool EnterOwnSurroundings(const std::string& hosts) {
          replace("/etc/resolv.conf", "nameserver 127.0.0.1\n");
 }
 
+enum class Wait { kEvents, kPolling };
+
 struct Case {
   const char* fault;
   const char* hosts;
   int answered;
   int listens;
-  bool polled;
+  Wait wait;
   const char* events;
   int most_ipv6_queries;  // more are sent only by those who wait for too long
 };
@@ -112,7 +114,7 @@ void Try(const Case& one) {
   client->SetAddress("two.test");
   client->SetPort(peer.Port());
   client->Connect();
-  while (one.polled && client->events.empty()) client->Poll();
+  while (one.wait == Wait::kPolling && client->events.empty()) client->Poll();
   EventLoop::Current().RunUntil([&] { return !client->events.empty(); });
   EXPECT_EQ(client->events, one.events);
   EXPECT_LE(server.Queries(kIPv6), one.most_ipv6_queries);
@@ -120,12 +122,12 @@ void Try(const Case& one) {
 
 TEST(Resolver, FindsEveryAddressAndWaitsForNobodyForLong) {
   const Case cases[] = {
-      {"an address that refuses hides the next", "::1 two.test\n127.0.0.1 two.test\n", 0, AF_INET, false, "C",
-       0},
-      {"silence for IPv6 holds IPv4 up", "", kIPv4, AF_INET, false, "C", 2},
-      {"silence for IPv6 holds IPv4 up in a synchronous wait", "", kIPv4, AF_INET, true, "C", 2},
-      {"silence for IPv4 holds IPv6 up", "", kIPv6, AF_INET6, false, "C", 1},
-      {"a silent server is asked for ever", "", 0, AF_INET, false, "E", 3},
+      {"an address that refuses hides the next", "::1 two.test\n127.0.0.1 two.test\n", 0, AF_INET,
+       Wait::kEvents, "C", 0},
+      {"silence for IPv6 holds IPv4 up", "", kIPv4, AF_INET, Wait::kEvents, "C", 2},
+      {"silence for IPv6 holds IPv4 up in a synchronous wait", "", kIPv4, AF_INET, Wait::kPolling, "C", 2},
+      {"silence for IPv4 holds IPv6 up", "", kIPv6, AF_INET6, Wait::kEvents, "C", 1},
+      {"a silent server is asked for ever", "", 0, AF_INET, Wait::kEvents, "E", 3},
   };
   for (const Case& one : cases) {
     const pid_t child = fork();

@@ -5,13 +5,6 @@
 namespace vantorel {
 namespace {
 
-TEST(Encodings, NumbersAndNames) {
-  EXPECT_EQ(GetTextEncoding(1280, 0, 0), Encodings::WindowsANSI());
-  EXPECT_TRUE(Encodings::UTF8()->Equals(Encodings::SystemDefault()));
-  EXPECT_EQ(GetTextEncoding(127, 0, 0), nil);
-  EXPECT_EQ(GetFontTextEncoding("System"), Encodings::MacRoman());
-}
-
 TEST(Encodings, Conversion) {
   const std::tuple<const char*, const char*, Ref<TextEncoding>, Ref<TextEncoding>, const char*> cases[] = {
       {"u umlaut to Windows", "\xC3\xBC", Encodings::UTF8(), Encodings::WindowsANSI(), "\xFC"},
