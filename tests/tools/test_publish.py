@@ -142,6 +142,8 @@ class Publish(unittest.TestCase):
             ("the same number for another version", {**sign, "serial": 6}, 1, "does not follow 6"),
             ("more than 18 digits", {**sign, "serial": 10 ** 18}, 2, "serial"),
             ("a number without a signature", {"serial": 7}, 2, "sign"),
+            ("a signature of more than 4 KiB", {**sign, "version": "1" * 3900}, 1, "the version is too long"),
+            ("a version that is not UTF-8", {**sign, "version": "1\udcff"}, 1, "the version is not UTF-8"),
             ("an update without a signature after one with it", {}, 1, "was signed"),
         ]
         for serial in (6, 6):  # the same release may be published again

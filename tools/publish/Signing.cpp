@@ -12,10 +12,13 @@
 #include <fstream>
 #include <vector>
 
+#include "platform/text/Utf8.h"
 #include "tools/publish/PublishError.h"
 
 namespace vantorel::publish {
 namespace {
+
+constexpr std::uintmax_t kMostSignatureBytes = 4096;
 
 std::string CommentOf(const std::string& version, const std::string& serial) {
   return "version:" + version + "\tserial:" + serial;
@@ -59,9 +62,16 @@ void CheckFollows(const std::string& published, const std::string& version, std:
 
 void Sign(const std::string& archive, const std::string& signature, const std::string& version,
           std::int64_t serial, const Signing& signing) {
+  if (SoundUtf8(version) < version.size()) {
+    throw PublishError(ExitCode::kBadInput, "the version is not UTF-8, as a signed comment has to be");
+  }
   if (!RunMinisign({"-S", "-H", "-s", signing.key_file, "-m", archive, "-x", signature, "-t",
                     CommentOf(version, std::to_string(serial))})) {
     throw PublishError(ExitCode::kBadInput, signing.key_file + ": minisign could not sign with it");
+  }
+  if (std::filesystem::file_size(signature) > kMostSignatureBytes) {
+    throw PublishError(ExitCode::kBadInput,
+                       "the version is too long: launchers read 4 KiB of a signature, its comment included");
   }
   if (signing.public_key.empty()) return;
   const char* kind = std::filesystem::exists(signing.public_key) ? "-p" : "-P";
