@@ -79,6 +79,34 @@ class Editing(ForkzipTest):
         self.expect(0, "add", "-q", self.zip, "t", "-x", "t/*/b", "-x", "*.o")
         self.assertNotIn("t/sub/b", self.names())
 
+    def test_a_dry_run_says_what_would_be_done(self):
+        self.zip.write_bytes(archive(Member("f", b"1"), Member("d/"), Member("d/g", b"2"), Member("../x", b"3"), Member("h"),
+                                     Member("l/m")))
+        self.write("out/f", "kept")
+        self.write("out/h/i", "kept")
+        (self.root / "out/l").symlink_to("..")
+        self.write(".a.zip.forkzip-new", "a stray")
+        cases = [  # arguments, exit code, what is said on standard output, on standard error
+            (["extract", self.zip, "d", "-d", "new"], 0, "extract d/\nextract d/g\n2 members to be extracted\n", ""),
+            (["extract", self.zip, "../x", "-d", "out"], 1, "0 members to be extracted\n", "leads out"),
+            (["extract", self.zip, "f", "-d", "out"], 3, "0 members to be extracted\n", "kept; --overwrite"),
+            (["extract", self.zip, "f", "-d", "out", "--overwrite"], 0, "extract f\n1 member to be extracted\n", ""),
+            (["extract", self.zip, "h", "-d", "out", "--overwrite"], 3, "0 members to be extracted\n", "a folder is there"),
+            (["extract", self.zip, "l", "-d", "out", "--overwrite"], 1, "0 members to be extracted\n", "symbolic link"),
+            (["add", self.zip, "out/f", "--as", "f"], 0, "replace f\n", ""),
+            (["add", self.zip, "out/f", "missing"], 3, "add out/f\n", "No such file"),
+            (["delete", self.zip, "d"], 0, "delete d/\ndelete d/g\n2 members to be deleted\n", ""),
+            (["delete", self.zip, "F"], 1, "", "no such member"),
+        ]
+        def state():
+            return {path: path.lstat().st_mtime_ns for path in [self.root, *self.root.rglob("*")]}
+        before = state()
+        for arguments, code, said, errors in cases:
+            for way in WAYS if arguments[0] != "extract" else [[]]:
+                with self.subTest((arguments, way)):
+                    self.assertEqual(self.expect(code, *arguments, "-n", *way, says=errors).decode(), said)
+                    self.assertEqual(state(), before)
+
     def test_every_edit_in_both_ways(self):
         edits = [
             ("add", ["new", "t/a"], ["t/sub/😀", "t/Größe", "new", "t/a"], {"new": b"new"}),

@@ -78,6 +78,10 @@ void AddJobsOption(CLI::App& command, Options& options) {
       ->type_name("N");
 }
 
+void AddDryRunOption(CLI::App& command, Options& options) {
+  command.add_flag("-n,--dry-run", options.dry_run, "Say what would be done, and change nothing");
+}
+
 void AddInPlaceOption(CLI::App& command, Options& options) {
   command.add_flag("--in-place", options.in_place, "Change the archive itself: faster, but see below");
 }

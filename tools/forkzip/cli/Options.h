@@ -23,6 +23,7 @@ struct Options {
   bool quiet = false;
   bool force_progress = false;
   bool in_place = false;
+  bool dry_run = false;
   bool allow_overlap = false;
   std::size_t jobs = 0;  // not given
 
@@ -41,6 +42,7 @@ void AddJsonOption(CLI::App& command, Options& options);
 void AddOverlapOption(CLI::App& command, Options& options);
 void AddExcludeOption(CLI::App& command, Options& options);
 void AddJobsOption(CLI::App& command, Options& options);
+void AddDryRunOption(CLI::App& command, Options& options);
 void AddInPlaceOption(CLI::App& command, Options& options);
 
 // What the help of every verb that changes an archive says about the two ways to do so.

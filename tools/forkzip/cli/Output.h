@@ -24,6 +24,13 @@ class Output {
   // A name or comment: as it stands, or Printable on a terminal.
   void WriteText(const String& text);
 
+  // A line that says what is, or would be, done to a member.
+  void WriteAction(std::string_view action, const String& member) {
+    Write(action);
+    WriteText(member);
+    Write("\n");
+  }
+
   bool IsTerminal() const { return terminal_; }
 
  private:

@@ -75,7 +75,7 @@ ArchiveEdit::ArchiveEdit(const Options& options, Target target)
     fstat(original_.Number(), &original_status_);
   }
   // Also so that a stray is not among what is added.
-  Draft::RemoveStray(path_);
+  if (!options.dry_run) Draft::RemoveStray(path_);
   if (target == Target::kExisting) Open();
 }
 

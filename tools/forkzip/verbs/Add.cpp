@@ -1,8 +1,10 @@
 #include <algorithm>
+#include <optional>
 #include <unordered_set>
 
 #include "tools/forkzip/Verbs.h"
 #include "tools/forkzip/add/MemberWriter.h"
+#include "tools/forkzip/cli/Output.h"
 #include "tools/forkzip/edit/ArchiveEdit.h"
 #include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/edit/Preflight.h"
@@ -71,10 +73,24 @@ void RemoveReplaced(RawDirectory& directory, const Ref<ZipArchive>& archive,
   });
 }
 
-RawDirectory Add(ArchiveEdit& edit, const AddingOptions& options, Problems& problems) {
+void Preview(const RawDirectory& before, const AddPlan& plan) {
+  std::unordered_set<std::string_view> names;
+  for (const RawRecord& record : before.records) names.insert(record.Name());
+  Output output;
+  for (const PlannedItem& item : plan.Items()) {
+    output.WriteAction(names.contains(item.name) ? "replace " : "add ", String::Bytes(item.name));
+  }
+  output.Flush();
+}
+
+std::optional<RawDirectory> Add(ArchiveEdit& edit, const AddingOptions& options, Problems& problems) {
   const AddPlan plan = PlanOf(options, problems);
   Preflight::CheckCount(CountAfter(edit.Before(), plan));
   if (options.in_place) Preflight::CheckSize(edit.Before().end + MostBytes(plan));
+  if (options.dry_run) {
+    if (!options.quiet) Preview(edit.Before(), plan);
+    return std::nullopt;
+  }
   edit.MakeRoomBehindMembers();
   const auto progress = New<Progress>(options.ShowProgress(), plan.TotalSize());
   PackAhead packer(options.Deflating(), options.jobs);
@@ -101,6 +117,7 @@ void AddAddVerb(CLI::App& app, ExitCode& exit_code) {
   AddJobsOption(command, options);
   DefineAddingOptions(command, options);
   command.add_option("--as", options.name, "The name of the one PATH in the archive");
+  AddDryRunOption(command, options);
   AddInPlaceOption(command, options);
   AddEncodingOption(command, options);
   command.footer(std::string(kHelpOnEditing) + kHelp);

@@ -19,11 +19,22 @@ constexpr const char* kHelp =
     "  forkzip delete backup.zip '*.o' cache/           what matches a pattern; a folder and what is in it\n"
     "  forkzip delete --in-place big.zip old.iso && forkzip compact --in-place big.zip";
 
+void Preview(const Ref<ZipArchive>& archive, const std::vector<std::int32_t>& members, bool quiet) {
+  if (quiet) return;
+  Output output;
+  for (const std::int32_t i : members) output.WriteAction("delete ", archive->Entry(i)->RawPath());
+  output.Flush();
+}
+
 // Looks for the members once no other run can change the archive any more. Returns how many there were.
 std::size_t Delete(ArchiveEdit& edit, const Options& options, Problems& problems, RawDirectory& directory) {
   const std::vector<std::int32_t> members =
       SelectMembers(edit.Archive(), options, problems, LetterCase::kExact).members;
   if (problems.Code() != ExitCode::kDone) throw Failure(problems.Code(), "nothing is deleted");
+  if (options.dry_run) {
+    Preview(edit.Archive(), members, options.quiet);
+    return members.size();
+  }
   RecordSet doomed;
   for (const std::int32_t i : members) doomed.Add(edit.Archive()->Entry(i));
   std::erase_if(directory.records, [&](const RawRecord& record) { return doomed.Contains(record); });
@@ -38,13 +49,14 @@ std::size_t Delete(ArchiveEdit& edit, const Options& options, Problems& problems
 void Delete(const Options& options, Problems& problems) {
   std::size_t deleted = 0;
   EditArchive(options, [&](ArchiveEdit& edit) {
-    RawDirectory directory = edit.Before();
-    deleted = Delete(edit, options, problems, directory);
+    std::optional<RawDirectory> directory = edit.Before();
+    deleted = Delete(edit, options, problems, *directory);
+    if (options.dry_run) directory.reset();
     return directory;
   });
   if (options.quiet) return;
   Output output;
-  output.Write(Count(deleted, "member") + " deleted\n");
+  output.Write(Count(deleted, "member") + (options.dry_run ? " to be deleted\n" : " deleted\n"));
   output.Flush();
 }
 
@@ -56,6 +68,7 @@ void AddDeleteVerb(CLI::App& app, ExitCode& exit_code) {
   SetUp(command, options, exit_code, [](Problems& problems) { Delete(options, problems); });
   command.add_option("MEMBER", options.members, "Names, folders or shell patterns")->required();
   AddExcludeOption(command, options);
+  AddDryRunOption(command, options);
   AddInPlaceOption(command, options);
   AddEncodingOption(command, options);
   command.footer(std::string(kHelpOnEditing) + kHelp);

@@ -6,6 +6,7 @@
 #include "tools/forkzip/cli/Output.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/extract/Extraction.h"
+#include "tools/forkzip/extract/Preview.h"
 #include "tools/forkzip/jobs/FileShares.h"
 #include "tools/forkzip/jobs/JobCount.h"
 #include "tools/forkzip/read/MemberFacts.h"
@@ -73,10 +74,29 @@ std::size_t ExtractMembers(Extraction& extraction, const std::vector<Ref<ZipEntr
   }
 }
 
+void Preview(const Ref<ZipArchive>& archive, const std::vector<std::int32_t>& members,
+             const ExtractOptions& options, Problems& problems) {
+  Output output;
+  std::size_t count = 0;
+  for (const std::int32_t i : members) {
+    const Ref<ZipEntry> entry = archive->Entry(i);
+    try {
+      CheckPlace(options.destination, entry, options.ways.overwrite);
+      if (!options.quiet) output.WriteAction("extract ", entry->RawPath());
+      ++count;
+    } catch (const Failure& failure) {
+      problems.Add(failure.Code(), Utf8(entry->RawPath()), failure.what());
+    }
+  }
+  if (!options.quiet) output.Write(Count(count, "member") + " to be extracted\n");
+  output.Flush();
+}
+
 void Extract(const ExtractOptions& options, Problems& problems) {
   const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
   if (!options.allow_overlap) RefuseOverlaps(archive);
   const std::vector<std::int32_t> members = SelectMembers(archive, options, problems).members;
+  if (options.dry_run) return Preview(archive, members, options, problems);
   std::vector<Ref<ZipEntry>> entries;
   for (const std::int32_t i : members) entries.push_back(archive->Entry(i));
   const std::uint64_t total = SizeOfAll(entries);
@@ -112,6 +132,7 @@ void AddExtractVerb(CLI::App& app, ExitCode& exit_code) {
   command.add_flag("--overwrite", options.ways.overwrite, "Replace existing files");
   command.add_flag("--raw", options.ways.raw, "Leave MacBinary and companions as they are");
   AddExcludeOption(command, options);
+  AddDryRunOption(command, options);
   AddEncodingOption(command, options);
   command.footer(kHelp);
 }
