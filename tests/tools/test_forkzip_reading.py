@@ -88,7 +88,7 @@ class Listing(ForkzipTest):
 
     def test_names_that_are_looked_up(self):
         names = ["a", "A", "dir/", "dir/one.txt", "dir/two.c", "other/one.txt", "[x]"]
-        self.zip.write_bytes(archive(*[Member(name) for name in names]))
+        self.zip.write_bytes(archive(*[Member(name, name.encode()) for name in names]))
         cases = [
             ("the exact name before other letter case", ["A"], 1),
             ("other letter case if need be", ["DIR/ONE.TXT"], 1),
@@ -104,6 +104,8 @@ class Listing(ForkzipTest):
                 tested = json.loads(self.expect(0, "test", "--json", self.zip, *arguments))["tested"]
                 self.assertEqual(tested, expected)
         self.expect(1, "cat", self.zip, "*.txt", says="means 2 members")
+        self.assertEqual(self.expect(0, "cat", self.zip, "dir/two.c", "[x]", "a", "a"), b"dir/two.c[x]aa")
+        self.assertEqual(self.expect(1, "cat", self.zip, "a", "missing", says="missing: no such member"), b"")
         self.assertIn(b"0 members tested, 1 missing", self.expect(1, "test", self.zip, "x", says="x: no such member"))
         self.assertEqual(json.loads(self.run_tool("test", "--json", self.zip, "x").stdout)["missing"], ["x"])
 

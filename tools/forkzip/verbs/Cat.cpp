@@ -17,11 +17,11 @@ namespace {
 constexpr const char* kHelp =
     "Examples:\n"
     "  forkzip cat site.zip index.html | less\n"
+    "  forkzip cat logs.zip mon.log tue.log  one after the other\n"
     "  forkzip cat mac.zip 'Read Me'         the data fork, if the member is wrapped in MacBinary\n"
     "  forkzip cat --raw mac.zip 'Read Me'   the member as it stands, wrapping included";
 
 struct CatOptions : Options {
-  std::string member;
   bool raw = false;
 };
 
@@ -37,12 +37,13 @@ class OutputSink : public SummingSink {
   Output& output_;
 };
 
-void Cat(const CatOptions& options, Problems& problems) {
-  const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
-  const Ref<ZipEntry> entry = archive->Entry(SelectOneMember(archive, options.member));
-  const std::string name = Utf8(entry->RawPath());
-  if (entry->IsDirectory()) throw Failure(ExitCode::kBadArchive, name + ": is a folder");
-  Output output;
+Ref<ZipEntry> FileIn(const Ref<ZipArchive>& archive, const std::string& argument) {
+  const Ref<ZipEntry> entry = archive->Entry(SelectOneMember(archive, argument));
+  if (entry->IsDirectory()) throw Failure(ExitCode::kBadArchive, Utf8(entry->RawPath()) + ": is a folder");
+  return entry;
+}
+
+void Write(const Ref<ZipEntry>& entry, const CatOptions& options, Output& output, Problems& problems) {
   const auto sink = New<OutputSink>(output);
   Ref<MemoryBlock> header_block;
   const bool good = entry->Extract(!options.raw, sink, nil, header_block);
@@ -51,17 +52,26 @@ void Cat(const CatOptions& options, Problems& problems) {
     const bool unwrapped = header_block && !entry->appleDoubleEntry;
     CheckStreamed(entry, good, unwrapped ? std::nullopt : std::optional(sink->Crc()));
   } catch (const Failure& failure) {
-    problems.Add(failure.Code(), name, failure.what());
+    problems.Add(failure.Code(), Utf8(entry->RawPath()), failure.what());
   }
+}
+
+// Writes nothing unless all arguments mean a file.
+void Cat(const CatOptions& options, Problems& problems) {
+  const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
+  std::vector<Ref<ZipEntry>> entries;
+  for (const std::string& argument : options.members) entries.push_back(FileIn(archive, argument));
+  Output output;
+  for (const Ref<ZipEntry>& entry : entries) Write(entry, options, output, problems);
 }
 
 }  // namespace
 
 void AddCatVerb(CLI::App& app, ExitCode& exit_code) {
   static CatOptions options;
-  CLI::App& command = *app.add_subcommand("cat", "Writes a member to standard output");
+  CLI::App& command = *app.add_subcommand("cat", "Writes members to standard output");
   SetUp(command, options, exit_code, [](Problems& problems) { Cat(options, problems); });
-  command.add_option("MEMBER", options.member, "A member's name, or a pattern that only one matches")
+  command.add_option("MEMBER", options.members, "Names, or patterns that only one member matches")
       ->required();
   command.add_flag("--raw", options.raw, "Leave MacBinary as it is");
   AddEncodingOption(command, options);
