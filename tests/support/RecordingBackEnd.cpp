@@ -1,6 +1,5 @@
 #include "tests/support/RecordingBackEnd.h"
 
-#include <fstream>
 #include <utility>
 
 #include "platform/run/EventLoop.h"
@@ -60,17 +59,6 @@ std::unique_ptr<View> RecordingBackEnd::ShowMessage(const String& text, std::fun
     dismissed();
   });
   return std::make_unique<View>();
-}
-
-Ref<Picture> RecordingBackEnd::MakePicture(const std::vector<PictureDrawing>& drawings) {
-  return New<RecordedPicture>(std::string(drawings.front().file));
-}
-
-Ref<Picture> RecordingBackEnd::ReadPicture(const Ref<FolderItem>& file) {
-  std::ifstream stream(file->Path());
-  std::string first_word;
-  stream >> first_word;
-  return first_word == "picture" ? Ref<Picture>(New<RecordedPicture>(file->Path())) : nil;
 }
 
 void Press(const Ref<Window>& window, const char* button) {

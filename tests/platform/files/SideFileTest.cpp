@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <map>
 
+#include "platform/base/ByteOrder.h"
 #include "platform/files/FolderItem.h"
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/Forks.h"
@@ -17,12 +18,6 @@ std::string Big(std::size_t value, int bytes = 4) {
   std::string text;
   while (bytes-- > 0) text += static_cast<char>(value >> (8 * bytes));
   return text;
-}
-
-std::uint32_t Number(const std::string& bytes, std::size_t at, std::size_t count = 4) {
-  std::uint32_t value = 0;
-  for (std::size_t i = 0; i < count; ++i) value = value << 8 | static_cast<unsigned char>(bytes.at(at + i));
-  return value;
 }
 
 using Entry = std::pair<std::uint32_t, std::string>;
@@ -44,10 +39,10 @@ std::string AppleDoubleOf(const std::vector<Entry>& entries) {
 std::map<std::uint32_t, std::string> EntriesOf(const std::string& file) {
   EXPECT_EQ(file.substr(0, 8), kHeader.substr(0, 8));
   std::map<std::uint32_t, std::string> entries;
-  for (std::size_t i = 0; i < Number(file, 24, 2); ++i) {
-    const std::size_t at = 26 + 12 * i;
-    EXPECT_LE(Number(file, at + 4) + std::size_t{Number(file, at + 8)}, file.size());
-    entries[Number(file, at)] = file.substr(Number(file, at + 4), Number(file, at + 8));
+  const auto number = [&](std::size_t at) { return Load32(&file.at(at), ByteOrder::kBig); };
+  for (std::size_t at = 26, end = at + 12U * Load16(&file.at(24), ByteOrder::kBig); at < end; at += 12) {
+    EXPECT_LE(number(at + 4) + std::size_t{number(at + 8)}, file.size());
+    entries[number(at)] = file.substr(number(at + 4), number(at + 8));
   }
   return entries;
 }
