@@ -79,6 +79,21 @@ class Editing(ForkzipTest):
         self.expect(0, "add", "-q", self.zip, "t", "-x", "t/*/b", "-x", "*.o")
         self.assertNotIn("t/sub/b", self.names())
 
+    def test_paths_from_a_file(self):
+        for name in ("a", "b c", "d\ne"):
+            self.write(name, "1")
+        cases = [("lines", b"a\nb c", ["a", "b c"]), ("zero bytes", b"d\ne\0a\0", ["d\ne", "a"]), ("nothing", b"\n", None)]
+        for what, text, names in cases:
+            self.write("names", text)
+            for source, given in (("names", {}), ("-", {"input": text})):
+                with self.subTest(what, source=source):
+                    self.zip.unlink(missing_ok=True)
+                    says = "" if names else "PATH is required"
+                    self.expect(0 if names else 2, "create", "-q", self.zip, "--files-from", source, says=says, **given)
+                    self.assertEqual(names and [member["name"] for member in self.members()], names)
+        self.expect(3, "create", self.zip, "--files-from", "missing", says="missing: cannot be read")
+        self.expect(3, "create", self.zip, "--files-from", ".", says=".: cannot be read")
+
     def test_a_dry_run_says_what_would_be_done(self):
         self.zip.write_bytes(archive(Member("f", b"1"), Member("d/"), Member("d/g", b"2"), Member("../x", b"3"), Member("h"),
                                      Member("l/m")))

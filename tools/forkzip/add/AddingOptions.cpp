@@ -1,5 +1,10 @@
 #include "tools/forkzip/add/AddingOptions.h"
 
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
 namespace vantorel::forkzip {
 
 // Only who asks for a level gets members that are stored: without one all is as it always was.
@@ -7,9 +12,34 @@ DeflateWays AddingOptions::Deflating() const {
   return {level.value_or(kDefaultDeflateLevel), level.has_value()};
 }
 
+std::vector<std::string> PathsOf(const AddingOptions& options) {
+  std::vector<std::string> paths = options.paths;
+  if (!options.files_from.empty()) {
+    std::ifstream file;
+    const bool standard_input = options.files_from == "-";
+    if (!standard_input) file.open(options.files_from, std::ios::binary);
+    std::istream& source = standard_input ? std::cin : file;
+    std::ostringstream text;
+    if (source.good() && source.peek() != EOF) text << source.rdbuf();
+    if (source.bad() || text.fail() || (!standard_input && !file.is_open()))
+      throw Failure(ExitCode::kFileError, options.files_from + ": cannot be read");
+    std::istringstream names(text.str());
+    const char end = text.str().find('\0') == std::string::npos ? '\n' : '\0';
+    for (std::string name; std::getline(names, name, end);) {
+      if (!name.empty()) paths.push_back(name);
+    }
+  }
+  if (paths.empty()) throw Failure(ExitCode::kUsage, "PATH is required, or --files-from with names in it");
+  return paths;
+}
+
 void DefineAddingOptions(CLI::App& command, AddingOptions& options) {
-  command.add_option("PATH", options.paths, "Files and folders; folders with all that is in them")
-      ->required();
+  command.add_option("PATH", options.paths, "Files and folders; folders with all that is in them");
+  command
+      .add_option(
+          "--files-from", options.files_from,
+          "Add the paths that FILE names, one a line; `-`: standard input; with zero bytes, between those")
+      ->type_name("FILE");
   command
       .add_option_function<std::string>(
           "--macbinary",

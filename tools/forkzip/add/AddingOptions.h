@@ -15,6 +15,7 @@ enum class MacBinary { kNever, kSmart, kAlways };
 
 struct AddingOptions : Options {
   std::vector<std::string> paths;
+  std::string files_from;           // a file that names more paths, "-" for standard input
   std::optional<std::string> name;  // of the one path, in the archive
   MacBinary mac_binary = MacBinary::kSmart;
   bool follow_links = false;
@@ -23,6 +24,9 @@ struct AddingOptions : Options {
 
   DeflateWays Deflating() const;
 };
+
+// The paths given, and those that --files-from names. Raises Failure if there are none or it cannot be read.
+std::vector<std::string> PathsOf(const AddingOptions& options);
 
 void DefineAddingOptions(CLI::App& command, AddingOptions& options);
 

@@ -22,7 +22,8 @@ constexpr const char* kHelp =
     "  forkzip add --in-place logs.zip today.log";
 
 AddPlan PlanOf(const AddingOptions& options, Problems& problems) {
-  if (options.name && options.paths.size() != 1) {
+  const std::vector<std::string> paths = PathsOf(options);
+  if (options.name && paths.size() != 1) {
     throw Failure(ExitCode::kUsage, "--as names one item, so give one PATH with it");
   }
   if (options.name && MemberNameOf(*options.name).empty()) {
@@ -30,7 +31,7 @@ AddPlan PlanOf(const AddingOptions& options, Problems& problems) {
   }
   AddPlan plan(options, problems);
   plan.LeaveOut(options.archive);
-  for (const std::string& path : options.paths) plan.Add(path, options.name.value_or(""));
+  for (const std::string& path : paths) plan.Add(path, options.name.value_or(""));
   if (plan.Items().empty()) throw Failure(ExitCode::kFileError, "there is nothing to add");
   return plan;
 }

@@ -26,7 +26,7 @@ constexpr const char* kHelp =
 
 RawDirectory Fill(ArchiveEdit& edit, const AddingOptions& options, Problems& problems) {
   AddPlan plan(options, problems);
-  for (const std::string& path : options.paths) plan.Add(path, "");
+  for (const std::string& path : PathsOf(options)) plan.Add(path, "");
   Preflight::CheckCount(plan.Items().size());
   const auto progress = New<Progress>(options.ShowProgress(), plan.TotalSize());
   edit.KeepMembers();
