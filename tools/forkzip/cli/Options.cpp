@@ -1,8 +1,5 @@
 #include "tools/forkzip/cli/Options.h"
 
-#include <exception>
-#include <new>
-#include <system_error>
 #include <utility>
 
 #include "tools/forkzip/cli/Interruption.h"
@@ -23,16 +20,11 @@ void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb) 
     Problems problems(options.archive);
     try {
       verb(problems);
-    } catch (const Failure& failure) {
-      if (!Interruption::Requested()) problems.Add(failure.Code(), failure.what());
     } catch (const Interrupted&) {
       // The process ends by the signal.
-    } catch (const std::bad_alloc&) {
-      problems.Add(ExitCode::kFileError, "not enough memory");
-    } catch (const std::system_error& refusal) {
-      problems.Add(ExitCode::kFileError, refusal.what());
-    } catch (const std::exception& fault) {  // FormatError above all
-      problems.Add(ExitCode::kBadArchive, fault.what());
+    } catch (...) {
+      const Failure failure = FailureInFlight();
+      if (!Interruption::Requested()) problems.Add(failure.Code(), failure.what());
     }
     problems.AddUp();
     exit_code = problems.Code();

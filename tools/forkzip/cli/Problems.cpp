@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <new>
 #include <system_error>
 
+#include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Progress.h"
 
@@ -56,6 +58,22 @@ void Problems::Note(std::string_view message) const {
   Progress::ClearLine();
   const std::string line = "forkzip: " + Printable(archive_) + ": " + Printable(message) + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+Failure FailureInFlight() {
+  try {
+    throw;
+  } catch (const Interrupted&) {
+    throw;
+  } catch (const Failure& failure) {
+    return failure;
+  } catch (const std::bad_alloc&) {
+    return {ExitCode::kFileError, "not enough memory"};
+  } catch (const std::system_error& refusal) {
+    return {ExitCode::kFileError, refusal.what()};
+  } catch (const std::exception& fault) {  // FormatError above all
+    return {ExitCode::kBadArchive, fault.what()};
+  }
 }
 
 std::string WithCause(std::string_view what, int error) {

@@ -31,6 +31,9 @@ class Failure : public std::exception {
   std::string message_;
 };
 
+// What the exception that is being handled comes to. Passes on what is no std::exception, and Interrupted.
+Failure FailureInFlight();
+
 class Problems {
  public:
   // Messages begin with the archive's name.

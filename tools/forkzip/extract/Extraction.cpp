@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <set>
 #include <span>
 
 #include "platform/files/FileCalls.h"
@@ -119,15 +120,19 @@ void Extraction::Finish() {
   }
 }
 
-void Extraction::Clear(const Ref<ZipEntry>& entry) {
-  try {
-    const Components& path = PathFor(entry);
-    if (path.empty() || entry->IsDirectory()) return;
-    const int folder = destination_.Folder(FoldersOf(path));
-    if (IsUnfinished(KindOf(folder, path.back()))) unlinkat(folder, path.back().c_str(), 0);
-    ClearProvisional(destination_.PathOf(FoldersOf(path)));
-  } catch (const Failure&) {
-    // Nothing of it is there.
+void Extraction::Clear(const std::vector<Ref<ZipEntry>>& entries) {
+  std::set<std::string> cleared;
+  for (const Ref<ZipEntry>& entry : entries) {
+    try {
+      const Components& path = PathFor(entry);
+      if (path.empty() || entry->IsDirectory() || !destination_.HasFolder(FoldersOf(path))) continue;
+      const int folder = destination_.Folder(FoldersOf(path));
+      if (IsUnfinished(KindOf(folder, path.back()))) unlinkat(folder, path.back().c_str(), 0);
+      const std::string place = destination_.PathOf(FoldersOf(path));
+      if (cleared.insert(place).second) ClearProvisional(place);
+    } catch (const Failure&) {
+      // Nothing of it is there.
+    }
   }
 }
 

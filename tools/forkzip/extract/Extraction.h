@@ -25,8 +25,8 @@ class Extraction {
   void Finish();
   // From now on problems are told there.
   void TellTo(Problems& problems) { problems_ = &problems; }
-  // Takes away what a process that was killed left of a member.
-  void Clear(const Ref<ZipEntry>& entry);
+  // Takes away what a process that was killed left of members.
+  void Clear(const std::vector<Ref<ZipEntry>>& entries);
 
   // Members that are on disk now.
   std::size_t Extracted() const { return extracted_; }

@@ -11,7 +11,6 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <new>
 #include <numeric>
 #include <utility>
 
@@ -24,10 +23,10 @@ namespace {
 
 constexpr auto kReportEvery = std::chrono::milliseconds(50);
 
-// The end to read from, and the end to write to.
+// The end to read from, and the end to write to; neither if the system has no more.
 std::pair<Descriptor, Descriptor> MakePipe() {
   std::array<int, 2> ends{};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) throw Failure(ExitCode::kFileError, WithCause("no pipe", errno));
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) return {};
   return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
@@ -55,48 +54,50 @@ Crew::Crew(const SharedWork& work, Progress& progress, InOrder& in_order)
 
 Crew::~Crew() {
   Stop();
+  // One that waits for its reports to be read sees that nobody will.
+  for (Process& process : processes_) process.reports.Close();
   for (const Process& process : processes_) {
     while (process.id != 0 && waitpid(process.id, nullptr, 0) < 0 && errno == EINTR) {
     }
   }
 }
 
-void Crew::Start(std::size_t jobs) {
+bool Crew::Start(std::size_t jobs) {
   // Whoever is free takes the next number; all of them fit into a pipe at once.
   auto [shares, numbers] = MakePipe();
   std::vector<std::uint32_t> all(units_.size());
   std::iota(all.begin(), all.end(), 0U);
   const std::size_t size = all.size() * sizeof all[0];
-  if (WriteAll(numbers.Number(), {reinterpret_cast<const char*>(all.data()), size}) != 0) throw Interrupted();
+  if (WriteAll(numbers.Number(), {reinterpret_cast<const char*>(all.data()), size}) != 0) return false;
   numbers.Close();
   const pid_t parent = getpid();
   while (processes_.size() < jobs) {
     auto [reports, report_to] = MakePipe();
-    const pid_t id = fork();
+    const pid_t id = report_to.IsOpen() ? fork() : -1;
     if (id == 0) {
       prctl(PR_SET_PDEATHSIG, SIGTERM);
       if (getppid() != parent) _exit(1);
+      processes_.clear();  // their reports are for the parent alone
       Work(shares.Number(), report_to.Number());
     }
-    if (id < 0 && processes_.empty()) throw Failure(ExitCode::kFileError, WithCause("no new process", errno));
     if (id < 0) break;
     processes_.push_back({id, std::move(reports)});
   }
+  return !processes_.empty();
 }
 
 void Crew::Work(int shares, int reports) {
   try {
-    DoShares(shares, reports);
-  } catch (const Interrupted&) {
-    // There is nobody to hear more.
-  } catch (const Failure& failure) {
-    WriteReport(reports, {Report::Kind::kFault, failure.Code()}, {}, failure.what());
-  } catch (const std::bad_alloc&) {
-    WriteReport(reports, {Report::Kind::kFault, ExitCode::kFileError}, {}, "not enough memory");
-  } catch (const std::exception& fault) {
-    WriteReport(reports, {Report::Kind::kFault, ExitCode::kBadArchive}, {}, fault.what());
+    try {
+      DoShares(shares, reports);
+    } catch (...) {
+      const Failure fault = FailureInFlight();
+      WriteReport(reports, {Report::Kind::kFault, fault.Code()}, {}, fault.what());
+    }
+  } catch (...) {
+    _exit(1);  // there is nobody to hear more
   }
-  _exit(0);
+  _exit(Interruption::Requested() ? 1 : 0);
 }
 
 void Crew::DoShares(int shares, int reports) {

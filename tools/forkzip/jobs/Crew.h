@@ -24,8 +24,8 @@ class Crew {
   // Ends the processes that are still at work, and waits for them.
   ~Crew();
 
-  // Raises Failure if not even one process can be made; fewer than `jobs` will do.
-  void Start(std::size_t jobs);
+  // Makes up to `jobs` processes, fewer if the system has no more. False if not even one.
+  bool Start(std::size_t jobs);
   // Until all is done or, after a signal, all have stopped. Returns the tally. Raises Failure.
   std::size_t Serve();
 

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <system_error>
 #include <utility>
 
 #include "platform/compress/Engines.h"
@@ -112,7 +113,11 @@ void PackAhead::Expect(std::vector<const PlannedItem*> files) {
   for (const PlannedItem* file : files_) bytes += file->size;
   jobs_ = JobCount(jobs_asked_, files_.size(), bytes, kWorthAThread);
   const SignalsBlocked blocked;
-  while (threads_.size() + 1 < jobs_) threads_.emplace_back([this] { Run(); });
+  try {
+    while (threads_.size() + 1 < jobs_) threads_.emplace_back([this] { Run(); });
+  } catch (const std::system_error&) {
+    // There are no more; fewer will do.
+  }
 }
 
 Ref<FileSource> PackAhead::SourceOf(const PlannedItem& item) {

@@ -23,11 +23,14 @@ class TellInOrder : public Problems {
   std::size_t unit_;
 };
 
-// Does the units that are for this process, or all.
-std::size_t DoHere(const SharedWork& work, bool all, InOrder& in_order, Progress& progress) {
+enum class Which { kAll, kOwn, kShared };
+
+// Does units in this process.
+std::size_t DoHere(const SharedWork& work, Which which, InOrder& in_order, Progress& progress) {
   std::size_t tally = 0;
   for (std::size_t unit = 0; unit < work.units.size(); ++unit) {
-    if (!all && work.units[unit].share != SharedWork::kOwn) continue;
+    const Which its = work.units[unit].share == SharedWork::kOwn ? Which::kOwn : Which::kShared;
+    if (which != Which::kAll && which != its) continue;
     TellInOrder problems(in_order, unit);
     tally += work.run(unit, problems);
     if (Interruption::Requested()) break;
@@ -58,12 +61,12 @@ void ShareOut(SharedWork& work, const std::vector<std::uint64_t>& keys) {
 
 std::size_t DoShared(std::size_t jobs, const SharedWork& work, Progress& progress) {
   InOrder in_order(work);
-  if (jobs < 2 || work.shares < 2) return DoHere(work, true, in_order, progress);
-  const std::size_t own = DoHere(work, false, in_order, progress);
+  if (jobs < 2 || work.shares < 2) return DoHere(work, Which::kAll, in_order, progress);
+  const std::size_t own = DoHere(work, Which::kOwn, in_order, progress);
   if (Interruption::Requested()) return own;
   Crew crew(work, progress, in_order);
-  crew.Start(std::min<std::size_t>(jobs, work.shares));
-  return own + crew.Serve();
+  const bool started = crew.Start(std::min<std::size_t>(jobs, work.shares));
+  return own + (started ? crew.Serve() : DoHere(work, Which::kShared, in_order, progress));
 }
 
 }  // namespace vantorel::forkzip

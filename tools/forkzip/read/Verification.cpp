@@ -16,9 +16,15 @@ namespace vantorel::forkzip {
 
 namespace {
 
-// What the disk does not give looks like damage to the engine. Members that came out well are well.
+// What the disk does not give looks like damage to the engine. Members that came out well are well, and what
+// is wrong with the next one shows by a stream that has met no fault.
 [[noreturn]] void Fail(const Ref<ZipEntry>& entry, const std::string& fault) {
-  CheckReadFault(*entry->d);
+  Ref<BinaryStream>& stream = entry->d->zipStream;
+  if (stream && stream->ReadError()) {
+    const int error = -stream->ReadErrorCode();
+    stream = StreamOver(stream->Descriptor(), false);
+    throw Failure(ExitCode::kFileError, WithCause("cannot be read", error));
+  }
   throw Failure(ExitCode::kBadArchive, fault);
 }
 

@@ -69,7 +69,7 @@ std::size_t ExtractMembers(Extraction& extraction, const std::vector<Ref<ZipEntr
   try {
     return DoShared(jobs, work, progress);
   } catch (const Failure&) {
-    for (const Ref<ZipEntry>& entry : entries) extraction.Clear(entry);
+    extraction.Clear(entries);
     throw;
   }
 }
