@@ -172,6 +172,16 @@ class Jobs(ForkzipTest):
                     if (what, number) != ("parent", signal.SIGKILL):
                         self.assertEqual(self.strays(), [])
 
+    def test_processes_that_wait_to_be_heard_end_too(self):
+        self.zip.write_bytes(archive(*(Member(f"{'n' * 250}/{i}", b"1", crc=1) for i in range(10000))))
+        process = self.start("test", "-j3", self.zip)
+        children = self.children(process)
+        while any(" S " not in pathlib.Path(f"/proc/{number}/stat").read_text() for number in children):
+            time.sleep(0.01)
+        os.kill(int(children[0]), signal.SIGKILL)
+        self.assertIn(b"was ended by signal 9", process.communicate(timeout=120)[1])
+        self.assert_ended(children)
+
     def test_a_closed_pipe_ends_it(self):
         self.zip.write_bytes(archive(*many("bad", crc=1)))
         for jobs in JOBS:

@@ -77,7 +77,9 @@ bool Crew::Start(std::size_t jobs) {
     if (id == 0) {
       prctl(PR_SET_PDEATHSIG, SIGTERM);
       if (getppid() != parent) _exit(1);
-      processes_.clear();  // their reports are for the parent alone
+      // All reports are for the parent alone: when it is gone, a write fails.
+      reports.Close();
+      processes_.clear();
       Work(shares.Number(), report_to.Number());
     }
     if (id < 0) break;
