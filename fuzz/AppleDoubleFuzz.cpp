@@ -61,7 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   FinderInfo info = item->GetFinderInfo();
   info.script ^= 0x55;
-  const bool stored = item->SetFinderInfo(info);
+  const bool stored = item->SetFinderInfo(info) == 0;
   if (stored) Require(item->GetFinderInfo() == info && ForkOf(item).size() == fork.size());
   fork = ForkOf(item);  // a table may let it share bytes with the Finder info
 

@@ -64,18 +64,18 @@ class FolderItem : public Object {
   void SetCreationDate(const Ref<Date>& date);
 
   // 4 bytes, or empty where the file has none. A shorter one is filled up with blanks, a longer one cut.
+  // Those that give a number give 0, or a negative error code (-errno) if the side file refused.
   String MacType() const;
-  void SetMacType(const String& type);
+  std::int32_t SetMacType(const String& type);
   String MacCreator() const;
-  void SetMacCreator(const String& creator);
+  std::int32_t SetMacCreator(const String& creator);
   FinderInfo GetFinderInfo() const;
-  // 0, or a negative error code (-errno) with `info` untouched.
+  // Leaves `info` untouched on an error.
   std::int32_t GetFinderInfo(FinderInfo& info) const;
+  std::int32_t SetFinderInfo(const FinderInfo& info);
   // Where the classic attributes came out empty since the system refused to read the side file: its number
   // for the first refusal that this object met, negative; else 0.
   std::int32_t SideFileError() const { return side_file_error_; }
-  // False if it could not be stored.
-  bool SetFinderInfo(const FinderInfo& info);
 
   bool Locked() const;  // no write bit for the owner
   void SetLocked(bool locked);

@@ -38,32 +38,32 @@ std::int32_t FolderItem::GetFinderInfo(FinderInfo& info) const {
   return side_file.Error();
 }
 
-bool FolderItem::SetFinderInfo(const FinderInfo& info) {
+std::int32_t FolderItem::SetFinderInfo(const FinderInfo& info) {
   SideFile side_file(path_, SideFile::Access::kReadWrite);
   side_file.SetFinderInfo(info);
-  return side_file.Close() == 0;
+  return side_file.Close();
 }
 
 String FolderItem::MacType() const {
   return CodeText(GetFinderInfo().type);
 }
 
-void FolderItem::SetMacType(const String& type) {
-  FinderInfo info = GetFinderInfo();
-  if (info.type == CodeOf(type)) return;
+std::int32_t FolderItem::SetMacType(const String& type) {
+  FinderInfo info;
+  if (const std::int32_t error = GetFinderInfo(info)) return error;
   info.type = CodeOf(type);
-  SetFinderInfo(info);
+  return SetFinderInfo(info);
 }
 
 String FolderItem::MacCreator() const {
   return CodeText(GetFinderInfo().creator);
 }
 
-void FolderItem::SetMacCreator(const String& creator) {
-  FinderInfo info = GetFinderInfo();
-  if (info.creator == CodeOf(creator)) return;
+std::int32_t FolderItem::SetMacCreator(const String& creator) {
+  FinderInfo info;
+  if (const std::int32_t error = GetFinderInfo(info)) return error;
   info.creator = CodeOf(creator);
-  SetFinderInfo(info);
+  return SetFinderInfo(info);
 }
 
 std::int32_t FolderItem::ResourceForkLength() const {

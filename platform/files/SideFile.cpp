@@ -124,6 +124,7 @@ void SideFile::SetFinderInfo(const FinderInfo& info) {
   if (!EnsureFile() || !EnsureEntries()) return;
   const AppleDoubleEntry* entry = FindFinderInfo(table_);
   FinderBytes bytes = ReadFinderBytes(*stream_, *entry);
+  if (stream_->ReadError()) return;  // nor would it be known what else is written over
   info.Store(bytes.data());
   stream_->SetPosition(entry->offset);
   stream_->WriteBytes({bytes.data(), bytes.size()});
@@ -210,7 +211,10 @@ bool SideFile::MoveFork(std::uint64_t offset) {
     const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(left, chunk.size()));
     left -= count;
     stream_->SetPosition(fork->offset + left);
-    stream_->ReadInto(chunk.data(), count);
+    if (stream_->ReadInto(chunk.data(), count) != count) {
+      Fail(-EIO);
+      return false;
+    }
     stream_->SetPosition(offset + left);
     stream_->WriteBytes({chunk.data(), count});
   }
@@ -225,7 +229,7 @@ bool SideFile::HoldsNothing() {
     const bool is_finder_info = &entry == finder && entry.length == AppleDouble::Finder::kSize;
     if (is_finder_info ? ReadFinderBytes(*stream_, entry) != FinderBytes{} : entry.length != 0) return false;
   }
-  return true;
+  return !stream_->ReadError();
 }
 
 std::int32_t SideFile::Close() {
@@ -233,6 +237,7 @@ std::int32_t SideFile::Close() {
   if (changed_ && !HoldsNothing()) table_.WriteEntry(*stream_, AppleDouble::kResourceForkId);
   const bool is_half_made = is_new_ && !stream_->Flush();
   if (changed_ && (is_half_made || HoldsNothing())) unlink(path_.c_str());
+  Fail(stream_->ReadErrorCode());
   stream_->Close();
   Fail(stream_->WriteErrorCode());
   stream_ = nil;

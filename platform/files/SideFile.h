@@ -56,7 +56,7 @@ class SideFile {
   // A gap between the end of the fork and `position` fills with zeros.
   void WriteFork(std::int32_t position, std::string_view bytes);
 
-  // Writes what is outstanding and returns the error, 0 if there was none.
+  // Writes what is outstanding and returns the error, 0 if there was none: also of what was to be read.
   std::int32_t Close();
 
  private:

@@ -85,7 +85,8 @@ bool SideFile::Rebuild() {
   const Ref<BinaryStream> file = New<BinaryStream>(descriptor, true, std::uint64_t{0});
   table.Write(*file);
   for (const EntryMove& move : moves) CopyEntry(*stream_, move, *file);
-  if (!file->Flush() || rename(path.c_str(), path_.c_str()) != 0) {
+  Fail(stream_->ReadErrorCode());
+  if (error_ != 0 || !file->Flush() || rename(path.c_str(), path_.c_str()) != 0) {
     Fail(file->WriteError() ? file->WriteErrorCode() : -errno);
     unlink(path.c_str());
     return false;

@@ -33,6 +33,7 @@ class Member:
         self.hole = False  # no record in the directory
         self.offset = None  # of the local header, if not where it is
         self.version = 20
+        self.host = 3  # Unix
         for field, value in fields.items():
             setattr(self, field, value)
         if self.descriptor:
@@ -46,7 +47,7 @@ class Member:
         return header + self.packed + tail
 
     def central(self, offset):
-        return struct.pack("<IBBHHHHHIIIHHHHHII", 0x02014B50, 20, 3, self.version, self.flags, self.method, 0, 0x5821,
+        return struct.pack("<IBBHHHHHIIIHHHHHII", 0x02014B50, 20, self.host, self.version, self.flags, self.method, 0, 0x5821,
                            self.crc, len(self.packed), self.size, len(self.name), len(self.extra),
                            len(self.comment), 0, 0, self.mode << 16,
                            offset if self.offset is None else self.offset) + self.name + self.extra + self.comment

@@ -181,6 +181,13 @@ class Extract(ForkzipTest):
                     found["._mac"] = read_by_lsar(self.out / "._mac")[1]
                 self.assertEqual(found, after)
 
+    def test_a_name_too_long_for_a_side_file(self):
+        name = "n" * 254
+        self.zip.write_bytes(archive(Member(name, b"data", extra=UNIX_TIMES),
+                                     Member("__MACOSX/._" + name, apple_double(b""), extra=UNIX_TIMES)))
+        self.extract(3, says="its Mac data cannot be written to ._nnn")
+        self.assertEqual(self.files_below(self.out), [])
+
     def test_raw_leaves_wrapping_and_companions_as_they_are(self):
         wrapped, companion = mac_binary(b"data", b"fork"), apple_double(b"fork")
         self.zip.write_bytes(archive(Member("wrapped", wrapped), Member("mac", b"data", extra=UNIX_TIMES),
@@ -194,7 +201,7 @@ class Extract(ForkzipTest):
         def limit():
             signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
             resource.setrlimit(resource.RLIMIT_FSIZE, (100000, 100000))
-        for data, says in ((bytes(300000), ""), (mac_binary(b"", bytes(300000)), "its resource fork ")):
+        for data, says in ((bytes(300000), ""), (mac_binary(b"", bytes(300000)), "its Mac data ")):
             self.zip.write_bytes(archive(Member("small", b"1"), Member("large", data, DEFLATED)))
             self.extract(3, "--overwrite", says=f"large: {says}cannot be written", preexec_fn=limit)
             self.extract(3, "--overwrite", says=": File too large", preexec_fn=limit)

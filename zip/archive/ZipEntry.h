@@ -133,8 +133,10 @@ class ZipEntry : public Object {
   // The MacBinary level of a 128-byte big-endian block: 0 (none) to 4.
   virtual std::int32_t z_MBHdrLevel(const Ref<MemoryBlock>& block);
   // Gives the item the dates, name, type, creator and Finder flags of a header block, as far as they can be
-  // had.
-  virtual void ApplyMacBinaryInformation(const Ref<FolderItem>& item, const Ref<MemoryBlock>& header_block);
+  // had. 0, or a negative error code (-errno) if it is not for the type, creator and flags; the engine itself
+  // goes on all the same.
+  virtual std::int32_t ApplyMacBinaryInformation(const Ref<FolderItem>& item,
+                                                 const Ref<MemoryBlock>& header_block);
   // MacBinary's CRC-16 of the first `length` bytes, 0 to 65535.
   virtual std::int32_t z_CRC(const Ref<MemoryBlock>& block, std::int32_t length);
   // The 32-bit pattern read as an unsigned number.
@@ -182,8 +184,8 @@ class ZipEntry : public Object {
   // Whether anything is known of the type and creator: by a header block, or the extra field.
   bool HasMacAttributes(const Ref<MemoryBlock>& header_block) const;
   // Gives the item what goes with the member, from the first source there is: the header block, whose dates
-  // count too; the extra field; the name.
-  void ApplyMacAttributes(const Ref<FolderItem>& item, const Ref<MemoryBlock>& header_block);
+  // count too; the extra field; the name. The result is as above.
+  std::int32_t ApplyMacAttributes(const Ref<FolderItem>& item, const Ref<MemoryBlock>& header_block);
 
  private:
   String record_;  // what header and extra are made of; empty for an entry that comes from no directory

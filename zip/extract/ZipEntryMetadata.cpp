@@ -27,12 +27,12 @@ void CopyCode(const MemoryBlock& block, std::int32_t offset, std::array<char, 4>
 }
 
 // A folder has neither type nor creator. What the item holds already and cannot be read cannot be changed
-// either: that is worth a sound, and nothing more.
-void ApplyFinderInfo(FolderItem& item, const MemoryBlock& block) {
+// either: that is worth a sound.
+std::int32_t ApplyFinderInfo(FolderItem& item, const MemoryBlock& block) {
   FinderInfo info;
-  if (item.GetFinderInfo(info) != 0) {
+  if (const std::int32_t error = item.GetFinderInfo(info)) {
     Beep();
-    return;
+    return error;
   }
   if (!item.Directory()) {
     CopyCode(block, Mac::kType, info.type);
@@ -42,7 +42,13 @@ void ApplyFinderInfo(FolderItem& item, const MemoryBlock& block) {
   info.flags = static_cast<std::uint16_t>((high << 8) | block.Byte(Mac::kFinderFlagsLow));
   info.script = block.Byte(Mac::kScript);
   info.extended_flags = block.Byte(Mac::kExtendedFlags);
-  item.SetFinderInfo(info);
+  return item.SetFinderInfo(info);
+}
+
+std::int32_t SetTypeAndCreator(FolderItem& item, const String& type, const String& creator) {
+  const std::int32_t error = item.SetMacType(type);
+  const std::int32_t second_error = item.SetMacCreator(creator);
+  return error != 0 ? error : second_error;
 }
 
 }  // namespace
@@ -54,32 +60,30 @@ bool ZipEntry::HasMacAttributes(const Ref<MemoryBlock>& header_block) const {
   return header_block || extra->GetTypeCreatorName(type, creator, name);
 }
 
-void ZipEntry::ApplyMacAttributes(const Ref<FolderItem>& item, const Ref<MemoryBlock>& header_block) {
+std::int32_t ZipEntry::ApplyMacAttributes(const Ref<FolderItem>& item, const Ref<MemoryBlock>& header_block) {
   String type;
   String creator;
   String name;
-  if (header_block) {
-    ApplyMacBinaryInformation(item, header_block);
-  } else if (extra && extra->GetTypeCreatorName(type, creator, name)) {
-    item->SetMacType(type);
-    item->SetMacCreator(creator);
-    if (!name.empty()) z_adjustMacFilename(name, 0, item);
-  } else if (z_icMapFilename(item->Name(), type, creator)) {
-    item->SetMacType(type);
-    item->SetMacCreator(creator);
-  }
+  if (header_block) return ApplyMacBinaryInformation(item, header_block);
+  const bool by_extra = extra && extra->GetTypeCreatorName(type, creator, name);
+  if (!by_extra && !z_icMapFilename(item->Name(), type, creator)) return 0;
+  const std::int32_t error = SetTypeAndCreator(*item, type, creator);
+  if (by_extra && !name.empty()) z_adjustMacFilename(name, 0, item);
+  return error;
 }
 
-void ZipEntry::ApplyMacBinaryInformation(const Ref<FolderItem>& item, const Ref<MemoryBlock>& header_block) {
-  if (!item->Exists() || !header_block) return;
+std::int32_t ZipEntry::ApplyMacBinaryInformation(const Ref<FolderItem>& item,
+                                                 const Ref<MemoryBlock>& header_block) {
+  if (!item->Exists() || !header_block) return 0;
   header_block->SetLittleEndian(false);
   // A companion without times has 0 in both fields: the file then gets the first moment of 1904, and not the
   // time that its entry states.
   item->SetCreationDate(MacDate(z_ulongToDouble(header_block->Long(Mac::kCreated))));
   item->SetModificationDate(MacDate(z_ulongToDouble(header_block->Long(Mac::kModified))));
   z_adjustMacFilename(header_block->PString(Mac::kName), header_block->Byte(Mac::kScript), item);
-  ApplyFinderInfo(*item, *header_block);
+  const std::int32_t error = ApplyFinderInfo(*item, *header_block);
   if (lockFiles && header_block->Byte(Mac::kProtected) != 0 && !item->Directory()) item->SetLocked(true);
+  return error;
 }
 
 void ZipEntry::z_adjustMacFilename(const String& name, std::int32_t script, const Ref<FolderItem>& item) {

@@ -51,7 +51,7 @@ TEST(SideFile, HoldsWhatWasSetAndNothingMore) {
   const ScratchFolder scratch;
   const Ref<FolderItem> item = scratch.Write("name", "data");
   const FinderInfo info{{'T', 'E', 'X', 'T'}, {'R', '*', ' ', ' '}, 0x4A0B, -2, 3, 4, 0x81, 0x20};
-  EXPECT_TRUE(item->SetFinderInfo(info));
+  EXPECT_EQ(item->SetFinderInfo(info), 0);
   WithFork(item, "fork");
   const std::string finder = std::string("TEXTR*  \x4A\x0B\xFF\xFE\0\3\0\4", 16) + std::string(8, '\0') +
                              "\x81\x20" + std::string(6, '\0');
@@ -224,7 +224,7 @@ TEST(SideFile, WhatIsNoAppleDoubleFileIsLeftAlone) {
     scratch.Write("._name", content);
     EXPECT_TRUE(item->MacType().empty());
     EXPECT_EQ(ForkOf(item), "");
-    EXPECT_FALSE(item->SetFinderInfo({.script = 1}));
+    EXPECT_EQ(item->SetFinderInfo({.script = 1}), -EEXIST);
     std::int32_t error = 0;
     EXPECT_EQ(ResourceFork::Open(item, ResourceFork::Access::kReadWrite, error), nil);
     EXPECT_EQ(error, -EEXIST);

@@ -154,7 +154,7 @@ TEST(MacBinaryBuilding, FieldByField) {
 
   const Ref<FolderItem> hidden = scratch.Write(".hidden", "");
   EXPECT_EQ(archive->MakeMacBinaryHeader(hidden)->Byte(73), 64);
-  ASSERT_TRUE(hidden->SetFinderInfo({.flags = 0x0320, .script = 0x87}));
+  ASSERT_EQ(hidden->SetFinderInfo({.flags = 0x0320, .script = 0x87}), 0);
   hidden->SetLocked(true);
   for (const char* name : {".hidden", "other"}) {
     const auto header = archive->MakeMacBinaryHeader(hidden, 1, 2, name);

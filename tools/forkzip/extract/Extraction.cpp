@@ -11,10 +11,10 @@
 #include <span>
 
 #include "platform/files/FileCalls.h"
-#include "platform/files/SideFile.h"
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/extract/FileSink.h"
+#include "tools/forkzip/extract/ForkSink.h"
 #include "tools/forkzip/extract/Provisional.h"
 #include "tools/forkzip/extract/SafePath.h"
 #include "tools/forkzip/read/ByteSinks.h"
@@ -22,7 +22,6 @@
 #include "tools/forkzip/read/Verification.h"
 #include "zip/archive/CarriedName.h"
 #include "zip/extract/MacBinaryHeader.h"
-#include "zip/extract/RsrcForkWriter.h"
 
 namespace vantorel::forkzip {
 
@@ -167,11 +166,11 @@ void Extraction::ApplyFolderData(const Ref<ZipEntry>& entry, const Components& p
   const int parent = destination_.Folder(FoldersOf(path));
   side_files_.CheckSideFile(parent, destination_.PathOf(FoldersOf(path)), path.back());
   const Ref<FolderItem> item = GetFolderItem(String::Bytes(destination_.PathOf(path)));
-  if (companion && !companion->z_unzip(nil, New<RsrcForkWriter>(item), true, false, header_block)) {
-    throw Failure(ExitCode::kFileError,
-                  "its Mac data cannot be written to " + SideFile::PathFor(path.back()));
-  }
-  entry->ApplyMacAttributes(item, header_block);
+  const auto fork = New<ForkSink>([&] { return item; });
+  const bool good = !companion || companion->z_unzip(nil, fork, true, false, header_block);
+  CheckMacData(fork->errCode, path.back());
+  if (!good) CheckStreamed(companion, good);
+  CheckMacData(entry->ApplyMacAttributes(item, header_block), path.back());
   side_files_.NoteSideFile(parent, path.back());
 }
 

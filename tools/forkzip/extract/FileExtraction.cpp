@@ -3,45 +3,22 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <functional>
 #include <utility>
 
 #include "platform/files/FileCalls.h"
 #include "platform/files/SideFile.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/extract/FileSink.h"
+#include "tools/forkzip/extract/ForkSink.h"
 #include "tools/forkzip/extract/Provisional.h"
 #include "tools/forkzip/read/MemberFacts.h"
 #include "tools/forkzip/read/Verification.h"
 #include "zip/extract/MacBinaryHeader.h"
-#include "zip/extract/RsrcForkWriter.h"
 #include "zip/records/ZipRecords.h"
 
 namespace vantorel::forkzip {
 
 namespace {
-
-// A resource fork that is written once it turns out that a member has one.
-class ForkSink : public RsrcForkWriter {
- public:
-  // `stage` puts the file whose fork it is into its staging folder. It may raise Failure.
-  explicit ForkSink(std::function<Ref<FolderItem>()> stage) : RsrcForkWriter(nil), stage_(std::move(stage)) {}
-
-  bool Open() override {
-    f = stage_();
-    return RsrcForkWriter::Open();
-  }
-  // Records what shows only now.
-  bool Close() override {
-    if (refnum && errCode == 0) errCode = refnum->Close();
-    return RsrcForkWriter::Close();
-  }
-  // The system's error, 0 if there was none.
-  int Error() const { return -errCode; }
-
- private:
-  std::function<Ref<FolderItem>()> stage_;
-};
 
 class FileExtraction {
  public:
@@ -97,7 +74,8 @@ void FileExtraction::Run() {
     throw;
   }
   if (!ways_.raw && entry_->HasMacAttributes(header_block_)) {
-    entry_->ApplyMacAttributes(Stage(), header_block_);
+    const Ref<FolderItem> staged = Stage();
+    CheckMacData(entry_->ApplyMacAttributes(staged, header_block_), name_);
     TakePlaces();
   } else {
     Expect(data_->Keep(TimeOf(entry_)));
@@ -108,11 +86,7 @@ void FileExtraction::Run() {
 void FileExtraction::Stream() {
   const bool good = entry_->Extract(fork_ != nil, data_, fork_, header_block_);
   Expect(data_->Error() == 0);
-  if (fork_ && fork_->Error() != 0) {
-    throw Failure(
-        ExitCode::kFileError,
-        WithCause("its resource fork cannot be written to " + SideFile::PathFor(name_), fork_->Error()));
-  }
+  if (fork_) CheckMacData(fork_->errCode, name_);
   const bool with_companion = fork_ && entry_->appleDoubleEntry;
   const bool unwrapped = header_block_ && !with_companion;  // the sink did not get the bytes as they stand
   CheckStreamed(entry_, good, unwrapped ? std::nullopt : std::optional(data_->Crc()));
@@ -139,10 +113,9 @@ void FileExtraction::TakePlaces() {
   }
   side_files_.NoteMember(folder_, name_);
   if (!has_side_file) return;
-  if (const int error = Rename(folder_, staging_.Below(side_file), side_file,
-                               ways_.overwrite ? IfTaken::kReplace : IfTaken::kRefuse)) {
-    throw Failure(ExitCode::kFileError, WithCause("its Mac data cannot be written to " + side_file, error));
-  }
+  CheckMacData(-Rename(folder_, staging_.Below(side_file), side_file,
+                       ways_.overwrite ? IfTaken::kReplace : IfTaken::kRefuse),
+               name_);
   side_files_.NoteSideFile(folder_, name_);
 }
 
@@ -162,6 +135,12 @@ std::optional<mode_t> PermissionsOf(const Ref<ZipEntry>& entry) {
   const auto mode = ModeOf(entry);
   if (!mode) return std::nullopt;
   return static_cast<mode_t>(*mode & kPermissions);
+}
+
+void CheckMacData(std::int32_t error, const std::string& name) {
+  if (error == 0) return;
+  throw Failure(ExitCode::kFileError,
+                WithCause("its Mac data cannot be written to " + SideFile::PathFor(name), -error));
 }
 
 void FailToPlace(int folder, const std::string& name, int error, bool overwrite) {

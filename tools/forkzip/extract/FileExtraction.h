@@ -28,6 +28,9 @@ void ExtractFile(const Ref<ZipEntry>& entry, Destination& destination, std::span
 // Without set-id and sticky bits, which are not an archive's to give.
 std::optional<mode_t> PermissionsOf(const Ref<ZipEntry>& entry);
 
+// Raises Failure (kFileError) if the side file of `name` could not be written: `error` is negative then.
+void CheckMacData(std::int32_t error, const std::string& name);
+
 // Raises Failure (kFileError): `error` is the system's, of putting something under a name in an open folder.
 [[noreturn]] void FailToPlace(int folder, const std::string& name, int error, bool overwrite);
 

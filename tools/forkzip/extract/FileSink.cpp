@@ -23,6 +23,16 @@ constexpr std::size_t kMadeAtOnce = 65536;
 // A file bears this mode, which no archive gives, until it is whole. So it tells what a killed run left.
 constexpr mode_t kUnfinished = S_ISVTX;
 constexpr mode_t kAllModeBits = 07777;
+constexpr mode_t kNewFile = 0666;  // less the umask
+
+mode_t Umask() {
+  static const mode_t mask = [] {
+    const mode_t present = umask(0);
+    umask(present);
+    return present;
+  }();
+  return mask;
+}
 
 }  // namespace
 
@@ -84,8 +94,7 @@ bool FileSink::Keep(std::optional<std::time_t> modified, const std::string& stag
 
 bool FileSink::Create(const std::string& name) {
   constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-  constexpr mode_t kNewFile = 0666;
-  file_ = Descriptor(openat(folder_, name.c_str(), kFlags, mode_ ? kUnfinished : kNewFile));
+  file_ = Descriptor(openat(folder_, name.c_str(), kFlags, kUnfinished));
   if (!file_.IsOpen()) return Fail(errno);
   present_name_ = name;
   return true;
@@ -110,7 +119,7 @@ bool FileSink::Complete(std::optional<std::time_t> modified) {
     const std::array<timespec, 2> times = {timespec{*modified, 0}, timespec{*modified, 0}};
     if (futimens(file_.Number(), times.data()) != 0) return Fail(errno);
   }
-  if (mode_ && fchmod(file_.Number(), *mode_) != 0) return Fail(errno);
+  if (fchmod(file_.Number(), mode_.value_or(kNewFile & ~Umask())) != 0) return Fail(errno);
   if (const int error = file_.Close()) return Fail(error);
   return true;
 }

@@ -24,7 +24,8 @@ void SideFileGuard::CheckSideFile(int folder, const std::string& path, const std
                   name + ", where its Mac data belong, exists already and is kept; --overwrite replaces it");
   }
   if (!SideFile::IsOne(path + "/" + name)) {
-    throw Failure(ExitCode::kFileError, name + ", where its Mac data belong, is something else and is kept");
+    throw Failure(ExitCode::kFileError,
+                  name + ", where its Mac data belong, is something else or cannot be read, and is kept");
   }
 }
 
