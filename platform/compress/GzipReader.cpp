@@ -21,7 +21,7 @@ String GzipReader::Read(std::size_t count, MemberStatus& status) {
   if (!started_) Start();
   String result;
   while (result.size() < count) {
-    if (window_.empty() && status_ == MemberStatus::Going) Refill();
+    if (window_.empty() && status_ == MemberStatus::kGoing) Refill();
     if (window_.empty()) break;
     const String piece = Take(count - result.size());
     if (result.empty()) {
@@ -31,8 +31,8 @@ String GzipReader::Read(std::size_t count, MemberStatus& status) {
     }
   }
   // The trailer is checked together with the last byte, not in a read that may never come.
-  if (window_.empty() && status_ == MemberStatus::Going) Refill();
-  status = window_.empty() ? status_ : MemberStatus::Going;
+  if (window_.empty() && status_ == MemberStatus::kGoing) Refill();
+  status = window_.empty() ? status_ : MemberStatus::kGoing;
   return result;
 }
 
@@ -48,7 +48,7 @@ void GzipReader::Start() {
   Fetch();
   if (auto contents = InflateAtOnce(engine_, input_)) {
     window_ = String::Adopt(std::move(*contents), nil);
-    status_ = MemberStatus::End;
+    status_ = MemberStatus::kEnd;
   } else {
     inflater_ = NewInflater(engine_, input_);
   }
@@ -58,14 +58,14 @@ void GzipReader::Refill() {
   std::string window(next_window_size_, '\0');
   next_window_size_ = kLaterWindow;
   std::size_t filled = 0;
-  while (filled < window.size() && status_ == MemberStatus::Going) {
+  while (filled < window.size() && status_ == MemberStatus::kGoing) {
     if (input_.empty() && !input_ended_) Fetch();
     const std::size_t offered = input_.size();
     std::size_t produced = 0;
     status_ = inflater_->Inflate(input_, window.data() + filled, window.size() - filled, produced);
     filled += produced;
     const bool stuck = produced == 0 && input_.size() == offered;
-    if (status_ == MemberStatus::Going && stuck && input_ended_) status_ = MemberStatus::Truncated;
+    if (status_ == MemberStatus::kGoing && stuck && input_ended_) status_ = MemberStatus::kTruncated;
   }
   window.resize(filled);
   window_ = String::Adopt(std::move(window), nil);

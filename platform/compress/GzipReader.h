@@ -41,7 +41,7 @@ class GzipReader {
   // What is inflated and not yet taken, and what follows it.
   String window_;
   std::size_t next_window_size_;
-  MemberStatus status_ = MemberStatus::Going;
+  MemberStatus status_ = MemberStatus::kGoing;
 };
 
 }  // namespace vantorel

@@ -43,8 +43,8 @@ MemberStatus IsalInflater::Inflate(std::string_view& input, char* output, std::s
   const int result = isal_inflate(&state);
   input.remove_prefix(offered - state.avail_in);
   produced = wanted - state.avail_out;
-  if (result != ISAL_DECOMP_OK) return MemberStatus::BadData;
-  return state.block_state == ISAL_BLOCK_FINISH ? MemberStatus::End : MemberStatus::Going;
+  if (result != ISAL_DECOMP_OK) return MemberStatus::kBadData;
+  return state.block_state == ISAL_BLOCK_FINISH ? MemberStatus::kEnd : MemberStatus::kGoing;
 }
 
 }  // namespace vantorel

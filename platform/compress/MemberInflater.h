@@ -9,11 +9,11 @@ namespace vantorel {
 
 // What a member has come to; the numbers are zlib's and reach people in messages.
 enum class MemberStatus : std::int32_t {
-  Going = 0,
-  End = 1,
-  BadData = -3,
-  OutOfMemory = -4,
-  Truncated = -5,
+  kGoing = 0,
+  kEnd = 1,
+  kBadData = -3,
+  kOutOfMemory = -4,
+  kTruncated = -5,
 };
 
 class MemberInflater {
@@ -21,8 +21,8 @@ class MemberInflater {
   virtual ~MemberInflater() = default;
 
   // Takes bytes from the front of `input` and puts at most `room` inflated ones at `output`; `produced` tells
-  // how many. Going: the room is full or the input used up. End: the trailer has been checked and is right.
-  // BadData: `produced` bytes in front of the fault are good.
+  // how many. kGoing: the room is full or the input used up. kEnd: the trailer has been checked and is right.
+  // kBadData: `produced` bytes in front of the fault are good.
   virtual MemberStatus Inflate(std::string_view& input, char* output, std::size_t room,
                                std::size_t& produced) = 0;
 };

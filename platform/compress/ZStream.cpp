@@ -26,7 +26,7 @@ ZStream::~ZStream() = default;
 String ZStream::Read(std::int32_t count) {
   if (inflating_ == nullptr) throw RuntimeException("a ZStream made for writing was read");
   if (count <= 0) return {};
-  MemberStatus status = MemberStatus::Going;
+  MemberStatus status = MemberStatus::kGoing;
   String bytes = inflating_->Read(static_cast<std::size_t>(count), status);
   error_value_ = static_cast<std::int32_t>(status);
   return bytes;

@@ -47,14 +47,14 @@ MemberStatus ZlibInflater::Inflate(std::string_view& input, char* output, std::s
   produced = wanted - stream.avail_out;
   switch (result) {
     case Z_STREAM_END:
-      return MemberStatus::End;
+      return MemberStatus::kEnd;
     case Z_OK:
     case Z_BUF_ERROR:  // neither input nor room was left to do anything with
-      return MemberStatus::Going;
+      return MemberStatus::kGoing;
     case Z_MEM_ERROR:
-      return MemberStatus::OutOfMemory;
+      return MemberStatus::kOutOfMemory;
     default:
-      return MemberStatus::BadData;
+      return MemberStatus::kBadData;
   }
 }
 

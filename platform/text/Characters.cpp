@@ -10,8 +10,8 @@ namespace vantorel {
 namespace {
 
 std::int32_t AsLength(std::size_t count) {
-  constexpr auto limit = static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max());
-  return static_cast<std::int32_t>(std::min(count, limit));
+  constexpr auto kLimit = static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max());
+  return static_cast<std::int32_t>(std::min(count, kLimit));
 }
 
 std::size_t AsCount(std::int32_t count) {

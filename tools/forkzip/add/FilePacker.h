@@ -20,7 +20,7 @@ class FilePacker {
   virtual ~FilePacker() = default;
 
   // Plain files whose data will be asked for by SourceOf, in this order, though not all need be.
-  virtual void Expect(std::vector<const PlannedItem*> /*files*/) {}
+  virtual void Expect(const std::vector<const PlannedItem*>& /*files*/) {}
   // The data of a file. The next deflater is for them.
   virtual Ref<FileSource> SourceOf(const PlannedItem& item);
   virtual std::unique_ptr<MemberDeflater> NewDeflater();

@@ -76,7 +76,7 @@ void MemberWriter::Add(const AddPlan& plan, const Ref<Progress>& progress) {
     const bool has_mac_data = item.has_side_file || options_.mac_binary == MacBinary::kAlways;
     if (has_data && !has_mac_data && Refusal(item).empty()) plain.push_back(&item);
   }
-  packer_.Expect(std::move(plain));
+  packer_.Expect(plain);
   for (const PlannedItem& item : plan.Items()) {
     archive_->Mark();
     progress->Begin(item.name);

@@ -14,7 +14,7 @@ namespace vantorel::forkzip {
 
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 constexpr std::uint64_t kLarge = 8U << 20U;  // what is smaller is deflated, and stored if that did not help
 constexpr std::size_t kPiece = 65536;

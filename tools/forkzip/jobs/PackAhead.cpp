@@ -107,8 +107,8 @@ PackAhead::~PackAhead() {
   for (std::thread& thread : threads_) thread.join();
 }
 
-void PackAhead::Expect(std::vector<const PlannedItem*> files) {
-  files_ = std::move(files);
+void PackAhead::Expect(const std::vector<const PlannedItem*>& files) {
+  files_ = files;
   std::uint64_t bytes = 0;
   for (const PlannedItem* file : files_) bytes += file->size;
   jobs_ = JobCount(jobs_asked_, files_.size(), bytes, kWorthAThread);

@@ -25,7 +25,7 @@ class PackAhead : public FilePacker {
   PackAhead(const DeflateWays& ways, std::size_t jobs_asked) : FilePacker(ways), jobs_asked_(jobs_asked) {}
   ~PackAhead() override;
 
-  void Expect(std::vector<const PlannedItem*> files) override;
+  void Expect(const std::vector<const PlannedItem*>& files) override;
   Ref<FileSource> SourceOf(const PlannedItem& item) override;
   std::unique_ptr<MemberDeflater> NewDeflater() override;
 
