@@ -38,7 +38,7 @@ class OutputSink : public SummingSink {
 };
 
 Ref<ZipEntry> FileIn(const Ref<ZipArchive>& archive, const std::string& argument) {
-  const Ref<ZipEntry> entry = archive->Entry(SelectOneMember(archive, argument));
+  Ref<ZipEntry> entry = archive->Entry(SelectOneMember(archive, argument));
   if (entry->IsDirectory()) throw Failure(ExitCode::kBadArchive, Utf8(entry->RawPath()) + ": is a folder");
   return entry;
 }

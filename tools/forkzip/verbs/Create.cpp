@@ -49,7 +49,7 @@ void Create(const AddingOptions& options, Problems& problems) {
   }
   std::size_t members = 0;
   MakeArchive(options, [&](ArchiveEdit& edit) {
-    const RawDirectory made = Fill(edit, options, problems);
+    RawDirectory made = Fill(edit, options, problems);
     members = made.records.size();
     return made;
   });

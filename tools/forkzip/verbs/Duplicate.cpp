@@ -27,7 +27,7 @@ std::string NameOfCopy(const Ref<ZipArchive>& archive, const DuplicateOptions& o
   std::string name = MemberNameOf(options.new_name);
   if (name.empty()) throw Failure(ExitCode::kUsage, "NEWNAME is no name for a member");
   if (folder) name += '/';
-  const std::string stored = StoredName(archive, name);
+  std::string stored = StoredName(archive, name);
   if (archive->EntryIdxByRawPath(DefineEncoding(String::Bytes(name), Encodings::UTF8()), 1) != 0)
     throw Failure(ExitCode::kBadArchive, name + ": exists already");
   return stored;
