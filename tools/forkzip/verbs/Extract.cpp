@@ -98,6 +98,7 @@ void Extract(const ExtractOptions& options, Problems& problems) {
   const std::vector<std::int32_t> members = SelectMembers(archive, options, problems).members;
   if (options.dry_run) return Preview(archive, members, options, problems);
   std::vector<Ref<ZipEntry>> entries;
+  entries.reserve(members.size());
   for (const std::int32_t i : members) entries.push_back(archive->Entry(i));
   const std::uint64_t total = SizeOfAll(entries);
   Interruption::Watch();

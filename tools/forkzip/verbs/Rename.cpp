@@ -39,7 +39,7 @@ std::string WithoutSlash(std::string name) {
 
 // The name of the one member or folder that is meant.
 std::string OldName(const Ref<ZipArchive>& archive, const std::string& argument) {
-  const std::string name = WithoutSlash(argument);
+  std::string name = WithoutSlash(argument);
   for (std::int32_t i = 1; i <= archive->EntryCount(); ++i) {
     if (Bears(Utf8(archive->Entry(i)->RawPath()), name)) return name;
   }
