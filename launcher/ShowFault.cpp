@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <string>
-#include <system_error>
 
 #include "platform/base/Exceptions.h"
 #include "platform/run/Runtime.h"
@@ -28,15 +27,26 @@ std::string Reason(int error_number) {
     case ENOSPC:
     case EDQUOT:
       return "Kein Speicherplatz mehr verfügbar";
+    case EIO:
+      return "Ein-/Ausgabefehler";
+    case ELOOP:
+      return "Zu viele Verweise hintereinander";
+    case EMFILE:
+    case ENFILE:
+      return "Zu viele offene Dateien";
+    case ENAMETOOLONG:
+      return "Der Name ist zu lang";
+    case ENOMEM:
+      return "Nicht genügend Arbeitsspeicher";
     default:
-      return std::generic_category().message(error_number);
+      return "Systemfehler " + std::to_string(error_number);
   }
 }
 
 std::string Text(const std::exception& fault) {
   const std::vector<Failure> failures = FailuresBehind(fault);
   std::string text = "Vantorel muss beendet werden.\n";
-  if (failures.empty()) return text + "\n" + fault.what();
+  if (failures.empty()) return text + "\nEin unerwarteter Fehler ist aufgetreten (" + fault.what() + ").";
   for (const Failure& failure : failures) {
     text += "\nWahrscheinliche Ursache: " + failure.path + ": " + Reason(failure.error_number);
   }

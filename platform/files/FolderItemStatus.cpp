@@ -87,6 +87,7 @@ void FolderItem::SetLocked(bool locked) {
   if (!status || S_ISLNK(status->st_mode)) return;
   const mode_t mode = locked ? status->st_mode & ~kWriteBits : status->st_mode | S_IWUSR;
   chmod(path_.c_str(), mode & kPermissionBits);
+  SideFile::FollowMode(path_, mode);
 }
 
 bool FolderItem::Visible() const {

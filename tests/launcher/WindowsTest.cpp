@@ -88,7 +88,8 @@ TEST_F(WindowsTest, AFaultIsShownWithItsCause) {
       show(NilObjectException()),
       "Vantorel muss beendet werden.\n\nWahrscheinliche Ursache: /nowhere/version: Datei oder Verzeichnis "
       "nicht gefunden");
-  EXPECT_EQ(show(RuntimeException("no memory")), "Vantorel muss beendet werden.\n\nno memory")
+  EXPECT_EQ(show(RuntimeException("no memory")),
+            "Vantorel muss beendet werden.\n\nEin unerwarteter Fehler ist aufgetreten (no memory).")
       << "a failure that has nothing to do with the fault is named";
   BackEnd::Install(nullptr);
   ShowFault(NilObjectException());  // nobody to show it to

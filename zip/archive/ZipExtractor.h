@@ -18,9 +18,9 @@ class ZipExtractor : public Object {
 
   // Extracts every entry, in order, below `dest_folder`, with forks and metadata. Stops at the first entry
   // that fails and leaves what was extracted before it. False with a message. A folder whose companion is
-  // longer than its header fails. RuntimeException passes through: a forged name may cause it, by a zero byte
-  // or by more
-  // ".." than there are folders.
+  // longer than its header fails, and so does one whose way leads through a link ("No destination given").
+  // RuntimeException passes through: a forged name may cause it, by a zero byte or by more ".." than there
+  // are folders.
   virtual bool ExtractAllSilently(const Ref<FolderItem>& archive_file, const Ref<FolderItem>& dest_folder);
   // The archive comment as it is stored; empty with a message if the archive does not open.
   virtual String GetComment(const Ref<FolderItem>& archive_file);

@@ -76,6 +76,12 @@ TEST(SideFile, MayBeReadByNoOneElseThanTheItemAndByItsOwner) {
     scratch.Item("name")->SetUnixMode(mode);
     EXPECT_EQ(scratch.Run("stat -c %a ._name"), expected) << "made by another, before the mode was set";
   }
+  const ScratchFolder scratch;
+  const Ref<FolderItem> item = scratch.Write("name", "");
+  WithFork(item, "shared");
+  scratch.Run("chmod 664 name ._name");
+  scratch.Item("name")->SetLocked(true);
+  EXPECT_EQ(scratch.Run("stat -c %a ._name"), "644\n") << "others may still write the fork of a locked item";
 }
 
 // Takes minutes if the whole table is walked for each entry.

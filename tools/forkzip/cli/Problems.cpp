@@ -55,8 +55,10 @@ void Problems::AddUp() {
 }
 
 void Problems::Note(std::string_view message) const {
+  constexpr std::size_t kLongest = 1000;
   Progress::ClearLine();
-  const std::string line = "forkzip: " + Printable(archive_) + ": " + Printable(message) + "\n";
+  const std::string line =
+      "forkzip: " + Printable(archive_) + ": " + Printable(Shortened(message, kLongest)) + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
