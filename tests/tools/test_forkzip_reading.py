@@ -186,6 +186,8 @@ class Damage(ForkzipTest):
                 subprocess.run(["rm", "-rf", self.root / "out"], check=True)
         self.zip.write_bytes(archive(*cases[0][1]))
         self.expect(0, "test", "-q", "--allow-overlap", self.zip)
+        self.zip.write_bytes(archive(Member("f", inner.local()), Member("g" * 60000, b"12345", offset=31)))
+        self.assertLess(len(self.run_tool("test", self.zip).stderr), 2000, "a message is as long as a name")
 
     def test_messages_stay_short_and_few(self):
         self.zip.write_bytes(archive(Member(("a" * 200 + "/") * 300, crc=1), *[Member("", crc=1)] * 2999))

@@ -165,7 +165,7 @@ void Extraction::ApplyFolderData(const Ref<ZipEntry>& entry, const Components& p
   if (!companion && !entry->HasMacAttributes(header_block)) return;
   const int parent = destination_.Folder(FoldersOf(path));
   side_files_.CheckSideFile(parent, destination_.PathOf(FoldersOf(path)), path.back());
-  const Ref<FolderItem> item = GetFolderItem(String::Bytes(destination_.PathOf(path)));
+  Ref<FolderItem> item = GetFolderItem(String::Bytes(destination_.PathOf(path)));
   const auto fork = New<ForkSink>([&] { return item; });
   const bool good = !companion || companion->z_unzip(nil, fork, true, false, header_block);
   CheckMacData(fork->errCode, path.back());
