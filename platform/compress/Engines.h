@@ -26,4 +26,8 @@ std::unique_ptr<MemberInflater> NewInflater(CompressEngine engine, std::string_v
 
 std::unique_ptr<MemberDeflater> NewDeflater(CompressEngine engine, const DeflateWays& ways = {});
 
+// Members of up to this many bytes are held until they are deflated, so that those that did not shrink can be
+// stored.
+extern const std::size_t kHeldUpTo;
+
 }  // namespace vantorel

@@ -9,6 +9,8 @@
 
 namespace vantorel {
 
+const std::size_t kHeldUpTo = LibdeflateDeflater::kLimit;
+
 namespace {
 // Contents up to this size are inflated in one step.
 constexpr std::size_t kAtOnceLimit = 524288;

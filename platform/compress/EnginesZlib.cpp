@@ -5,6 +5,8 @@
 
 namespace vantorel {
 
+const std::size_t kHeldUpTo = 0;
+
 std::optional<std::string> InflateAtOnce(CompressEngine /*engine*/, std::string_view /*first*/) {
   return std::nullopt;
 }

@@ -55,7 +55,7 @@ struct ZlibDeflateState {
   std::array<Bytef, kOutputPiece> output{};
 };
 
-// The levels below the fourth save hardly any time.
+// The levels below the fourth save little time for what they cost in size.
 ZlibDeflater::ZlibDeflater(int level) {
   state_->SetLevel(std::max(level, 4));
 }

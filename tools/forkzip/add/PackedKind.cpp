@@ -16,7 +16,6 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::uint64_t kLarge = 8U << 20U;  // what is smaller is deflated, and stored if that did not help
 constexpr std::size_t kPiece = 65536;
 
 struct Kind {
@@ -69,13 +68,15 @@ bool Shrinks(std::string_view piece) {
 }  // namespace
 
 bool GainsNothing(int file, std::uint64_t size) {
-  const std::string first = Piece(file, 0, size > kLarge ? kPiece : 16);
+  // What is held shows for itself whether it shrinks.
+  const bool tried = size > std::max(kHeldUpTo, kPiece);
+  const std::string first = Piece(file, 0, tried ? kPiece : 16);
   if (std::any_of(kKinds.begin(), kKinds.end(), [&](const Kind& kind) {
         return std::string_view(first).substr(std::min(kind.offset, first.size())).starts_with(kind.mark);
       })) {
     return true;
   }
-  return size > kLarge && !Shrinks(first) && !Shrinks(Piece(file, size / 2, kPiece)) &&
+  return tried && !Shrinks(first) && !Shrinks(Piece(file, size / 2, kPiece)) &&
          !Shrinks(Piece(file, size - kPiece, kPiece));
 }
 
