@@ -210,6 +210,8 @@ class Editing(ForkzipTest):
             ("a duplicate of damaged data", archive(Member("f", b"1", crc=7)), "duplicate", ["f", "x"], "checksum"),
             ("a duplicate with another local header", archive(Member("f", b"1", local_flags=2)), "duplicate",
              ["f", "x"], "contradicts"),
+            ("a duplicate with another name in its local header", good.replace(b"f", b"F", 1), "duplicate", ["f", "x"],
+             "contradicts"),
             ("a new name that is taken", good, "rename", ["f", "g"], "exists already"),
             ("a new name in the place of a companion", archive(Member("f"), Member("._g", b"x"), Member("d/"), *mac[:2]),
              "rename", ["mac", "g"], "exists already"),
@@ -260,6 +262,8 @@ class Editing(ForkzipTest):
             ("a data descriptor moves with its member", archive(hole, Member("f", b"f" * 99, DEFLATED, descriptor=True)),
              "compact", [], ["f"]),
             ("and so does a header that disagrees", archive(hole, Member("f", local_flags=2)), "compact", [], ["f"]),
+            ("data under a name that only its record has", archive(Member("f", b"1"), Member("fake", b"1", flags=8, offset=0)),
+             "duplicate", ["fake", "copy"], ["f", "fake", "copy"]),
             ("what belongs to no member goes when one is added", archive(Member("a"), gap=b"\0" * 99), "add", ["mac"],
              ["a", "mac"]),
             ("or duplicated", archive(Member("a"), gap=b"\0" * 99), "duplicate", ["a", "b"], ["a", "b"]),
@@ -269,7 +273,11 @@ class Editing(ForkzipTest):
             ("where room is freed", ditto, "compact", [], DITTO),
             ("where a member goes", ditto, "delete", ["d/f"], [n for n in DITTO if n[-1] != "f"]),
             ("a companion's companion goes with it", chain, "delete", ["a"], ["b"]),
-            ("gets its new name", chain, "rename", ["a", "c"], ["c", "._c", "._._c", "b"]),
+            ("a folder of companions goes with the folder", ditto, "rename", ["d", "e"],
+             [name.replace("d/", "e/").replace("._d", "._e") for name in DITTO]),
+            ("unless there is one of its new name", archive(*(Member(name, extra=UNIX_TIMES) for name in
+             ("d/", "__MACOSX/d/", "__MACOSX/e/"))), "rename", ["d", "e"], ["e/", "__MACOSX/d/", "__MACOSX/e/"]),
+            ("a companion's companion gets its new name", chain, "rename", ["a", "c"], ["c", "._c", "._._c", "b"]),
             ("and is duplicated", chain, "duplicate", ["a", "c"], ["a", "._a", "._._a", "b", "c", "._c", "._._c"]),
             ("filling behind the end is cut off", archive(Member("a")) + b"\0" * 6000, "comment", [""], ["a"]),
         ]
@@ -280,7 +288,7 @@ class Editing(ForkzipTest):
                     self.expect(0, verb, "-q", *way, self.zip, *arguments)
                     with zipfile.ZipFile(self.zip) as other:
                         self.assertEqual([info.orig_filename for info in other.infolist()], names)
-                    if "disagrees" not in what and not {"/", "", "short"} & {*names}:
+                    if "disagrees" not in what and not {"/", "", "short", "fake"} & {*names}:
                         self.assert_others_accept()
                     self.assertNotIn(b"\0" * 99, self.zip.read_bytes())
         self.zip.write_bytes(archive(*shared))

@@ -27,10 +27,6 @@ namespace {
   throw Failure(ExitCode::kFileError, "was changed by another program meanwhile; nothing is done");
 }
 
-bool IsFolderOfCompanions(std::string_view name) {
-  return name.starts_with("__MACOSX/") && name.ends_with('/');
-}
-
 void CheckWritten(int file, const RawDirectory& expected) {
   const std::string bytes = expected.Bytes();
   struct stat status {};

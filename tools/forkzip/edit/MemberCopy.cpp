@@ -32,12 +32,15 @@ bool NeedsDescriptor(std::uint32_t local_flags) {
   return (local_flags & kBoth) == kBoth;
 }
 
-// Whether the local header tells the same of the data as the record. Of a fake duplicate only one has the
-// flag of a data descriptor.
+// Whether a local header, with its name, tells the same as the record. Of a fake duplicate, which shares the
+// header of another member, only the record has the flag of a data descriptor, and a name of its own.
 bool HeadersAgree(std::string_view local, const RawRecord& record) {
   const std::uint32_t flags = Get16(local, LocalHeader::kFlags);
+  const bool fake = (record.Flags() & ~flags & kDescriptorFlag) != 0;
   if (((flags ^ record.Flags()) & ~kDescriptorFlag) != 0 ||
-      Get16(local, LocalHeader::kMethod) != Get16(record.Bytes(), CentralHeader::kMethod)) {
+      Get16(local, LocalHeader::kMethod) != Get16(record.Bytes(), CentralHeader::kMethod) ||
+      (!fake && (Get16(local, LocalHeader::kNameLength) != record.Name().size() ||
+                 local.substr(LocalHeader::kSize) != record.Name()))) {
     return false;
   }
   return (flags & kDescriptorFlag) != 0 ||
@@ -47,7 +50,7 @@ bool HeadersAgree(std::string_view local, const RawRecord& record) {
 }
 
 void CheckHeader(int file, const RawRecord& record) {
-  if (!HeadersAgree(ReadAt(file, record.Offset(), LocalHeader::kSize), record)) {
+  if (!HeadersAgree(ReadAt(file, record.Offset(), LocalHeader::kSize + record.Name().size()), record)) {
     throw Failure(ExitCode::kBadArchive, "not changed: its local header contradicts the directory");
   }
 }

@@ -29,6 +29,10 @@ std::string_view NameInRecord(const Ref<ZipEntry>& entry) {
   return entry->zipEncName.view();
 }
 
+bool IsFolderOfCompanions(std::string_view name) {
+  return name.starts_with("__MACOSX/") && name.ends_with('/');
+}
+
 bool IsOf(const RawRecord& record, const Ref<ZipEntry>& entry) {
   return record.Offset() == OffsetOf(entry) && record.Name() == NameInRecord(entry);
 }

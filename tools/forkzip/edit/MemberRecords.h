@@ -18,6 +18,8 @@ bool IsOf(const RawRecord& record, const Ref<ZipEntry>& entry);
 // The name of a member as it stands in its record: where there is none, the engine lets the member take over
 // the name of the one before it.
 std::string_view NameInRecord(const Ref<ZipEntry>& entry);
+// Whether a stored name is that of a folder in the tree of companions, which the engine leaves out as a rule.
+bool IsFolderOfCompanions(std::string_view name);
 // The record of a member. Raises Failure if there is none.
 const RawRecord& RecordOf(const RawDirectory& directory, const Ref<ZipEntry>& entry);
 

@@ -10,10 +10,8 @@ namespace vantorel::forkzip {
 namespace {
 
 constexpr const char* kHelp =
-    "The space of the members is freed, but not with --in-place: `forkzip compact` does that. If a name "
-    "means "
-    "no member,\n"
-    "nothing is deleted. Letter case counts.\n"
+    "The space of the members is freed, but not with --in-place: `forkzip compact` does that.\n"
+    "If a name means no member, nothing is deleted. Letter case counts.\n"
     "Examples:\n"
     "  forkzip delete photos.zip blurred.jpg\n"
     "  forkzip delete backup.zip '*.o' cache/           what matches a pattern; a folder and what is in it\n"

@@ -1,4 +1,5 @@
-#include <algorithm>
+#include <optional>
+#include <unordered_set>
 
 #include "tools/forkzip/Verbs.h"
 #include "tools/forkzip/add/AddPlan.h"
@@ -6,6 +7,7 @@
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/edit/ArchiveEdit.h"
 #include "tools/forkzip/edit/MemberCopy.h"
+#include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/read/MemberSelection.h"
 
 namespace vantorel::forkzip {
@@ -47,6 +49,33 @@ std::string OldName(const Ref<ZipArchive>& archive, const std::string& argument)
       Utf8(archive->Entry(SelectOneMember(archive, argument, LetterCase::kExact))->RawPath()));
 }
 
+// The new name of a member, or folder in the tree of companions, that bears the old one or lies below it.
+std::optional<std::string> Renamed(const std::string& name, const std::string& old_name,
+                                   const std::string& new_name) {
+  const std::string_view tree = name.starts_with(kCompanionTree) ? kCompanionTree : "";
+  const std::string_view in_tree = std::string_view(name).substr(tree.size());
+  const std::string_view meant = Bears(name, old_name) ? name : in_tree;
+  if (!Bears(meant, old_name)) return std::nullopt;
+  const std::string front = name.substr(0, name.size() - meant.size());
+  return front + new_name + std::string(meant.substr(old_name.size()));
+}
+
+// Folders in the tree of companions are no members to the engine. One that is there already will do.
+void AddFoldersOfCompanions(NewNames& names, const ArchiveEdit& edit, const std::string& old_name,
+                            const std::string& new_name) {
+  ZipArchiveData& data = *edit.Archive()->d;
+  std::unordered_set<std::string_view> taken;
+  for (const RawRecord& record : edit.Before().records) taken.insert(record.Name());
+  for (const RawRecord& record : edit.Before().records) {
+    if (!IsFolderOfCompanions(record.Name())) continue;
+    const String text = data.decodeFromZip(String::Bytes(record.Name()));
+    const auto renamed = Renamed(Utf8(text), old_name, new_name);
+    if (!renamed) continue;
+    const std::string name = StoredName(edit.Archive(), *renamed);
+    if (!taken.contains(name)) names.try_emplace(KeyOf(record), name);
+  }
+}
+
 // Looks for the members once no other run can change the archive any more.
 RawDirectory Rename(ArchiveEdit& edit, const RenameOptions& options) {
   const Ref<ZipArchive>& archive = edit.Archive();
@@ -56,16 +85,10 @@ RawDirectory Rename(ArchiveEdit& edit, const RenameOptions& options) {
   NewNames names;
   for (std::int32_t i = 1; i <= archive->EntryCount(); ++i) {
     const Ref<ZipEntry> entry = archive->Entry(i);
-    const std::string name = Utf8(entry->RawPath());
-    // Folders in the tree of companions are members of their own.
-    const std::string_view tree = name.starts_with(kCompanionTree) ? kCompanionTree : "";
-    const std::string_view in_tree = std::string_view(name).substr(tree.size());
-    const std::string_view meant = Bears(name, old_name) ? name : in_tree;
-    if (!Bears(meant, old_name)) continue;
-    const std::string front = name.substr(0, name.size() - meant.size());
-    AddNewName(names, entry,
-               StoredName(archive, front + new_name + std::string(meant.substr(old_name.size()))));
+    const auto name = Renamed(Utf8(entry->RawPath()), old_name, new_name);
+    if (name) AddNewName(names, entry, StoredName(archive, *name));
   }
+  AddFoldersOfCompanions(names, edit, old_name, new_name);
   return RenameMembers(edit, names);
 }
 
