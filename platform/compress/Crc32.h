@@ -8,9 +8,10 @@
 
 namespace vantorel {
 
-// The sum continued from `crc`, which is 0 before the first bytes.
-std::int32_t Crc32(const String& bytes, std::int32_t crc);
-// The same over bytes that are in no String.
+// The sum of bytes continued from `crc`, which is 0 before the first bytes.
 std::int32_t Crc32OfBytes(std::string_view bytes, std::int32_t crc);
+inline std::int32_t Crc32(const String& bytes, std::int32_t crc) {
+  return Crc32OfBytes(bytes.view(), crc);
+}
 
 }  // namespace vantorel

@@ -4,18 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/compress/Engines.h"
-
 namespace vantorel {
-
-namespace {
-// The first window is small, since many a caller only looks at the first bytes of a member.
-constexpr std::size_t kFirstWindow = 65536;
-constexpr std::size_t kLaterWindow = 262144;
-}  // namespace
-
-GzipReader::GzipReader(const Ref<IStreamReader>& reader, CompressEngine engine)
-    : reader_(reader), engine_(engine), next_window_size_(kFirstWindow) {}
 
 String GzipReader::Read(std::size_t count, MemberStatus& status) {
   if (!started_) Start();
@@ -46,17 +35,17 @@ String GzipReader::Take(std::size_t count) {
 void GzipReader::Start() {
   started_ = true;
   Fetch();
-  if (auto contents = InflateAtOnce(engine_, input_)) {
+  if (auto contents = InflateAtOnce(input_)) {
     window_ = String::Adopt(std::move(*contents), nil);
     status_ = MemberStatus::kEnd;
   } else {
-    inflater_ = NewInflater(engine_, input_);
+    inflater_ = NewInflater(input_);
   }
 }
 
 void GzipReader::Refill() {
   std::string window(next_window_size_, '\0');
-  next_window_size_ = kLaterWindow;
+  next_window_size_ = 262144;
   std::size_t filled = 0;
   while (filled < window.size() && status_ == MemberStatus::kGoing) {
     if (input_.empty() && !input_ended_) Fetch();

@@ -8,7 +8,6 @@
 #include <string_view>
 
 #include "platform/base/Ref.h"
-#include "platform/compress/CompressEngine.h"
 #include "platform/compress/IStreamReader.h"
 #include "platform/compress/MemberInflater.h"
 #include "platform/text/String.h"
@@ -17,7 +16,7 @@ namespace vantorel {
 
 class GzipReader {
  public:
-  GzipReader(const Ref<IStreamReader>& reader, CompressEngine engine);
+  explicit GzipReader(const Ref<IStreamReader>& reader) : reader_(reader) {}
 
   // As ZStream::Read. `status` becomes what the member has come to right behind the bytes returned.
   String Read(std::size_t count, MemberStatus& status);
@@ -31,7 +30,6 @@ class GzipReader {
   String Take(std::size_t count);
 
   Ref<IStreamReader> reader_;
-  CompressEngine engine_;
   std::unique_ptr<MemberInflater> inflater_;
   bool started_ = false;
   // What came from the reader last, and the part of it that is still to be inflated.
@@ -40,7 +38,7 @@ class GzipReader {
   bool input_ended_ = false;
   // What is inflated and not yet taken, and what follows it.
   String window_;
-  std::size_t next_window_size_;
+  std::size_t next_window_size_ = 65536;  // small, since many a caller only looks at the first bytes
   MemberStatus status_ = MemberStatus::kGoing;
 };
 

@@ -1,33 +1,40 @@
-#include "platform/compress/IsalInflater.h"
-
 #include <isa-l/igzip_lib.h>
 
 #include <algorithm>
 #include <utility>
 
-namespace vantorel {
+#include "platform/compress/GzipFraming.h"
+#include "platform/compress/MemberInflater.h"
+#include "platform/compress/PooledState.h"
 
+namespace vantorel {
 namespace {
+
 // The library counts in 32 bits.
 std::uint32_t Clip(std::size_t count) {
   constexpr std::size_t kMost = 1U << 30U;
   return static_cast<std::uint32_t>(std::min(count, kMost));
 }
-}  // namespace
 
-struct IsalInflateState {
-  IsalInflateState() { Reset(); }
+struct State {
+  State() { Reset(); }
   // Raw deflate data with a gzip trailer that is checked.
   void Reset() {
     isal_inflate_init(&state);
     state.crc_flag = ISAL_GZIP_NO_HDR_VER;
   }
-
   inflate_state state;
 };
 
-IsalInflater::IsalInflater() = default;
-IsalInflater::~IsalInflater() = default;
+class IsalInflater : public MemberInflater {
+ public:
+  MemberStatus Inflate(std::string_view& input, char* output, std::size_t room,
+                       std::size_t& produced) override;
+
+ private:
+  PooledState<State> state_;
+  std::size_t header_left_ = kGzipHeaderLength;
+};
 
 MemberStatus IsalInflater::Inflate(std::string_view& input, char* output, std::size_t room,
                                    std::size_t& produced) {
@@ -45,6 +52,12 @@ MemberStatus IsalInflater::Inflate(std::string_view& input, char* output, std::s
   produced = wanted - state.avail_out;
   if (result != ISAL_DECOMP_OK) return MemberStatus::kBadData;
   return state.block_state == ISAL_BLOCK_FINISH ? MemberStatus::kEnd : MemberStatus::kGoing;
+}
+
+}  // namespace
+
+std::unique_ptr<MemberInflater> NewIsalInflater() {
+  return std::make_unique<IsalInflater>();
 }
 
 }  // namespace vantorel

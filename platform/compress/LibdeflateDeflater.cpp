@@ -1,5 +1,3 @@
-#include "platform/compress/LibdeflateDeflater.h"
-
 #include <libdeflate.h>
 
 #include <algorithm>
@@ -9,11 +7,15 @@
 
 #include "platform/base/Exceptions.h"
 #include "platform/compress/GzipFraming.h"
-#include "platform/compress/IStreamWriter.h"
+#include "platform/compress/MemberDeflater.h"
+#include "platform/compress/PooledState.h"
 
 namespace vantorel {
 
+const std::size_t kHeldUpTo = 8U << 20U;
+
 namespace {
+
 // What the library takes for each of zlib's levels: archives are a little smaller than zlib's.
 constexpr std::array<int, 10> kLevels = {0, 4, 4, 5, 5, 5, 5, 6, 8, 12};
 
@@ -38,30 +40,40 @@ void WriteInPieces(std::string_view bytes, IStreamWriter& writer) {
     writer.Write(String::Bytes(bytes.substr(0, kOutputPiece)));
   }
 }
-}  // namespace
-
 // Room for the largest member that is held, and for what becomes of it. Memory that no member needs is never
 // touched, and what one has needed serves the next.
 struct HeldMember {
   void Reset() { size = 0; }
 
-  std::size_t packed_room = libdeflate_gzip_compress_bound(nullptr, LibdeflateDeflater::kLimit);
-  std::unique_ptr<char[]> data = std::make_unique_for_overwrite<char[]>(LibdeflateDeflater::kLimit);
+  std::size_t packed_room = libdeflate_gzip_compress_bound(nullptr, kHeldUpTo);
+  std::unique_ptr<char[]> data = std::make_unique_for_overwrite<char[]>(kHeldUpTo);
   std::unique_ptr<char[]> packed = std::make_unique_for_overwrite<char[]>(packed_room);
   std::size_t size = 0;
 };
 
-LibdeflateDeflater::LibdeflateDeflater(const DeflateWays& ways) : ways_(ways) {}
-LibdeflateDeflater::~LibdeflateDeflater() = default;
+class LibdeflateDeflater : public MemberDeflater {
+ public:
+  explicit LibdeflateDeflater(const DeflateWays& ways) : ways_(ways) {}
+  void Write(std::string_view data, IStreamWriter& writer) override;
+  void Finish(IStreamWriter& writer) override;
+  bool Stored() const override { return stored_; }
+
+ private:
+  DeflateWays ways_;
+  bool stored_ = false;
+  PooledState<HeldMember> held_;
+  // Set once the member has grown past the limit.
+  std::unique_ptr<MemberDeflater> stream_;
+};
 
 void LibdeflateDeflater::Write(std::string_view data, IStreamWriter& writer) {
   if (stream_ == nullptr) {
-    if (data.size() <= kLimit - held_->size) {
+    if (data.size() <= kHeldUpTo - held_->size) {
       std::copy(data.begin(), data.end(), held_->data.get() + held_->size);
       held_->size += data.size();
       return;
     }
-    stream_ = std::make_unique<ZlibDeflater>(ways_.level);
+    stream_ = NewZlibDeflater(ways_.level);
     stream_->Write({held_->data.get(), held_->size}, writer);
   }
   stream_->Write(data, writer);
@@ -82,6 +94,12 @@ void LibdeflateDeflater::Finish(IStreamWriter& writer) {
   writer.Write(String::Bytes(packed.substr(0, kGzipHeaderLength)));
   WriteInPieces(data, writer);
   writer.Write(String::Bytes(packed.substr(packed.size() - kGzipTrailerLength)));
+}
+
+}  // namespace
+
+std::unique_ptr<MemberDeflater> NewLibdeflateDeflater(const DeflateWays& ways) {
+  return std::make_unique<LibdeflateDeflater>(ways);
 }
 
 }  // namespace vantorel

@@ -3,18 +3,17 @@
 #include <utility>
 
 #include "platform/base/Exceptions.h"
-#include "platform/compress/Engines.h"
 #include "platform/compress/GzipReader.h"
+#include "platform/compress/MemberDeflater.h"
 
 namespace vantorel {
 
-ZStream::ZStream(bool write, const Ref<IStreamWriter>& writer, const Ref<IStreamReader>& reader,
-                 CompressEngine engine) {
+ZStream::ZStream(bool write, const Ref<IStreamWriter>& writer, const Ref<IStreamReader>& reader) {
   if (write) {
-    deflating_ = NewDeflater(engine);
+    deflating_ = NewDeflater();
     writer_ = writer;
   } else {
-    inflating_ = std::make_unique<GzipReader>(reader, engine);
+    inflating_ = std::make_unique<GzipReader>(reader);
   }
 }
 

@@ -9,7 +9,6 @@
 
 #include "platform/base/Object.h"
 #include "platform/base/Ref.h"
-#include "platform/compress/CompressEngine.h"
 #include "platform/compress/IStreamReader.h"
 #include "platform/compress/IStreamWriter.h"
 #include "platform/text/String.h"
@@ -23,8 +22,7 @@ class ZStream : public Object {
  public:
   // `write` true: deflates what is given to Write into `writer`; `reader` is not used and may be nil.
   // `write` false: inflates what `reader` delivers; `writer` is not used and may be nil.
-  ZStream(bool write, const Ref<IStreamWriter>& writer, const Ref<IStreamReader>& reader,
-          CompressEngine engine = kDefaultCompressEngine);
+  ZStream(bool write, const Ref<IStreamWriter>& writer, const Ref<IStreamReader>& reader);
   // Deflates into `writer` by an engine of the caller's.
   ZStream(std::unique_ptr<MemberDeflater> deflater, const Ref<IStreamWriter>& writer);
   // A member that was not closed stays cut: what has reached the writer until then is all there is.

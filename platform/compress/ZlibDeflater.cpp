@@ -1,5 +1,3 @@
-#include "platform/compress/ZlibDeflater.h"
-
 #define ZLIB_CONST
 #include <zlib.h>
 
@@ -8,7 +6,8 @@
 #include <utility>
 
 #include "platform/base/Exceptions.h"
-#include "platform/compress/IStreamWriter.h"
+#include "platform/compress/MemberDeflater.h"
+#include "platform/compress/PooledState.h"
 
 namespace vantorel {
 
@@ -17,19 +16,17 @@ namespace {
 constexpr int kGzipWindowBits = 15 + 16;
 constexpr int kDefaultMemory = 8;
 constexpr std::size_t kOutputPiece = 32768;
-}  // namespace
-
-struct ZlibDeflateState {
-  ZlibDeflateState() {
+struct State {
+  State() {
     if (deflateInit2(&stream, kDefaultDeflateLevel, Z_DEFLATED, kGzipWindowBits, kDefaultMemory,
                      Z_DEFAULT_STRATEGY) != Z_OK) {
       RaiseOutOfMemoryException();
     }
     PointAtOutput();
   }
-  ~ZlibDeflateState() { deflateEnd(&stream); }
-  ZlibDeflateState(const ZlibDeflateState&) = delete;
-  ZlibDeflateState& operator=(const ZlibDeflateState&) = delete;
+  ~State() { deflateEnd(&stream); }
+  State(const State&) = delete;
+  State& operator=(const State&) = delete;
   void Reset() {
     deflateReset(&stream);
     PointAtOutput();
@@ -55,11 +52,18 @@ struct ZlibDeflateState {
   std::array<Bytef, kOutputPiece> output{};
 };
 
-// The levels below the fourth save little time for what they cost in size.
-ZlibDeflater::ZlibDeflater(int level) {
-  state_->SetLevel(std::max(level, 4));
-}
-ZlibDeflater::~ZlibDeflater() = default;
+class ZlibDeflater : public MemberDeflater {
+ public:
+  // The levels below the fourth save little time for what they cost in size.
+  explicit ZlibDeflater(int level) { state_->SetLevel(std::max(level, 4)); }
+  void Write(std::string_view data, IStreamWriter& writer) override;
+  void Finish(IStreamWriter& writer) override;
+
+ private:
+  void Run(std::string_view data, int flush, IStreamWriter& writer);
+
+  PooledState<State> state_;
+};
 
 void ZlibDeflater::Write(std::string_view data, IStreamWriter& writer) {
   constexpr std::size_t kMost = 1U << 30;  // zlib counts in 32 bits
@@ -82,6 +86,12 @@ void ZlibDeflater::Run(std::string_view data, int flush, IStreamWriter& writer) 
     if (stream.avail_out != 0) break;
     state_->Empty(writer);
   }
+}
+
+}  // namespace
+
+std::unique_ptr<MemberDeflater> NewZlibDeflater(int level) {
+  return std::make_unique<ZlibDeflater>(level);
 }
 
 }  // namespace vantorel

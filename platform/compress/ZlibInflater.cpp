@@ -1,9 +1,9 @@
-#include "platform/compress/ZlibInflater.h"
-
 #define ZLIB_CONST
 #include <zlib.h>
 
 #include "platform/base/Exceptions.h"
+#include "platform/compress/MemberInflater.h"
+#include "platform/compress/PooledState.h"
 
 namespace vantorel {
 
@@ -16,22 +16,26 @@ uInt Clip(std::size_t count) {
   constexpr std::size_t kMost = 1U << 30;
   return static_cast<uInt>(count < kMost ? count : kMost);
 }
-}  // namespace
-
-struct ZlibInflateState {
-  ZlibInflateState() {
+struct State {
+  State() {
     if (inflateInit2(&stream, kGzipWindowBits) != Z_OK) RaiseOutOfMemoryException();
   }
-  ~ZlibInflateState() { inflateEnd(&stream); }
-  ZlibInflateState(const ZlibInflateState&) = delete;
-  ZlibInflateState& operator=(const ZlibInflateState&) = delete;
+  ~State() { inflateEnd(&stream); }
+  State(const State&) = delete;
+  State& operator=(const State&) = delete;
   void Reset() { inflateReset(&stream); }
 
   z_stream stream{};
 };
 
-ZlibInflater::ZlibInflater() = default;
-ZlibInflater::~ZlibInflater() = default;
+class ZlibInflater : public MemberInflater {
+ public:
+  MemberStatus Inflate(std::string_view& input, char* output, std::size_t room,
+                       std::size_t& produced) override;
+
+ private:
+  PooledState<State> state_;
+};
 
 MemberStatus ZlibInflater::Inflate(std::string_view& input, char* output, std::size_t room,
                                    std::size_t& produced) {
@@ -56,6 +60,12 @@ MemberStatus ZlibInflater::Inflate(std::string_view& input, char* output, std::s
     default:
       return MemberStatus::kBadData;
   }
+}
+
+}  // namespace
+
+std::unique_ptr<MemberInflater> NewZlibInflater() {
+  return std::make_unique<ZlibInflater>();
 }
 
 }  // namespace vantorel

@@ -1,7 +1,6 @@
-// Bytes to compress, and gzip members made and undone by zlib itself, for tests over both engines.
+// Bytes to compress, and gzip members made and undone by zlib itself, for tests that run over both builds.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <zlib.h>
 
 #include <cstddef>
@@ -9,15 +8,9 @@
 #include <string>
 #include <string_view>
 
-#include "platform/compress/CompressEngine.h"
-
 namespace vantorel::testing {
 
 inline constexpr std::size_t kHeader = 10;
-
-inline std::string EngineName(const ::testing::TestParamInfo<CompressEngine>& engine) {
-  return engine.param == CompressEngine::kZlib ? "Zlib" : "Fast";
-}
 
 // Text-like: words of a small vocabulary, the same on every run.
 inline std::string Words(std::size_t size, unsigned seed = 1) {

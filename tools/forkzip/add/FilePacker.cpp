@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "platform/compress/Engines.h"
 #include "tools/forkzip/add/PackedKind.h"
 
 namespace vantorel::forkzip {
@@ -20,7 +19,7 @@ Ref<FileSource> FilePacker::SourceOf(const PlannedItem& item) {
 }
 
 std::unique_ptr<MemberDeflater> FilePacker::NewDeflater() {
-  return vantorel::NewDeflater(kDefaultCompressEngine, std::exchange(next_, ways_));
+  return vantorel::NewDeflater(std::exchange(next_, ways_));
 }
 
 }  // namespace vantorel::forkzip

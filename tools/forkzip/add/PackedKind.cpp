@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/compress/Engines.h"
 #include "platform/compress/IStreamWriter.h"
+#include "platform/compress/MemberDeflater.h"
 
 namespace vantorel::forkzip {
 
@@ -59,7 +59,7 @@ std::string Piece(int file, std::uint64_t position, std::size_t size) {
 
 bool Shrinks(std::string_view piece) {
   const auto packed = New<Counter>();
-  const auto deflater = NewDeflater(kDefaultCompressEngine, {1});
+  const auto deflater = NewDeflater({.level = 1});
   deflater->Write(piece, *packed);
   deflater->Finish(*packed);
   return packed->count + piece.size() / 64 < piece.size();

@@ -10,7 +10,7 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/compress/Engines.h"
+#include "platform/compress/MemberDeflater.h"
 #include "platform/compress/IStreamWriter.h"
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/jobs/JobCount.h"
@@ -185,7 +185,7 @@ void PackAhead::ReadAndDeflate(Packed& file) {
   Pieces pieces(*this, file);
   if (source.Open()) {
     const DeflateWays ways = WaysFor(source.File(), file.item.size);
-    const auto deflater = vantorel::NewDeflater(kDefaultCompressEngine, ways);
+    const auto deflater = vantorel::NewDeflater(ways);
     std::uint64_t left = file.item.size;
     while (left != 0 && source.Error() == 0 && !IsStopped()) {
       const String bytes = source.Read(kReadSize);
