@@ -1,5 +1,7 @@
-// The file operations that failed last, kept for the report of a fault that follows from one: what cannot be
-// opened is nil, and the fault of a call through nil cannot tell why by itself.
+// The file operation that failed last, kept for the report of a fault that follows from it: what cannot be
+// opened is nil, and the fault of a call through nil cannot tell why by itself. Only operations whose callers
+// go on without a test for nil are noted: those that answer a question, such as whether a file is there, may
+// well fail.
 #pragma once
 
 #include <string>
@@ -10,9 +12,8 @@ namespace vantorel {
 
 // Notes that `operation` ("open", "make the folder", …) on `path` failed with that errno. errno stays.
 void NoteFailure(std::string_view operation, std::string_view path, int error_number);
-
-// Forgets what was noted of `path`, since an operation on it has succeeded: such a refusal was harmless.
-void ForgetFailures(std::string_view path);
+// Forgets it, since an operation has succeeded.
+void ForgetFailures();
 
 struct Failure {
   std::string operation;
@@ -20,7 +21,7 @@ struct Failure {
   int error_number;
 };
 
-// Up to the last three, oldest first.
+// The last failure, behind those of the folders that it lies in, which may have led to it.
 const std::vector<Failure>& RecentFailures();
 
 }  // namespace vantorel

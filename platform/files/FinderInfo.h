@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdint>
 
+#include "platform/text/String.h"
+
 namespace vantorel {
 
 struct FinderInfo {
@@ -17,6 +19,10 @@ struct FinderInfo {
   std::uint8_t extended_flags = 0;  // fdXFlags
 
   bool operator==(const FinderInfo&) const = default;
+  // The 4 bytes, or the empty string where none is set.
+  String TypeText() const;
+  String CreatorText() const;
+
   // True if nothing is set, so that nothing need be stored.
   bool IsEmpty() const { return *this == FinderInfo{}; }
 

@@ -3,7 +3,8 @@
 //
 // Classic attributes (type, creator, Finder flags, resource fork) lie in an AppleDouble v2 file `._name`
 // beside `name` (RFC 1740). It is made only when there is something to hold, is hidden from listings while
-// `name` exists, and follows rename and delete.
+// `name` exists, and follows rename and delete. One that may not be read cannot be known as such: it is
+// listed as a member of its folder and left alone.
 #pragma once
 
 #include <cstdint>
@@ -23,6 +24,12 @@
 struct stat;
 
 namespace vantorel {
+
+// What the side file of an item holds; nothing set where there is none.
+struct MacData {
+  FinderInfo finder;
+  std::int32_t fork_length = 0;
+};
 
 class FolderItem : public Object {
  public:
@@ -63,19 +70,15 @@ class FolderItem : public Object {
   Ref<Date> CreationDate() const;
   void SetCreationDate(const Ref<Date>& date);
 
-  // 4 bytes, or empty where the file has none. A shorter one is filled up with blanks, a longer one cut.
-  // Those that give a number give 0, or a negative error code (-errno) if the side file refused.
+  // 4 bytes, or empty where the file has none, as where the side file cannot be read. A shorter one is filled
+  // up with blanks, a longer one cut. Those that give a number give 0, or a negative error code (-errno).
   String MacType() const;
   std::int32_t SetMacType(const String& type);
   String MacCreator() const;
   std::int32_t SetMacCreator(const String& creator);
-  FinderInfo GetFinderInfo() const;
-  // Leaves `info` untouched on an error.
-  std::int32_t GetFinderInfo(FinderInfo& info) const;
   std::int32_t SetFinderInfo(const FinderInfo& info);
-  // Where the classic attributes came out empty since the system refused to read the side file: its number
-  // for the first refusal that this object met, negative; else 0.
-  std::int32_t SideFileError() const { return side_file_error_; }
+  // All of it at once, and whether the side file could be read. Leaves `data` untouched on an error.
+  std::int32_t GetMacData(MacData& data) const;
 
   bool Locked() const;  // no write bit for the owner
   void SetLocked(bool locked);
@@ -122,11 +125,9 @@ class FolderItem : public Object {
   std::optional<struct stat> Status() const;
   // The path of a member of this folder, empty if the name could not be one.
   std::string MemberPath(const String& name) const;
-  void NoteSideFileError(std::int32_t error) const;
 
   std::string path_;
   std::optional<FolderListing> listing_;
-  mutable std::int32_t side_file_error_ = 0;
 };
 
 // The item at a path string; nil for an empty path. `mode` is always 0.

@@ -14,35 +14,34 @@ namespace vantorel {
 
 namespace {
 
-// Keeps the reason, should the nil become a fault.
-Ref<BinaryStream> NotingFailure(const char* operation, const std::string& path, Ref<BinaryStream> stream) {
-  if (stream) {
-    ForgetFailures(path);
-  } else {
+// The stream as a text, or nil, which may become a fault: the reason is kept for it.
+template <typename Text>
+Ref<Text> AsText(const Ref<BinaryStream>& stream, const char* operation, const std::string& path) {
+  if (!stream) {
     NoteFailure(operation, path, errno);
+    return nil;
   }
-  return stream;
+  ForgetFailures();
+  return New<Text>(stream);
 }
 
 }  // namespace
 
 Ref<BinaryStream> FolderItem::OpenAsBinaryFile(bool writable) const {
-  return NotingFailure("open", path_, OpenRegularFile(path_, writable ? O_RDWR : O_RDONLY));
+  return OpenRegularFile(path_, writable ? O_RDWR : O_RDONLY);
 }
 
 Ref<BinaryStream> FolderItem::CreateBinaryFile(const String& /*file_type*/) {
-  return NotingFailure("create", path_, MakeFile(path_));
+  return MakeFile(path_);
 }
 
 Ref<TextInputStream> FolderItem::OpenAsTextFile() const {
-  const Ref<BinaryStream> stream = OpenAsBinaryFile(false);
-  return stream ? New<TextInputStream>(stream) : nil;
+  return AsText<TextInputStream>(OpenAsBinaryFile(false), "open", path_);
 }
 
 Ref<TextOutputStream> FolderItem::CreateTextFile() {
-  const Ref<BinaryStream> stream =
-      NotingFailure("create", path_, OpenRegularFile(path_, O_WRONLY | O_CREAT | O_TRUNC));
-  return stream ? New<TextOutputStream>(stream) : nil;
+  const auto stream = OpenRegularFile(path_, O_WRONLY | O_CREAT | O_TRUNC);
+  return AsText<TextOutputStream>(stream, "create", path_);
 }
 
 void FolderItem::Delete() {

@@ -10,10 +10,6 @@ namespace {
 
 using Code = std::array<char, 4>;
 
-String CodeText(const Code& code) {
-  return code == Code{} ? String() : String::Bytes({code.data(), code.size()});
-}
-
 Code CodeOf(const String& text) {
   Code code{};
   if (!text.empty()) code.fill(' ');
@@ -24,17 +20,10 @@ Code CodeOf(const String& text) {
 
 }  // namespace
 
-FinderInfo FolderItem::GetFinderInfo() const {
-  FinderInfo info;
-  GetFinderInfo(info);
-  return info;
-}
-
-std::int32_t FolderItem::GetFinderInfo(FinderInfo& info) const {
+std::int32_t FolderItem::GetMacData(MacData& data) const {
   SideFile side_file(path_, SideFile::Access::kRead);
-  const FinderInfo present = side_file.GetFinderInfo();
-  NoteSideFileError(side_file.Error());
-  if (side_file.Error() == 0) info = present;
+  const MacData present{side_file.GetFinderInfo(), side_file.ForkLength()};
+  if (side_file.Error() == 0) data = present;
   return side_file.Error();
 }
 
@@ -45,35 +34,35 @@ std::int32_t FolderItem::SetFinderInfo(const FinderInfo& info) {
 }
 
 String FolderItem::MacType() const {
-  return CodeText(GetFinderInfo().type);
+  MacData data;
+  GetMacData(data);
+  return data.finder.TypeText();
 }
 
 std::int32_t FolderItem::SetMacType(const String& type) {
-  FinderInfo info;
-  if (const std::int32_t error = GetFinderInfo(info)) return error;
-  info.type = CodeOf(type);
-  return SetFinderInfo(info);
+  MacData data;
+  if (const std::int32_t error = GetMacData(data)) return error;
+  data.finder.type = CodeOf(type);
+  return SetFinderInfo(data.finder);
 }
 
 String FolderItem::MacCreator() const {
-  return CodeText(GetFinderInfo().creator);
+  MacData data;
+  GetMacData(data);
+  return data.finder.CreatorText();
 }
 
 std::int32_t FolderItem::SetMacCreator(const String& creator) {
-  FinderInfo info;
-  if (const std::int32_t error = GetFinderInfo(info)) return error;
-  info.creator = CodeOf(creator);
-  return SetFinderInfo(info);
+  MacData data;
+  if (const std::int32_t error = GetMacData(data)) return error;
+  data.finder.creator = CodeOf(creator);
+  return SetFinderInfo(data.finder);
 }
 
 std::int32_t FolderItem::ResourceForkLength() const {
-  SideFile side_file(path_, SideFile::Access::kRead);
-  NoteSideFileError(side_file.Error());
-  return side_file.ForkLength();
-}
-
-void FolderItem::NoteSideFileError(std::int32_t error) const {
-  if (side_file_error_ == 0) side_file_error_ = error;
+  MacData data;
+  GetMacData(data);
+  return data.fork_length;
 }
 
 }  // namespace vantorel

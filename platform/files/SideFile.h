@@ -31,7 +31,7 @@ class SideFile {
   // True for a name of the form of a side file's; the second gives the name of its item.
   static bool IsNamedLikeOne(std::string_view name);
   static std::string ItemNameOf(const std::string& name);
-  // True if there is an AppleDouble file at `path`.
+  // True if there is an AppleDouble file at `path`, as far as it can be read.
   static bool IsOne(const std::string& path);
   // Moves the side file of an item that is about to be renamed. 0 if that is done or there is none, else the
   // system's error: EEXIST if another one is in the way, or would become the item's.

@@ -77,17 +77,21 @@ TEST_F(WindowsTest, UnreachableAndNothingInstalledIsSaid) {
 }
 
 TEST_F(WindowsTest, AFaultIsShownWithItsCause) {
-  GetFolderItem("/nowhere/version")->OpenAsTextFile();
+  GetFolderItem("/nowhere/download")->CreateTextFile();
+  GetFolderItem("/proc/none")->CreateAsFolder();
+  GetFolderItem("/proc/none/version")->OpenAsTextFile();
+  GetFolderItem("/nowhere/optional")->OpenAsBinaryFile(false);
   const auto show = [&](const RuntimeException& fault) {
     Window1::Implicit();
     ShowFault(fault);
     EXPECT_TRUE(_GetImplicitWindow("Window1") == nil) << "what is left of the program runs on";
     return screen_.messages.back();
   };
-  EXPECT_EQ(
-      show(NilObjectException()),
-      "Vantorel muss beendet werden.\n\nWahrscheinliche Ursache: /nowhere/version: Datei oder Verzeichnis "
-      "nicht gefunden");
+  const std::string reason = ": Datei oder Verzeichnis nicht gefunden";
+  EXPECT_EQ(show(NilObjectException()),
+            "Vantorel muss beendet werden.\n\nWahrscheinliche Ursache: /proc/none" + reason +
+                "\nWahrscheinliche Ursache: /proc/none/version" + reason)
+      << "another refusal than the last, or one that a caller tests for, is named, or the folder's is not";
   EXPECT_EQ(show(RuntimeException("no memory")),
             "Vantorel muss beendet werden.\n\nEin unerwarteter Fehler ist aufgetreten (no memory).")
       << "a failure that has nothing to do with the fault is named";

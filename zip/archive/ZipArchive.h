@@ -150,6 +150,10 @@ class ZipArchive : public Object {
   virtual Ref<MemoryBlock> MakeMacBinaryHeader(std::int32_t dataLength, std::int32_t rsrcLength,
                                                const String& name, const String& type, const String& creator,
                                                const Ref<Date>& created, const Ref<Date>& modified);
+  // The others take Finder data that cannot be read for none; for who has read them himself.
+  Ref<MemoryBlock> MakeMacBinaryHeader(const Ref<FolderItem>& item, std::int32_t dataLength,
+                                       std::int32_t rsrcLength, const String& name,
+                                       const FinderInfo& catalog);
   // A number from 0 to 2^32 - 1 as the signed number of the same bit pattern.
   virtual std::int32_t z_dblToLong(double value);
   // A ZPIT record for an item, with its own name or the given one; none (nil) for a folder with no name.

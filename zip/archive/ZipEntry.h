@@ -170,7 +170,8 @@ class ZipEntry : public Object {
   virtual bool ApplyUnixPermissions(const Ref<FolderItem>& item);
   // Extraction to a file or folder, with forks and metadata. `mac_binary`: unwrap MacBinary and use the
   // companion; `make_executable`: a file of no known mode that is no text gets the execute bits. An existing
-  // file is replaced, and lost if the extraction fails. False with a message. A folder fails if its companion
+  // file is replaced, and lost if the extraction fails. False with a message; "No destination given" also
+  // where MakeDestination gave nil, since a symbolic link is in the way. A folder fails if its companion
   // is longer than a header of 82 bytes, as real ones are.
   virtual bool Extract(const Ref<FolderItem>& destination, bool mac_binary, bool make_executable);
   virtual bool ApplyUnixPermissions(const Ref<FolderItem>& item, std::int32_t attributes);

@@ -29,11 +29,12 @@ void CopyCode(const MemoryBlock& block, std::int32_t offset, std::array<char, 4>
 // A folder has neither type nor creator. What the item holds already and cannot be read cannot be changed
 // either: that is worth a sound.
 std::int32_t ApplyFinderInfo(FolderItem& item, const MemoryBlock& block) {
-  FinderInfo info;
-  if (const std::int32_t error = item.GetFinderInfo(info)) {
+  MacData present;
+  if (const std::int32_t error = item.GetMacData(present)) {
     Beep();
     return error;
   }
+  FinderInfo& info = present.finder;
   if (!item.Directory()) {
     CopyCode(block, Mac::kType, info.type);
     CopyCode(block, Mac::kCreator, info.creator);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <random>
 
-#include "tests/support/FileSizeLimit.h"
+#include "tests/support/ResourceLimit.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace vantorel::testing {
@@ -83,7 +83,7 @@ TEST(BinaryStream, AWriteThatFailsShowsInErrorAndLength) {
   EXPECT_TRUE(reader->WriteError() && reader->Length() == 0) << "written without leave";
   for (const std::size_t size : {std::size_t{10}, BinaryStream::kDirect + 10}) {
     File file;
-    const FileSizeLimit full_disk(4);  // takes the part that fits, then none
+    const ResourceLimit full_disk(RLIMIT_FSIZE, 4);  // takes the part that fits, then none
     file.stream->Write(String::Adopt(std::string(size, 'x'), nil));
     EXPECT_EQ(file.stream->Length(), 4U);
     EXPECT_TRUE(file.stream->WriteError());

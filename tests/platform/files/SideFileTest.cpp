@@ -7,8 +7,8 @@
 
 #include "platform/base/ByteOrder.h"
 #include "platform/files/FolderItem.h"
-#include "tests/support/FileSizeLimit.h"
 #include "tests/support/Forks.h"
+#include "tests/support/ResourceLimit.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace vantorel::testing {
@@ -56,7 +56,14 @@ TEST(SideFile, HoldsWhatWasSetAndNothingMore) {
   const std::string finder = std::string("TEXTR*  \x4A\x0B\xFF\xFE\0\3\0\4", 16) + std::string(8, '\0') +
                              "\x81\x20" + std::string(6, '\0');
   EXPECT_EQ(scratch.Read("._name"), AppleDoubleOf({{9, finder}, {2, "fork"}}));
-  EXPECT_EQ(item->GetFinderInfo(), info);
+  MacData data;
+  {
+    const ResourceLimit no_more_files(RLIMIT_NOFILE, 0);
+    EXPECT_EQ(item->GetMacData(data), -EMFILE);
+    EXPECT_EQ(data.fork_length, 0);
+  }
+  EXPECT_EQ(item->GetMacData(data), 0) << "a refusal is told for ever";
+  EXPECT_EQ(data.finder, info);
   EXPECT_EQ(ForkOf(item), "fork");
 }
 
@@ -247,7 +254,7 @@ TEST(ResourceFork, AFullDiskShowsAtCloseAndLeavesNoHalfFile) {
   const ScratchFolder scratch;
   std::int32_t error = 0;
   const auto fork = ResourceFork::Open(scratch.Write("name", ""), ResourceFork::Access::kReadWrite, error);
-  const FileSizeLimit full_disk(100);
+  const ResourceLimit full_disk(RLIMIT_FSIZE, 100);
   fork->Write(std::string(200, 'x'));
   EXPECT_EQ(fork->Close(), -EFBIG);
   EXPECT_FALSE(scratch.Has("._name"));

@@ -3,10 +3,10 @@
 #include <unistd.h>
 
 #include "platform/text/TextFunctions.h"
-#include "tests/support/FileSizeLimit.h"
 #include "tests/support/Forks.h"
 #include "tests/support/MacBytes.h"
 #include "tests/support/OpenZip.h"
+#include "tests/support/ResourceLimit.h"
 #include "zip/archive/ZipExtractor.h"
 
 namespace vantorel::testing {
@@ -32,7 +32,9 @@ std::string ExtractTo(const ScratchFolder& folder, const std::string& name, cons
 
 // Type, creator, flags, script and extended flags of a file, and its resource fork.
 std::string MacFacts(const ScratchFolder& folder, const std::string& name) {
-  const FinderInfo info = folder.Item(name)->GetFinderInfo();
+  MacData data;
+  EXPECT_EQ(folder.Item(name)->GetMacData(data), 0);
+  const FinderInfo& info = data.finder;
   return std::string(info.type.data(), 4) + std::string(info.creator.data(), 4) + " " +
          std::string(Hex(info.flags).view()) + " " +
          std::string(Hex(info.script << 8 | info.extended_flags).view()) + " " + ForkOf(folder.Item(name));
@@ -81,7 +83,7 @@ TEST(Extract, AFailureLeavesNoFile) {
   folder.Write("f", "old");
   ZipMember member = DeflatedMember("f", std::string(100000, 'x'));
   {
-    const FileSizeLimit limit(50000);
+    const ResourceLimit limit(RLIMIT_FSIZE, 50000);
     EXPECT_EQ(ExtractTo(folder, "f", member), "File write error (disk full?)");
     EXPECT_FALSE(folder.Has("f")) << "the earlier file is lost";
   }

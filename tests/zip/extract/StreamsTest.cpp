@@ -4,7 +4,7 @@
 
 #include <limits>
 
-#include "tests/support/FileSizeLimit.h"
+#include "tests/support/ResourceLimit.h"
 #include "tests/support/ScratchFolder.h"
 #include "zip/extract/FileReader.h"
 #include "zip/extract/FileWriter.h"
@@ -56,7 +56,7 @@ TEST(FileWriter, AFullDiskShowsAtCloseOnly) {
   const auto writer = New<FileWriter>(folder.Item("a"));
   ASSERT_TRUE(writer->Open());
   {
-    const FileSizeLimit limit(4);
+    const ResourceLimit limit(RLIMIT_FSIZE, 4);
     EXPECT_TRUE(writer->Write("0123456789"));
     EXPECT_FALSE(writer->Flush() || writer->Close());
   }
@@ -66,7 +66,7 @@ TEST(FileWriter, AFullDiskShowsAtCloseOnly) {
   ASSERT_TRUE(writer->Open());
   writer->written = 0;
   {
-    const FileSizeLimit limit(1000);
+    const ResourceLimit limit(RLIMIT_FSIZE, 1000);
     writer->Write(String::Bytes(std::string(20000, 'x')));
   }
   writer->Write(String::Bytes(std::string(20000, 'y')));

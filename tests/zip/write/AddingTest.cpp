@@ -1,8 +1,8 @@
 // Files and folders on their way in: sizes, paths, order, links, permissions, failures, MacBinary.
-#include "tests/support/FileSizeLimit.h"
 #include "tests/support/Forks.h"
 #include "tests/support/MacBytes.h"
 #include "tests/support/RecordingMonitor.h"
+#include "tests/support/ResourceLimit.h"
 #include "tests/zip/write/WriteSupport.h"
 
 namespace vantorel::testing {
@@ -90,7 +90,7 @@ TEST(AddingFolders, TheMonitorDecidesBehindAFailure) {
     const auto monitor = New<WalkMonitor>();
     monitor->stop_before = stop_before;
     if (watch == kMonitor) archive->SetProgressMonitor(monitor);
-    const FileSizeLimit limit(100000);
+    const ResourceLimit limit(RLIMIT_FSIZE, 100000);
     EXPECT_EQ(archive->AddFolderContents(scratch.Item("t"), "", 0, false), end == kWhole) << stop_before;
     EXPECT_TRUE(archive->Close());
     EXPECT_EQ(NamesOf(scratch), names) << stop_before;

@@ -1,6 +1,6 @@
-#include "tests/support/FileSizeLimit.h"
 #include "tests/support/MacBytes.h"
 #include "tests/support/RecordingMonitor.h"
+#include "tests/support/ResourceLimit.h"
 #include "tests/zip/write/WriteSupport.h"
 
 namespace vantorel::testing {
@@ -57,7 +57,7 @@ TEST(EntryWriter, NoticesAFullDisk) {
     const auto archive = Open(scratch);
     Add(*archive, "a", "text");
     {
-      const FileSizeLimit limit(static_cast<rlim_t>(archive->startOfDirInArchive) + 10);
+      const ResourceLimit limit(RLIMIT_FSIZE, static_cast<rlim_t>(archive->startOfDirInArchive) + 10);
       EXPECT_EQ(Add(*archive, "lost", bytes), -2) << bytes.size();
       EXPECT_EQ(Text(archive->errmsg), "Write error, the archived item may be corrupted");
     }

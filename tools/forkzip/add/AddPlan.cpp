@@ -140,12 +140,12 @@ bool AddPlan::GoesWithItsFile(const std::string& path_prefix, const std::vector<
       IsIn(names, file) && lstat((path_prefix + file).c_str(), &status) == 0 && S_ISREG(status.st_mode);
   if (!wrappable) return false;
   const auto item = GetFolderItem(String::Bytes(path_prefix + file));
-  const bool goes = item->ResourceForkLength() > 0 ||
-                    (options_.mac_binary == MacBinary::kAlways && !item->GetFinderInfo().IsEmpty());
-  if (item->SideFileError() == 0) return goes;
-  problems_.Add(ExitCode::kFileError, path_prefix + name,
-                WithCause("left out, cannot be read", -item->SideFileError()));
-  return true;
+  MacData data;
+  if (const std::int32_t error = item->GetMacData(data)) {
+    problems_.Add(ExitCode::kFileError, path_prefix + name, WithCause("left out, cannot be read", -error));
+    return true;
+  }
+  return data.fork_length > 0 || (options_.mac_binary == MacBinary::kAlways && !data.finder.IsEmpty());
 }
 
 void AddPlan::AddFolder(const std::string& path, const std::string& name) {

@@ -39,10 +39,10 @@ std::string TimestampRecord(const timespec& modified) {
          LittleEndian32(static_cast<std::uint32_t>(modified.tv_sec));
 }
 
-// Type and creator of a file with a side file, if it has any.
-std::string TypeRecord(const Ref<ZipArchive>& archive, const Ref<FolderItem>& file) {
-  if (file->MacType().empty() && file->MacCreator().empty()) return {};
-  return std::string(archive->MakeZipExtraField(file, "")->AsData().view());
+// Type and creator of a file, if it has any.
+std::string TypeRecord(const Ref<ZipArchive>& archive, const FinderInfo& info) {
+  if (info.TypeText().empty() && info.CreatorText().empty()) return {};
+  return std::string(archive->MakeZipExtraField(info.TypeText(), info.CreatorText(), "")->AsData().view());
 }
 
 String NameOf(const PlannedItem& item) {
@@ -99,29 +99,32 @@ bool MemberWriter::AddItem(const PlannedItem& item, bool side_file_is_member) {
   if (const std::string why = Refusal(item); !why.empty()) return TakeBack(item, why);
   if (item.kind == PlannedItem::Kind::kLink) return AddLink(item);
   // A side file that is a member itself says all there is to say.
-  if (side_file_is_member) return AddPlain(item, nil);
+  if (side_file_is_member) return AddPlain(item, {});
   Ref<FolderItem> file;
   if (item.kind == PlannedItem::Kind::kFile &&
       (item.has_side_file || options_.mac_binary == MacBinary::kAlways))
     file = GetFolderItem(String::Bytes(item.Source()));
-  return IsToBeWrapped(item, file) ? AddWrapped(item, file) : AddPlain(item, file);
+  MacData mac;
+  if (const std::int32_t error = file ? file->GetMacData(mac) : 0)
+    return TakeBack(item, WithCause(kNoMacData, -error));
+  return file && IsToBeWrapped(item, mac) ? AddWrapped(item, file, mac) : AddPlain(item, mac.finder);
 }
 
 // Folders have no forks and are never wrapped, though the engine would: other programs would see files.
-bool MemberWriter::IsToBeWrapped(const PlannedItem& item, const Ref<FolderItem>& file) const {
-  if (!file || options_.mac_binary == MacBinary::kNever) return false;
+bool MemberWriter::IsToBeWrapped(const PlannedItem& item, const MacData& mac) const {
+  if (options_.mac_binary == MacBinary::kNever) return false;
   if (options_.mac_binary == MacBinary::kAlways && !IsSideFile(item.name)) return true;
-  return item.has_side_file && file->ResourceForkLength() > 0;
+  return item.has_side_file && mac.fork_length > 0;
 }
 
-bool MemberWriter::AddPlain(const PlannedItem& item, const Ref<FolderItem>& file) {
+bool MemberWriter::AddPlain(const PlannedItem& item, const FinderInfo& info) {
   const bool is_file = item.kind == PlannedItem::Kind::kFile;
   const auto source = is_file ? packer_.SourceOf(item) : Ref<FileSource>();
-  const std::string extra = (file ? TypeRecord(archive_, file) : "") + TimestampRecord(item.modified);
+  const std::string extra = TypeRecord(archive_, info) + TimestampRecord(item.modified);
   const std::int32_t index =
       archive_->AddItemByStreams(source, ToSInt32(item.size), nil, 0, nil, NameOf(item),
                                  archive_->MakeZipExtraField(String::Bytes(extra)), TimeOf(item));
-  return Settle(item, source, file, index);
+  return Settle(item, source, index);
 }
 
 bool MemberWriter::AddLink(const PlannedItem& item) {
@@ -132,29 +135,27 @@ bool MemberWriter::AddLink(const PlannedItem& item) {
   const std::int32_t index = archive_->AddItemByStreams(
       New<TextSource>(String::Bytes(bytes)), ToSInt32(bytes.size()), nil, 0, nil, NameOf(item),
       archive_->MakeZipExtraField(String::Bytes(TimestampRecord(item.modified))), TimeOf(item));
-  return Settle(item, nil, nil, index);
+  return Settle(item, nil, index);
 }
 
 // The engine adds files in MacBinary by itself too, but tells less of what goes wrong, and knows the file by
 // no other name than its own.
-bool MemberWriter::AddWrapped(const PlannedItem& item, const Ref<FolderItem>& file) {
+bool MemberWriter::AddWrapped(const PlannedItem& item, const Ref<FolderItem>& file, const MacData& mac) {
   const auto source = New<FileSource>(item.Source(), item.size);
-  const std::int32_t fork_length = file->ResourceForkLength();
-  const auto fork = fork_length > 0 ? New<RsrcForkReader>(file) : Ref<RsrcForkReader>();
+  const auto fork = mac.fork_length > 0 ? New<RsrcForkReader>(file) : Ref<RsrcForkReader>();
   const std::string leaf = item.name.substr(item.name.find_last_of('/') + 1);
-  const Ref<MemoryBlock> header = archive_->MakeMacBinaryHeader(
-      file, ToSInt32(item.size), fork_length, DefineEncoding(String::Bytes(leaf), Encodings::UTF8()));
-  const std::int32_t index =
-      archive_->AddItemByStreams(source, ToSInt32(item.size), fork, fork_length, header, NameOf(item),
-                                 archive_->MakeZipExtraField(file), TimeOf(item));
+  const Ref<MemoryBlock> header =
+      archive_->MakeMacBinaryHeader(file, ToSInt32(item.size), mac.fork_length,
+                                    DefineEncoding(String::Bytes(leaf), Encodings::UTF8()), mac.finder);
+  const std::int32_t index = archive_->AddItemByStreams(
+      source, ToSInt32(item.size), fork, mac.fork_length, header, NameOf(item),
+      archive_->MakeZipExtraField(mac.finder.TypeText(), mac.finder.CreatorText(), file->Name()),
+      TimeOf(item));
   if (fork && fork->errCode != 0) return TakeBack(item, WithCause(kNoMacData, -fork->errCode));
-  return Settle(item, source, file, index);
+  return Settle(item, source, index);
 }
 
-bool MemberWriter::Settle(const PlannedItem& item, const Ref<FileSource>& source, const Ref<FolderItem>& file,
-                          std::int32_t index) {
-  if (file && file->SideFileError() != 0)
-    return TakeBack(item, WithCause(kNoMacData, -file->SideFileError()));
+bool MemberWriter::Settle(const PlannedItem& item, const Ref<FileSource>& source, std::int32_t index) {
   if (source && source->Error() != 0)
     return TakeBack(item, WithCause("left out, cannot be read", source->Error()));
   if (index <= 0) return TakeBack(item, Utf8(archive_->ErrorMessage()));

@@ -35,14 +35,12 @@ class MemberWriter {
   // Why an item can be no member, or nothing.
   std::string Refusal(const PlannedItem& item) const;
   bool AddItem(const PlannedItem& item, bool side_file_is_member);
-  // `file` is the item on disk if it has forks and Finder data, else nil.
-  bool IsToBeWrapped(const PlannedItem& item, const Ref<FolderItem>& file) const;
-  bool AddPlain(const PlannedItem& item, const Ref<FolderItem>& file);
+  bool IsToBeWrapped(const PlannedItem& item, const MacData& mac) const;
+  bool AddPlain(const PlannedItem& item, const FinderInfo& info);
   bool AddLink(const PlannedItem& item);
-  bool AddWrapped(const PlannedItem& item, const Ref<FolderItem>& file);
-  // Sees to what the engine answered to an addition from `source` and `file`, nil if it was from no file.
-  bool Settle(const PlannedItem& item, const Ref<FileSource>& source, const Ref<FolderItem>& file,
-              std::int32_t index);
+  bool AddWrapped(const PlannedItem& item, const Ref<FolderItem>& file, const MacData& mac);
+  // Sees to what the engine answered to an addition from `source`, nil if it was from no file.
+  bool Settle(const PlannedItem& item, const Ref<FileSource>& source, std::int32_t index);
   // Takes back what came of an item, which is then a problem.
   bool TakeBack(const PlannedItem& item, const std::string& why);
   void SetAttributes(const PlannedItem& item, const Ref<ZipEntry>& entry) const;

@@ -10,8 +10,8 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/compress/MemberDeflater.h"
 #include "platform/compress/IStreamWriter.h"
+#include "platform/compress/MemberDeflater.h"
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/jobs/JobCount.h"
 
