@@ -89,15 +89,19 @@ std::size_t BinaryStream::ReadInto(char* buffer, std::size_t count) {
   return done;
 }
 
+std::int64_t BinaryStream::ReadAt(char* buffer, std::size_t count, std::uint64_t position) {
+  return pread(descriptor_, buffer, count, AsOffset(position));
+}
+
 void BinaryStream::Fill() {
   if (!window_) window_ = std::make_unique_for_overwrite<char[]>(kWindow);
   const bool goes_on = window_size_ > 0 && position_ == window_start_ + window_size_;
   next_fill_ = goes_on ? std::min(next_fill_ * 2, kWindow) : kFirstFill;
   window_start_ = position_;
   window_size_ = 0;
-  ssize_t got = 0;
+  std::int64_t got = 0;
   do {
-    got = pread(descriptor_, window_.get(), next_fill_, AsOffset(position_));
+    got = ReadAt(window_.get(), next_fill_, position_);
   } while (got < 0 && errno == EINTR);
   if (got < 0) NoteReadError(errno);
   if (got > 0) window_size_ = static_cast<std::size_t>(got);
@@ -106,7 +110,7 @@ void BinaryStream::Fill() {
 std::size_t BinaryStream::ReadDirect(char* buffer, std::size_t count) {
   std::size_t done = 0;
   while (done < count) {
-    const ssize_t got = pread(descriptor_, buffer + done, count - done, AsOffset(position_));
+    const std::int64_t got = ReadAt(buffer + done, count - done, position_);
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) NoteReadError(errno);
     if (got <= 0) break;

@@ -80,6 +80,10 @@ class BinaryStream : public Object {
   // Flushes and closes. Afterwards the stream is an empty file that takes nothing.
   void Close();
 
+ protected:
+  // As pread on the file: all reading goes through here, a window or a large transfer at a time.
+  virtual std::int64_t ReadAt(char* buffer, std::size_t count, std::uint64_t position);
+
  private:
   // The `count` buffered bytes at the position; nullptr if they are not all there.
   const char* Buffered(std::size_t count) const {

@@ -4,6 +4,7 @@
 import json
 import os
 import pty
+import struct
 import subprocess
 import unittest
 import zipfile
@@ -18,6 +19,9 @@ def true_name(info):
 
 
 class Listing(ForkzipTest):
+    def run_shell(self, command):
+        subprocess.run(command, shell=True, cwd=self.root, check=True, capture_output=True)
+
     def test_archives_of_other_tools(self):
         self.write("t/plain.txt", "words " * 400)
         self.write("t/Größe/日本.txt", b"\0\1\2")
@@ -56,6 +60,79 @@ class Listing(ForkzipTest):
                 self.expect(0, "cat", "--encoding", encoding, self.zip, "Größe")
                 self.expect(0, "extract", "-q", "--encoding", encoding, self.zip, "-d", encoding)
                 self.assertEqual(os.listdir(self.root / encoding), ["Größe"])
+
+    def test_what_other_programs_read_too(self):
+        self.write("f", "words " * 100)
+        self.zip.write_bytes(archive(Member("f", b"1")))
+        plain, umlaut, mac = self.zip.read_bytes(), "Größe".encode("cp437"), ("__MACOSX/._f", apple_double(b"fork"))
+        unicode_path = struct.pack("<HHBI", 0x7075, 5 + 7, 1, zlib.crc32(umlaut)) + "Größe".encode()
+        stale_path = unicode_path.replace(struct.pack("<I", zlib.crc32(umlaut)), bytes(4))
+        times = struct.pack("<HHBI", 0x5455, 5, 1, 1700000000)
+        dos_folder = bytearray(archive(Member("d", mode=0), Member("d/g", b"2")))
+        at = dos_folder.index(b"PK\1\2")
+        dos_folder[at + 5], dos_folder[at + 38] = 0, 0x10
+        self.run_shell("echo hi | zip -q st.zip -; echo hi | 7zz a -bd -siq 7z.zip; "
+                       " (echo '#!/bin/sh'; cat a.zip) > sfx.zip; zip -q z.zip f; (echo '#!/bin/sh'; cat z.zip) > sfxa.zip; zip -A sfxa.zip")
+        read = lambda name: (self.root / name).read_bytes()
+        cases = [  # what, archive, options, names
+            ("a program in front", read("sfx.zip"), [], ["f"]),
+            ("the same with offsets that count it", read("sfxa.zip"), [], ["f"]),
+            ("a mark of one part", b"PK00" + plain, [], ["f"]),
+            ("an archive in front", archive(Member("x", b"no")) + plain, [], ["f"]),
+            ("zip of a stream", read("st.zip"), [], ["-"]),
+            ("7zz of a stream", read("7z.zip"), [], ["q"]),
+            ("a version without need", archive(Member("f", b"1", version=45), Member("g", b"2")), [], ["f", "g"]),
+            ("a Unicode Path", archive(Member(umlaut, b"1", extra=unicode_path)), [], ["Größe"]),
+            ("one of another name", archive(Member(umlaut, b"1", extra=stale_path)), ["--encoding", "cp437"], ["Größe"]),
+            ("marked names beside others", archive(Member(umlaut, b"1"), Member("Maß", b"2", flags=0x800,
+                                                                                local_flags=0x800)),
+             ["--encoding", "cp437"], ["Größe", "Maß"]),
+            ("a guess at DOS", archive(Member(umlaut, b"1")), ["--encoding", "auto"], ["Größe"]),
+            ("a guess at Windows", archive(Member("Größe".encode("cp1252"), b"1")), ["--encoding", "auto"], ["Größe"]),
+            ("a guess at UTF-8", archive(Member("Größe", b"1")), ["--encoding", "auto"], ["Größe"]),
+            ("a guess behind a program", b"#!" + archive(Member(umlaut, b"1")), ["--encoding", "auto"], ["Größe"]),
+            ("a folder without a slash", bytes(dos_folder), [], ["d/", "d/g"]),
+            ("companions of other archivers", archive(Member("f", b"1"), Member(*mac, extra=times)), [], ["f"]),
+        ]
+        for number, (what, content, options, names) in enumerate(cases):
+            with self.subTest(what):
+                self.zip.write_bytes(content)
+                self.assertEqual(self.expect(0, "list", *options, self.zip).decode().splitlines(), names)
+                self.expect(0, "test", "-q", *options, self.zip)
+                self.expect(0, "extract", "-q", *options, self.zip, "-d", f"out{number}")
+                there = {f"{name}/" if (self.root / f"out{number}" / name).is_dir() else name
+                         for name in os.listdir(self.root / f"out{number}")}
+                self.assertLessEqual({name for name in names if name != "d/g"}, there)
+                if what in ("a program in front", "zip of a stream", "an archive in front"):
+                    self.expect(1, "delete", self.zip, names[0], says="not changed: ")
+                    self.assertEqual(self.zip.read_bytes(), content)
+        self.zip.write_bytes(cases[10][1])
+        self.assertIn(b"cp437, as a guess", self.expect(0, "info", "--encoding", "auto", self.zip))
+
+    def test_what_is_listed_but_not_unpacked(self):
+        self.write("f", "words " * 100)
+        self.run_shell("7zz a -bd -tzip -mm=LZMA lzma.zip f; 7zz a -bd -tzip -pabc -mem=AES256 aes.zip f")
+        sizes = struct.pack("<HHQQ", 1, 16, 5 << 30, 5 << 30)
+        large = Member("f", b"1", version=45, extra=sizes, size=0xFFFFFFFF)
+        large.packed = b"1"
+        big = bytearray(archive(Member("g", b"2"), large))
+        at = big.rindex(b"PK\1\2")
+        big[at + 20:at + 24] = b"\xff" * 4
+        cases = [
+            ("LZMA", (self.root / "lzma.zip").read_bytes(), "(14), LZMA; 7zz unpacks it"),
+            ("AES", (self.root / "aes.zip").read_bytes(), "(encrypted by AES); 7zz unpacks it"),
+            ("Zip64", bytes(big), "it holds 5.0 GiB, and forkzip unpacks members below 2 GiB"),
+        ]
+        for what, content, message in cases:
+            with self.subTest(what):
+                self.zip.write_bytes(content)
+                self.assertIn("f\n", self.expect(0, "list", self.zip).decode())
+                self.assertIn(message, self.expect(0, "list", "--long", self.zip).decode())
+                self.assertIn(message, self.expect(0, "info", self.zip, "f").decode())
+                self.assertIn(b"Not unpacked:", self.expect(0, "info", self.zip))
+                for verb in (["test"], ["extract", "--overwrite"]):
+                    self.expect(1, *verb, self.zip, says=f"{self.zip}: f: ")
+                self.expect(1, "cat", self.zip, "f", says=message)
 
     def test_a_terminal_gets_no_control_characters(self):
         self.zip.write_bytes(archive(Member(b"a\x1b[2J\xff\xc2\x9b\xe2\x80\xaeb", b"1"), comment=b"\x07"))
@@ -117,7 +194,7 @@ class Damage(ForkzipTest):
             ("no archive", b"hello", "'PK' header missing"),
             ("nothing", b"", "'PK' header missing"),
             ("cut off", good[:-30], "Central Directory not found"),
-            ("a newer format", archive(Member("f", version=45)), "newer format"),
+            ("one part of several", archive(Member("f"))[:-18] + b"\1" + archive(Member("f"))[-17:], "multi-segment"),
         ]
         for what, content, message in cases:
             with self.subTest(what):

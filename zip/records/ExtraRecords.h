@@ -3,7 +3,12 @@
 // record.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <string_view>
+
+#include "platform/base/LittleEndian.h"
 
 namespace vantorel {
 
@@ -12,6 +17,17 @@ namespace ExtraRecord {
 inline constexpr std::int32_t kId = 0;
 inline constexpr std::int32_t kDataSize = 2;
 inline constexpr std::int32_t kData = 4;
+
+// The first whole record with this id in an extra field, from its id on; empty if there is none.
+inline std::string_view Find(std::string_view extra, std::uint32_t id) {
+  while (extra.size() >= kData) {
+    const std::size_t size = std::size_t{kData} + Get16(extra, kDataSize);
+    if (size > extra.size()) break;
+    if (Get16(extra, kId) == id) return extra.substr(0, size);
+    extra.remove_prefix(size);
+  }
+  return {};
+}
 }  // namespace ExtraRecord
 
 // The ZPIT record: type and creator of a classic Mac file, in its longer form with the Mac file name. Type
@@ -47,5 +63,38 @@ inline constexpr std::int32_t kFlags = 4;
 inline constexpr std::int32_t kModificationTime = 5;
 inline constexpr std::int32_t kSize = 9;  // with that time alone
 }  // namespace ExtendedTimestamp
+
+// The Zip64 record (APPNOTE 4.5.3): in 8 bytes each, those of uncompressed size, compressed size and offset
+// whose field in the header is all ones.
+namespace Zip64Record {
+inline constexpr std::int32_t kId = 1;
+inline constexpr std::uint32_t kElsewhere = 0xFFFFFFFF;
+
+// The fields' values in that order, as far as `extra` has them.
+inline std::array<std::uint64_t, 3> Values(std::array<std::uint32_t, 3> fields, std::string_view extra) {
+  std::array<std::uint64_t, 3> values{fields[0], fields[1], fields[2]};
+  std::string_view record = ExtraRecord::Find(extra, kId);
+  if (!record.empty()) record.remove_prefix(ExtraRecord::kData);
+  for (std::uint64_t& value : values) {
+    if (value != kElsewhere || record.size() < sizeof value) continue;
+    value = Get64(record, 0);
+    record.remove_prefix(sizeof value);
+  }
+  return values;
+}
+}  // namespace Zip64Record
+
+// The Unicode Path record (APPNOTE 4.6.9): the name in UTF-8, valid for a header whose name has that CRC-32.
+namespace UnicodePathRecord {
+inline constexpr std::int32_t kId = 0x7075;
+inline constexpr std::int32_t kVersion = 4;
+inline constexpr std::int32_t kNameCrc = 5;
+inline constexpr std::int32_t kName = 9;
+}  // namespace UnicodePathRecord
+
+// Owner and group in Info-ZIP's newer form ("ux").
+namespace UnixOwnerRecord {
+inline constexpr std::int32_t kId = 0x7875;
+}  // namespace UnixOwnerRecord
 
 }  // namespace vantorel

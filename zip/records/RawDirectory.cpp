@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <optional>
 #include <system_error>
 
 #include "platform/base/LittleEndian.h"
@@ -66,10 +67,57 @@ std::string_view TakeRecord(std::string_view& bytes) {
   return record;
 }
 
+std::vector<RawRecord> ReadRecords(int file, std::uint64_t start, std::uint64_t size) {
+  std::vector<RawRecord> records;
+  const std::string bytes = ReadAt(file, start, size);
+  for (std::string_view rest = bytes; !rest.empty();) records.emplace_back(TakeRecord(rest));
+  return records;
+}
+
+// What an end record tells of its directory, and where that ends at the latest.
+struct Place {
+  std::uint64_t end = 0;
+  std::uint64_t size = 0;
+  std::uint64_t stated_start = 0;
+  std::uint64_t count = 0;
+  bool zip64 = false;
+};
+
+// The Zip64 end record that belongs to the end record at `end`. Its locator does not count what stands in
+// front of the archive either; without an extensible part it stands right in front of the locator.
+std::optional<Place> FindZip64(int file, std::uint64_t end) {
+  constexpr std::uint64_t kBoth = std::uint64_t{Zip64EndRecord::kSize} + Zip64Locator::kSize;
+  if (end < kBoth) return std::nullopt;
+  const std::string locator = ReadAt(file, end - Zip64Locator::kSize, Zip64Locator::kSize);
+  if (Get32(locator, 0) != Zip64Locator::kMagic) return std::nullopt;
+  for (const std::uint64_t at : {Get64(locator, Zip64Locator::kRecordOffset), end - kBoth}) {
+    if (at > end - kBoth) continue;
+    const std::string record = ReadAt(file, at, Zip64EndRecord::kSize);
+    if (Get32(record, 0) != Zip64EndRecord::kMagic) continue;
+    return Place{at, Get64(record, Zip64EndRecord::kDirectorySize),
+                 Get64(record, Zip64EndRecord::kDirectoryOffset),
+                 Get64(record, Zip64EndRecord::kEntriesTotal), true};
+  }
+  FailAsCorrupt();
+}
+
+Place PlaceIn(std::string_view end_record, std::uint64_t at) {
+  if (Get16(end_record, EndRecord::kDiskNumber) != 0 || Get16(end_record, EndRecord::kDirectoryDisk) != 0 ||
+      Get16(end_record, EndRecord::kEntriesOnDisk) != Get16(end_record, EndRecord::kEntriesTotal)) {
+    FailAsCorrupt();
+  }
+  return {at, Get32(end_record, EndRecord::kDirectorySize), Get32(end_record, EndRecord::kDirectoryOffset),
+          Get16(end_record, EndRecord::kEntriesTotal), false};
+}
+
 }  // namespace
 
 std::string_view RawRecord::Name() const {
   return std::string_view(bytes_).substr(CentralHeader::kSize, Get16(bytes_, CentralHeader::kNameLength));
+}
+std::string_view RawRecord::Extra() const {
+  return std::string_view(bytes_).substr(CentralHeader::kSize + Name().size(),
+                                         Get16(bytes_, CentralHeader::kExtraLength));
 }
 std::string_view RawRecord::Comment() const {
   return std::string_view(bytes_).substr(bytes_.size() - Get16(bytes_, CentralHeader::kCommentLength));
@@ -100,6 +148,26 @@ void RawRecord::SetName(std::string_view name) {
   bytes_.replace(CentralHeader::kSize, Name().size(), name);
   bytes_.replace(CentralHeader::kNameLength, 2, LittleEndian16(static_cast<std::uint32_t>(name.size())));
 }
+void RawRecord::SetExtra(std::string_view extra) {
+  bytes_.replace(CentralHeader::kSize + Name().size(), Extra().size(), extra);
+  SetField16(CentralHeader::kExtraLength, static_cast<std::uint32_t>(extra.size()));
+}
+void RawRecord::SetComment(std::string_view comment) {
+  bytes_.replace(bytes_.size() - Comment().size(), Comment().size(), comment);
+  SetField16(CentralHeader::kCommentLength, static_cast<std::uint32_t>(comment.size()));
+}
+std::uint32_t RawRecord::Field16(std::int32_t field) const {
+  return Get16(bytes_, field);
+}
+std::uint32_t RawRecord::Field32(std::int32_t field) const {
+  return Get32(bytes_, field);
+}
+void RawRecord::SetField16(std::int32_t field, std::uint32_t value) {
+  bytes_.replace(static_cast<std::size_t>(field), 2, LittleEndian16(value));
+}
+void RawRecord::SetField32(std::int32_t field, std::uint32_t value) {
+  bytes_.replace(static_cast<std::size_t>(field), 4, LittleEndian32(value));
+}
 
 RawDirectory RawDirectory::Read(int file) {
   const std::uint64_t length = LengthOf(file);
@@ -120,11 +188,29 @@ RawDirectory RawDirectory::Read(int file) {
   const std::uint64_t between = end_record_at - records_end;
   const bool known = IsZip64End(file, records_end, between, directory.start, size);
   directory.unknown = known ? 0 : between;
-  const std::string bytes = ReadAt(file, directory.start, size);
-  for (std::string_view rest = bytes; !rest.empty();) {
-    directory.records.emplace_back(TakeRecord(rest));
-  }
+  directory.records = ReadRecords(file, directory.start, size);
   return directory;
+}
+
+FoundDirectory FoundDirectory::Find(int file) {
+  const std::uint64_t length = LengthOf(file);
+  const std::string tail = Tail(file, length);
+  const std::size_t at = FindEndRecord(tail);
+  if (at == std::string::npos) FailAsCorrupt();
+  const std::string_view end_record = std::string_view(tail).substr(at);
+  const std::uint64_t end = length - tail.size() + at;
+  const std::optional<Place> zip64 = FindZip64(file, end);
+  const Place place = zip64 ? *zip64 : PlaceIn(end_record, end);
+  if (place.size > place.end) FailAsCorrupt();
+  const std::uint64_t start = place.end - place.size;
+  if (place.stated_start > start) FailAsCorrupt();
+  FoundDirectory found;
+  found.records = ReadRecords(file, start, place.size);
+  found.comment = end_record.substr(EndRecord::kSize, Get16(end_record, EndRecord::kCommentLength));
+  found.announced = place.count;
+  found.shift = start - place.stated_start;
+  found.zip64 = place.zip64;
+  return found;
 }
 
 std::string RawDirectory::Bytes() const {

@@ -16,6 +16,7 @@ class RawRecord {
 
   const std::string& Bytes() const { return bytes_; }
   std::string_view Name() const;
+  std::string_view Extra() const;
   std::string_view Comment() const;
   std::uint32_t Flags() const;
   std::uint32_t Crc() const;
@@ -26,6 +27,13 @@ class RawRecord {
   void SetOffset(std::uint32_t offset);
   void SetFlags(std::uint32_t flags);
   void SetName(std::string_view name);
+  void SetExtra(std::string_view extra);
+  void SetComment(std::string_view comment);
+  // Fields of the fixed part, by their place in CentralHeader.
+  std::uint32_t Field16(std::int32_t field) const;
+  std::uint32_t Field32(std::int32_t field) const;
+  void SetField16(std::int32_t field, std::uint32_t value);
+  void SetField32(std::int32_t field, std::uint32_t value);
 
  private:
   std::string bytes_;
@@ -46,6 +54,19 @@ struct RawDirectory {
   std::string Bytes() const;
   // Writes them there, and cuts the file behind them.
   void Write(int file) const;
+};
+
+// A directory where other programs find it too: behind bytes that the offsets do not count, or described by a
+// Zip64 end record.
+struct FoundDirectory {
+  std::vector<RawRecord> records;  // as they stand
+  std::string comment;
+  std::uint64_t announced = 0;
+  std::uint64_t shift = 0;  // what the offsets lack
+  bool zip64 = false;
+
+  // Raises FormatError if there is none, or it lies in another file of a split archive; std::system_error.
+  static FoundDirectory Find(int file);
 };
 
 }  // namespace vantorel

@@ -90,12 +90,15 @@ inline constexpr std::int32_t kSize = 56;  // less an extensible part
 
 inline constexpr std::int32_t kSizeOfRest = 4;  // of what follows this field; 8 bytes, as the next two
 inline constexpr std::int32_t kRest = 12;
+inline constexpr std::int32_t kEntriesTotal = 32;
 inline constexpr std::int32_t kDirectorySize = 40;
 inline constexpr std::int32_t kDirectoryOffset = 48;
 }  // namespace Zip64EndRecord
 namespace Zip64Locator {
 inline constexpr std::int32_t kMagic = 0x07064B50;
 inline constexpr std::int32_t kSize = 20;
+
+inline constexpr std::int32_t kRecordOffset = 8;
 }  // namespace Zip64Locator
 
 // Bits of the flag word, which central and local header both have.
@@ -110,6 +113,7 @@ inline constexpr std::int32_t kUtf8Name = 1 << 11;
 namespace ZipMethod {
 inline constexpr std::int32_t kStored = 0;
 inline constexpr std::int32_t kDeflated = 8;
+inline constexpr std::int32_t kAes = 99;
 }  // namespace ZipMethod
 
 // Values of CentralHeader::kOSMadeBy that matter.

@@ -44,6 +44,15 @@ void AddEncodingOption(CLI::App& command, Options& options) {
       ->default_str("utf-8");
 }
 
+void AddReadingEncodingOption(CLI::App& command, Options& options) {
+  command
+      .add_option(
+          "--encoding", options.encoding,
+          "How the archive's names are encoded: utf-8, windows-1252, cp437, mac-roman, or auto for a guess")
+      ->check(CLI::IsMember({"utf-8", "windows-1252", "cp437", "mac-roman", "auto"}))
+      ->default_str("utf-8");
+}
+
 void AddJsonOption(CLI::App& command, Options& options) {
   command.add_flag("--json", options.json, "Print JSON");
 }

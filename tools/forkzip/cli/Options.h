@@ -38,6 +38,8 @@ using Verb = std::function<void(Problems& problems)>;
 void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb);
 void AddProgressOption(CLI::App& command, Options& options);
 void AddEncodingOption(CLI::App& command, Options& options);
+// For verbs that store no names: takes "auto" too.
+void AddReadingEncodingOption(CLI::App& command, Options& options);
 void AddJsonOption(CLI::App& command, Options& options);
 void AddOverlapOption(CLI::App& command, Options& options);
 void AddExcludeOption(CLI::App& command, Options& options);

@@ -77,7 +77,7 @@ ArchiveEdit::ArchiveEdit(const Options& options, Target target)
 
 void ArchiveEdit::Open() {
   // The engine tells best why something is no archive.
-  archive_ = OpenForReading(original_.Number(), path_, options_.encoding);
+  archive_ = OpenForEditing(original_.Number(), path_, options_.encoding);
   before_ = RawDirectory::Read(original_.Number());
   Preflight::CheckDirectory(original_.Number(), before_);
   CheckSameMembersSeen();

@@ -94,6 +94,7 @@ const Extraction::Components& Extraction::PathFor(const Ref<ZipEntry>& entry) {
 
 void Extraction::Place(const Ref<ZipEntry>& entry) {
   const Components& path = PathFor(entry);
+  if (!entry->IsDirectory()) RefuseIfNotUnpacked(entry);
   if (entry->IsDirectory()) {
     destination_.Folder(path);
     if (!path.empty()) folders_.push_back({entry, path.size()});

@@ -1,9 +1,12 @@
 #include "tools/forkzip/read/MemberFacts.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
 #include "platform/base/LittleEndian.h"
+#include "tools/forkzip/cli/Printable.h"
+#include "tools/forkzip/cli/Problems.h"
 #include "zip/records/ExtraRecords.h"
 #include "zip/records/ZipRecords.h"
 
@@ -17,26 +20,74 @@ constexpr std::uint32_t kLinkType = 0120000;
 
 std::optional<std::time_t> TimestampIn(std::string_view block) {
   namespace Ut = ExtendedTimestamp;
-  while (block.size() >= ExtraRecord::kData) {
-    const std::size_t size = std::size_t{ExtraRecord::kData} + Get16(block, ExtraRecord::kDataSize);
-    if (size > block.size()) break;
-    if (Get16(block, ExtraRecord::kId) == Ut::kId && size >= Ut::kSize &&
-        (block[Ut::kFlags] & Ut::kHasModificationTime) != 0) {
-      return static_cast<std::int32_t>(Get32(block, Ut::kModificationTime));
-    }
-    block.remove_prefix(size);
+  const std::string_view record = ExtraRecord::Find(block, Ut::kId);
+  if (record.size() < Ut::kSize || (record[Ut::kFlags] & Ut::kHasModificationTime) == 0) return std::nullopt;
+  return static_cast<std::int32_t>(Get32(record, Ut::kModificationTime));
+}
+
+// Uncompressed and compressed. Those that pass 32 bits stand in the extra field.
+std::array<std::uint64_t, 3> SizesOf(const Ref<ZipEntry>& entry) {
+  const auto size = static_cast<std::uint32_t>(entry->Size());
+  const auto compressed_size = static_cast<std::uint32_t>(entry->CompressedSize());
+  if (std::max(size, compressed_size) != Zip64Record::kElsewhere) return {size, compressed_size, 0};
+  return Zip64Record::Values({size, compressed_size, 0}, entry->ExtraBytes().view());
+}
+
+// The name of a compression method, and a program that knows it.
+std::string AboutMethod(std::int32_t method) {
+  struct Known {
+    std::int32_t method;
+    const char* text;
+  };
+  constexpr std::array<Known, 9> kKnown{{{1, "Shrink; unzip"},
+                                         {6, "Implode; unzip"},
+                                         {9, "Deflate64; 7zz"},
+                                         {12, "bzip2; 7zz"},
+                                         {14, "LZMA; 7zz"},
+                                         {93, "Zstandard; bsdtar"},
+                                         {95, "XZ; 7zz"},
+                                         {98, "PPMd; 7zz"},
+                                         {ZipMethod::kAes, "AES; 7zz"}}};
+  for (const Known& known : kKnown) {
+    if (known.method == method) return std::string(", ") + known.text + " unpacks it";
   }
-  return std::nullopt;
+  return {};
 }
 
 }  // namespace
 
-std::uint32_t SizeOf(const Ref<ZipEntry>& entry) {
-  return static_cast<std::uint32_t>(entry->Size());
+std::uint64_t SizeOf(const Ref<ZipEntry>& entry) {
+  return SizesOf(entry)[0];
 }
 
-std::uint32_t CompressedSizeOf(const Ref<ZipEntry>& entry) {
-  return static_cast<std::uint32_t>(entry->CompressedSize());
+std::uint64_t CompressedSizeOf(const Ref<ZipEntry>& entry) {
+  return SizesOf(entry)[1];
+}
+
+std::string WhyNotUnpacked(const Ref<ZipEntry>& entry) {
+  const std::int32_t method = entry->CompressionMethod();
+  if (entry->IsEncrypted()) {
+    return method == ZipMethod::kAes
+               ? "Unsupported format (encrypted by AES); 7zz unpacks it with its password"
+               : "Unsupported format (encrypted); unzip unpacks it with its password";
+  }
+  if (method != ZipMethod::kStored && method != ZipMethod::kDeflated) {
+    return "Unsupported compression method (" + std::to_string(method) + ")" + AboutMethod(method);
+  }
+  constexpr std::uint64_t kMost = 0x7FFFFFFF;
+  if (std::max(SizeOf(entry), CompressedSizeOf(entry)) > kMost) {
+    return "it holds " + HumanSize(SizeOf(entry)) +
+           ", and forkzip unpacks members below 2 GiB; unzip and 7zz unpack it";
+  }
+  if (static_cast<std::uint32_t>(entry->HeaderLong(CentralHeader::kLocalHeaderOffset)) > kMost) {
+    return "it lies beyond the first 2 GiB of the archive, which is all that forkzip reads; unzip and 7zz "
+           "unpack it";
+  }
+  return {};
+}
+
+void RefuseIfNotUnpacked(const Ref<ZipEntry>& entry) {
+  if (const std::string why = WhyNotUnpacked(entry); !why.empty()) throw Failure(ExitCode::kBadArchive, why);
 }
 
 std::uint32_t CrcOf(const Ref<ZipEntry>& entry) {

@@ -11,10 +11,15 @@
 
 namespace vantorel::forkzip {
 
-// The sizes that the engine's signed numbers stand for.
-std::uint32_t SizeOf(const Ref<ZipEntry>& entry);
-std::uint32_t CompressedSizeOf(const Ref<ZipEntry>& entry);
+// The sizes that the engine's signed numbers or a Zip64 record stand for.
+std::uint64_t SizeOf(const Ref<ZipEntry>& entry);
+std::uint64_t CompressedSizeOf(const Ref<ZipEntry>& entry);
 std::uint32_t CrcOf(const Ref<ZipEntry>& entry);
+
+// Why its data cannot be had, as far as the directory tells, and what would unpack it; empty if it can.
+std::string WhyNotUnpacked(const Ref<ZipEntry>& entry);
+// Raises Failure (kBadArchive) with that. Comes before any unpacking: the engine would take the wrong sizes.
+void RefuseIfNotUnpacked(const Ref<ZipEntry>& entry);
 
 // The 16-bit Unix mode; none if the member was made where there are no such modes.
 std::optional<std::uint32_t> ModeOf(const Ref<ZipEntry>& entry);

@@ -25,6 +25,7 @@ std::string Octal(std::uint32_t mode) {
 
 nlohmann::ordered_json MemberAsJson(const Ref<ZipEntry>& entry, std::int32_t index) {
   const auto mode = ModeOf(entry);
+  const std::string why_not = entry->IsDirectory() ? "" : WhyNotUnpacked(entry);
   return {{"index", index},
           {"name", Utf8(entry->RawPath())},
           {"folder", entry->IsDirectory()},
@@ -36,7 +37,8 @@ nlohmann::ordered_json MemberAsJson(const Ref<ZipEntry>& entry, std::int32_t ind
           {"encrypted", entry->IsEncrypted()},
           {"mode", OrNull(mode ? Octal(*mode) : "")},
           {"comment", Utf8(entry->Comment())},
-          {"hasCompanion", static_cast<bool>(entry->appleDoubleEntry)}};
+          {"hasCompanion", static_cast<bool>(entry->appleDoubleEntry)},
+          {"notUnpacked", OrNull(why_not)}};
 }
 
 std::string JsonText(const nlohmann::ordered_json& value, int indent) {

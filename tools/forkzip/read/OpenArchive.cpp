@@ -1,14 +1,20 @@
 #include "tools/forkzip/read/OpenArchive.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 
 #include <cerrno>
 
+#include "platform/base/LittleEndian.h"
+#include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Problems.h"
+#include "tools/forkzip/read/CorrectedArchive.h"
+#include "tools/forkzip/read/NameEncoding.h"
 #include "zip/records/FormatError.h"
 #include "zip/records/RawDirectory.h"
+#include "zip/records/ZipRecords.h"
 
 namespace vantorel::forkzip {
 
@@ -36,6 +42,42 @@ bool ReadEndRecordAlone(ZipArchive& archive, int file) {
     return false;
   }
   return true;
+}
+
+// The engine's reading, whose errors are left in the archive. Raises Failure where the disk cannot be read.
+Ref<ZipArchive> ReadDirectory(const Ref<BinaryStream>& stream, const std::string& path,
+                              const std::string& encoding) {
+  Ref<ZipArchive> archive = NewArchive(encoding);
+  archive->d->theFile = GetFolderItem(String::Bytes(path));
+  archive->d->zipStream = stream;
+  try {
+    archive->z_readDirectory();
+  } catch (const RuntimeException&) {
+    archive->errmsg = "Unexpected error (exception)";
+  }
+  CheckReadFault(*archive->d);
+  return archive;
+}
+
+// The engine reads a directory that is put right, and then the members where they are. nil if it cannot be.
+Ref<ZipArchive> OpenCorrected(int file, const std::string& path, const std::string& encoding) {
+  CorrectedArchive corrected;
+  try {
+    corrected = CorrectedArchive::Make(file, NewArchive(encoding)->d->archiveEncoding);
+  } catch (const FormatError&) {
+    return nil;
+  }
+  const Descriptor directory(memfd_create("directory", MFD_CLOEXEC));
+  if (!directory.IsOpen()) throw Failure(ExitCode::kFileError, WithCause("not enough memory", errno));
+  WriteAt(directory.Number(), 0, LittleEndian32(LocalHeader::kMagic) + corrected.directory);
+  Ref<ZipArchive> archive = ReadDirectory(StreamOver(directory.Number(), false), path, "utf-8");
+  if (!archive->entriesRead) return nil;
+  archive->centralDirCorrupted = corrected.count_is_wrong;
+  const Ref<BinaryStream> plain = StreamOver(file, false);
+  archive->d->zipStream =
+      New<PatchedStream>(fcntl(file, F_DUPFD_CLOEXEC, 0), plain->Length(), std::move(corrected.patches));
+  archive->d->zipStream->SetLittleEndian(true);
+  return archive;
 }
 
 }  // namespace
@@ -79,24 +121,41 @@ void CheckReadFault(const ZipArchiveData& archive) {
   }
 }
 
-Ref<ZipArchive> OpenForReading(int file, const std::string& path, const std::string& encoding) {
-  Ref<ZipArchive> archive = NewArchive(encoding);
-  archive->d->theFile = GetFolderItem(String::Bytes(path));
-  archive->d->zipStream = StreamOver(file, false);
+Ref<ZipArchive> OpenForEditing(int file, const std::string& path, const std::string& encoding) {
+  Ref<ZipArchive> archive = ReadDirectory(StreamOver(file, false), path, encoding);
+  if (archive->entriesRead || ReadEndRecordAlone(*archive, file)) return archive;
+  std::string why;
   try {
-    archive->z_readDirectory();
-  } catch (const RuntimeException&) {
-    archive->errmsg = "Unexpected error (exception)";
+    why = CorrectedArchive::Make(file, archive->d->archiveEncoding).what_is_unusual;
+  } catch (const FormatError&) {
+    // Then the engine tells what is wrong.
   }
-  CheckReadFault(*archive->d);
-  if (!archive->entriesRead && !ReadEndRecordAlone(*archive, file)) {
-    throw Failure(ExitCode::kBadArchive, Utf8(archive->ErrorMessage()));
-  }
-  return archive;
+  if (why.empty()) throw Failure(ExitCode::kBadArchive, Utf8(archive->ErrorMessage()));
+  throw Failure(ExitCode::kBadArchive,
+                "not changed: " + why + "; extract what it holds and make a new archive of that");
 }
 
-Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encoding) {
-  return OpenForReading(OpenRegularFile(path, O_RDONLY).Number(), path, encoding);
+Ref<ZipArchive> OpenForReading(const std::string& path, std::string encoding, std::string* guess) {
+  const Descriptor file = OpenRegularFile(path, O_RDONLY);
+  Ref<ZipArchive> archive = ReadDirectory(StreamOver(file.Number(), false), path, encoding);
+  const bool guessing = encoding == kGuessEncoding;
+  if (guessing && archive->entriesRead) encoding = GuessEncoding(archive);
+  const bool misread = archive->entriesRead && CorrectedArchive::IsNeeded(archive, encoding);
+  const bool empty = !archive->entriesRead && ReadEndRecordAlone(*archive, file.Number());
+  if (misread || !archive->entriesRead) {
+    if (Ref<ZipArchive> corrected = OpenCorrected(file.Number(), path, encoding)) {
+      if (guessing && encoding == kGuessEncoding) {
+        encoding = GuessEncoding(corrected);
+        if (encoding != "utf-8") corrected = OpenCorrected(file.Number(), path, encoding);
+      }
+      archive = corrected;
+    }
+  } else if (guessing && !empty && encoding != "utf-8") {
+    archive = ReadDirectory(StreamOver(file.Number(), false), path, encoding);
+  }
+  if (!archive->entriesRead) throw Failure(ExitCode::kBadArchive, Utf8(archive->ErrorMessage()));
+  if (guessing && guess != nullptr) *guess = encoding == kGuessEncoding ? "utf-8" : encoding;
+  return archive;
 }
 
 }  // namespace vantorel::forkzip

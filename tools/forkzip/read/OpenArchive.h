@@ -17,9 +17,12 @@ Ref<ZipArchive> NewArchive(const std::string& encoding);
 Descriptor OpenRegularFile(const std::string& path, int flags);
 
 // Opens an archive. Raises Failure as above, and kBadArchive if the file is no archive that can be read.
-Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encoding);
-// The same for a file that is open; `path` is its name.
-Ref<ZipArchive> OpenForReading(int file, const std::string& path, const std::string& encoding);
+// Names may not be as they are stored: CorrectedArchive.h tells when. With the encoding "auto" `guess` gets
+// the one that is taken.
+Ref<ZipArchive> OpenForReading(const std::string& path, std::string encoding, std::string* guess = nullptr);
+// Opens the file called `path`, with records as they are stored. Refuses also what has to be corrected to be
+// read at all.
+Ref<ZipArchive> OpenForEditing(int file, const std::string& path, const std::string& encoding);
 
 // The engine takes what cannot be read for the end of the file. Raises Failure (kFileError) with the cause if
 // that has happened since the archive was opened.

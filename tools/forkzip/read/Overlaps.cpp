@@ -8,6 +8,7 @@
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/read/MemberFacts.h"
+#include "zip/records/ExtraRecords.h"
 #include "zip/records/ZipRecords.h"
 
 namespace vantorel::forkzip {
@@ -27,6 +28,7 @@ std::vector<Extent> ExtentsInOrder(const Ref<ZipArchive>& archive) {
   for (std::int32_t i = 1; i <= count; ++i) {
     for (Ref<ZipEntry> entry = archive->Entry(i); entry; entry = entry->appleDoubleEntry) {
       const auto begin = static_cast<std::uint32_t>(entry->HeaderLong(CentralHeader::kLocalHeaderOffset));
+      if (begin == Zip64Record::kElsewhere) continue;  // too far back to be read
       extents.push_back(
           {begin, std::uint64_t{begin} + LocalHeader::kSize + CompressedSizeOf(entry), &*entry});
     }

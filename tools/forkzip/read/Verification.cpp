@@ -70,6 +70,7 @@ void ForCompanions(const Ref<ZipEntry>& entry, Check check) {
 }  // namespace
 
 void Verify(const Ref<ZipEntry>& entry) {
+  RefuseIfNotUnpacked(entry);
   VerifyAlone(entry);
   ForCompanions(entry, VerifyAlone);
 }

@@ -40,6 +40,9 @@ class OutputSink : public SummingSink {
 Ref<ZipEntry> FileIn(const Ref<ZipArchive>& archive, const std::string& argument) {
   Ref<ZipEntry> entry = archive->Entry(SelectOneMember(archive, argument));
   if (entry->IsDirectory()) throw Failure(ExitCode::kBadArchive, Utf8(entry->RawPath()) + ": is a folder");
+  if (const std::string why = WhyNotUnpacked(entry); !why.empty()) {
+    throw Failure(ExitCode::kBadArchive, Utf8(entry->RawPath()) + ": " + why);
+  }
   return entry;
 }
 
@@ -74,7 +77,7 @@ void AddCatVerb(CLI::App& app, ExitCode& exit_code) {
   command.add_option("MEMBER", options.members, "Names, or patterns that only one member matches")
       ->required();
   command.add_flag("--raw", options.raw, "Leave MacBinary as it is");
-  AddEncodingOption(command, options);
+  AddReadingEncodingOption(command, options);
   command.footer(kHelp);
 }
 

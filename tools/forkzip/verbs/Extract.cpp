@@ -134,7 +134,7 @@ void AddExtractVerb(CLI::App& app, ExitCode& exit_code) {
   command.add_flag("--raw", options.ways.raw, "Leave MacBinary and companions as they are");
   AddExcludeOption(command, options);
   AddDryRunOption(command, options);
-  AddEncodingOption(command, options);
+  AddReadingEncodingOption(command, options);
   command.footer(kHelp);
 }
 

@@ -24,7 +24,8 @@ struct InfoOptions : Options {
 };
 
 struct Totals {
-  std::uint64_t files = 0, folders = 0, encrypted = 0, companions = 0, size = 0, compressed_size = 0;
+  std::uint64_t files = 0, folders = 0, encrypted = 0, companions = 0, not_unpacked = 0, size = 0,
+                compressed_size = 0;
 };
 
 Totals AddUp(const Ref<ZipArchive>& archive) {
@@ -34,6 +35,7 @@ Totals AddUp(const Ref<ZipArchive>& archive) {
     const Ref<ZipEntry> entry = archive->Entry(i);
     ++(entry->IsDirectory() ? totals.folders : totals.files);
     if (entry->IsEncrypted()) ++totals.encrypted;
+    if (!entry->IsDirectory() && !WhyNotUnpacked(entry).empty()) ++totals.not_unpacked;
     if (entry->appleDoubleEntry) ++totals.companions;
     totals.size += SizeOf(entry);
     totals.compressed_size += CompressedSizeOf(entry);
@@ -54,7 +56,8 @@ std::string MembersText(const Ref<ZipArchive>& archive, const Totals& totals) {
   return Count(totals.files, "file") + ", " + Count(totals.folders, "folder");
 }
 
-void DescribeArchive(const Ref<ZipArchive>& archive, const Options& options, Output& output) {
+void DescribeArchive(const Ref<ZipArchive>& archive, const Options& options, const std::string& guess,
+                     Output& output) {
   const Totals totals = AddUp(archive);
   if (options.json) {
     const nlohmann::ordered_json value = {{"archive", options.archive},
@@ -65,6 +68,7 @@ void DescribeArchive(const Ref<ZipArchive>& archive, const Options& options, Out
                                           {"companions", totals.companions},
                                           {"size", totals.size},
                                           {"compressedSize", totals.compressed_size},
+                                          {"notUnpacked", totals.not_unpacked},
                                           {"countIsWrong", archive->centralDirCorrupted},
                                           {"comment", std::string(archive->Comment().view())}};
     output.Write(JsonText(value, 2) + "\n");
@@ -74,6 +78,10 @@ void DescribeArchive(const Ref<ZipArchive>& archive, const Options& options, Out
   output.Write(Line("Members", MembersText(archive, totals)));
   output.Write(Line("Size", HumanSize(totals.size) + ", compressed " + HumanSize(totals.compressed_size)));
   if (totals.encrypted != 0) output.Write(Line("Encrypted", Count(totals.encrypted, "member")));
+  if (totals.not_unpacked != 0) {
+    output.Write(Line("Not unpacked", Count(totals.not_unpacked, "member") + "; `list --long` tells why"));
+  }
+  if (!guess.empty()) output.Write(Line("Encoding", guess + ", as a guess"));
   if (totals.companions != 0) output.Write(Line("With Mac data", Count(totals.companions, "member")));
   if (archive->centralDirCorrupted) {
     output.Write(
@@ -104,6 +112,8 @@ void DescribeMember(const Ref<ZipArchive>& archive, const InfoOptions& options, 
   output.Write(Line("Changed", time.empty() ? "unknown" : time));
   output.Write(Line("Mode", mode ? ModeText(*mode) : "unknown"));
   if (entry->IsEncrypted()) output.Write(Line("Encrypted", "yes"));
+  const std::string why_not = entry->IsDirectory() ? "" : WhyNotUnpacked(entry);
+  if (!why_not.empty()) output.Write(Line("Not unpacked", why_not));
   if (entry->appleDoubleEntry) {
     output.Write(Line("Mac data", Count(SizeOf(entry->appleDoubleEntry), "byte") + " in a companion"));
   }
@@ -111,10 +121,11 @@ void DescribeMember(const Ref<ZipArchive>& archive, const InfoOptions& options, 
 }
 
 void Info(const InfoOptions& options) {
-  const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
+  std::string guess;
+  const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding, &guess);
   Output output;
   if (options.member.empty()) {
-    DescribeArchive(archive, options, output);
+    DescribeArchive(archive, options, guess, output);
   } else {
     DescribeMember(archive, options, output);
   }
@@ -129,7 +140,7 @@ void AddInfoVerb(CLI::App& app, ExitCode& exit_code) {
   SetUp(command, options, exit_code, [](Problems&) { Info(options); });
   command.add_option("MEMBER", options.member, "A member's name, or a pattern that only one matches");
   AddJsonOption(command, options);
-  AddEncodingOption(command, options);
+  AddReadingEncodingOption(command, options);
   command.footer(kHelp);
 }
 

@@ -47,11 +47,13 @@ void ListFacts(const Ref<ZipArchive>& archive, const Members& members, Output& o
     const std::string mode_text =
         mode ? ModeText(*mode) : std::string(entry->IsDirectory() ? "d" : "-") + "---------";
     std::array<char, 120> facts{};
-    std::snprintf(facts.data(), facts.size(), "%s%c %11u  %-16.16s  ", mode_text.c_str(),
-                  entry->appleDoubleEntry ? '@' : ' ', SizeOf(entry), TimeText(entry, ' ').c_str());
+    std::snprintf(facts.data(), facts.size(), "%s%c %11llu  %-16.16s  ", mode_text.c_str(),
+                  entry->appleDoubleEntry ? '@' : ' ', static_cast<unsigned long long>(SizeOf(entry)),
+                  TimeText(entry, ' ').c_str());
     output.Write(facts.data());
     output.WriteText(entry->RawPath());
-    output.Write("\n");
+    const std::string why_not = entry->IsDirectory() ? "" : WhyNotUnpacked(entry);
+    output.Write(why_not.empty() ? "\n" : "  [" + why_not + "]\n");
     total += SizeOf(entry);
   }
   output.Write(Count(members.size(), "member") + ", " + HumanSize(total) + "\n");
@@ -89,7 +91,7 @@ void AddListVerb(CLI::App& app, ExitCode& exit_code) {
                    "Mode, size and date of each member, wherever the output goes");
   AddJsonOption(command, options);
   AddExcludeOption(command, options);
-  AddEncodingOption(command, options);
+  AddReadingEncodingOption(command, options);
   command.footer(kHelp);
 }
 

@@ -1,0 +1,218 @@
+#include "tools/forkzip/read/CorrectedArchive.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "platform/compress/Crc32.h"
+#include "platform/files/FileCalls.h"
+#include "platform/text/TextFunctions.h"
+#include "platform/text/Utf8.h"
+#include "tools/forkzip/cli/Printable.h"
+#include "zip/records/ExtraRecords.h"
+#include "zip/records/FormatError.h"
+#include "zip/records/RawDirectory.h"
+#include "zip/records/ZipRecords.h"
+
+namespace vantorel::forkzip {
+
+namespace {
+
+constexpr std::uint32_t kDosFolder = 0x10;
+constexpr std::uint64_t kFarthest = 0x7FFFFFFF;
+
+// What of a record bears on how it is to be read.
+struct Traits {
+  std::uint32_t host;
+  std::uint32_t flags;
+  std::uint32_t size;
+  std::uint32_t attributes;
+  std::string_view name;
+  std::string_view extra;
+};
+
+// The name in a Unicode Path record that belongs to this name; empty if there is none.
+std::string_view UnicodeName(const Traits& traits) {
+  namespace Path = UnicodePathRecord;
+  const std::string_view record = ExtraRecord::Find(traits.extra, Path::kId);
+  if (record.size() <= Path::kName || record[Path::kVersion] != 1) return {};
+  const std::string_view name = record.substr(Path::kName);
+  const auto crc = static_cast<std::uint32_t>(Crc32OfBytes(traits.name, 0));
+  return crc == Get32(record, Path::kNameCrc) && IsUtf8(name) ? name : std::string_view();
+}
+
+bool IsMarkedUtf8(const Traits& traits) {
+  return (traits.flags & static_cast<std::uint32_t>(ZipFlags::kUtf8Name)) != 0;
+}
+
+bool IsFolderWithoutSlash(const Traits& traits) {
+  constexpr std::uint32_t kOs2 = 6, kNtfs = 10, kVfat = 14;
+  const bool dos = traits.host == static_cast<std::uint32_t>(ZipHost::kDos) || traits.host == kOs2 ||
+                   traits.host == kNtfs || traits.host == kVfat;
+  return dos && (traits.attributes & kDosFolder) != 0 && traits.size == 0 && !traits.name.empty() &&
+         !traits.name.ends_with('/');
+}
+
+// A companion as archivers on other systems keep it, which add times and owners of their own.
+bool IsForeignCompanion(const Traits& traits) {
+  return traits.name.starts_with("__MACOSX/") &&
+         (!ExtraRecord::Find(traits.extra, ExtendedTimestamp::kId).empty() ||
+          !ExtraRecord::Find(traits.extra, UnixOwnerRecord::kId).empty());
+}
+
+Traits TraitsOf(const RawRecord& record) {
+  return {record.Field16(CentralHeader::kVersionMadeBy) >> 8U, record.Flags(), record.Size(),
+          record.Field32(CentralHeader::kExternalAttributes),  record.Name(),  record.Extra()};
+}
+
+std::string CompanionExtra(std::string_view extra) {
+  const std::string_view stamp = ExtraRecord::Find(extra, ExtendedTimestamp::kId);
+  const bool has_time = stamp.size() >= ExtendedTimestamp::kSize;
+  const std::string time = LittleEndian32(has_time ? Get32(stamp, ExtendedTimestamp::kModificationTime) : 0);
+  return LittleEndian32(UnixRecord::kIdAndDataSize) + time + time;
+}
+
+// Puts one record after another right.
+class Correction {
+ public:
+  Correction(int file, const Ref<TextEncoding>& encoding, std::uint64_t shift)
+      : file_(file), encoding_(encoding), shift_(shift) {
+    struct stat status {};
+    fstat(file, &status);
+    length_ = static_cast<std::uint64_t>(status.st_size);
+  }
+
+  void Apply(RawRecord& record) {
+    const std::array<std::uint64_t, 3> values =
+        Zip64Record::Values({record.Size(), record.CompressedSize(), record.Offset()}, record.Extra());
+    const std::uint64_t offset = values[2] + shift_;
+    if (std::max(values[0], values[1]) <= kFarthest) {
+      record.SetField32(CentralHeader::kUncompressedSize, static_cast<std::uint32_t>(values[0]));
+      record.SetField32(CentralHeader::kCompressedSize, static_cast<std::uint32_t>(values[1]));
+    }
+    const bool in_reach = offset <= kFarthest && values[2] <= kFarthest;
+    record.SetOffset(in_reach ? static_cast<std::uint32_t>(offset) : Zip64Record::kElsewhere);
+    if (in_reach) PatchLocalSizes(offset);
+    record.SetField16(CentralHeader::kVersionNeeded, kZipFormatVersion);
+    const Traits traits = TraitsOf(record);
+    const bool folder = IsFolderWithoutSlash(traits);
+    const bool companion = IsForeignCompanion(traits);
+    SetTexts(record, traits);
+    if (folder) record.SetName(std::string(record.Name()) + "/");
+    if (companion) record.SetExtra(CompanionExtra(record.Extra()));
+  }
+
+  std::map<std::uint64_t, std::string> TakePatches() { return std::move(patches_); }
+
+ private:
+  // A local header whose sizes are in a Zip64 record gets them where the engine looks.
+  void PatchLocalSizes(std::uint64_t offset) {
+    if (offset + LocalHeader::kSize > length_) return;
+    const std::string header = ReadAt(file_, offset, LocalHeader::kSize);
+    const std::uint32_t size = Get32(header, LocalHeader::kUncompressedSize);
+    const std::uint32_t compressed_size = Get32(header, LocalHeader::kCompressedSize);
+    if (std::max(size, compressed_size) != Zip64Record::kElsewhere) return;
+    const std::uint64_t extra_at = offset + LocalHeader::kSize + Get16(header, LocalHeader::kNameLength);
+    const std::uint32_t extra_length = Get16(header, LocalHeader::kExtraLength);
+    if (extra_at + extra_length > length_) return;
+    const auto values =
+        Zip64Record::Values({size, compressed_size, 0}, ReadAt(file_, extra_at, extra_length));
+    if (std::max(values[0], values[1]) > kFarthest) return;
+    patches_[offset + LocalHeader::kCompressedSize] = LittleEndian32(static_cast<std::uint32_t>(values[1])) +
+                                                      LittleEndian32(static_cast<std::uint32_t>(values[0]));
+  }
+
+  // Names and comments that fit no more stay as they are.
+  void SetTexts(RawRecord& record, const Traits& traits) const {
+    constexpr std::size_t kLongest = 65535;
+    std::string name(UnicodeName(traits));
+    if (name.empty()) name = AsUtf8(traits.name, IsMarkedUtf8(traits));
+    const std::string comment = AsUtf8(record.Comment(), IsMarkedUtf8(traits));
+    if (comment.size() <= kLongest) record.SetComment(comment);
+    if (name.size() < kLongest) record.SetName(name);
+  }
+
+  std::string AsUtf8(std::string_view text, bool is_utf8) const {
+    if (is_utf8 || encoding_->Equals(Encodings::UTF8())) return std::string(text);
+    return std::string(
+        ConvertEncoding(DefineEncoding(String::Bytes(text), encoding_), Encodings::UTF8()).view());
+  }
+
+  int file_;
+  const Ref<TextEncoding>& encoding_;
+  std::uint64_t shift_;
+  std::uint64_t length_ = 0;
+  std::map<std::uint64_t, std::string> patches_;
+};
+
+std::string WhatIsUnusual(int file, const FoundDirectory& found) {
+  constexpr auto kNewest = static_cast<std::uint32_t>(kZipFormatVersion);
+  for (const RawRecord& record : found.records) {
+    const std::uint32_t version = record.Field16(CentralHeader::kVersionNeeded);
+    if (version <= kNewest) continue;
+    return "its member " + Printable(record.Name()) + " needs version " + std::to_string(version / 10) + "." +
+           std::to_string(version % 10) + " of the format";
+  }
+  if (found.zip64) return "it is in Zip64 format";
+  const bool in_front = found.shift != 0 || Get32(ReadAt(file, 0, 4), 0) != LocalHeader::kMagic;
+  return in_front ? "other data stands in front of its first member" : "";
+}
+
+}  // namespace
+
+bool CorrectedArchive::IsNeeded(const Ref<ZipArchive>& archive, const std::string& encoding) {
+  const std::int32_t count = archive->EntryCount();
+  for (std::int32_t i = 1; i <= count; ++i) {
+    const Ref<ZipEntry> entry = archive->Entry(i);
+    const String extra = entry->ExtraBytes();
+    const Traits traits{static_cast<std::uint32_t>(entry->OSMadeBy()),
+                        entry->HeaderUShort(CentralHeader::kFlags),
+                        static_cast<std::uint32_t>(entry->Size()),
+                        static_cast<std::uint32_t>(entry->ExternalFileAttributes()),
+                        entry->zipEncName.view(),
+                        extra.view()};
+    if (IsFolderWithoutSlash(traits) || IsForeignCompanion(traits) || !UnicodeName(traits).empty())
+      return true;
+    if (encoding != "utf-8" && IsMarkedUtf8(traits) && !IsAscii(traits.name)) return true;
+  }
+  BinaryStream& stream = *archive->d->zipStream;
+  stream.SetPosition(LocalHeader::kVersionNeeded);
+  return count != 0 && stream.ReadShort() > kZipFormatVersion;
+}
+
+CorrectedArchive CorrectedArchive::Make(int file, const Ref<TextEncoding>& encoding) {
+  FoundDirectory found = FoundDirectory::Find(file);
+  if (found.records.empty()) throw FormatError("the directory is empty");
+  CorrectedArchive corrected;
+  corrected.what_is_unusual = WhatIsUnusual(file, found);
+  corrected.count_is_wrong = found.announced < found.records.size();
+  Correction correction(file, encoding, found.shift);
+  for (RawRecord& record : found.records) correction.Apply(record);
+  corrected.patches = correction.TakePatches();
+  RawDirectory directory;
+  directory.start = sizeof LocalHeader::kMagic;
+  directory.records = std::move(found.records);
+  directory.comment = std::move(found.comment);
+  corrected.directory = directory.Bytes();
+  return corrected;
+}
+
+std::int64_t PatchedStream::ReadAt(char* buffer, std::size_t count, std::uint64_t position) {
+  const std::int64_t got = BinaryStream::ReadAt(buffer, count, position);
+  if (got <= 0 || patches_.empty()) return got;
+  const std::uint64_t end = position + static_cast<std::uint64_t>(got);
+  constexpr std::uint64_t kLongest = 8;
+  for (auto at = patches_.lower_bound(position - std::min(position, kLongest));
+       at != patches_.end() && at->first < end; ++at) {
+    const std::uint64_t first = std::max(at->first, position);
+    const std::uint64_t last = std::min(at->first + at->second.size(), end);
+    if (first < last) {
+      std::copy_n(at->second.data() + (first - at->first), last - first, buffer + (first - position));
+    }
+  }
+  return got;
+}
+
+}  // namespace vantorel::forkzip

@@ -1,0 +1,44 @@
+// Archives that the engine refuses or misreads although other programs read them. It reads their members
+// where they are, but finds a directory that is put right: bytes in front of the archive are counted in the
+// offsets, Zip64 fields that need not be are made plain ones, names are UTF-8 as far as is known, folders end
+// in a slash, and companions bear the extra field that the engine knows them by.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include "platform/base/Ref.h"
+#include "platform/files/BinaryStream.h"
+#include "zip/archive/ZipArchive.h"
+
+namespace vantorel::forkzip {
+
+struct CorrectedArchive {
+  std::string directory;  // behind the four bytes that an archive begins with
+  bool count_is_wrong = false;
+  std::string what_is_unusual;  // for a message
+  // By position: bytes to be read in place of those in the file.
+  std::map<std::uint64_t, std::string> patches;
+
+  // Whether the engine, which has read this archive, has misread it. `encoding` as on the command line.
+  static bool IsNeeded(const Ref<ZipArchive>& archive, const std::string& encoding);
+  // Names and comments that are not known to be UTF-8 are taken for text in `encoding`. Raises FormatError,
+  // std::system_error.
+  static CorrectedArchive Make(int file, const Ref<TextEncoding>& encoding);
+};
+
+// The archive's file, with patches.
+class PatchedStream : public BinaryStream {
+ public:
+  PatchedStream(int descriptor, std::uint64_t length, std::map<std::uint64_t, std::string> patches)
+      : BinaryStream(descriptor, false, length), patches_(std::move(patches)) {}
+
+ protected:
+  std::int64_t ReadAt(char* buffer, std::size_t count, std::uint64_t position) override;
+
+ private:
+  std::map<std::uint64_t, std::string> patches_;
+};
+
+}  // namespace vantorel::forkzip
