@@ -67,6 +67,23 @@ Traits TraitsOf(const RawRecord& record) {
           record.Field32(CentralHeader::kExternalAttributes),  record.Name(),  record.Extra()};
 }
 
+Traits TraitsOf(ZipEntry& entry, const String& extra) {
+  return {static_cast<std::uint32_t>(entry.OSMadeBy()),
+          entry.HeaderUShort(CentralHeader::kFlags),
+          static_cast<std::uint32_t>(entry.Size()),
+          static_cast<std::uint32_t>(entry.ExternalFileAttributes()),
+          entry.zipEncName.view(),
+          extra.view()};
+}
+
+// At a glance: most members have no trait that calls for more.
+bool IsPlain(const ZipEntry& entry, bool all_utf8) {
+  if (entry.HeaderUShort(CentralHeader::kExtraLength) != 0) return false;
+  const std::string_view name = entry.zipEncName.view();
+  const auto attributes = static_cast<std::uint32_t>(entry.HeaderLong(CentralHeader::kExternalAttributes));
+  return ((attributes & kDosFolder) == 0 || name.ends_with('/')) && (all_utf8 || IsAscii(name));
+}
+
 std::string CompanionExtra(std::string_view extra) {
   const std::string_view stamp = ExtraRecord::Find(extra, ExtendedTimestamp::kId);
   const bool has_time = stamp.size() >= ExtendedTimestamp::kSize;
@@ -163,23 +180,19 @@ std::string WhatIsUnusual(int file, const FoundDirectory& found) {
 }  // namespace
 
 bool CorrectedArchive::IsNeeded(const Ref<ZipArchive>& archive, const std::string& encoding) {
-  const std::int32_t count = archive->EntryCount();
-  for (std::int32_t i = 1; i <= count; ++i) {
-    const Ref<ZipEntry> entry = archive->Entry(i);
-    const String extra = entry->ExtraBytes();
-    const Traits traits{static_cast<std::uint32_t>(entry->OSMadeBy()),
-                        entry->HeaderUShort(CentralHeader::kFlags),
-                        static_cast<std::uint32_t>(entry->Size()),
-                        static_cast<std::uint32_t>(entry->ExternalFileAttributes()),
-                        entry->zipEncName.view(),
-                        extra.view()};
+  const bool all_utf8 = encoding == "utf-8";
+  const std::vector<Ref<ZipEntry>>& entries = archive->d->entries_1;
+  for (std::size_t i = 1; i < entries.size(); ++i) {
+    if (IsPlain(*entries[i], all_utf8)) continue;
+    const String extra = entries[i]->ExtraBytes();
+    const Traits traits = TraitsOf(*entries[i], extra);
     if (IsFolderWithoutSlash(traits) || IsForeignCompanion(traits) || !UnicodeName(traits).empty())
       return true;
-    if (encoding != "utf-8" && IsMarkedUtf8(traits) && !IsAscii(traits.name)) return true;
+    if (!all_utf8 && IsMarkedUtf8(traits) && !IsAscii(traits.name)) return true;
   }
   BinaryStream& stream = *archive->d->zipStream;
   stream.SetPosition(LocalHeader::kVersionNeeded);
-  return count != 0 && stream.ReadShort() > kZipFormatVersion;
+  return entries.size() > 1 && stream.ReadShort() > kZipFormatVersion;
 }
 
 CorrectedArchive CorrectedArchive::Make(int file, const Ref<TextEncoding>& encoding) {

@@ -155,6 +155,9 @@ Ref<ZipArchive> OpenForReading(const std::string& path, std::string encoding, st
   }
   if (!archive->entriesRead) throw Failure(ExitCode::kBadArchive, Utf8(archive->ErrorMessage()));
   if (guessing && guess != nullptr) *guess = encoding == kGuessEncoding ? "utf-8" : encoding;
+  // The process ends without its statics being taken apart, which takes a while with a large directory.
+  static Ref<ZipArchive> until_the_end;
+  until_the_end = archive;
   return archive;
 }
 
