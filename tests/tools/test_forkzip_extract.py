@@ -3,8 +3,10 @@
 
 import json
 import os
+import re
 import resource
 import signal
+import struct
 import subprocess
 import time
 import unittest
@@ -187,6 +189,50 @@ class Extract(ForkzipTest):
                                      Member("__MACOSX/._" + name, apple_double(b""), extra=UNIX_TIMES)))
         self.extract(3, says="its Mac data cannot be written to ._nnn")
         self.assertEqual(self.files_below(self.out), [])
+
+    def test_names_that_are_stripped(self):
+        wrapped, companion = mac_binary(b"4", b"fork"), apple_double(b"fork")
+        self.zip.write_bytes(archive(
+            Member("t/", mode=0o040700), Member("t/a", b"1"), Member("t/d/b", b"2"), Member("short", b"3"),
+            Member("t/mac", wrapped), Member("../up", b"5"), Member("/root", b"6"), Member("t/x/../y", b"7"),
+            Member("t/l", b"d/b", mode=LINK), Member("t/d/out", b"../../evil", mode=LINK),
+            Member("r/c", b"8", extra=UNIX_TIMES), Member("__MACOSX/r/._c", companion, extra=UNIX_TIMES)))
+        one = {"a": b"1", "d/b": b"2", "l": b"2", "mac": b"4", "up": b"5", "root": b"6", "c": b"8"}
+        cases = [
+            ("1", [], 1, ["leads out of the destination by", "the symbolic link leads out"],
+             {**one, "._mac": None, "._c": None}),
+            ("1", ["--raw", "-x", "*/x", "-x", "*/out"], 0, [], {**one, "mac": wrapped, "r/._c": companion}),
+            ("2", [], 1, ["t/x/../y: refused"], {"b": b"2"}),
+            ("9", [], 0, [], {}),
+        ]
+        for count, arguments, code, says, expected in cases:
+            with self.subTest(count, arguments=arguments):
+                subprocess.run(["rm", "-rf", self.out], check=True)
+                for dry in (["--dry-run"], []):
+                    result = self.run_tool("extract", "--strip-components", count, *arguments, *dry, self.zip, "-d", self.out)
+                    self.assertEqual(self.out.exists(), not dry)
+                    if not dry:
+                        self.assertEqual([text for text in says if text not in result.stderr.decode()], [])
+                        self.assertEqual(result.returncode, code)
+                found = {name: (self.out / name).read_bytes() for name in self.files_below(self.out)}
+                self.assertEqual(found.keys(), expected.keys())
+                self.assertEqual({name for name in found if expected[name] not in (None, found[name])}, set())
+
+    def test_only_what_is_newer(self):
+        member = lambda name, age, **fields: Member(name, b"new", extra=struct.pack("<HHBI", 0x5455, 5, 1, age), **fields)
+        self.zip.write_bytes(archive(member("older", 999), member("same", 1000), member("newer", 1001), member("fresh", 1),
+                                     member("mac", 1001), member("twice", 1002), member("twice", 1001),
+                                     Member("l", b"f", mode=LINK, extra=struct.pack("<HHBI", 0x5455, 5, 1, 1))))
+        for name in ("older", "same", "newer", "l"):
+            os.utime(self.write(f"out/{name}", "old"), (1000, 1000))
+        would = self.extract(0, "--newer", "--dry-run").decode()
+        self.assertEqual(re.findall(r"^extract (\w+)$", would, re.MULTILINE), ["newer", "fresh", "mac", "twice", "twice"])
+        self.assertEqual(self.extract(0, "--newer"), b"4 members extracted\n")
+        content = {name: (self.out / name).read_bytes() for name in self.files_below(self.out)}
+        new = dict.fromkeys(("newer", "fresh", "mac", "twice"), b"new")
+        self.assertEqual(content, {**new, **dict.fromkeys(("older", "same", "l"), b"old")})
+        self.assertEqual((self.out / "twice").stat().st_mtime, 1002)
+        self.assertEqual(self.extract(0, "--newer"), b"0 members extracted\n")
 
     def test_raw_leaves_wrapping_and_companions_as_they_are(self):
         wrapped, companion = mac_binary(b"data", b"fork"), apple_double(b"fork")

@@ -109,6 +109,7 @@ class Jobs(ForkzipTest):
                                          Member("k/x", b"2"), *bad, Member("up", b"../..", **link)]),
             ("closed folders", [Member("bad/", mode=0o040500), Member("e/", mode=0o040000), *bad]),
             ("names that are refused", [Member("../x", b"1"), Member("/y", b"2"), *bad, Member("", b"3")]),
+            ("names that meet when stripped", [Member(f"{i}/f{i % 7}", b"%d" % i) for i in range(SHARED)]),
             ("companions", [Member("m/x", b"1"), *bad, Member("__MACOSX/m/._x", fork), Member("__MACOSX/m/._x", fork)]),
         ]
         for what, members in cases:
@@ -127,7 +128,8 @@ class Jobs(ForkzipTest):
                 return result.returncode, result.stdout, result.stderr, self.tree(out)
 
             outcomes = [tested, extracted, lambda jobs: extracted(jobs, "--overwrite")]
-            for outcome in outcomes + [lambda jobs: extracted(jobs, "--raw")] * (what == "companions"):
+            for outcome in outcomes + [lambda jobs: extracted(jobs, "--raw")] * (what == "companions") + [
+                    lambda jobs: extracted(jobs, "--strip-components", "1")] * ("stripped" in what):
                 with self.subTest(what):
                     self.assert_same(outcome)
 

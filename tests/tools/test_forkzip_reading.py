@@ -182,7 +182,10 @@ class Listing(ForkzipTest):
                 self.assertEqual(tested, expected)
         self.expect(1, "cat", self.zip, "*.txt", says="means 2 members")
         self.assertEqual(self.expect(0, "cat", self.zip, "dir/two.c", "[x]", "a", "a"), b"dir/two.c[x]aa")
-        self.assertEqual(self.expect(1, "cat", self.zip, "a", "missing", says="missing: no such member"), b"")
+        self.assertEqual(self.expect(1, "cat", self.zip, "missing", "a", says="missing: no such member"), b"a")
+        self.assertEqual(self.expect(0, "extract", "--stdout", self.zip, "[x]", "dir", "A"), b"Adir/one.txtdir/two.c[x]")
+        self.assertEqual(os.listdir(self.root), ["a.zip"])
+        self.expect(2, "extract", "--stdout", "-d", "x", self.zip, says="--destination has no meaning with --stdout")
         self.assertIn(b"0 members tested, 1 missing", self.expect(1, "test", self.zip, "x", says="x: no such member"))
         self.assertEqual(json.loads(self.run_tool("test", "--json", self.zip, "x").stdout)["missing"], ["x"])
 

@@ -66,7 +66,6 @@ template <typename Work>
 void Extraction::Guarded(const Ref<ZipEntry>& entry, Work work) {
   try {
     work();
-    ++extracted_;
   } catch (const Failure& failure) {
     if (!Interruption::Requested()) problems_->Add(failure.Code(), Utf8(entry->RawPath()), failure.what());
   } catch (const RuntimeException& fault) {
@@ -76,17 +75,18 @@ void Extraction::Guarded(const Ref<ZipEntry>& entry, Work work) {
 
 void Extraction::Extract(const Ref<ZipEntry>& entry) {
   Guarded(entry, [&] { Place(entry); });
-  if (!ways_.raw || !entry->appleDoubleEntry) return;
+  const Ref<ZipEntry>& companion = entry->appleDoubleEntry;
+  if (!ways_.raw || !companion || Stripped(companion->RawPath().view(), ways_.strip).empty()) return;
   // As it stands it is a member like any other.
-  entry->appleDoubleEntry->thisIsTheAppleDoubleEntry = false;
-  Guarded(entry->appleDoubleEntry, [&] { Place(entry->appleDoubleEntry); });
+  companion->thisIsTheAppleDoubleEntry = false;
+  Guarded(companion, [&] { Place(companion); });
 }
 
 const Extraction::Components& Extraction::PathFor(const Ref<ZipEntry>& entry) {
   const String name = entry->RawPath();
   if (split_path_.empty() || !IsCarriedOver(name, split_name_)) {
     split_path_.clear();
-    split_path_ = SafePath(entry);
+    split_path_ = SafePath(entry, ways_.strip);
     split_name_ = name;
   }
   return split_path_;
@@ -97,27 +97,30 @@ void Extraction::Place(const Ref<ZipEntry>& entry) {
   if (!entry->IsDirectory()) RefuseIfNotUnpacked(entry);
   if (entry->IsDirectory()) {
     destination_.Folder(path);
-    if (!path.empty()) folders_.push_back({entry, path.size()});
+    if (path.empty()) {
+      ++extracted_;  // the destination itself
+    } else {
+      folders_.push_back({entry, path.size()});
+    }
   } else if (IsSymbolicLink(entry)) {
     destination_.Folder(FoldersOf(path));
     links_.push_back(entry);
-  } else {
+  } else if (IsWanted(entry, path)) {
     ExtractFile(entry, destination_, path, ways_, side_files_);
+    ++extracted_;
   }
 }
 
+bool Extraction::IsWanted(const Ref<ZipEntry>& entry, const Components& path) {
+  return !ways_.newer || IsNewerThanThere(entry, destination_.Folder(FoldersOf(path)), path.back());
+}
+
 void Extraction::Finish() {
-  for (const Ref<ZipEntry>& entry : links_) {
-    --extracted_;  // it was counted when it was put aside
-    Guarded(entry, [&] { MakeLink(entry); });
-  }
+  for (const Ref<ZipEntry>& entry : links_) Guarded(entry, [&] { MakeLink(entry); });
   // From the innermost out: what happens in a folder changes its time, and its mode may close it.
   std::stable_sort(folders_.begin(), folders_.end(),
                    [](const Waiting& a, const Waiting& b) { return a.depth > b.depth; });
-  for (const Waiting& folder : folders_) {
-    --extracted_;
-    Guarded(folder.entry, [&] { FinishFolder(folder.entry); });
-  }
+  for (const Waiting& folder : folders_) Guarded(folder.entry, [&] { FinishFolder(folder.entry); });
 }
 
 void Extraction::Clear(const std::vector<Ref<ZipEntry>>& entries) {
@@ -138,6 +141,7 @@ void Extraction::Clear(const std::vector<Ref<ZipEntry>>& entries) {
 
 void Extraction::MakeLink(const Ref<ZipEntry>& entry) {
   const Components& path = PathFor(entry);
+  if (!IsWanted(entry, path)) return;
   const std::string target = LinkTargetOf(entry);
   CheckLinkTarget(target, FoldersOf(path), destination_);
   const int folder = destination_.Folder(FoldersOf(path));
@@ -146,6 +150,7 @@ void Extraction::MakeLink(const Ref<ZipEntry>& entry) {
   if (error == EEXIST && ways_.overwrite) error = ReplaceByLink(target, folder, name);
   if (error != 0) FailToPlace(folder, name, error, ways_.overwrite);
   if (const auto time = TimeOf(entry)) SetTimes(folder, name, *time);
+  ++extracted_;
 }
 
 void Extraction::FinishFolder(const Ref<ZipEntry>& entry) {
@@ -154,6 +159,7 @@ void Extraction::FinishFolder(const Ref<ZipEntry>& entry) {
   if (const auto time = TimeOf(entry)) SetTimes(folder, ".", *time);
   if (const auto mode = PermissionsOf(entry)) fchmod(folder, *mode);
   if (!ways_.raw) ApplyFolderData(entry, path);
+  ++extracted_;
 }
 
 // The engine looks at nothing but a header in a folder's data, so the companion is streamed as a member of

@@ -43,6 +43,8 @@ class Extraction {
   // after another, and their common path is split once.
   const Components& PathFor(const Ref<ZipEntry>& entry);
   void Place(const Ref<ZipEntry>& entry);
+  // Whether --newer lets the member take the place of what is there.
+  bool IsWanted(const Ref<ZipEntry>& entry, const Components& path);
   void MakeLink(const Ref<ZipEntry>& entry);
   void FinishFolder(const Ref<ZipEntry>& entry);
   void ApplyFolderData(const Ref<ZipEntry>& entry, const Components& path);

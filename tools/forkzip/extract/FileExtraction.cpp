@@ -1,5 +1,6 @@
 #include "tools/forkzip/extract/FileExtraction.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -128,6 +129,12 @@ void FileExtraction::Expect(bool good) const {
 void ExtractFile(const Ref<ZipEntry>& entry, Destination& destination, std::span<const std::string> path,
                  const ExtractionWays& ways, SideFileGuard& side_files) {
   FileExtraction(entry, destination, path, ways, side_files).Run();
+}
+
+bool IsNewerThanThere(const Ref<ZipEntry>& entry, int folder, const std::string& name) {
+  struct stat there {};
+  return fstatat(folder, name.c_str(), &there, AT_SYMLINK_NOFOLLOW) != 0 || S_ISDIR(there.st_mode) ||
+         IsUnfinished(there.st_mode) || TimeOf(entry).value_or(0) > there.st_mtim.tv_sec;
 }
 
 std::optional<mode_t> PermissionsOf(const Ref<ZipEntry>& entry) {

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <optional>
 #include <span>
 #include <string>
@@ -17,13 +18,18 @@ namespace vantorel::forkzip {
 
 struct ExtractionWays {
   bool overwrite = false;
-  bool raw = false;  // MacBinary and companions are left as they are
+  bool newer = false;     // what is there gives way to newer members alone
+  bool raw = false;       // MacBinary and companions are left as they are
+  std::size_t strip = 0;  // components at the beginning of names
 };
 
 // Brings a member to the file that `path`, which is not empty, names below the destination. Raises Failure;
 // then all is as it was before.
 void ExtractFile(const Ref<ZipEntry>& entry, Destination& destination, std::span<const std::string> path,
                  const ExtractionWays& ways, SideFileGuard& side_files);
+
+// Whether nothing that is newer than the member, or as old, is in the place of that name in an open folder.
+bool IsNewerThanThere(const Ref<ZipEntry>& entry, int folder, const std::string& name);
 
 // Without set-id and sticky bits, which are not an archive's to give.
 std::optional<mode_t> PermissionsOf(const Ref<ZipEntry>& entry);

@@ -4,12 +4,13 @@
 #include <string>
 
 #include "platform/base/Ref.h"
+#include "tools/forkzip/extract/FileExtraction.h"
 #include "zip/archive/ZipEntry.h"
 
 namespace vantorel::forkzip {
 
-// Raises Failure if the member would be refused or could not take its place below the destination. Nothing is
-// made, and what other members would leave in the way is not known.
-void CheckPlace(const std::string& root, const Ref<ZipEntry>& entry, bool overwrite);
+// Raises Failure if the member would be refused or could not take its place below the destination; false if
+// it would be passed over. Nothing is made, and what other members would leave in the way is not known.
+bool CheckPlace(const std::string& root, const Ref<ZipEntry>& entry, const ExtractionWays& ways);
 
 }  // namespace vantorel::forkzip

@@ -33,8 +33,16 @@ std::size_t SizeBehindLastUp(std::string_view path) {
 
 }  // namespace
 
-std::vector<std::string> SafePath(const Ref<ZipEntry>& entry) {
-  const std::string name = Utf8(entry->RawPath());
+std::string_view Stripped(std::string_view name, std::size_t count) {
+  if (count == 0) return name;
+  for (; count > 0 && !name.empty(); --count) TakeComponent(name);
+  name.remove_prefix(std::min(name.find_first_not_of('/'), name.size()));
+  return name;
+}
+
+std::vector<std::string> SafePath(const Ref<ZipEntry>& entry, std::size_t strip) {
+  const std::string whole = Utf8(entry->RawPath());
+  const std::string_view name = Stripped(whole, strip);
   if (name.empty()) Refuse("the member has no name");
   if (name.front() == '/' && name != "/") Refuse("its name is an absolute path");
   std::vector<std::string> components;

@@ -37,7 +37,7 @@ std::string_view WithoutSidePrefix(std::string_view name) {
 
 class FileShares {
  public:
-  explicit FileShares(SharedWork& work) : work_(work) {}
+  FileShares(SharedWork& work, std::size_t strip) : work_(work), strip_(strip) {}
 
   // False if this member, or the number of folders, calls for one process.
   bool Add(const Ref<ZipEntry>& entry);
@@ -54,6 +54,7 @@ class FileShares {
   File Hashes(const Ref<ZipEntry>& entry);
 
   SharedWork& work_;
+  std::size_t strip_;
   std::vector<File> files_;  // as the units; those for the calling process unset
   std::unordered_set<std::uint64_t> folders_;
   String last_name_;
@@ -75,7 +76,7 @@ bool FileShares::Add(const Ref<ZipEntry>& entry) {
 FileShares::File FileShares::Hashes(const Ref<ZipEntry>& entry) {
   std::vector<std::string> path;
   try {
-    path = SafePath(entry);
+    path = SafePath(entry, strip_);
   } catch (const Failure&) {
     return {};  // it will be refused
   }
@@ -109,10 +110,10 @@ bool FileShares::Settle() {
 
 }  // namespace
 
-void ShareOutFiles(SharedWork& work, const std::vector<Ref<ZipEntry>>& entries, bool raw) {
-  FileShares shares(work);
+void ShareOutFiles(SharedWork& work, const std::vector<Ref<ZipEntry>>& entries, const ExtractionWays& ways) {
+  FileShares shares(work, ways.strip);
   const bool apart = std::all_of(entries.begin(), entries.end(), [&](const Ref<ZipEntry>& entry) {
-    return !(raw && entry->appleDoubleEntry) && shares.Add(entry);
+    return !(ways.raw && entry->appleDoubleEntry) && shares.Add(entry);
   });
   if (!apart || !shares.Settle()) work.shares = 0;
 }

@@ -1,14 +1,9 @@
-#include <unistd.h>
-
 #include "tools/forkzip/Verbs.h"
 #include "tools/forkzip/cli/Options.h"
 #include "tools/forkzip/cli/Output.h"
-#include "tools/forkzip/cli/Printable.h"
-#include "tools/forkzip/read/ByteSinks.h"
-#include "tools/forkzip/read/MemberFacts.h"
+#include "tools/forkzip/read/MemberOutput.h"
 #include "tools/forkzip/read/MemberSelection.h"
 #include "tools/forkzip/read/OpenArchive.h"
-#include "tools/forkzip/read/Verification.h"
 
 namespace vantorel::forkzip {
 
@@ -25,47 +20,25 @@ struct CatOptions : Options {
   bool raw = false;
 };
 
-class OutputSink : public SummingSink {
- public:
-  explicit OutputSink(Output& output) : output_(output) {}
-  bool Write(const String& data) override {
-    output_.Write(data.view());
-    return SummingSink::Write(data);
-  }
-
- private:
-  Output& output_;
-};
-
-Ref<ZipEntry> FileIn(const Ref<ZipArchive>& archive, const std::string& argument) {
-  Ref<ZipEntry> entry = archive->Entry(SelectOneMember(archive, argument));
-  if (entry->IsDirectory()) throw Failure(ExitCode::kBadArchive, Utf8(entry->RawPath()) + ": is a folder");
-  if (const std::string why = WhyNotUnpacked(entry); !why.empty()) {
-    throw Failure(ExitCode::kBadArchive, Utf8(entry->RawPath()) + ": " + why);
-  }
-  return entry;
-}
-
-void Write(const Ref<ZipEntry>& entry, const CatOptions& options, Output& output, Problems& problems) {
-  const auto sink = New<OutputSink>(output);
-  Ref<MemoryBlock> header_block;
-  const bool good = entry->Extract(!options.raw, sink, nil, header_block);
-  output.Flush();
+// nil if the argument means no file, which is a problem.
+Ref<ZipEntry> FileIn(const Ref<ZipArchive>& archive, const std::string& argument, Problems& problems) {
   try {
-    const bool unwrapped = header_block && !entry->appleDoubleEntry;
-    CheckStreamed(entry, good, unwrapped ? std::nullopt : std::optional(sink->Crc()));
+    Ref<ZipEntry> entry = archive->Entry(SelectOneMember(archive, argument));
+    if (entry->IsDirectory()) throw Failure(ExitCode::kBadArchive, argument + ": is a folder");
+    return entry;
   } catch (const Failure& failure) {
-    problems.Add(failure.Code(), Utf8(entry->RawPath()), failure.what());
+    problems.Add(failure.Code(), failure.what());
+    return nil;
   }
 }
 
-// Writes nothing unless all arguments mean a file.
 void Cat(const CatOptions& options, Problems& problems) {
   const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
-  std::vector<Ref<ZipEntry>> entries;
-  for (const std::string& argument : options.members) entries.push_back(FileIn(archive, argument));
   Output output;
-  for (const Ref<ZipEntry>& entry : entries) Write(entry, options, output, problems);
+  for (const std::string& argument : options.members) {
+    const Ref<ZipEntry> entry = FileIn(archive, argument, problems);
+    if (entry) WriteMember(entry, options.raw, output, problems);
+  }
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include <numeric>
+#include <utility>
 
 #include "tools/forkzip/Verbs.h"
 #include "tools/forkzip/cli/Interruption.h"
@@ -7,9 +8,11 @@
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/extract/Extraction.h"
 #include "tools/forkzip/extract/Preview.h"
+#include "tools/forkzip/extract/SafePath.h"
 #include "tools/forkzip/jobs/FileShares.h"
 #include "tools/forkzip/jobs/JobCount.h"
 #include "tools/forkzip/read/MemberFacts.h"
+#include "tools/forkzip/read/MemberOutput.h"
 #include "tools/forkzip/read/MemberSelection.h"
 #include "tools/forkzip/read/OpenArchive.h"
 #include "tools/forkzip/read/Overlaps.h"
@@ -37,11 +40,14 @@ constexpr const char* kHelp =
     "  forkzip extract site.zip -d /tmp/site       into a folder, which is made if it is missing\n"
     "  forkzip extract site.zip css 'img/*.png'    a folder, and what matches a pattern (`*` passes `/`)\n"
     "  forkzip extract site.zip -x '*.psd' -x src    but not what matches, and nothing in the folder `src`\n"
+    "  forkzip extract site-1.2.zip --strip-components 1   without the folder that all is in\n"
+    "  forkzip extract --stdout logs.zip '*.log' | grep -i error\n"
     "  forkzip extract --raw mac.zip               MacBinary wrapping and companions left as they are";
 
 struct ExtractOptions : Options {
   std::string destination = ".";
   ExtractionWays ways;
+  bool to_stdout = false;
 };
 
 std::uint64_t SizeOfAll(const std::vector<Ref<ZipEntry>>& entries) {
@@ -55,7 +61,7 @@ std::size_t ExtractMembers(Extraction& extraction, const std::vector<Ref<ZipEntr
   SharedWork work;
   for (const Ref<ZipEntry>& entry : entries) work.units.push_back({SizeOf(entry)});
   const std::size_t jobs = JobCount(options.jobs, entries.size(), SizeOfAll(entries), kWorthAProcess);
-  if (jobs > 1) ShareOutFiles(work, entries, options.ways.raw);
+  if (jobs > 1) ShareOutFiles(work, entries, options.ways);
   work.run = [&](std::size_t unit, Problems& told) {
     progress.Begin(entries[unit]);
     const std::size_t before = extraction.Extracted();
@@ -74,14 +80,12 @@ std::size_t ExtractMembers(Extraction& extraction, const std::vector<Ref<ZipEntr
   }
 }
 
-void Preview(const Ref<ZipArchive>& archive, const std::vector<std::int32_t>& members,
-             const ExtractOptions& options, Problems& problems) {
+void Preview(const std::vector<Ref<ZipEntry>>& entries, const ExtractOptions& options, Problems& problems) {
   Output output;
   std::size_t count = 0;
-  for (const std::int32_t i : members) {
-    const Ref<ZipEntry> entry = archive->Entry(i);
+  for (const Ref<ZipEntry>& entry : entries) {
     try {
-      CheckPlace(options.destination, entry, options.ways.overwrite);
+      if (!CheckPlace(options.destination, entry, options.ways)) continue;
       if (!options.quiet) output.WriteAction("extract ", entry->RawPath());
       ++count;
     } catch (const Failure& failure) {
@@ -92,14 +96,33 @@ void Preview(const Ref<ZipArchive>& archive, const std::vector<std::int32_t>& me
   output.Flush();
 }
 
+void WriteOut(const std::vector<Ref<ZipEntry>>& entries, const ExtractOptions& options, Problems& problems) {
+  Output output;
+  for (const Ref<ZipEntry>& entry : entries) {
+    if (!entry->IsDirectory()) WriteMember(entry, options.ways.raw, output, problems);
+  }
+}
+
+// The members that are selected, without those whose names have too few components.
+std::vector<Ref<ZipEntry>> EntriesOf(const Ref<ZipArchive>& archive, const ExtractOptions& options,
+                                     Problems& problems) {
+  const std::vector<std::int32_t> members = SelectMembers(archive, options, problems).members;
+  std::vector<Ref<ZipEntry>> entries;
+  entries.reserve(members.size());
+  const std::size_t strip = options.ways.strip;
+  for (const std::int32_t i : members) {
+    Ref<ZipEntry> entry = archive->Entry(i);
+    if (strip == 0 || !Stripped(Utf8(entry->RawPath()), strip).empty()) entries.push_back(std::move(entry));
+  }
+  return entries;
+}
+
 void Extract(const ExtractOptions& options, Problems& problems) {
   const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
   if (!options.allow_overlap) RefuseOverlaps(archive);
-  const std::vector<std::int32_t> members = SelectMembers(archive, options, problems).members;
-  if (options.dry_run) return Preview(archive, members, options, problems);
-  std::vector<Ref<ZipEntry>> entries;
-  entries.reserve(members.size());
-  for (const std::int32_t i : members) entries.push_back(archive->Entry(i));
+  const std::vector<Ref<ZipEntry>> entries = EntriesOf(archive, options, problems);
+  if (options.to_stdout) return WriteOut(entries, options, problems);
+  if (options.dry_run) return Preview(entries, options, problems);
   const std::uint64_t total = SizeOfAll(entries);
   Interruption::Watch();
   const auto progress = New<Progress>(options.ShowProgress(), total);
@@ -123,17 +146,35 @@ void Extract(const ExtractOptions& options, Problems& problems) {
 void AddExtractVerb(CLI::App& app, ExitCode& exit_code) {
   static ExtractOptions options;
   CLI::App& command = *app.add_subcommand("extract", "Extracts members to disk");
-  SetUp(command, options, exit_code, [](Problems& problems) { Extract(options, problems); });
+  SetUp(command, options, exit_code, [&command](Problems& problems) {
+    for (const char* other : {"--destination", "--overwrite", "--newer", "--dry-run"}) {
+      if (options.to_stdout && command.count(other) != 0)
+        throw Failure(ExitCode::kUsage, std::string(other) + " has no meaning with --stdout");
+    }
+    if (options.ways.newer) options.ways.overwrite = true;
+    Extract(options, problems);
+  });
   AddProgressOption(command, options);
   AddOverlapOption(command, options);
   AddJobsOption(command, options);
   command.add_option("MEMBER", options.members,
                      "Names, folders or shell patterns; all members if none is given");
-  command.add_option("-d,--destination", options.destination, "The folder to extract to")->default_str(".");
+  command.add_option("-d,--destination", options.destination, "The folder to extract to")
+      ->default_str(".")
+      ->type_name("FOLDER");
   command.add_flag("--overwrite", options.ways.overwrite, "Replace existing files");
+  command.add_flag("--newer", options.ways.newer,
+                   "Only what is newer than the file that is there, which it replaces, or is not there yet");
+  command
+      .add_option("--strip-components", options.ways.strip,
+                  "Leave out the first N components of names; members that have no more are passed over")
+      ->check(CLI::NonNegativeNumber)
+      ->type_name("N");
   command.add_flag("--raw", options.ways.raw, "Leave MacBinary and companions as they are");
   AddExcludeOption(command, options);
   AddDryRunOption(command, options);
+  command.add_flag("--stdout", options.to_stdout,
+                   "Write the data to standard output, one member after the other, and no file");
   AddReadingEncodingOption(command, options);
   command.footer(kHelp);
 }
