@@ -11,12 +11,16 @@
 
 namespace vantorel::sealed {
 
+// A journal names at most as many items as an archive has members.
+constexpr off_t kMostBytes = off_t{32} << 20U;
+
 std::optional<std::string> ReadFile(const std::string& path) {
   const Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (!file.IsOpen() && errno == ENOENT) return std::nullopt;
   struct stat status {};
   if (!file.IsOpen() || fstat(file.Number(), &status) != 0) RefuseWithErrno(path);
   if (!S_ISREG(status.st_mode)) throw Refusal(Status::kNotPlaced, path + ": is no file");
+  if (status.st_size > kMostBytes) throw Refusal(Status::kNotPlaced, path + ": is too large");
   std::string content(static_cast<std::size_t>(status.st_size), '\0');
   const ReadResult result = ReadAllAt(file.Number(), 0, content.data(), content.size());
   errno = result.error;

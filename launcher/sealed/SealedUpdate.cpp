@@ -14,6 +14,7 @@
 #include "launcher/sealed/Release.h"
 #include "platform/base/Exceptions.h"
 #include "platform/run/Quit.h"
+#include "platform/text/Utf8.h"
 #include "platform/ui/MsgBox.h"
 
 namespace vantorel::sealed {
@@ -24,6 +25,7 @@ constexpr std::int32_t kPaceMilliseconds = 30000;
 constexpr std::int64_t kPaceBytes = 30LL * 1024;
 // The largest archive that can be read.
 constexpr std::int64_t kMostBytes = std::numeric_limits<std::int32_t>::max();
+constexpr std::size_t kMostDetailBytes = 1000;
 constexpr std::int32_t kFirstGoodStatus = 200;
 constexpr std::int32_t kLastGoodStatus = 299;
 
@@ -37,7 +39,8 @@ std::vector<PublicKey> Keys() {
 
 // On one line of standard error, whatever a server put into the text.
 void Tell(const char* what, const std::exception& fault) {
-  std::string detail = fault.what();
+  std::string detail = std::string(fault.what()).substr(0, kMostDetailBytes);
+  detail.resize(SoundUtf8(detail));
   std::replace_if(
       detail.begin(), detail.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, ' ');
   std::fprintf(stderr, "VantorelLauncher: %s: %s\n", what, detail.c_str());
@@ -68,6 +71,7 @@ Ref<updateSocket> NewUpdateSocket(Window& window) {
 
 SealedUpdate::SealedUpdate() : work_(std::string(Globals::LauncherFolderPath().view())) {
   TryToSettle();
+  work_.Leave();
   pace_->SetPeriod(kPaceMilliseconds);
   pace_->Action = [this] { Step([this] { CheckPace(); }); };
   signature_->Received = [this](const std::string& file) { Step([&] { InstallIfSigned(file); }); };
@@ -163,6 +167,7 @@ void SealedUpdate::Step(const std::function<void()>& step) {
 
 void SealedUpdate::TryToSettle() noexcept {
   try {
+    if (work_.Folders().empty()) return;
     work_.Enter();
     Settle(work_);
   } catch (const std::exception& fault) {

@@ -47,6 +47,16 @@ void MoveAside(const std::string& path) {
 
 }  // namespace
 
+std::vector<std::string> WorkFolder::Folders() const {
+  const std::string name(kName);
+  std::vector<std::string> paths;
+  for (const auto& item : fs::directory_iterator(launcher_folder_)) {
+    const std::string found = item.path().filename();
+    if (found == name || found.starts_with(name + "-")) paths.push_back(item.path());
+  }
+  return paths;
+}
+
 // What may be read by others could be locked by them: the lock is a file of its own.
 void WorkFolder::Enter() {
   if (lock_.IsOpen()) return;
@@ -71,11 +81,7 @@ void WorkFolder::Make() const {
 }
 
 void WorkFolder::Remove() const {
-  const std::string path = launcher_folder_ + kName;
-  RemoveTree(path);
-  for (int number = 1; KindOf(AT_FDCWD, AsideName(path, number)) != 0; ++number) {
-    RemoveTree(AsideName(path, number));
-  }
+  for (const std::string& path : Folders()) RemoveTree(path);
 }
 
 void WorkFolder::Sync() const {

@@ -9,6 +9,7 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/base/Descriptor.h"
 
@@ -21,8 +22,12 @@ class WorkFolder {
   // The path of the launcher folder ends in a slash.
   explicit WorkFolder(std::string launcher_folder) : launcher_folder_(std::move(launcher_folder)) {}
 
-  // Makes sure that no other launcher works here as long as this object lives. Raises Refusal.
+  // The paths of the folder, if it is there, and of those that were moved aside.
+  std::vector<std::string> Folders() const;
+
+  // Makes sure that no other launcher works here, until Leave or the end of this object. Raises Refusal.
   void Enter();
+  void Leave() { lock_.Close(); }
   bool IsEntered() const { return lock_.IsOpen(); }
   // Makes the folder, empty. One that could not be removed is moved aside. Raises Refusal.
   void Make() const;

@@ -15,9 +15,10 @@ import tempfile
 import unittest
 import zipfile
 
+from desktop import wait_for
 from launcher import VERSION, update_archive
-from sealing import KEYS, SealedLauncher, contents, release, sign
-from updateserver import page, silent
+from sealing import HEADLESS, KEYS, SealedLauncher, contents, release, sign
+from updateserver import UpdateServer, page, silent
 
 MISSING = "Die Signatur des Updates fehlt."
 INVALID = "Die Signatur des Updates ist ungültig."
@@ -30,6 +31,7 @@ BUSY = "Ein anderes Update läuft noch."
 NOT_PLACED = "Das Update konnte nicht eingespielt werden."
 WRITE_COUNTER = pathlib.Path(os.environ.get("WRITE_COUNTER", "build/dev/tests/tools/libwritecounter.so")).resolve()
 DONE = "Update erfolgreich!"
+SEARCHING = "Suche nach Updates..."
 
 GOOD = update_archive("new")
 COMMENT = "version:18\tserial:6"
@@ -135,6 +137,8 @@ def attacks():
         comment("more behind the number", "version:18\tserial:6\tx", INVALID),
         ("letter case", release(version="18-rc", signature=sign(GOOD, "version:18-RC\tserial:6")), OTHER_VERSION, {}),
         ("a line end in the version text", {**release(), VERSION: page(b"18\n")}, OTHER_VERSION, {}),
+        ("a version that is no text", {**release(signature=good), VERSION: page(b"18\xff")}, OTHER_VERSION, {}),
+        ("an endless version in the log", {**release(signature=good), VERSION: page(b"18" * 50000)}, OTHER_VERSION, {}),
         ("first byte", release(update=flipped(GOOD, 0)), INVALID, {}),
         ("middle byte", release(update=flipped(GOOD, len(GOOD) // 2)), INVALID, {}),
         ("last byte", release(update=flipped(GOOD, -1)), INVALID, {}),
@@ -226,7 +230,7 @@ class SealedUpdates(unittest.TestCase):
                 with contextlib.suppress(AssertionError):
                     launcher.wait_started()
                 return code, launcher.status, launcher.messages, launcher.started(), \
-                    contents(launcher.folder) == before, launcher.errors.count("\n"), \
+                    contents(launcher.folder) == before, launcher.errors[:2000].count("\n"), \
                     "do not end" in launcher.errors
 
         cases = attacks()
@@ -261,6 +265,17 @@ class SealedUpdates(unittest.TestCase):
             if os.getuid() == 0:
                 os.chown(launcher.folder / ".update", owner, -1)
 
+        def beside_a_waiting_launcher(launcher):
+            broken_off(launcher)
+            server = self.enterContext(UpdateServer({VERSION: silent}, port=0))
+            other = launcher.start(HEADLESS, as_nobody=True, arguments=[server.url])
+            self.addCleanup(other.communicate)
+            self.addCleanup(other.kill)
+            wait_for(lambda: server.requests, "the other launcher to wait")
+
+        def moved_aside(launcher):
+            (launcher.folder / ".update-2/old").mkdir(parents=True)
+
         def work_folder_of_another(launcher):
             broken_off(launcher, 0o700, owner=1)
 
@@ -282,6 +297,8 @@ class SealedUpdates(unittest.TestCase):
             ("left-overs of a run that was broken off", broken_off, release()),
             ("left-overs that may not be looked at", lambda launcher: broken_off(launcher, 0), release()),
             ("left-overs that cannot be removed", work_folder_of_another, release()),
+            ("left-overs moved aside", moved_aside, release()),
+            ("another launcher that installs nothing", beside_a_waiting_launcher, release()),
             ("a link in a circle", lambda launcher: (launcher.folder / ".update").symlink_to(".update"), release()),
         ]
 
@@ -292,7 +309,7 @@ class SealedUpdates(unittest.TestCase):
                 prepare(launcher)
                 code = launcher.run(answers, as_nobody=True)
                 elsewhere = contents(launcher.home / "elsewhere")
-                found = {name: what for name, what in contents(launcher.folder).items() if not name.startswith(".update-")}
+                found = {name: what for name, what in contents(launcher.folder).items() if not name.startswith(".update-1")}
                 return code, launcher.status, launcher.wait_started(), found, elsewhere, launcher.errors
 
         for (name, _, answers), (code, status, started, found, elsewhere, errors) in zip(cases, in_parallel(install, cases)):
@@ -312,21 +329,28 @@ class SealedUpdates(unittest.TestCase):
             self.addCleanup(os.close, lock)
             fcntl.flock(lock, fcntl.LOCK_EX)
 
+        def no_lock(launcher):
+            (launcher.folder / ".update.lock").mkdir()
+
         cases = [  # what would be broken, what is there, the status line, what standard error tells
             ("another launcher at work", at_work, BUSY, "another launcher works"),
-            ("no lock", lambda launcher: (launcher.folder / ".update.lock").mkdir(), NOT_PLACED, ".lock: Is a directory"),
+            ("no lock", no_lock, NOT_PLACED, ".lock: Is a directory"),
+            ("no lock, where nothing is to be done", no_lock, SEARCHING, "^$"),
             ("a damaged serial number", lambda launcher: (launcher.folder / "serial").write_text(""), NOT_PLACED,
              "is no serial number; without that file any update is accepted"),
             ("a serial number that is no file", lambda launcher: ((launcher.folder / "serial").unlink(),
              (launcher.folder / "serial").mkdir()), NOT_PLACED, "serial"),
+            ("a serial number without an end", lambda launcher: os.truncate(launcher.folder / "serial", 33 << 20),
+             NOT_PLACED, "too large"),
         ]
         for name, stand_in_the_way, status, detail in cases:
             with self.subTest(name), SealedLauncher() as launcher:
                 launcher.install()
                 stand_in_the_way(launcher)
                 before = contents(launcher.folder)
-                self.assertEqual((launcher.run(release()), launcher.status), (0, status))
-                self.assertIn(detail, launcher.errors)
+                answers = release(version="17") if status == SEARCHING else release()
+                self.assertEqual((launcher.run(answers), launcher.status), (0, status))
+                self.assertRegex(launcher.errors, detail)
                 self.assertEqual((launcher.wait_started(), contents(launcher.folder)), ("old", before))
 
     def test_any_file_system_without_exchange_will_do(self):
