@@ -49,11 +49,10 @@ class PackAhead::Pieces : public IStreamWriter {
 
   void Write(const String& data) override {
     Lock lock(packer_.mutex_);
-    packer_.room_.wait(
-        lock, [&] { return file_.item.size <= kRoom || file_.waiting < kRoom || packer_.IsStopped(); });
+    packer_.room_.wait(lock,
+                       [&] { return !file_.IsLarge() || file_.waiting < kRoom || packer_.IsStopped(); });
     file_.pieces.emplace_back(data.view());
     file_.waiting += data.size();
-    packer_.Tell(file_);
   }
   std::int32_t LastError() override { return 0; }
 
@@ -70,7 +69,7 @@ class PackAhead::Source : public FileSource {
 
   bool Open() override { return true; }
   String Read(std::int32_t count) override {
-    file_->wanted += static_cast<std::uint64_t>(std::max(count, 0));
+    file_->to_come -= std::min<std::uint64_t>(file_->to_come, static_cast<std::uint32_t>(std::max(count, 0)));
     return {};
   }
   void Close() override {
@@ -89,15 +88,37 @@ class PackAhead::Deflater : public MemberDeflater {
   Deflater(PackAhead& packer, std::shared_ptr<Packed> file) : packer_(packer), file_(std::move(file)) {}
 
   void Write(std::string_view /*data*/, IStreamWriter& writer) override {
-    packer_.Drain(*file_, file_->item.size - std::min(file_->wanted, file_->item.size), false, writer);
+    WriteUntil([this] { return file_->done || file_->left <= file_->to_come; }, writer);
   }
-  void Finish(IStreamWriter& writer) override { packer_.Drain(*file_, 0, true, writer); }
+  void Finish(IStreamWriter& writer) override {
+    WriteUntil([this] { return file_->done; }, writer);
+    if (file_->fault) std::rethrow_exception(file_->fault);
+  }
   bool Stored() const override { return file_->stored; }
 
  private:
+  // Writes what there is of the file, until that holds and nothing is left.
+  void WriteUntil(const std::function<bool()>& holds, IStreamWriter& writer) {
+    Lock lock(packer_.mutex_);
+    while (true) {
+      packer_.WaitUntil(lock, [&] { return !file_->pieces.empty() || holds(); });
+      if (file_->pieces.empty()) break;
+      std::vector<std::string> pieces = std::exchange(file_->pieces, {});
+      file_->waiting = 0;
+      packer_.room_.notify_all();
+      lock.unlock();
+      for (std::string& piece : pieces) writer.Write(String::Adopt(std::move(piece), nil));
+      lock.lock();
+    }
+  }
+
   PackAhead& packer_;
   std::shared_ptr<Packed> file_;
 };
+
+bool PackAhead::Packed::IsLarge() const {
+  return item.size > kRoom;
+}
 
 PackAhead::~PackAhead() {
   stopped_ = true;
@@ -108,79 +129,67 @@ PackAhead::~PackAhead() {
 }
 
 void PackAhead::Expect(const std::vector<const PlannedItem*>& files) {
-  files_ = files;
   std::uint64_t bytes = 0;
-  for (const PlannedItem* file : files_) bytes += file->size;
-  jobs_ = JobCount(jobs_asked_, files_.size(), bytes, kWorthAThread);
+  for (const PlannedItem* file : files) bytes += file->size;
+  jobs_ = JobCount(jobs_, files.size(), bytes, kWorthAThread);
+  if (jobs_ == 1) return;
+  files_ = files;
   const SignalsBlocked blocked;
   try {
-    while (threads_.size() + 1 < jobs_) threads_.emplace_back([this] { Run(); });
+    while (threads_.size() < jobs_) threads_.emplace_back([this] { Run(); });
   } catch (const std::system_error&) {
     // There are no more; fewer will do.
+    if (threads_.empty()) files_.clear();
   }
 }
 
 Ref<FileSource> PackAhead::SourceOf(const PlannedItem& item) {
   if (asked_ == files_.size() || files_[asked_] != &item) return FilePacker::SourceOf(item);
-  ++asked_;
   Lock lock(mutex_);
-  is_next_ = !ahead_.empty();
-  if (!is_next_) {
-    next_ = asked_;
-    lock.unlock();
-    return FilePacker::SourceOf(item);
+  if (asked_++ != 0) {
+    SetRoom(*ahead_.front(), 0);
+    ahead_.pop_front();
   }
-  current_ = std::move(ahead_.front());
-  ahead_.pop_front();
-  return New<Source>(*this, current_);
+  WaitUntil(lock, [this] { return !ahead_.empty() && (ahead_.front()->IsLarge() || ahead_.front()->done); });
+  if (IsStopped()) throw Interrupted();
+  if (ahead_.front()->IsLarge()) SetRoom(*ahead_.front(), 0);
+  is_next_ = true;
+  return New<Source>(*this, ahead_.front());
 }
 
 std::unique_ptr<MemberDeflater> PackAhead::NewDeflater() {
   if (!std::exchange(is_next_, false)) return FilePacker::NewDeflater();
-  return std::make_unique<Deflater>(*this, current_);
+  const Lock lock(mutex_);
+  return std::make_unique<Deflater>(*this, ahead_.front());
 }
 
 void PackAhead::Run() {
   Lock lock(mutex_);
   while (next_ < files_.size() && !IsStopped()) {
-    if (const auto file = Take(UINT64_MAX)) {
-      lock.unlock();
-      Pack(*file);
-      lock.lock();
-    } else {
+    const PlannedItem& item = *files_[next_];
+    const std::uint64_t room = std::min(item.size, kRoom);
+    if (taken_ + room > jobs_ * kRoom) {
       room_.wait(lock);
+      continue;
     }
+    ++next_;
+    taken_ += room;
+    const auto file = ahead_.emplace_back(std::make_shared<Packed>(Packed{item, item.size, room, item.size}));
+    if (file->IsLarge()) Tell(*file);
+    lock.unlock();
+    try {
+      Pack(*file);
+    } catch (...) {
+      file->fault = std::current_exception();
+    }
+    lock.lock();
+    file->done = true;
+    if (file->room != 0) SetRoom(*file, file->waiting);
+    Tell(*file);
   }
-}
-
-std::shared_ptr<PackAhead::Packed> PackAhead::Take(std::uint64_t largest) {
-  if (next_ == files_.size()) return nullptr;
-  const PlannedItem& item = *files_[next_];
-  const std::uint64_t room = std::min(item.size, kRoom);
-  if (item.size > largest || taken_ + room > jobs_ * kRoom) return nullptr;
-  ++next_;
-  taken_ += room;
-  return ahead_.emplace_back(std::make_shared<Packed>(Packed{item, item.size, room}));
 }
 
 void PackAhead::Pack(Packed& file) {
-  std::exception_ptr fault;
-  try {
-    ReadAndDeflate(file);
-  } catch (...) {
-    fault = std::current_exception();
-  }
-  const Lock lock(mutex_);
-  file.fault = fault;
-  file.done = true;
-  taken_ -= file.room;
-  file.room = file.waiting;
-  taken_ += file.room;
-  Tell(file);
-  room_.notify_all();
-}
-
-void PackAhead::ReadAndDeflate(Packed& file) {
   FileSource source(file.item.Source(), file.item.size);
   Pieces pieces(*this, file);
   if (source.Open()) {
@@ -192,47 +201,30 @@ void PackAhead::ReadAndDeflate(Packed& file) {
       if (bytes.empty()) break;
       deflater->Write(bytes.view(), pieces);
       left -= bytes.size();
+      if (!file.IsLarge()) continue;
       const Lock lock(mutex_);
       file.left = left;
       Tell(file);
     }
     if (left == 0) deflater->Finish(pieces);
     file.stored = deflater->Stored();
+    file.left = left;
   }
-  const Lock lock(mutex_);
   file.error = source.Error();
 }
 
-void PackAhead::Drain(Packed& file, std::uint64_t left, bool end, IStreamWriter& writer) {
-  Lock lock(mutex_);
-  while (!IsStopped()) {
-    if (!file.pieces.empty()) {
-      std::vector<std::string> pieces = std::exchange(file.pieces, {});
-      const std::uint64_t freed = std::exchange(file.waiting, 0);
-      if (file.done) {
-        taken_ -= freed;
-        file.room -= freed;
-      }
-      lock.unlock();
-      for (std::string& piece : pieces) writer.Write(String::Adopt(std::move(piece), nil));
-      lock.lock();
-      room_.notify_all();
-    } else if (file.done || (!end && file.left <= left)) {
-      break;
-    } else if (const auto other = Take(kRoom)) {
-      lock.unlock();
-      Pack(*other);
-      lock.lock();
-    } else {
-      // Not without end, since a signal does not end it.
-      changed_.wait_for(lock, std::chrono::milliseconds(50));
-    }
-  }
-  if (file.fault) std::rethrow_exception(file.fault);
+void PackAhead::WaitUntil(Lock& lock, const std::function<bool()>& holds) {
+  // Not without end, since a signal does not end it.
+  while (!holds() && !IsStopped()) changed_.wait_for(lock, std::chrono::milliseconds(50));
+}
+
+void PackAhead::SetRoom(Packed& file, std::uint64_t room) {
+  taken_ += room - std::exchange(file.room, room);
+  room_.notify_all();
 }
 
 void PackAhead::Tell(const Packed& file) {
-  if (&file == current_.get()) changed_.notify_one();
+  if (!ahead_.empty() && &file == ahead_.front().get()) changed_.notify_one();
 }
 
 bool PackAhead::IsStopped() const {

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <deque>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -21,8 +22,8 @@ namespace vantorel::forkzip {
 
 class PackAhead : public FilePacker {
  public:
-  // With as many threads, the calling one among them, as JobCount gives.
-  PackAhead(const DeflateWays& ways, std::size_t jobs_asked) : FilePacker(ways), jobs_asked_(jobs_asked) {}
+  // With as many threads, beside the calling one, as JobCount gives; none where that is one.
+  PackAhead(const DeflateWays& ways, std::size_t jobs_asked) : FilePacker(ways), jobs_(jobs_asked) {}
   ~PackAhead() override;
 
   void Expect(const std::vector<const PlannedItem*>& files) override;
@@ -33,15 +34,18 @@ class PackAhead : public FilePacker {
   // A file that one of the threads has taken up.
   struct Packed {
     const PlannedItem& item;
-    std::uint64_t left;                 // bytes of it that are not read yet
-    std::uint64_t room;                 // counts in taken_
+    std::uint64_t left;     // bytes of it that are not read yet
+    std::uint64_t room;     // counts in taken_
+    std::uint64_t to_come;  // bytes that the engine has not asked for; only the calling thread looks
     std::vector<std::string> pieces{};  // of the gzip member, to be written
     std::uint64_t waiting = 0;          // bytes in them
     int error = 0;                      // of the system
     std::exception_ptr fault{};         // what else went wrong
     bool stored = false;
     bool done = false;
-    std::uint64_t wanted = 0;  // how far the engine has asked for it; only the calling thread looks
+
+    // A large file is written while it is deflated, a small one when that is done.
+    bool IsLarge() const;
   };
   class Pieces;
   class Source;
@@ -49,27 +53,22 @@ class PackAhead : public FilePacker {
   using Lock = std::unique_lock<std::mutex>;
 
   void Run();
-  // Takes up the next file if what is under way leaves room for it; none of more than `largest` bytes.
-  std::shared_ptr<Packed> Take(std::uint64_t largest);
   void Pack(Packed& file);
-  void ReadAndDeflate(Packed& file);
-  // Writes what there is of the file until at most `left` bytes of it are to be read, and, at its `end`,
-  // until it is done. Packs others meanwhile.
-  void Drain(Packed& file, std::uint64_t left, bool end, IStreamWriter& writer);
+  // For the calling thread: until that holds, or a signal ends the run.
+  void WaitUntil(Lock& lock, const std::function<bool()>& holds);
+  void SetRoom(Packed& file, std::uint64_t room);
   void Tell(const Packed& file);
   bool IsStopped() const;
 
-  std::size_t jobs_asked_;
-  std::size_t jobs_ = 1;
+  std::size_t jobs_;
   std::vector<const PlannedItem*> files_;
-  bool is_next_ = false;                       // the next deflater is for current_
+  bool is_next_ = false;                       // the next deflater is for the first of ahead_
   std::size_t asked_ = 0;                      // how many of them the engine has asked for
   std::mutex mutex_;                           // guards what follows, and what is in Packed
   std::size_t next_ = 0;                       // the first that nobody has taken up
-  std::deque<std::shared_ptr<Packed>> ahead_;  // those from asked_ to next_
-  std::shared_ptr<Packed> current_;            // the one that is being written
+  std::deque<std::shared_ptr<Packed>> ahead_;  // those up to next_; the first is written, or is to be
   std::uint64_t taken_ = 0;                    // bytes that may wait to be written
-  std::condition_variable changed_;            // something came of current_
+  std::condition_variable changed_;            // something came of the first
   std::condition_variable room_;               // something was written
   std::atomic<bool> stopped_ = false;
   std::vector<std::thread> threads_;
