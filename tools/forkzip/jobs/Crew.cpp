@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,19 +10,15 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
-#include <numeric>
+#include <memory>
 #include <utility>
 
-#include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/Interruption.h"
 
 namespace vantorel::forkzip {
 
 namespace {
-
-constexpr auto kReportEvery = std::chrono::milliseconds(50);
 
 // The end to read from, and the end to write to; neither if the system has no more.
 std::pair<Descriptor, Descriptor> MakePipe() {
@@ -62,14 +59,14 @@ Crew::~Crew() {
   }
 }
 
+void Crew::Unmap::operator()(Board* board) const {
+  munmap(board, sizeof *board);
+}
+
 bool Crew::Start(std::size_t jobs) {
-  // Whoever is free takes the next number; all of them fit into a pipe at once.
-  auto [shares, numbers] = MakePipe();
-  std::vector<std::uint32_t> all(units_.size());
-  std::iota(all.begin(), all.end(), 0U);
-  const std::size_t size = all.size() * sizeof all[0];
-  if (WriteAll(numbers.Number(), {reinterpret_cast<const char*>(all.data()), size}) != 0) return false;
-  numbers.Close();
+  void* memory = mmap(nullptr, sizeof(Board), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  if (memory == MAP_FAILED) return false;
+  board_.reset(std::construct_at(static_cast<Board*>(memory)));
   const pid_t parent = getpid();
   while (processes_.size() < jobs) {
     auto [reports, report_to] = MakePipe();
@@ -80,7 +77,7 @@ bool Crew::Start(std::size_t jobs) {
       // All reports are for the parent alone: when it is gone, a write fails.
       reports.Close();
       processes_.clear();
-      Work(shares.Number(), report_to.Number());
+      Work(report_to.Number());
     }
     if (id < 0) break;
     processes_.push_back({id, std::move(reports)});
@@ -88,10 +85,10 @@ bool Crew::Start(std::size_t jobs) {
   return !processes_.empty();
 }
 
-void Crew::Work(int shares, int reports) {
+void Crew::Work(int reports) {
   try {
     try {
-      DoShares(shares, reports);
+      DoShares(reports);
     } catch (...) {
       const Failure fault = FailureInFlight();
       WriteReport(reports, {Report::Kind::kFault, fault.Code()}, {}, fault.what());
@@ -102,18 +99,15 @@ void Crew::Work(int shares, int reports) {
   _exit(Interruption::Requested() ? 1 : 0);
 }
 
-void Crew::DoShares(int shares, int reports) {
-  std::chrono::steady_clock::time_point next;
-  progress_.DivertTo([&](std::uint64_t done) {
-    const auto now = std::chrono::steady_clock::now();
-    if (now < next) return;
-    next = now + kReportEvery;
-    WriteReport(reports, {.kind = Report::Kind::kProgress, .count = done});
+void Crew::DoShares(int reports) {
+  progress_.DivertTo([this, before = std::uint64_t{0}](std::uint64_t done) mutable {
+    board_->bytes_done += done - std::exchange(before, done);
   });
+  // Whoever is free takes the next one.
   std::uint32_t share = 0;
-  while (!Interruption::Requested() && read(shares, &share, sizeof share) == sizeof share) {
+  while (!Interruption::Requested() && (share = board_->next_share++) < units_.size()) {
     std::size_t tally = 0;
-    for (const std::uint32_t unit : units_.at(share)) {
+    for (const std::uint32_t unit : units_[share]) {
       TellByReport problems(reports, unit);
       tally += work_.run(unit, problems);
       if (Interruption::Requested()) return;
@@ -134,12 +128,12 @@ std::size_t Crew::Serve() {
     for (std::size_t i = 0; i < waiting.size(); ++i) {
       if (waiting[i].revents != 0) Hear(processes_[i]);
     }
-    ShowProgress();
+    progress_.ShowAhead(board_->bytes_done);
   }
-  if (!Interruption::Requested()) {
-    for (const auto& units : units_) {
-      for (const std::uint32_t unit : units) progress_.End(work_.units[unit].size);
-    }
+  if (Interruption::Requested()) return tally_;
+  if (shares_done_ != units_.size()) throw Failure(ExitCode::kFileError, "not all of the work was done");
+  for (const auto& units : units_) {
+    for (const std::uint32_t unit : units) progress_.End(work_.units[unit].size);
   }
   return tally_;
 }
@@ -147,37 +141,30 @@ std::size_t Crew::Serve() {
 void Crew::Hear(Process& process) {
   std::array<char, 65536> bytes{};
   const ssize_t got = read(process.reports.Number(), bytes.data(), bytes.size());
-  if (got < 0) return;  // a signal came between
+  if (got < 0 && errno == EINTR) return;
+  if (got < 0) throw Failure(ExitCode::kFileError, WithCause("one of its processes cannot be heard", errno));
   if (got == 0) {
     process.reports.Close();
     return CheckEnd(process);
   }
   process.unread.append(bytes.data(), static_cast<std::size_t>(got));
   TakeReports(process.unread, [&](const Report& report, std::string_view member, std::string_view message) {
-    Take(process, report, member, message);
+    Take(report, member, message);
   });
 }
 
-void Crew::Take(Process& process, const Report& report, std::string_view member, std::string_view message) {
+void Crew::Take(const Report& report, std::string_view member, std::string_view message) {
   switch (report.kind) {
     case Report::Kind::kTold:
       return in_order_.Tell(report.index, report.code, member, message);
     case Report::Kind::kShareDone:
+      ++shares_done_;
       tally_ += report.count;
       for (const std::uint32_t unit : units_.at(report.index)) in_order_.End(unit);
-      return;
-    case Report::Kind::kProgress:
-      process.done = report.count;
       return;
     case Report::Kind::kFault:
       throw Failure(report.code, std::string(message));
   }
-}
-
-void Crew::ShowProgress() {
-  progress_.ShowAhead(
-      std::accumulate(processes_.begin(), processes_.end(), std::uint64_t{0},
-                      [](std::uint64_t sum, const Process& each) { return sum + each.done; }));
 }
 
 // They clean up and end by themselves.

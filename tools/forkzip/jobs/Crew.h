@@ -3,8 +3,10 @@
 
 #include <sys/types.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -26,7 +28,8 @@ class Crew {
 
   // Makes up to `jobs` processes, fewer if the system has no more. False if not even one.
   bool Start(std::size_t jobs);
-  // Until all is done or, after a signal, all have stopped. Returns the tally. Raises Failure.
+  // Until all is done or, after a signal, all have stopped. Returns the tally. Raises Failure if not all was
+  // done, or for whatever a process raised.
   std::size_t Serve();
 
  private:
@@ -34,14 +37,20 @@ class Crew {
     pid_t id;
     Descriptor reports;
     std::string unread{};
-    std::uint64_t done = 0;  // bytes, for the progress
+  };
+  // In memory that all processes share.
+  struct Board {
+    std::atomic<std::uint32_t> next_share = 0;
+    std::atomic<std::uint64_t> bytes_done = 0;  // for the progress
+  };
+  struct Unmap {
+    void operator()(Board* board) const;
   };
 
-  [[noreturn]] void Work(int shares, int reports);
-  void DoShares(int shares, int reports);
+  [[noreturn]] void Work(int reports);
+  void DoShares(int reports);
   void Hear(Process& process);
-  void Take(Process& process, const Report& report, std::string_view member, std::string_view message);
-  void ShowProgress();
+  void Take(const Report& report, std::string_view member, std::string_view message);
   void Stop();
   // Raises Failure unless the process came to its end, or was stopped.
   void CheckEnd(Process& process) const;
@@ -50,7 +59,9 @@ class Crew {
   Progress& progress_;
   InOrder& in_order_;
   std::vector<std::vector<std::uint32_t>> units_;  // of each share
+  std::unique_ptr<Board, Unmap> board_;
   std::vector<Process> processes_;
+  std::size_t shares_done_ = 0;
   std::size_t tally_ = 0;
 };
 

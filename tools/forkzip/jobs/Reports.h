@@ -14,7 +14,6 @@ struct Report {
   enum class Kind : std::uint32_t {
     kTold,       // something about the unit `index`
     kShareDone,  // the share `index`, with `count` as its tally
-    kProgress,   // `count` bytes done by this process
     kFault,      // what ends the work
   };
 
