@@ -134,6 +134,61 @@ class Listing(ForkzipTest):
                     self.expect(1, *verb, self.zip, says=f"{self.zip}: f: ")
                 self.expect(1, "cat", self.zip, "f", says=message)
 
+    def test_standard_input_and_output(self):
+        (self.root / "tmp").mkdir()
+        options = {"env": {**os.environ, "TMPDIR": str(self.root / "tmp")}}
+        self.write("t/f", "words " * 20000)
+        with open(self.root / "t/out.zip", "w+b") as out:
+            self.expect(0, "create", "-", "t", stdout=out, stderr=subprocess.PIPE, capture_output=False, **options,
+                        says="t/out.zip: left out, it is the archive itself")
+        made = (self.root / "t/out.zip").read_bytes()
+        self.assert_others_accept(self.root / "t/out.zip")
+        sources = {"pipe": lambda: {"input": made},
+                   "file": lambda: {"stdin": self.enterContext(open(self.root / "t/out.zip", "rb"))}}
+        for what, source in sources.items():
+            for verb, *arguments in (["list"], ["info"], ["test", "-j2"], ["cat", "t/f"], ["extract", "-d", what]):
+                with self.subTest(what, verb=verb):
+                    expected = self.expect(0, verb, "t/out.zip", *arguments).replace(b"t/out.zip", b"-")
+                    subprocess.run(["rm", "-rf", self.root / what], check=True)
+                    self.assertEqual(self.expect(0, verb, "-", *arguments, **source(), **options), expected)
+            self.assertEqual((self.root / what / "t/f").read_bytes(), (self.root / "t/f").read_bytes())
+        self.assertEqual(os.listdir(self.root / "tmp"), [], "a temporary file has no name")
+        ours, theirs = pty.openpty()
+        self.expect(2, "list", "-", stdin=theirs, says="not read from a terminal")
+        self.expect(2, "create", "-", "t", stdout=theirs, stderr=subprocess.PIPE, capture_output=False, says="not written to")
+        os.close(ours), os.close(theirs)
+        self.write("-", "")
+        self.expect(2, "delete", "-", "f", says="is not to be changed")
+        with open("/dev/full", "wb") as full:
+            self.expect(3, "create", "-", "t/f", stdout=full, stderr=subprocess.PIPE, capture_output=False, says="No space left")
+
+    def test_a_tree(self):
+        names = ["a-b", "a/", "b/c/d", "a/z", "b/c/e/", "b/c/d", "a/y", "//x", "k" * 99 + "/" + "m/" * 60 + "n"]
+        self.zip.write_bytes(archive(*[Member(name) for name in names]))
+        deep = "".join(f"{2 * i * ' '}m/\n" for i in range(1, 40)) + 80 * " " + "m/" * 21 + "n\n"
+        self.assertEqual(self.expect(0, "list", "--tree", self.zip).decode(),
+                         "/\n  /\n    x\na/\n  y\n  z\na-b\nb/\n  c/\n    d\n    d\n    e/\n" + "k" * 99 + "/\n" + deep)
+        self.assertEqual(self.expect(0, "list", "--tree", self.zip, "-x", "b", "-x", "[!ab]*"), b"a/\n  y\n  z\na-b\n")
+        self.expect(2, "list", "--tree", "--json", self.zip, says="--json has no meaning with --tree")
+
+    def test_colors(self):
+        self.zip.write_bytes(archive(Member("d/"), Member("l", b"d", mode=0o120777)))
+        xterm = {"TERM": "xterm"}
+        for what, environment, colored in (("a terminal", xterm, True), ("NO_COLOR", {**xterm, "NO_COLOR": "1"}, False),
+                                           ("NO_COLOR that is empty", {**xterm, "NO_COLOR": ""}, True),
+                                           ("a dumb terminal", {"TERM": "dumb"}, False), ("an unknown one", {}, False)):
+            with self.subTest(what):
+                ours, theirs = pty.openpty()
+                for verb, *arguments in (["list"], ["list", "--tree"], ["test", "x"]):
+                    self.run_tool(verb, self.zip, *arguments, stdout=theirs, stderr=theirs, capture_output=False, env=environment)
+                shown = os.read(ours, 65536)
+                os.close(ours), os.close(theirs)
+                counts = [shown.count(text) for text in (b"\x1b[1;34md/\x1b[0m", b"\x1b[1;36ml\x1b[0m", b"\x1b[1;31mforkzip:\x1b[0m")]
+                self.assertEqual(counts, [2, 2, 1] if colored else [0] * 3)
+                self.assertEqual(b"\x1b" in shown, colored)
+                self.expect(1, "test", self.zip, "x", says=f"forkzip: {self.zip}", env=environment)
+                self.assertEqual(self.expect(0, "list", self.zip, env=environment), b"d/\nl\n")
+
     def test_a_terminal_gets_no_control_characters(self):
         self.zip.write_bytes(archive(Member(b"a\x1b[2J\xff\xc2\x9b\xe2\x80\xaeb", b"1"), comment=b"\x07"))
         for verb in ("list", "comment", "test"):

@@ -32,6 +32,7 @@ constexpr const char* kAbout =
 constexpr const char* kFooter =
     "Exit codes: 0 done; 1 the archive or a member is bad or missing; 2 wrong usage; 3 a file or\n"
     "disk error.\n"
+    "As ARCHIVE `-` stands for standard input, or for standard output of `create`.\n"
     "`forkzip VERB --help` explains a verb by examples.";
 
 int Main(int argc, char** argv) {
@@ -65,7 +66,7 @@ int Main(int argc, char** argv) {
     const std::string first = argc > 1 ? argv[1] : "-";
     const auto verbs = app.get_subcommands([&](const CLI::App* verb) { return verb->check_name(first); });
     const bool unknown_verb = first[0] != '-' && verbs.empty();
-    std::cerr << "forkzip: " << (unknown_verb ? "there is no verb `" + first + "`" : error.what())
+    std::cerr << MessagePrefix() << (unknown_verb ? "there is no verb `" + first + "`" : error.what())
               << "\nTry `forkzip --help`, or `forkzip VERB --help`.\n";
     return static_cast<int>(ExitCode::kUsage);
   }

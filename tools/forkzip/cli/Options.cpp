@@ -31,6 +31,13 @@ void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb) 
   });
 }
 
+void RefuseTogether(const CLI::App& command, const char* option, std::initializer_list<const char*> others) {
+  for (const char* other : others) {
+    if (command.count(option) != 0 && command.count(other) != 0)
+      throw Failure(ExitCode::kUsage, std::string(other) + " has no meaning with " + option);
+  }
+}
+
 void AddProgressOption(CLI::App& command, Options& options) {
   command.add_flag("--progress", options.force_progress,
                    "Show a progress bar even if standard error is no terminal");

@@ -6,6 +6,7 @@
 #include <CLI/Formatter.hpp>
 #include <cstddef>
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,8 @@ using Verb = std::function<void(Problems& problems)>;
 // Puts the verb's argument ARCHIVE and the option -q to `command`, and has `verb` run when the command is
 // given. `options` and `exit_code` must live until then.
 void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb);
+// Raises Failure (kUsage) if `option` is given beside one of the others.
+void RefuseTogether(const CLI::App& command, const char* option, std::initializer_list<const char*> others);
 void AddProgressOption(CLI::App& command, Options& options);
 void AddEncodingOption(CLI::App& command, Options& options);
 // For verbs that store no names: takes "auto" too.

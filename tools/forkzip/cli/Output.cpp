@@ -5,12 +5,13 @@
 #include <cerrno>
 
 #include "platform/files/FileCalls.h"
+#include "tools/forkzip/cli/Color.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Problems.h"
 
 namespace vantorel::forkzip {
 
-Output::Output() : terminal_(isatty(STDOUT_FILENO) == 1) {
+Output::Output() : terminal_(isatty(STDOUT_FILENO) == 1), colored_(ShowsColors(STDOUT_FILENO)) {
   buffer_.reserve(kBuffer);
 }
 
@@ -20,9 +21,10 @@ void Output::Flush() {
   if (error != 0) throw Failure(ExitCode::kFileError, WithCause("writing to standard output", error));
 }
 
-void Output::WriteText(const String& text) {
+void Output::WriteText(const String& text, const char* color) {
   if (terminal_) {
-    Write(Printable(Utf8(text)));
+    const std::string shown = Printable(Utf8(text));
+    Write(colored_ && color != nullptr ? Colored(shown, color) : shown);
   } else if (IsInUtf8(text)) {
     Write(text.view());
   } else {

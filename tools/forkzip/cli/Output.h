@@ -21,8 +21,8 @@ class Output {
   }
   void Flush();
 
-  // A name or comment: as it stands, or Printable on a terminal.
-  void WriteText(const String& text);
+  // A name or comment: as it stands, or Printable on a terminal, and in that color if it shows colors.
+  void WriteText(const String& text, const char* color = nullptr);
 
   // A line that says what is, or would be, done to a member.
   void WriteAction(std::string_view action, const String& member) {
@@ -38,6 +38,7 @@ class Output {
 
   std::string buffer_;
   bool terminal_;
+  bool colored_;
 };
 
 }  // namespace vantorel::forkzip

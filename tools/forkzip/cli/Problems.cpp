@@ -1,10 +1,13 @@
 #include "tools/forkzip/cli/Problems.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <new>
 #include <system_error>
 
+#include "tools/forkzip/cli/Color.h"
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Progress.h"
@@ -58,7 +61,7 @@ void Problems::Note(std::string_view message) const {
   constexpr std::size_t kLongest = 1000;
   Progress::ClearLine();
   const std::string line =
-      "forkzip: " + Printable(archive_) + ": " + Printable(Shortened(message, kLongest)) + "\n";
+      MessagePrefix() + Printable(archive_) + ": " + Printable(Shortened(message, kLongest)) + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
@@ -76,6 +79,10 @@ Failure FailureInFlight() {
   } catch (const std::exception& fault) {  // FormatError above all
     return {ExitCode::kBadArchive, fault.what()};
   }
+}
+
+std::string MessagePrefix() {
+  return (ShowsColors(STDERR_FILENO) ? Colored("forkzip:", Color::kError) : "forkzip:") + " ";
 }
 
 std::string WithCause(std::string_view what, int error) {

@@ -58,6 +58,8 @@ class Problems {
   std::map<std::string, std::size_t, std::less<>> told_;  // how often, by the beginning of the message
 };
 
+// "forkzip: ", as all messages on standard error begin.
+std::string MessagePrefix();
 // "what: cause", with the text of a system error.
 std::string WithCause(std::string_view what, int error);
 

@@ -11,6 +11,7 @@
 #include "tools/forkzip/cli/FileBytes.h"
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Problems.h"
+#include "tools/forkzip/cli/StandardStreams.h"
 #include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/edit/MovingMembers.h"
 #include "tools/forkzip/edit/Preflight.h"
@@ -65,8 +66,11 @@ void Run(ArchiveEdit& edit, const Change& change) {
 }  // namespace
 
 ArchiveEdit::ArchiveEdit(const Options& options, Target target)
-    : options_(options), path_(RealPath(options.archive)) {
+    : options_(options),
+      path_(options.archive == kStandardStream ? options.archive : RealPath(options.archive)) {
   if (target == Target::kExisting) {
+    if (path_ == kStandardStream)
+      throw Failure(ExitCode::kUsage, "is not to be changed; `./-` would be a file of that name");
     original_ = OpenLocked(path_);
     fstat(original_.Number(), &original_status_);
   }

@@ -75,7 +75,7 @@ using Change = std::function<std::optional<RawDirectory>(ArchiveEdit& edit)>;
 
 // Carries out a change. What fails or is interrupted is taken back, and the exception goes on.
 void EditArchive(const Options& options, const Change& change);
-// The same for an archive that must not exist yet.
+// The same for an archive that must not exist yet, or goes to standard output.
 void MakeArchive(const Options& options, const Change& change);
 
 }  // namespace vantorel::forkzip

@@ -13,6 +13,7 @@
 #include "platform/compress/Crc32.h"
 #include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/Problems.h"
+#include "tools/forkzip/cli/StandardStreams.h"
 #include "tools/forkzip/read/OpenArchive.h"
 
 namespace vantorel::forkzip {
@@ -53,6 +54,7 @@ bool SameFile(const struct stat& a, const struct stat& b) {
 }  // namespace
 
 bool Draft::RemoveStray(const std::string& path) {
+  if (path == kStandardStream) return true;
   const std::string draft = DraftOf(path);
   const Descriptor stray(open(draft.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   if (!stray.IsOpen() && errno == ENOENT) return true;
@@ -63,6 +65,10 @@ bool Draft::RemoveStray(const std::string& path) {
 }
 
 Draft::Draft(const std::string& path) : target_(path), path_(DraftOf(path)) {
+  if (path == kStandardStream) {
+    file_ = UnnamedFile();
+    return;
+  }
   if (!RemoveStray(path)) FailAsInUse();
   file_ = Descriptor(open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kPrivate));
   if (!file_.IsOpen()) Fail("no new file can be made beside it: " + path_, errno);
@@ -70,10 +76,11 @@ Draft::Draft(const std::string& path) : target_(path), path_(DraftOf(path)) {
 }
 
 Draft::~Draft() {
-  if (!placed_ && IsNamed(file_.Number(), path_)) unlink(path_.c_str());
+  if (!placed_ && target_ != kStandardStream && IsNamed(file_.Number(), path_)) unlink(path_.c_str());
 }
 
 void Draft::PutInPlace(bool replace) {
+  if (target_ == kStandardStream) return WriteToStandardOutput(file_.Number());
   Sync(file_.Number());
   if (!IsNamed(file_.Number(), path_)) {
     throw Failure(ExitCode::kFileError, "another program took the new file away; nothing is changed");

@@ -15,7 +15,7 @@ class Draft {
   static bool RemoveStray(const std::string& path);
 
   // Makes an empty draft that nobody else can read or has open, and locks it. Raises Failure if another run
-  // has one, or none can be made.
+  // has one, or none can be made. For standard output it has no name.
   explicit Draft(const std::string& path);
   // Removes the draft unless it was put in place.
   ~Draft();
@@ -24,8 +24,8 @@ class Draft {
 
   int File() const { return file_.Number(); }
 
-  // Syncs the draft and renames it to the archive's name, over what is there only if `replace` is set. Raises
-  // Failure, and then what is there stays.
+  // Syncs the draft and renames it to the archive's name, over what is there only if `replace` is set; or
+  // writes it to standard output. Raises Failure, and then what is there stays.
   void PutInPlace(bool replace);
 
  private:

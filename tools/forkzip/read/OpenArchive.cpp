@@ -10,6 +10,7 @@
 #include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Problems.h"
+#include "tools/forkzip/cli/StandardStreams.h"
 #include "tools/forkzip/read/CorrectedArchive.h"
 #include "tools/forkzip/read/NameEncoding.h"
 #include "zip/records/FormatError.h"
@@ -136,7 +137,7 @@ Ref<ZipArchive> OpenForEditing(int file, const std::string& path, const std::str
 }
 
 Ref<ZipArchive> OpenForReading(const std::string& path, std::string encoding, std::string* guess) {
-  const Descriptor file = OpenRegularFile(path, O_RDONLY);
+  const Descriptor file = path == kStandardStream ? StandardInput() : OpenRegularFile(path, O_RDONLY);
   Ref<ZipArchive> archive = ReadDirectory(StreamOver(file.Number(), false), path, encoding);
   const bool guessing = encoding == kGuessEncoding;
   if (guessing && archive->entriesRead) encoding = GuessEncoding(archive);

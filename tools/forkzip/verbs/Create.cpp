@@ -1,9 +1,11 @@
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "tools/forkzip/Verbs.h"
 #include "tools/forkzip/add/MemberWriter.h"
 #include "tools/forkzip/cli/Output.h"
 #include "tools/forkzip/cli/Printable.h"
+#include "tools/forkzip/cli/StandardStreams.h"
 #include "tools/forkzip/edit/ArchiveEdit.h"
 #include "tools/forkzip/edit/Preflight.h"
 #include "tools/forkzip/jobs/PackAhead.h"
@@ -22,10 +24,12 @@ constexpr const char* kHelp =
     "  forkzip create photos.zip beach.jpg mountains/\n"
     "  cd site && forkzip create ../site.zip .          without a folder in front of the names\n"
     "  forkzip create src.zip src -x '*.o' -x '*/.git'  without object files, and folders of one name\n"
+    "  forkzip create - src | ssh host 'cat >src.zip'    to standard output, when the archive is whole\n"
     "  forkzip create --macbinary always mac.zip Icon   type, creator and dates of classic Mac files as well";
 
 RawDirectory Fill(ArchiveEdit& edit, const AddingOptions& options, Problems& problems) {
   AddPlan plan(options, problems);
+  if (options.archive == kStandardStream) plan.LeaveOut("/dev/stdout");
   for (const std::string& path : PathsOf(options)) plan.Add(path, "");
   Preflight::CheckCount(plan.Items().size());
   const auto progress = New<Progress>(options.ShowProgress(), plan.TotalSize());
@@ -44,7 +48,10 @@ RawDirectory Fill(ArchiveEdit& edit, const AddingOptions& options, Problems& pro
 
 void Create(const AddingOptions& options, Problems& problems) {
   struct stat status {};
-  if (lstat(options.archive.c_str(), &status) == 0) {
+  const bool streaming = options.archive == kStandardStream;
+  if (streaming && isatty(STDOUT_FILENO) == 1)
+    throw Failure(ExitCode::kUsage, "an archive is not written to a terminal");
+  if (!streaming && lstat(options.archive.c_str(), &status) == 0) {
     throw Failure(ExitCode::kFileError, "exists already; `forkzip add` puts members into it");
   }
   std::size_t members = 0;
@@ -54,7 +61,7 @@ void Create(const AddingOptions& options, Problems& problems) {
     return made;
   });
   Progress::ClearLine();
-  if (options.quiet) return;
+  if (options.quiet || streaming) return;
   Output output;
   output.Write(Count(members, "member") + " archived\n");
   output.Flush();

@@ -147,10 +147,7 @@ void AddExtractVerb(CLI::App& app, ExitCode& exit_code) {
   static ExtractOptions options;
   CLI::App& command = *app.add_subcommand("extract", "Extracts members to disk");
   SetUp(command, options, exit_code, [&command](Problems& problems) {
-    for (const char* other : {"--destination", "--overwrite", "--newer", "--dry-run"}) {
-      if (options.to_stdout && command.count(other) != 0)
-        throw Failure(ExitCode::kUsage, std::string(other) + " has no meaning with --stdout");
-    }
+    RefuseTogether(command, "--stdout", {"--destination", "--overwrite", "--newer", "--dry-run"});
     if (options.ways.newer) options.ways.overwrite = true;
     Extract(options, problems);
   });

@@ -4,12 +4,14 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/forkzip/Verbs.h"
+#include "tools/forkzip/cli/Color.h"
 #include "tools/forkzip/cli/Options.h"
 #include "tools/forkzip/cli/Output.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/read/MemberFacts.h"
 #include "tools/forkzip/read/MemberJson.h"
 #include "tools/forkzip/read/MemberSelection.h"
+#include "tools/forkzip/read/MemberTree.h"
 #include "tools/forkzip/read/OpenArchive.h"
 
 namespace vantorel::forkzip {
@@ -21,19 +23,27 @@ constexpr const char* kHelp =
     "  forkzip list photos.zip               mode, size and date of each member on a terminal;\n"
     "                                        names alone, one a line, into a pipe or file\n"
     "  forkzip list photos.zip | grep -c jpg\n"
+    "  curl -s https://example.org/a.zip | forkzip list -\n"
     "  forkzip list --long photos.zip | less\n"
     "  forkzip list --json photos.zip | jq '.[].size'\n"
     "  forkzip list --encoding cp437 old.zip names as old DOS programs wrote them";
 
 struct ListOptions : Options {
   bool long_form = false;
+  bool tree = false;
 };
 
 using Members = std::vector<std::int32_t>;
 
+void WriteName(const Ref<ZipEntry>& entry, Output& output) {
+  output.WriteText(entry->RawPath(), entry->IsDirectory()    ? Color::kFolder
+                                     : IsSymbolicLink(entry) ? Color::kLink
+                                                             : nullptr);
+}
+
 void ListNames(const Ref<ZipArchive>& archive, const Members& members, Output& output) {
   for (const std::int32_t i : members) {
-    output.WriteText(archive->Entry(i)->RawPath());
+    WriteName(archive->Entry(i), output);
     output.Write("\n");
   }
 }
@@ -51,7 +61,7 @@ void ListFacts(const Ref<ZipArchive>& archive, const Members& members, Output& o
                   entry->appleDoubleEntry ? '@' : ' ', static_cast<unsigned long long>(SizeOf(entry)),
                   TimeText(entry, ' ').c_str());
     output.Write(facts.data());
-    output.WriteText(entry->RawPath());
+    WriteName(entry, output);
     const std::string why_not = entry->IsDirectory() ? "" : WhyNotUnpacked(entry);
     output.Write(why_not.empty() ? "\n" : "  [" + why_not + "]\n");
     total += SizeOf(entry);
@@ -73,6 +83,8 @@ void List(const ListOptions& options, Problems& problems) {
   Output output;
   if (options.json) {
     ListJson(archive, members, output);
+  } else if (options.tree) {
+    WriteTree(archive, members, output);
   } else if (options.long_form || (output.IsTerminal() && !options.quiet)) {
     ListFacts(archive, members, output);
   } else {
@@ -86,9 +98,13 @@ void List(const ListOptions& options, Problems& problems) {
 void AddListVerb(CLI::App& app, ExitCode& exit_code) {
   static ListOptions options;
   CLI::App& command = *app.add_subcommand("list", "Lists the members of an archive");
-  SetUp(command, options, exit_code, [](Problems& problems) { List(options, problems); });
+  SetUp(command, options, exit_code, [&command](Problems& problems) {
+    RefuseTogether(command, "--tree", {"--json", "--long"});
+    List(options, problems);
+  });
   command.add_flag("-l,--long", options.long_form,
                    "Mode, size and date of each member, wherever the output goes");
+  command.add_flag("--tree", options.tree, "Folders and what is in them, one below the other");
   AddJsonOption(command, options);
   AddExcludeOption(command, options);
   AddReadingEncodingOption(command, options);
