@@ -7,6 +7,10 @@ install(TARGETS forkzip vantorel-publish RUNTIME COMPONENT programs)
 install(DIRECTORY docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT programs FILES_MATCHING PATTERN "*.1")
 install(FILES packaging/forkzip.bash-completion RENAME forkzip
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT programs)
+install(FILES packaging/forkzip.zsh-completion RENAME _forkzip
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT programs)
+install(FILES packaging/forkzip.fish-completion RENAME forkzip.fish
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT programs)
 if(VANTOREL_UI)
   install(TARGETS VantorelLauncher RUNTIME COMPONENT programs)
   # The launcher looks for its helper here, so that it is on nobody else's PATH.

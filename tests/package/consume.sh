@@ -8,7 +8,8 @@ scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cmake --install "$1" --prefix "$scratch/usr" >"$scratch/install.log"
 for expected in bin/forkzip bin/vantorel-publish share/man/man1/forkzip.1 share/man/man1/vantorel-publish.1 \
-    share/bash-completion/completions/forkzip; do
+    share/bash-completion/completions/forkzip share/zsh/vendor-completions/_forkzip \
+    share/fish/vendor_completions.d/forkzip.fish; do
   [ -e "$scratch/usr/$expected" ] || fail "not installed: $expected"
 done
 "$scratch/usr/bin/forkzip" --version

@@ -1,20 +1,23 @@
 #!/usr/bin/env python3
-"""The completion of member names in bash: what is offered, and what is inserted into a real command line."""
+"""Completion in bash, zsh and fish: what is offered, and what is inserted into a real command line."""
 
+import fcntl
 import os
 import pathlib
 import pty
 import re
 import subprocess
+import termios
+import threading
 import time
 import unittest
 
 from forkzip import PROGRAM, ForkzipTest, Member, archive
 
 SOURCES = pathlib.Path(__file__).resolve().parents[2]
-COMPLETION = SOURCES / "packaging/forkzip.bash-completion"
+BASH, ZSH, FISH = (SOURCES / f"packaging/forkzip.{shell}-completion" for shell in ("bash", "zsh", "fish"))
 MANUAL = SOURCES / "docs/man/forkzip.1"
-SOURCE = f". /usr/share/bash-completion/bash_completion; . '{COMPLETION}'\n"
+SOURCE = f". /usr/share/bash-completion/bash_completion; . '{BASH}'\n"
 
 # What is typed, and the name that it must come to.
 NAMES = {
@@ -43,6 +46,23 @@ class Completion(ForkzipTest):
         self.assertEqual(result.stderr, b"")
         return sorted(result.stdout.decode().splitlines())
 
+    def script(self, *command):
+        """The first field of each line that a script of another shell prints."""
+        result = subprocess.run(command, env=self.environment, cwd=self.root, capture_output=True, check=True)
+        self.assertEqual(result.stderr, b"")
+        return sorted(line.split("\t")[0] for line in result.stdout.decode().splitlines())
+
+    def offered_by_zsh(self, verb):
+        """The long options, as they are given to the shell's own function."""
+        specs = self.script("zsh", "-f", "-c", f"""
+            _arguments() {{ print -rl -- "$@" }}
+            words=(forkzip {verb} '') CURRENT=3
+            . '{ZSH}'""")
+        return sorted(re.findall(r"^(?:\*|\(.*\))(--[\w-]+)\[", "\n".join(specs), re.MULTILINE))
+
+    def offered_by_fish(self, line):
+        return self.script("fish", "--no-config", "-c", f"source '{FISH}'; complete -C '{line}'")
+
     def test_every_name_is_offered_and_expanded_by_nothing(self):
         for typed, names in {"": {*NAMES.values()}, "no": [""], "k": ["k@2x:y=!a"]}.items():
             self.assertEqual(self.offered("cat", "an\\ archive.zip", typed), sorted(names))
@@ -50,34 +70,55 @@ class Completion(ForkzipTest):
 
     def test_completion_and_manual_know_the_options_of_each_verb(self):
         manual = MANUAL.read_text()
-        for verb in self.offered("")[2:]:
+        verbs = self.offered("")
+        self.assertEqual(sorted(self.offered_by_fish("forkzip ") + ["-h"]), verbs)
+        for verb in [verb for verb in verbs if not verb.startswith("-")]:
             help_text = self.expect(0, verb, "--help").decode()
             options = re.findall(r"^  (?:-\w,)?(--[\w-]+)", help_text, re.MULTILINE)
             self.assertEqual(self.offered(verb, "--"), sorted(options), verb)
+            self.assertEqual(self.offered_by_zsh(verb), sorted(options), verb)
+            self.assertEqual(self.offered_by_fish(f"forkzip {verb} --"), sorted(options), verb)
             self.assertEqual([option for option in options if option not in manual], [], verb)
 
-    def test_what_is_inserted_means_the_member(self):
+    def inserted(self, shell, source):
+        """What each typed name comes to on a command line of that shell, which reads `source` first."""
         master, terminal = pty.openpty()
-        shell = subprocess.Popen(["bash", "--norc", "--noprofile", "-i"], env=self.environment, cwd=self.root,
-                                 stdin=terminal, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                                 start_new_session=True)
-        os.close(terminal)
-        os.write(master, SOURCE.encode())
-        inserted = {}
+        process = subprocess.Popen(shell, env=self.environment, cwd=self.root, stdin=terminal, stdout=terminal,
+                                   stderr=terminal, start_new_session=True,
+                                   preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0))
+
+        def drain():
+            try:
+                while os.read(master, 65536):
+                    pass
+            except OSError:  # the shell has ended
+                pass
+        reader = threading.Thread(target=drain)
+        reader.start()
+        os.write(master, source.encode())
+        found, done = {}, self.root / "done"
         for typed in NAMES:
             os.write(master, f"forkzip cat an\\ archive.zip {typed}\t >out\nmv out done\n".encode())
-            done = self.root / "done"
             deadline = time.monotonic() + 60
-            while not done.exists():
-                self.assertLess(time.monotonic(), deadline, typed)
+            while not done.exists() and time.monotonic() < deadline:
                 time.sleep(0.005)
-            inserted[typed] = done.read_text()
-            done.unlink()
-        os.write(master, b"exit\n")
-        shell.wait()
+            found[typed] = done.read_text() if done.exists() else None
+            done.unlink(missing_ok=True)
+        process.kill()
+        process.wait()
+        os.close(terminal)
+        reader.join()
         os.close(master)
-        self.assertEqual(inserted, NAMES)
-        self.assertFalse((self.root / "RAN").exists())
+        return found
+
+    def test_what_is_inserted_means_the_member(self):
+        for shell, source in ((["bash", "--norc", "--noprofile", "-i"], SOURCE),
+                              (["zsh", "-f", "-i"], f"autoload -Uz compinit; compinit -D -u; functions[_forkzip]=$(<'{ZSH}'); "
+                               "compdef _forkzip forkzip\n"),
+                              (["fish", "--no-config", "-i"], f"source '{FISH}'\n")):
+            with self.subTest(shell[0]):
+                self.assertEqual(self.inserted(shell, source), NAMES)
+                self.assertFalse((self.root / "RAN").exists())
 
 
 if __name__ == "__main__":
