@@ -6,6 +6,7 @@ import os
 import stat
 import struct
 import subprocess
+import time
 import unittest
 import zipfile
 
@@ -93,6 +94,30 @@ class Editing(ForkzipTest):
                     self.assertEqual(names and [member["name"] for member in self.members()], names)
         self.expect(3, "create", self.zip, "--files-from", "missing", says="missing: cannot be read")
         self.expect(3, "create", self.zip, "--files-from", ".", says=".: cannot be read")
+
+    def test_only_what_is_newer_is_added(self):
+        stamp = lambda age: struct.pack("<HHBI", 0x5455, 5, 1, age)
+        dos = 1704067200 + time.timezone  # of the members: 2024-01-01, in local time
+        self.zip.write_bytes(archive(Member("t/", extra=stamp(1000)), Member("t/old", b"1", extra=stamp(1000)),
+                                     Member("t/new", b"1", extra=stamp(1000)), Member("t/side", b"1", extra=stamp(1000)),
+                                     Member("t/dos", b"1"), Member("t/dos newer", b"1")))
+        before = self.zip.read_bytes()
+        for name, age in (("old", 1000), ("new", 1001), ("side", 1000), ("._side", 1001), ("dos", dos + 1),
+                          ("dos newer", dos + 2), ("fresh", 1)):
+            self.write(f"t/{name}", apple_double(b"fork") if name == "._side" else b"22")
+            os.utime(self.root / "t" / name, (age, age))
+        os.utime(self.root / "t", (1000, 1000))
+        added = ["replace t/dos newer", "add t/fresh", "replace t/new", "replace t/side"]
+        self.assertEqual(self.expect(0, "add", "--newer", "-n", self.zip, "t").decode().splitlines(), added)
+        self.assertEqual(self.zip.read_bytes(), before)
+        self.expect(0, "add", "--newer", self.zip, "t")
+        self.assertEqual(self.names(), ["t/", "t/old", "t/dos", *(line.split(" ", 1)[1] for line in added)])
+        after = self.zip.stat()
+        os.utime(self.root / "t", (1000, 1000))
+        os.utime(self.root / "t/._side", (1000, 1000))
+        self.expect(0, "add", "--newer", self.zip, "t")
+        self.assertEqual(self.zip.stat().st_ino, after.st_ino, "nothing is newer any more")
+        self.expect(3, "add", "--newer", self.zip, "missing", says="missing: left out")
 
     def test_a_dry_run_says_what_would_be_done(self):
         self.zip.write_bytes(archive(Member("f", b"1"), Member("d/"), Member("d/g", b"2"), Member("../x", b"3"), Member("h"),

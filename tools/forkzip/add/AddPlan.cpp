@@ -166,6 +166,7 @@ void AddPlan::AddFolder(const std::string& path, const std::string& name) {
 }
 
 void AddPlan::TakeUp(PlannedItem item) {
+  if (wanted_ && !wanted_(item)) return;
   const auto taken = by_name_.find(item.name);
   if (taken == by_name_.end()) {
     total_size_ += item.size;

@@ -5,9 +5,11 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "tools/forkzip/add/AddingOptions.h"
@@ -41,6 +43,9 @@ class AddPlan {
   // The archive itself, or what is to become it, is not added to itself. There need be no such file yet.
   void LeaveOut(const std::string& path);
 
+  // From now on items are passed over unless `wanted` says yes.
+  void Restrict(std::function<bool(const PlannedItem& item)> wanted) { wanted_ = std::move(wanted); }
+
   // Plans an item, and for a folder what is in it, in byte order of the names. What cannot be added is a
   // problem; an item that is planned already is passed over. Raises Interrupted. `name`: what it is to be
   // called in the archive; empty: as its path, less what leads upward or to the root.
@@ -65,6 +70,7 @@ class AddPlan {
   const AddingOptions& options_;
   Problems& problems_;
   std::vector<struct stat> left_out_;
+  std::function<bool(const PlannedItem&)> wanted_;
   std::deque<PlannedItem> items_;  // which stay where they are
   std::unordered_map<std::string_view, const PlannedItem*> by_name_;
   std::uint64_t total_size_ = 0;

@@ -20,6 +20,7 @@ struct AddingOptions : Options {
   MacBinary mac_binary = MacBinary::kSmart;
   bool follow_links = false;
   bool no_permissions = false;
+  bool newer = false;  // leave out what is no newer than its member
   std::optional<int> level;
 
   DeflateWays Deflating() const;

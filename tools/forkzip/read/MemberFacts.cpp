@@ -113,6 +113,11 @@ std::optional<std::time_t> TimeOf(const Ref<ZipEntry>& entry) {
   return date->UnixTime();
 }
 
+std::optional<std::time_t> LatestTimeOf(const Ref<ZipEntry>& entry) {
+  const auto time = TimeOf(entry);
+  return time && !TimestampIn(entry->ExtraBytes().view()) ? *time + 1 : time;
+}
+
 std::string TimeText(const Ref<ZipEntry>& entry, char between) {
   const Ref<Date> date = entry->Time();
   if (!date) return {};

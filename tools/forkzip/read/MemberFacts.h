@@ -28,6 +28,8 @@ bool IsSymbolicLink(const Ref<ZipEntry>& entry);
 // When the member was last changed: to the second, from the extended time stamp in its extra field, or else
 // as the DOS time says, which counts in steps of two seconds.
 std::optional<std::time_t> TimeOf(const Ref<ZipEntry>& entry);
+// The latest second that the stamp may stand for.
+std::optional<std::time_t> LatestTimeOf(const Ref<ZipEntry>& entry);
 
 // The DOS time as YYYY-MM-DDThh:mm:ss, or empty if there is none; `between` stands in place of the T.
 std::string TimeText(const Ref<ZipEntry>& entry, char between = 'T');

@@ -1,14 +1,23 @@
-#include <algorithm>
-#include <optional>
-#include <unordered_set>
+#include <sys/stat.h>
 
+#include <algorithm>
+#include <ctime>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "platform/files/SideFile.h"
 #include "tools/forkzip/Verbs.h"
 #include "tools/forkzip/add/MemberWriter.h"
 #include "tools/forkzip/cli/Output.h"
+#include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/edit/ArchiveEdit.h"
 #include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/edit/Preflight.h"
 #include "tools/forkzip/jobs/PackAhead.h"
+#include "tools/forkzip/read/MemberFacts.h"
 
 namespace vantorel::forkzip {
 
@@ -19,9 +28,19 @@ constexpr const char* kHelp =
     "Examples:\n"
     "  forkzip add photos.zip forest.jpg\n"
     "  forkzip add site.zip build/index.html --as index.html\n"
+    "  forkzip add --newer backup.zip letters   what has changed since\n"
     "  forkzip add --in-place logs.zip today.log";
 
-AddPlan PlanOf(const AddingOptions& options, Problems& problems) {
+// Whether an item is newer than the member of its name, or there is none. Mac data that changed counts too.
+bool IsNewer(const PlannedItem& item, const std::unordered_map<std::string, std::time_t>& members) {
+  const auto member = members.find(item.name);
+  if (member == members.end() || item.modified.tv_sec > member->second) return true;
+  struct stat side_file {};
+  return item.has_side_file && lstat(SideFile::PathFor(item.Source()).c_str(), &side_file) == 0 &&
+         side_file.st_mtim.tv_sec > member->second;
+}
+
+AddPlan PlanOf(const Ref<ZipArchive>& archive, const AddingOptions& options, Problems& problems) {
   const std::vector<std::string> paths = PathsOf(options);
   if (options.name && paths.size() != 1) {
     throw Failure(ExitCode::kUsage, "--as names one item, so give one PATH with it");
@@ -31,8 +50,14 @@ AddPlan PlanOf(const AddingOptions& options, Problems& problems) {
   }
   AddPlan plan(options, problems);
   plan.LeaveOut(options.archive);
+  std::unordered_map<std::string, std::time_t> members;
+  for (std::int32_t i = 1; options.newer && i <= archive->EntryCount(); ++i) {
+    const Ref<ZipEntry> entry = archive->Entry(i);
+    if (const auto time = LatestTimeOf(entry)) members[Utf8(entry->RawPath())] = *time;
+  }
+  plan.Restrict([members = std::move(members)](const PlannedItem& item) { return IsNewer(item, members); });
   for (const std::string& path : paths) plan.Add(path, options.name.value_or(""));
-  if (plan.Items().empty()) throw Failure(ExitCode::kFileError, "there is nothing to add");
+  if (plan.Items().empty() && !options.newer) throw Failure(ExitCode::kFileError, "there is nothing to add");
   return plan;
 }
 
@@ -85,7 +110,8 @@ void Preview(const RawDirectory& before, const AddPlan& plan) {
 }
 
 std::optional<RawDirectory> Add(ArchiveEdit& edit, const AddingOptions& options, Problems& problems) {
-  const AddPlan plan = PlanOf(options, problems);
+  const AddPlan plan = PlanOf(edit.Archive(), options, problems);
+  if (plan.Items().empty()) return std::nullopt;
   Preflight::CheckCount(CountAfter(edit.Before(), plan));
   if (options.in_place) Preflight::CheckSize(edit.Before().end + MostBytes(plan));
   if (options.dry_run) {
@@ -117,6 +143,7 @@ void AddAddVerb(CLI::App& app, ExitCode& exit_code) {
   AddProgressOption(command, options);
   AddJobsOption(command, options);
   DefineAddingOptions(command, options);
+  command.add_flag("--newer", options.newer, "Only what is newer than its member, or has none yet");
   command.add_option("--as", options.name, "The name of the one PATH in the archive");
   AddDryRunOption(command, options);
   AddInPlaceOption(command, options);
