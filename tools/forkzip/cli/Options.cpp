@@ -43,20 +43,14 @@ void AddProgressOption(CLI::App& command, Options& options) {
                    "Show a progress bar even if standard error is no terminal");
 }
 
-void AddEncodingOption(CLI::App& command, Options& options) {
+void AddEncodingOption(CLI::App& command, Options& options, Guess guess) {
+  std::vector<std::string> encodings = {"utf-8", "windows-1252", "cp437", "mac-roman"};
+  if (guess == Guess::kAllowed) encodings.emplace_back("auto");
   command
       .add_option("--encoding", options.encoding,
-                  "How the archive's names are encoded: utf-8, windows-1252, cp437 or mac-roman")
-      ->check(CLI::IsMember({"utf-8", "windows-1252", "cp437", "mac-roman"}))
-      ->default_str("utf-8");
-}
-
-void AddReadingEncodingOption(CLI::App& command, Options& options) {
-  command
-      .add_option(
-          "--encoding", options.encoding,
-          "How the archive's names are encoded: utf-8, windows-1252, cp437, mac-roman, or auto for a guess")
-      ->check(CLI::IsMember({"utf-8", "windows-1252", "cp437", "mac-roman", "auto"}))
+                  std::string("How the archive's names are encoded") +
+                      (guess == Guess::kAllowed ? "; auto: the most plausible" : ""))
+      ->check(CLI::IsMember(encodings))
       ->default_str("utf-8");
 }
 

@@ -40,9 +40,9 @@ void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb);
 // Raises Failure (kUsage) if `option` is given beside one of the others.
 void RefuseTogether(const CLI::App& command, const char* option, std::initializer_list<const char*> others);
 void AddProgressOption(CLI::App& command, Options& options);
-void AddEncodingOption(CLI::App& command, Options& options);
-// For verbs that store no names: takes "auto" too.
-void AddReadingEncodingOption(CLI::App& command, Options& options);
+// Verbs that store no names may guess: "auto".
+enum class Guess { kRefused, kAllowed };
+void AddEncodingOption(CLI::App& command, Options& options, Guess guess = Guess::kRefused);
 void AddJsonOption(CLI::App& command, Options& options);
 void AddOverlapOption(CLI::App& command, Options& options);
 void AddExcludeOption(CLI::App& command, Options& options);

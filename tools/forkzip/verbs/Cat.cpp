@@ -50,7 +50,7 @@ void AddCatVerb(CLI::App& app, ExitCode& exit_code) {
   command.add_option("MEMBER", options.members, "Names, or patterns that only one member matches")
       ->required();
   command.add_flag("--raw", options.raw, "Leave MacBinary as it is");
-  AddReadingEncodingOption(command, options);
+  AddEncodingOption(command, options, Guess::kAllowed);
   command.footer(kHelp);
 }
 

@@ -172,7 +172,7 @@ void AddExtractVerb(CLI::App& app, ExitCode& exit_code) {
   AddDryRunOption(command, options);
   command.add_flag("--stdout", options.to_stdout,
                    "Write the data to standard output, one member after the other, and no file");
-  AddReadingEncodingOption(command, options);
+  AddEncodingOption(command, options, Guess::kAllowed);
   command.footer(kHelp);
 }
 

@@ -140,7 +140,7 @@ void AddInfoVerb(CLI::App& app, ExitCode& exit_code) {
   SetUp(command, options, exit_code, [](Problems&) { Info(options); });
   command.add_option("MEMBER", options.member, "A member's name, or a pattern that only one matches");
   AddJsonOption(command, options);
-  AddReadingEncodingOption(command, options);
+  AddEncodingOption(command, options, Guess::kAllowed);
   command.footer(kHelp);
 }
 

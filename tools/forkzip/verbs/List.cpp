@@ -36,9 +36,10 @@ struct ListOptions : Options {
 using Members = std::vector<std::int32_t>;
 
 void WriteName(const Ref<ZipEntry>& entry, Output& output) {
-  output.WriteText(entry->RawPath(), entry->IsDirectory()    ? Color::kFolder
-                                     : IsSymbolicLink(entry) ? Color::kLink
-                                                             : nullptr);
+  const char* color = nullptr;
+  if (output.IsTerminal() && IsSymbolicLink(entry)) color = Color::kLink;
+  if (output.IsTerminal() && entry->IsDirectory()) color = Color::kFolder;
+  output.WriteText(entry->RawPath(), color);
 }
 
 void ListNames(const Ref<ZipArchive>& archive, const Members& members, Output& output) {
@@ -107,7 +108,7 @@ void AddListVerb(CLI::App& app, ExitCode& exit_code) {
   command.add_flag("--tree", options.tree, "Folders and what is in them, one below the other");
   AddJsonOption(command, options);
   AddExcludeOption(command, options);
-  AddReadingEncodingOption(command, options);
+  AddEncodingOption(command, options, Guess::kAllowed);
   command.footer(kHelp);
 }
 

@@ -123,7 +123,7 @@ void AddTestVerb(CLI::App& app, ExitCode& exit_code) {
                      "Names, folders or shell patterns; all members if none is given");
   AddJsonOption(command, options);
   AddExcludeOption(command, options);
-  AddReadingEncodingOption(command, options);
+  AddEncodingOption(command, options, Guess::kAllowed);
   command.footer(kHelp);
 }
 
