@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "tools/open/InfoPlist.h"
+#include "platform/bundle/InfoPlist.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::string error;

@@ -1,18 +1,17 @@
 #include "launcher/sealed/Unpacking.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstdint>
 #include <filesystem>
 #include <string_view>
-#include <system_error>
 
 #include "launcher/BuildSettings.h"
 #include "launcher/sealed/Refusal.h"
 #include "launcher/sealed/WorkFolder.h"
+#include "platform/bundle/Bundle.h"
 #include "platform/text/TextFunctions.h"
 #include "zip/archive/ZipArchive.h"
 #include "zip/archive/ZipExtractor.h"
@@ -63,15 +62,6 @@ void CheckMembers(const Ref<FolderItem>& file) {
   archive->Close();
 }
 
-bool HoldsProgram(const std::string& folder) {
-  std::error_code error;
-  for (std::filesystem::directory_iterator each(folder, error), end; !error && each != end;
-       each.increment(error)) {
-    if (each->is_regular_file() && access(each->path().c_str(), X_OK) == 0) return true;
-  }
-  return false;
-}
-
 }  // namespace
 
 void Unpack(const std::string& archive, const std::string& folder) {
@@ -84,11 +74,15 @@ void Unpack(const std::string& archive, const std::string& folder) {
 }
 
 void CheckTarget(const std::string& path) {
-  if (TargetMacBuild ? HoldsProgram(path + "/Contents/Linux") || HoldsProgram(path + "/Contents/MacOS")
-                     : std::filesystem::is_regular_file(path + "/Vantorel.exe")) {
-    return;
+  try {
+    if (TargetMacBuild) {
+      ProgramOf(path);
+    } else if (!std::filesystem::is_regular_file(path + "/Vantorel.exe")) {
+      throw BundleError(path + ": it has no Vantorel.exe");
+    }
+  } catch (const BundleError& error) {
+    throw Refusal(Status::kIncomplete, error.what());
   }
-  throw Refusal(Status::kIncomplete, path + ": the archive holds no program there");
 }
 
 std::vector<std::string> TopItems(const std::string& folder, const std::string& target) {

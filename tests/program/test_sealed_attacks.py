@@ -16,7 +16,7 @@ import unittest
 import zipfile
 
 from desktop import wait_for
-from launcher import VERSION, update_archive
+from launcher import VERSION, bundle_files, update_archive
 from sealing import HEADLESS, KEYS, SealedLauncher, contents, release, sign
 from updateserver import UpdateServer, page, silent
 
@@ -98,10 +98,14 @@ def attacks():
     def archive(name, data, status, **options):
         return name, release(data), status, options
 
+    def target(name, file, text, mode=0o644):
+        return archive(name, update_archive("new", changed={f"Vantorel.app/Contents/{file}": (text, mode)}), INCOMPLETE)
+
     def comment(name, text, status):
         return signature(name, sign(GOOD, text), status)
 
     noise = "".join(format(hash((7, i)) & 0xFFFFFFFF, "08x") for i in range(25000))
+    plist = bundle_files("new")["Vantorel.app/Contents/Info.plist"][0]
     large = update_archive("new", [("Vantorel.app/big", noise)])
     return [
         signature("no signature", (b"", "404 Not Found"), MISSING),
@@ -151,7 +155,10 @@ def attacks():
         archive("no target", update_archive(None, [("Other.app/x", "x")]), INCOMPLETE),
         archive("the target is a file", update_archive(None, [("Vantorel.app", "x")]), INCOMPLETE),
         archive("the target is empty", update_archive(None, [("Vantorel.app/", "")]), INCOMPLETE),
-        archive("the target holds no program", update_archive(None, [("Vantorel.app/Contents/MacOS.txt", "x")]), INCOMPLETE),
+        target("Info.plist names a program that is not there", "Info.plist", plist.replace("Vantorel<", "Other<")),
+        target("Info.plist cannot be read", "Info.plist", "bplist00"),
+        target("the program that comes first may not be executed", "Linux/Vantorel", "text"),
+        target("the program is empty", "MacOS/Vantorel", "", 0o755),
         archive("no archive at all", b"plain text", NOT_UNPACKED),
         archive("a bad member", flipped(GOOD, 80), NOT_UNPACKED),
         archive("disk full while downloading", large, NOT_LOADED, file_limit=4096),

@@ -27,6 +27,7 @@ class Publish(unittest.TestCase):
         (self.app / "Contents/Empty").mkdir()
         (self.app / "Contents/MacOS/Vantorel").write_text("#!/bin/sh\n" * 100)
         (self.app / "Contents/MacOS/Vantorel").chmod(0o755)
+        (self.app / "Vantorel.exe").write_text("MZ")
         (self.app / "Contents/Größe.txt").write_bytes(b"")
         (self.app / "Contents/._Größe.txt").write_text("named like a side file, but none")
         self.notes.write_text("Größer")
@@ -54,7 +55,7 @@ class Publish(unittest.TestCase):
                 subprocess.run(["unzip", "-tq", f"{prefix}_update"], check=True, stdout=subprocess.DEVNULL)
                 with zipfile.ZipFile(f"{prefix}_update") as archive:
                     modes = {i.filename: i.external_attr >> 16 for i in archive.infolist() if i.filename.isascii()}
-                    self.assertEqual(len(archive.infolist()), 4)
+                    self.assertEqual(len(archive.infolist()), 5)
                     self.assertEqual(modes[f"{target}/Contents/MacOS/Vantorel"], 0o100755)
                     self.assertIn(f"{target}/Contents/Empty/", modes)
         self.assertEqual(len(list(self.out.iterdir())), 6)
@@ -67,6 +68,8 @@ class Publish(unittest.TestCase):
         latin1.write_bytes("eins\nGrößer".encode("latin-1"))
         empty = self.root / "empty"
         empty.mkdir()
+        no_program = self.root / "Vantorel.app"
+        (no_program / "Contents/MacOS").mkdir(parents=True)
         a_file = self.root / "a file"
         a_file.write_text("")
         cases = [  # what would be broken, options, exit code, a word of the reason
@@ -77,6 +80,8 @@ class Publish(unittest.TestCase):
             ("no notes", {"notes": self.root / "none"}, 3, "none"),
             ("no application", {"app": self.root / "none"}, 1, "is not a folder"),
             ("nothing in it", {"app": empty}, 1, "is empty"),
+            ("no program", {"app": no_program}, 1, 'has no program "Vantorel"'),
+            ("no program of the other platform", {"app": no_program, "platform": "win"}, 1, "has no Vantorel.exe"),
             ("output is a file", {"out": a_file}, 3, "a file"),
             ("output in the application", {"out": self.app / "Contents/www"}, 1, "inside the application"),
             ("unknown platform", {"platform": "amiga"}, 2, "platform"),

@@ -3,16 +3,17 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <system_error>
 
-#include "tools/open/Bundle.h"
+#include "platform/bundle/Bundle.h"
 #include "tools/open/Detached.h"
 
 namespace {
 
-using vantorel::OpenError;
+using vantorel::BundleError;
 
 constexpr char kUsage[] =
     "usage: open ITEM\n"
@@ -34,14 +35,14 @@ std::string Reason(int error_number) {
 void OpenBundle(const std::string& item) {
   const std::string program = vantorel::ProgramOf(item).string();
   const int error = vantorel::StartDetached(program);
-  if (error == ENOEXEC) throw OpenError(program + ": it is not a program for this system");
-  if (error != 0) throw OpenError(program + ": " + Reason(error));
+  if (error == ENOEXEC) throw BundleError(program + ": it is not a program for this system");
+  if (error != 0) throw BundleError(program + ": " + Reason(error));
 }
 
 // Does not return if it succeeds.
 void OpenByDesktop(const std::string& item) {
   execlp("xdg-open", "xdg-open", item.c_str(), nullptr);
-  throw OpenError(item + ": xdg-open could not be started: " + Reason(errno));
+  throw std::runtime_error(item + ": xdg-open could not be started: " + Reason(errno));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <exception>
 
+#include "platform/bundle/Bundle.h"
 #include "tools/publish/PublishError.h"
 #include "tools/publish/Update.h"
 
@@ -57,6 +58,8 @@ int Run(int argc, char** argv) {
     vantorel::publish::Publish(update);
   } catch (const vantorel::publish::PublishError& error) {
     return Fail(error.Code(), error.what());
+  } catch (const vantorel::BundleError& error) {
+    return Fail(ExitCode::kBadInput, error.what());
   } catch (const std::exception& error) {
     return Fail(ExitCode::kFileError, error.what());
   }

@@ -3,11 +3,12 @@
 
 #include <filesystem>
 #include <stdexcept>
+#include <string>
 
 namespace vantorel {
 
-// What kept a bundle or file from being opened. what() names it for a person.
-class OpenError : public std::runtime_error {
+// What keeps a bundle from being started. what() names it for a person.
+class BundleError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
@@ -16,7 +17,8 @@ class OpenError : public std::runtime_error {
 bool IsBundle(const std::filesystem::path& path);
 
 // The program of a bundle: the one that Info.plist names (CFBundleExecutable; by default the bundle's own
-// name) in Contents/Linux, else in Contents/MacOS. Raises OpenError.
-std::filesystem::path ProgramOf(const std::filesystem::path& bundle);
+// name) in Contents/Linux, else in Contents/MacOS. `bundle_name` is that name where the bundle is going to be
+// called otherwise than it is now. Raises BundleError.
+std::filesystem::path ProgramOf(const std::filesystem::path& bundle, const std::string& bundle_name = {});
 
 }  // namespace vantorel

@@ -1,4 +1,4 @@
-#include "tools/open/InfoPlist.h"
+#include "platform/bundle/InfoPlist.h"
 
 #include <expat.h>
 

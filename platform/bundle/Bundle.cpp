@@ -1,4 +1,4 @@
-#include "tools/open/Bundle.h"
+#include "platform/bundle/Bundle.h"
 
 #include <unistd.h>
 
@@ -8,7 +8,7 @@
 #include <string>
 #include <system_error>
 
-#include "tools/open/InfoPlist.h"
+#include "platform/bundle/InfoPlist.h"
 
 namespace vantorel {
 
@@ -25,7 +25,7 @@ fs::path WithoutTrailingSlash(const fs::path& path) {
 }
 
 [[noreturn]] void Fail(const fs::path& what, const std::string& why) {
-  throw OpenError(what.string() + ": " + why);
+  throw BundleError(what.string() + ": " + why);
 }
 
 std::string ReadInfoPlist(const fs::path& path) {
@@ -36,9 +36,9 @@ std::string ReadInfoPlist(const fs::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-std::string ProgramName(const fs::path& bundle) {
+std::string ProgramName(const fs::path& bundle, const std::string& bundle_name) {
   const fs::path info = bundle / "Contents" / "Info.plist";
-  std::string name = bundle.stem().string();
+  std::string name = bundle_name;
   if (fs::exists(info)) {
     std::string error;
     const std::optional<InfoPlist> parsed = ParseInfoPlist(ReadInfoPlist(info), error);
@@ -57,17 +57,18 @@ bool IsBundle(const fs::path& path) {
   return WithoutTrailingSlash(path).extension() == kExtension;
 }
 
-fs::path ProgramOf(const fs::path& bundle_path) {
+fs::path ProgramOf(const fs::path& bundle_path, const std::string& bundle_name) {
   const fs::path bundle = WithoutTrailingSlash(bundle_path);
   std::error_code error;
   const fs::file_status status = fs::status(bundle, error);
   if (!fs::exists(status)) Fail(bundle, error.message());
   if (!fs::is_directory(status)) Fail(bundle, "it is no application: not a folder");
-  const std::string name = ProgramName(bundle);
+  const std::string name = ProgramName(bundle, bundle_name.empty() ? bundle.stem().string() : bundle_name);
   for (const char* folder : {"Linux", "MacOS"}) {
     fs::path program = bundle / "Contents" / folder / name;
     if (!fs::is_regular_file(program, error)) continue;
     if (access(program.c_str(), X_OK) != 0) Fail(program, "it may not be executed");
+    if (fs::is_empty(program)) Fail(program, "it is empty");
     return program;
   }
   Fail(bundle, "it has no program \"" + name + "\" in Contents/Linux or Contents/MacOS");
