@@ -7,7 +7,6 @@
 #include <iterator>
 #include <string>
 
-#include "platform/run/Quit.h"
 #include "platform/run/Runtime.h"
 #include "platform/text/TextFunctions.h"
 #include "platform/ui/BackEnd.h"

@@ -3,7 +3,7 @@
 #include "launcher/Globals.h"
 #include "launcher/VantorelLauncher.h"
 #include "platform/base/Arithmetic.h"
-#include "platform/run/Quit.h"
+#include "platform/run/Runtime.h"
 #include "platform/run/Shell.h"
 #include "platform/run/System.h"
 #include "platform/text/TextEncoding.h"

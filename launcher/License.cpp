@@ -1,6 +1,6 @@
 #include "launcher/License.h"
 
-#include "platform/run/Quit.h"
+#include "platform/run/Runtime.h"
 #include "platform/ui/EditField.h"
 #include "platform/ui/PushButton.h"
 #include "platform/ui/StaticText.h"

@@ -7,7 +7,7 @@
 #include "launcher/sealed/NewUpdateSocket.h"
 #include "launcher/updateSocket.h"
 #include "platform/files/FolderItem.h"
-#include "platform/run/Quit.h"
+#include "platform/run/Runtime.h"
 #include "platform/text/TextFunctions.h"
 #include "platform/ui/MsgBox.h"
 

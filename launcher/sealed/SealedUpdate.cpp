@@ -13,7 +13,7 @@
 #include "launcher/sealed/NewUpdateSocket.h"
 #include "launcher/sealed/Release.h"
 #include "platform/base/Exceptions.h"
-#include "platform/run/Quit.h"
+#include "platform/run/Runtime.h"
 #include "platform/text/Utf8.h"
 #include "platform/ui/MsgBox.h"
 

@@ -3,14 +3,14 @@
 
 #include <exception>
 #include <string>
+#include <utility>
 
 namespace vantorel {
 
 // A fault that only a wrong caller or a missing resource can cause. what() names it for a person.
 class RuntimeException : public std::exception {
  public:
-  RuntimeException();
-  explicit RuntimeException(std::string message);
+  explicit RuntimeException(std::string message = "runtime fault") : message_(std::move(message)) {}
   const char* what() const noexcept override { return message_.c_str(); }
 
  private:
@@ -20,19 +20,19 @@ class RuntimeException : public std::exception {
 // A member was called through an empty reference.
 class NilObjectException : public RuntimeException {
  public:
-  NilObjectException();
+  NilObjectException() : RuntimeException("an operation was called on an object that does not exist") {}
 };
 
 // An index outside an array, a MemoryBlock or an entry list.
 class OutOfBoundsException : public RuntimeException {
  public:
-  OutOfBoundsException();
+  OutOfBoundsException() : RuntimeException("an index was out of bounds") {}
 };
 
 // A working block could not be had.
 class OutOfMemoryException : public RuntimeException {
  public:
-  OutOfMemoryException();
+  OutOfMemoryException() : RuntimeException("not enough memory") {}
 };
 
 // Thrown by Quit to unwind to the program's entry. Not a RuntimeException, so that no handler of the logic

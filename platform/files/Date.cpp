@@ -1,77 +1,52 @@
 #include "platform/files/Date.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 
 namespace vantorel {
 namespace {
 
-constexpr std::int64_t kDaySeconds = 86400;
-constexpr std::int64_t kDaysPer400Years = 146097;
 // From the start of 1904 to the start of 1970.
 constexpr std::int64_t kMacEpoch = 2082844800;
-// About 1.9 thousand million years; their number fits a field.
-constexpr double kFarthest = 6e16;
-
-struct QuotientAndRest {
-  std::int64_t quotient;
-  std::int64_t rest;  // never negative
-};
-
-QuotientAndRest Divide(std::int64_t value, std::int64_t divisor) {
-  std::int64_t quotient = value / divisor;
-  if (value % divisor < 0) --quotient;
-  return {quotient, value - quotient * divisor};
-}
-
-// Days from 1 January 1970 to the first of a month (0 is January) in the Gregorian calendar, which is carried
-// on without end in both directions. Years begin in March here, so that the leap day is the last of its year.
-std::int64_t DaysToMonth(std::int64_t year, std::int64_t month) {
-  if (month < 2) --year;
-  const QuotientAndRest era = Divide(year, 400);
-  const std::int64_t march_month = (month + 10) % 12;
-  const std::int64_t day_of_year = (153 * march_month + 2) / 5;
-  const std::int64_t day_of_era = era.rest * 365 + era.rest / 4 - era.rest / 100 + day_of_year;
-  constexpr std::int64_t kDaysTo1970 = 719468;
-  return era.quotient * kDaysPer400Years + day_of_era - kDaysTo1970;
-}
-
-std::int32_t Narrow(std::int64_t value) {
-  return static_cast<std::int32_t>(value);
-}
+// The library's calendar ends with the year 32767 and, on the other side, -32767.
+constexpr std::int32_t kLastYear = 32767;
+constexpr std::int64_t kFarthest =
+    (kLastYear - 1970) * std::int64_t{31556952};  // a mean year has so many seconds
 
 }  // namespace
 
 std::int64_t Date::CalendarSeconds(const Fields& fields) {
-  const QuotientAndRest month = Divide(std::int64_t{fields.month} - 1, 12);
-  const std::int64_t days = DaysToMonth(fields.year + month.quotient, month.rest) + fields.day - 1;
-  const std::int64_t seconds = days * kDaySeconds + std::int64_t{fields.hour} * 3600 +
-                               std::int64_t{fields.minute} * 60 + fields.second;
-  return std::clamp(seconds, -static_cast<std::int64_t>(kFarthest), static_cast<std::int64_t>(kFarthest));
+  const std::int64_t months = std::int64_t{fields.year} * 12 + fields.month - 1;
+  constexpr std::int64_t kFarthestMonth = kLastYear * 12;
+  const auto month = static_cast<std::int32_t>(std::clamp(months, -kFarthestMonth, kFarthestMonth));
+  const auto first = std::chrono::year(0) / 1 / 1 + std::chrono::months(month);
+  const std::int64_t days =
+      std::chrono::sys_days(first).time_since_epoch().count() + std::int64_t{fields.day} - 1;
+  const std::int64_t seconds =
+      days * 86400 + std::int64_t{fields.hour} * 3600 + std::int64_t{fields.minute} * 60 + fields.second;
+  return std::clamp(seconds, -kFarthest, kFarthest);
 }
 
 Date::Fields Date::FromCalendarSeconds(std::int64_t seconds) {
-  const QuotientAndRest days = Divide(seconds, kDaySeconds);
-  // A year too early at worst; 400 years have 146097 days.
-  std::int64_t year = 1970 + Divide(days.quotient * 400, kDaysPer400Years).quotient - 1;
-  while (DaysToMonth(year + 1, 0) <= days.quotient) ++year;
-  std::int64_t month = (days.quotient - DaysToMonth(year, 0)) / 31;
-  if (month < 11 && DaysToMonth(year, month + 1) <= days.quotient) ++month;
-  const std::int64_t day = days.quotient - DaysToMonth(year, month) + 1;
-  return {Narrow(year),
-          Narrow(month + 1),
-          Narrow(day),
-          Narrow(days.rest / 3600),
-          Narrow(days.rest / 60 % 60),
-          Narrow(days.rest % 60)};
+  const std::chrono::sys_seconds moment{std::chrono::seconds(seconds)};
+  const auto day = std::chrono::floor<std::chrono::days>(moment);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss time(moment - day);
+  const auto narrow = [](auto value) { return static_cast<std::int32_t>(value); };
+  return {static_cast<int>(date.year()),
+          narrow(static_cast<unsigned>(date.month())),
+          narrow(static_cast<unsigned>(date.day())),
+          narrow(time.hours().count()),
+          narrow(time.minutes().count()),
+          narrow(time.seconds().count())};
 }
 
 Date::Fields Date::LocalFields(std::time_t seconds) {
-  constexpr auto kLimit = static_cast<std::time_t>(kFarthest);
   std::tm local{};
-  const bool tellable = seconds >= -kLimit && seconds <= kLimit;
+  const bool tellable = seconds >= -kFarthest && seconds <= kFarthest;
   if (!tellable || localtime_r(&seconds, &local) == nullptr) {
-    return FromCalendarSeconds(std::clamp(seconds, -kLimit, kLimit));
+    return FromCalendarSeconds(std::clamp(seconds, -kFarthest, kFarthest));
   }
   return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec};
 }
@@ -99,8 +74,9 @@ double Date::TotalSeconds() const {
 
 void Date::SetTotalSeconds(double value) {
   if (std::isnan(value)) value = 0;
-  const double seconds = std::clamp(std::floor(value), -kFarthest, kFarthest);
-  set_ = FromCalendarSeconds(static_cast<std::int64_t>(seconds) - kMacEpoch);
+  constexpr auto kLimit = static_cast<double>(kFarthest);
+  const auto seconds = static_cast<std::int64_t>(std::clamp(std::floor(value), -kLimit, kLimit));
+  set_ = FromCalendarSeconds(seconds - kMacEpoch);
 }
 
 }  // namespace vantorel

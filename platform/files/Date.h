@@ -33,7 +33,7 @@ class Date : public Object {
 
   // Seconds since the start of 1904 in local time (no time zone takes part in the count).
   double TotalSeconds() const;
-  // A fraction is dropped. What lies beyond the years that a field can hold is cut.
+  // A fraction is dropped. What lies beyond the year 32767 is cut.
   void SetTotalSeconds(double value);
 
  private:

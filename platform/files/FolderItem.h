@@ -11,12 +11,12 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/base/Ref.h"
 #include "platform/files/BinaryStream.h"
 #include "platform/files/Date.h"
 #include "platform/files/FinderInfo.h"
-#include "platform/files/FolderListing.h"
 #include "platform/files/TextInputStream.h"
 #include "platform/files/TextOutputStream.h"
 #include "platform/text/String.h"
@@ -127,7 +127,7 @@ class FolderItem : public Object {
   std::string MemberPath(const String& name) const;
 
   std::string path_;
-  std::optional<FolderListing> listing_;
+  std::optional<std::vector<std::string>> listing_;  // names
 };
 
 // The item at a path string; nil for an empty path. `mode` is always 0.

@@ -189,37 +189,9 @@ bool SideFile::EnsureForkIsLast() {
   if (error_ != 0) return false;
   if (fork_is_last_) return true;
   if (!EnsureFile() || !EnsureEntries()) return false;
-  const AppleDoubleEntry* fork = FindFork(table_);
-  const std::uint64_t end = table_.EndOfOthers(*fork);
-  if (fork->offset < end && !MoveFork(end)) return false;
+  if (FindFork(table_)->offset < table_.EndOfOthers(*FindFork(table_)) && !Rebuild()) return false;
   stream_->SetLength(FindFork(table_)->End());
   fork_is_last_ = true;
-  return true;
-}
-
-// Copies the fork to `offset`, which lies behind its beginning. The old place stays as a gap, so that no
-// other data moves.
-bool SideFile::MoveFork(std::uint64_t offset) {
-  AppleDoubleEntry* fork = FindFork(table_);
-  if (offset + fork->length > std::numeric_limits<std::uint32_t>::max()) {
-    Fail(-EFBIG);
-    return false;
-  }
-  // From the back, as the two places may overlap.
-  std::array<char, 16384> chunk{};
-  for (std::uint64_t left = fork->length; left > 0;) {
-    const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(left, chunk.size()));
-    left -= count;
-    stream_->SetPosition(fork->offset + left);
-    if (stream_->ReadInto(chunk.data(), count) != count) {
-      Fail(-EIO);
-      return false;
-    }
-    stream_->SetPosition(offset + left);
-    stream_->WriteBytes({chunk.data(), count});
-  }
-  fork->offset = static_cast<std::uint32_t>(offset);
-  changed_ = true;
   return true;
 }
 

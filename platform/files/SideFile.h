@@ -65,7 +65,7 @@ class SideFile {
   bool EnsureFile();
   bool EnsureEntries();
   bool EnsureForkIsLast();
-  bool MoveFork(std::uint64_t offset);
+  // Writes the file anew with both entries, the fork last.
   bool Rebuild();
   bool HoldsNothing();
 

@@ -1,4 +1,5 @@
-// SideFile: writing the side file anew where its table lacks an entry that is needed.
+// SideFile: writing the side file anew where its table lacks an entry that is needed, or the fork is not
+// last.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>

@@ -7,7 +7,6 @@
 
 #include "platform/base/Exceptions.h"
 #include "platform/run/EventLoop.h"
-#include "platform/run/Quit.h"
 #include "platform/run/System.h"
 
 namespace vantorel {

@@ -30,6 +30,10 @@ void RuntimeInit(int argc, char** argv);
 void _RuntimeRegisterAppObject(const Ref<Application>& app);
 Ref<Application> _GetAppObject();
 
+// Ends the application with that exit value. Never returns: unwinds by EndException to RuntimeRun, through
+// every handler and nested loop, or, before the event loop runs, to the program's entry.
+[[noreturn]] void Quit(std::int32_t code = 0);
+
 // Raises the application's Open event and runs the event loop until the application quits. Faults that no
 // handler took pass through.
 void RuntimeRun();

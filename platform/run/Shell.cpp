@@ -1,19 +1,13 @@
 #include "platform/run/Shell.h"
 
 #include <fcntl.h>
-#include <sys/epoll.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
-#include <map>
-#include <memory>
 
-#include "platform/base/Descriptor.h"
-#include "platform/run/DescriptorWatch.h"
 #include "platform/run/System.h"
 
 namespace vantorel {
@@ -43,37 +37,18 @@ void Await(pid_t child) {
   }
 }
 
-struct Child {
-  Descriptor end;
-  std::unique_ptr<DescriptorWatch> watch;
-};
-
-// Collects the exit status of `child` once it has ended, from the event loop, so that it leaves no zombie.
-void ReapWhenEnded(pid_t child) {
-  static std::map<pid_t, Child> children;
-  // By number: the C library's declaration cannot be linked from C++. Closed on exec by itself.
-  Descriptor end(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
-  if (!end.IsOpen()) return;  // an old kernel: the zombie goes with this process
-  auto watch = std::make_unique<DescriptorWatch>(end.Number(), EPOLLIN, [child] {
-    Await(child);
-    children.erase(child);
-  });
-  children.emplace(child, Child{std::move(end), std::move(watch)});
-}
-
 }  // namespace
 
 void Shell::Execute(const String& command) {
   const std::string helpers = HelperFolder();
   const std::string text(command.view());
   const pid_t child = fork();
-  if (child == 0) Become(helpers.c_str(), text.c_str());
-  if (child < 0) return;
-  if (mode_ == 1) {
-    ReapWhenEnded(child);
-  } else {
-    Await(child);
+  if (child == 0) {
+    // A command that is not waited for is the child of a process that has ended: another collects its status.
+    if (mode_ == 1 && fork() != 0) _exit(0);
+    Become(helpers.c_str(), text.c_str());
   }
+  if (child > 0) Await(child);
 }
 
 std::string HelperFolder() {

@@ -3,8 +3,6 @@
 #include <filesystem>
 #include <system_error>
 
-#include "platform/text/TextFunctions.h"
-
 namespace vantorel::System {
 
 namespace {
@@ -32,13 +30,6 @@ const std::string& ExecutablePath() {
   // Kept from the start: the file may be replaced while the program runs.
   static const std::string path = FindExecutable();
   return path;
-}
-
-bool Gestalt(const String& selector, std::int32_t& response) {
-  constexpr std::int32_t kModern = 0x1060;
-  if (StrComp(selector, "sysv", 0) != 0) return false;
-  response = kModern;
-  return true;
 }
 
 }  // namespace vantorel::System

@@ -18,8 +18,4 @@ String CommandLine();
 // The path of the program's file, as it was at the start.
 const std::string& ExecutablePath();
 
-// Answers "sysv", the system's version in the classic coding, with a modern one (0x1060). False, with
-// `response` as it was, for any other selector.
-bool Gestalt(const String& selector, std::int32_t& response);
-
 }  // namespace vantorel::System

@@ -1,12 +1,9 @@
-#include <algorithm>
-
 #include "platform/text/TextFunctions.h"
 
 namespace vantorel {
 namespace {
 
 constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-constexpr std::string_view kBreak = "\r\n ";
 
 // Appends the four characters of the first three bytes of `bytes`, or of what is left of them.
 void AppendQuantum(std::string_view bytes, std::string& out) {
@@ -19,16 +16,6 @@ void AppendQuantum(std::string_view bytes, std::string& out) {
   }
 }
 
-std::string WithBreaks(const std::string& text, std::size_t line) {
-  std::string broken;
-  broken.reserve(text.size() + text.size() / line * kBreak.size());
-  for (std::size_t at = 0; at < text.size(); at += line) {
-    if (at > 0) broken += kBreak;
-    broken.append(text, at, line);
-  }
-  return broken;
-}
-
 }  // namespace
 
 String EncodeBase64(const String& data, std::int32_t line_wrap) {
@@ -36,8 +23,13 @@ String EncodeBase64(const String& data, std::int32_t line_wrap) {
   text.reserve((data.size() + 2) / 3 * 4);
   const std::string_view bytes = data.view();
   for (std::size_t at = 0; at < bytes.size(); at += 3) AppendQuantum(bytes.substr(at), text);
-  if (line_wrap > 0) text = WithBreaks(text, static_cast<std::size_t>(line_wrap));
-  return String::Adopt(std::move(text), Encodings::UTF8());
+  if (line_wrap <= 0) return String::Adopt(std::move(text), Encodings::UTF8());
+  std::string lines;
+  for (std::size_t at = 0; at < text.size(); at += static_cast<std::size_t>(line_wrap)) {
+    if (at > 0) lines += "\r\n ";
+    lines.append(text, at, static_cast<std::size_t>(line_wrap));
+  }
+  return String::Adopt(std::move(lines), Encodings::UTF8());
 }
 
 }  // namespace vantorel

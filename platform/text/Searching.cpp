@@ -1,8 +1,9 @@
-// The text functions that look for one text in another.
+// The text functions that compare, and that look for one text in another.
 #include <algorithm>
 #include <limits>
 #include <utility>
 
+#include "platform/text/CaseFolding.h"
 #include "platform/text/CharacterUnits.h"
 #include "platform/text/TextFunctions.h"
 
@@ -40,6 +41,22 @@ class Fields {
 };
 
 }  // namespace
+
+bool SameText(const String& a, const String& b) {
+  return EqualIgnoringCase(a.view(), b.view());
+}
+
+bool SameText(const String& a, const char* literal) {
+  return EqualIgnoringCase(a.view(), literal);
+}
+
+std::int32_t StrComp(const String& a, const String& b, std::int32_t /*mode*/) {
+  return std::clamp(a.view().compare(b.view()), -1, 1);
+}
+
+std::size_t CaselessHash(const String& text) {
+  return HashIgnoringCase(text.view());
+}
 
 std::int32_t InStr(std::int32_t start, const String& text, const String& pattern) {
   if (pattern.empty()) return 0;

@@ -34,10 +34,11 @@ constexpr Row kRows[] = {
     {25, Units::kDoubleByte, "EUC-CN"},          // MacChineseSimp
     {29, Units::kOneByte, "MAC-CENTRALEUROPE"},  // MacCentralEurRoman
     {37, Units::kOneByte, "MAC-IS"},             // MacIcelandic
-    {513, Units::kOneByte, "ISO-8859-1"},        // ISO Latin 1
-    {1024, Units::kOneByte, "CP437"},            // DOS Latin US
-    {1040, Units::kOneByte, "CP850"},            // DOS Latin 1
-    {1056, Units::kShiftJis, "CP932"},           // DOS Japanese
+    {kUnicode, Units::kUtf8, "UTF-8"},
+    {513, Units::kOneByte, "ISO-8859-1"},  // ISO Latin 1
+    {1024, Units::kOneByte, "CP437"},      // DOS Latin US
+    {1040, Units::kOneByte, "CP850"},      // DOS Latin 1
+    {1056, Units::kShiftJis, "CP932"},     // DOS Japanese
     {kWindowsLatin1, Units::kOneByte, "CP1252"},
     {1536, Units::kOneByte, "US-ASCII"},
     {2336, Units::kEucJp, "EUC-JP"},
@@ -49,30 +50,24 @@ constexpr Row kRows[] = {
 TextEncoding::TextEncoding(std::int32_t base, std::int32_t code, Units units, std::string iconv_name)
     : base_(base), code_(code), units_(units), iconv_name_(std::move(iconv_name)) {}
 
-class TextEncodingTable {
- public:
-  static Ref<TextEncoding> Find(std::int32_t code) {
-    static const TextEncodingTable table;
-    const auto found = std::find_if(table.encodings_.begin(), table.encodings_.end(),
-                                    [&](const Ref<TextEncoding>& e) { return e->code() == code; });
-    return found == table.encodings_.end() ? nil : *found;
-  }
-
- private:
-  TextEncodingTable() {
+Ref<TextEncoding> TextEncoding::Find(std::int32_t code) {
+  static const auto encodings = [] {
+    std::vector<Ref<TextEncoding>> made;
     for (const Row& row : kRows) {
-      encodings_.push_back(New<TextEncoding>(row.base, row.base, row.units, std::string(row.iconv_name)));
+      const std::int32_t full_code = row.base == kUnicode ? kUtf8Code : row.base;
+      made.push_back(New<TextEncoding>(row.base, full_code, row.units, std::string(row.iconv_name)));
     }
-    encodings_.push_back(New<TextEncoding>(kUnicode, kUtf8Code, Units::kUtf8, std::string("UTF-8")));
-  }
-
-  std::vector<Ref<TextEncoding>> encodings_;
-};
+    return made;
+  }();
+  const auto found = std::find_if(encodings.begin(), encodings.end(),
+                                  [&](const auto& each) { return each->code() == code; });
+  return found == encodings.end() ? nil : *found;
+}
 
 Ref<TextEncoding> GetTextEncoding(std::int32_t base, std::int32_t variant, std::int32_t format) {
   if (variant != 0) return nil;
   if (base == kUnicode) return format == 0 || format == kUtf8Format ? Encodings::UTF8() : nil;
-  return format == 0 ? TextEncodingTable::Find(base) : nil;
+  return format == 0 ? TextEncoding::Find(base) : nil;
 }
 
 Ref<TextEncoding> GetFontTextEncoding(const std::string& font) {
@@ -82,16 +77,16 @@ Ref<TextEncoding> GetFontTextEncoding(const std::string& font) {
 namespace Encodings {
 
 Ref<TextEncoding> UTF8() {
-  static const Ref<TextEncoding> encoding = TextEncodingTable::Find(kUtf8Code);
+  static const Ref<TextEncoding> encoding = TextEncoding::Find(kUtf8Code);
   return encoding;
 }
 
 Ref<TextEncoding> WindowsANSI() {
-  return TextEncodingTable::Find(kWindowsLatin1);
+  return TextEncoding::Find(kWindowsLatin1);
 }
 
 Ref<TextEncoding> MacRoman() {
-  return TextEncodingTable::Find(kMacRoman);
+  return TextEncoding::Find(kMacRoman);
 }
 
 Ref<TextEncoding> SystemDefault() {

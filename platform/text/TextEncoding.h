@@ -27,11 +27,13 @@ class TextEncoding : public Object {
   bool Equals(const Ref<TextEncoding>& other) const { return other && other->code_ == code_; }
 
   Units units() const { return units_; }
+  // The encoding of a complete code; nil for one that this system does not know.
+  static Ref<TextEncoding> Find(std::int32_t code);
+
   // The name under which iconv knows it.
   const std::string& IconvName() const { return iconv_name_; }
 
  private:
-  friend class TextEncodingTable;
   template <typename T, typename... Args>
   friend Ref<T> New(Args&&... args);
   TextEncoding(std::int32_t base, std::int32_t code, Units units, std::string iconv_name);

@@ -24,16 +24,9 @@ Utf8Character FirstUtf8Character(std::string_view text) {
 
 std::string Utf8Bytes(std::uint32_t code) {
   if (code < 0x80) return {static_cast<char>(code)};
-  std::string bytes;
-  std::uint32_t lead_mark = 0x80;
-  std::uint32_t lead_limit = 0x40;
-  while (code >= lead_limit) {
-    bytes.insert(bytes.begin(), static_cast<char>(0x80 | (code & 0x3F)));
-    code >>= 6;
-    lead_mark = lead_mark >> 1 | 0x80;
-    lead_limit = lead_limit == 0x40 ? 0x20 : lead_limit >> 1;
-  }
-  bytes.insert(bytes.begin(), static_cast<char>(lead_mark | code));
+  const int more = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;  // bytes behind the first
+  std::string bytes(1, static_cast<char>((0x780 >> more & 0xFF) | code >> (6 * more)));
+  for (int left = more - 1; left >= 0; --left) bytes += static_cast<char>(0x80 | (code >> (6 * left) & 0x3F));
   return bytes;
 }
 

@@ -18,11 +18,7 @@
 
 namespace vantorel {
 
-class EditField;
-class ProgressBar;
-class ProgressWheel;
-class PushButton;
-class StaticText;
+class RectControl;
 class Window;
 
 // What is on the screen for as long as it lives.
@@ -46,11 +42,7 @@ class WindowView : public View {
  public:
   // Makes the view of a control of this window. Controls come in their order of creation; a later one lies
   // over an earlier one. The result goes before the window's view does.
-  virtual std::unique_ptr<ControlView> Add(ProgressBar& control) = 0;
-  virtual std::unique_ptr<ControlView> Add(ProgressWheel& control) = 0;
-  virtual std::unique_ptr<ControlView> Add(StaticText& control) = 0;
-  virtual std::unique_ptr<ControlView> Add(EditField& control) = 0;
-  virtual std::unique_ptr<ControlView> Add(PushButton& control) = 0;
+  virtual std::unique_ptr<ControlView> Add(RectControl& control) = 0;
 
   // Brings the window to the screen. Modal: over the window shown before it, and no other window of the
   // program takes input until this one is gone.

@@ -21,8 +21,6 @@ class EditField : public RectControl, public InertFieldProperties {
   void SetText(const String& text) { Change(text_, text); }
 
  private:
-  std::unique_ptr<ControlView> MakeView(WindowView& window) override { return window.Add(*this); }
-
   String text_;
 };
 

@@ -16,8 +16,6 @@ class ProgressBar : public RectControl {
   void SetValue(std::int32_t value) { Change(value_, value); }
 
  private:
-  std::unique_ptr<ControlView> MakeView(WindowView& window) override { return window.Add(*this); }
-
   std::int32_t maximum_ = 100;
   std::int32_t value_ = 0;
 };

@@ -8,9 +8,6 @@ namespace vantorel {
 class ProgressWheel : public RectControl {
  public:
   explicit ProgressWheel(const Bounds& bounds) : RectControl(bounds) {}
-
- private:
-  std::unique_ptr<ControlView> MakeView(WindowView& window) override { return window.Add(*this); }
 };
 
 }  // namespace vantorel

@@ -28,9 +28,6 @@ class PushButton : public RectControl {
       if (self->IsOpen() && self->Action) self->Action();
     });
   }
-
- private:
-  std::unique_ptr<ControlView> MakeView(WindowView& window) override { return window.Add(*this); }
 };
 
 }  // namespace vantorel

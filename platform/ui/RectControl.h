@@ -32,12 +32,8 @@ struct TextStyle {
   bool Underline = false;
 };
 
-class RectControl : public Object, public InertControlProperties {
+class RectControl : public Object, public Bounds, public InertControlProperties {
  public:
-  std::int32_t Left;
-  std::int32_t Top;
-  std::int32_t Width;
-  std::int32_t Height;
   std::int32_t TabIndex = 0;  // order in which the keyboard reaches the controls
   bool Enabled = true;
   // What a screen reader calls a control that has no text of its own.
@@ -47,8 +43,7 @@ class RectControl : public Object, public InertControlProperties {
   void SetVisible(bool visible) { Change(visible_, visible); }
 
  protected:
-  explicit RectControl(const Bounds& bounds)
-      : Left(bounds.Left), Top(bounds.Top), Width(bounds.Width), Height(bounds.Height) {}
+  explicit RectControl(const Bounds& bounds) : Bounds(bounds) {}
 
   // Changes a property, and lets the view, if there is one, show it.
   template <typename T>
@@ -61,8 +56,6 @@ class RectControl : public Object, public InertControlProperties {
 
  private:
   friend class Window;
-  virtual std::unique_ptr<ControlView> MakeView(WindowView& window) = 0;
-
   bool visible_ = true;
   std::unique_ptr<ControlView> view_;
 };

@@ -22,8 +22,6 @@ class StaticText : public RectControl, public InertLabelProperties {
   void SetText(const String& text) { Change(text_, text); }
 
  private:
-  std::unique_ptr<ControlView> MakeView(WindowView& window) override { return window.Add(*this); }
-
   String text_;
 };
 

@@ -32,7 +32,7 @@ void Window::Open() {
   OpenWindows().push_back(Ref<Window>(this));
   view_ = BackEnd::Current().Open(*this);
   for (const NamedControl& each : controls_) {
-    if (const auto control = Cast<RectControl>(each.control)) control->view_ = control->MakeView(*view_);
+    if (const auto control = Cast<RectControl>(each.control)) control->view_ = view_->Add(*control);
   }
   Event_Open();
   if (!Visible) return;

@@ -18,12 +18,9 @@ class RecordedWindow : public WindowView {
   RecordedWindow(RecordingBackEnd& screen, Window& window) : screen_(screen), window_(window) {}
   ~RecordedWindow() override { std::erase(screen_.shown, &window_); }
 
-  std::unique_ptr<ControlView> Add(ProgressBar& /*control*/) override { return View(); }
-  std::unique_ptr<ControlView> Add(ProgressWheel& /*control*/) override { return View(); }
-  std::unique_ptr<ControlView> Add(StaticText& /*control*/) override { return View(); }
-  std::unique_ptr<ControlView> Add(EditField& /*control*/) override { return View(); }
-  std::unique_ptr<ControlView> Add(PushButton& /*control*/) override { return View(); }
-
+  std::unique_ptr<ControlView> Add(RectControl& /*control*/) override {
+    return std::make_unique<RecordedControl>();
+  }
   void Show(bool modal) override {
     screen_.shown.push_back(&window_);
     if (!modal || !screen_.on_modal) return;
@@ -33,8 +30,6 @@ class RecordedWindow : public WindowView {
   void Update() override {}
 
  private:
-  static std::unique_ptr<ControlView> View() { return std::make_unique<RecordedControl>(); }
-
   RecordingBackEnd& screen_;
   Window& window_;
 };

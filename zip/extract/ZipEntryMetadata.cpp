@@ -1,6 +1,7 @@
 // ZipEntry: dates, type and creator, Finder flags, exact name and Unix mode of an extracted item. All of it
 // is best effort: nothing here fails an extraction.
-#include "platform/base/Beep.h"
+#include <unistd.h>
+
 #include "platform/text/TextFunctions.h"
 #include "zip/archive/ZipEntry.h"
 #include "zip/extract/MacBinaryHeader.h"
@@ -15,6 +16,12 @@ namespace Mac = MacBinaryHeader;
 constexpr std::uint8_t kFinderFlagsHighMask = 0xEE;
 constexpr std::int32_t kScriptIsValid = 0x80;
 constexpr std::int32_t kScriptMask = 0x7F;
+
+// The system sound: rings the bell of the terminal that shows this process's messages, where there is one.
+void Beep() {
+  if (isatty(STDERR_FILENO) == 0) return;
+  [[maybe_unused]] const ssize_t put = write(STDERR_FILENO, "\a", 1);  // a bell that fails is no matter
+}
 
 Ref<Date> MacDate(double seconds) {
   Ref<Date> date = New<Date>();

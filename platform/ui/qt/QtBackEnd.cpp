@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "platform/run/Quit.h"
+#include "platform/run/Runtime.h"
 #include "platform/ui/qt/QtMessage.h"
 #include "platform/ui/qt/QtPicture.h"
 #include "platform/ui/qt/QtWindow.h"

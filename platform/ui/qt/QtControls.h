@@ -11,6 +11,12 @@
 
 namespace vantorel {
 
+class EditField;
+class ProgressBar;
+class ProgressWheel;
+class PushButton;
+class StaticText;
+
 // Make a view in `window` at `place`. It is a QWidget.
 std::unique_ptr<ControlView> MakeQtView(ProgressBar& control, QWidget& window, const QRect& place);
 std::unique_ptr<ControlView> MakeQtView(ProgressWheel& control, QWidget& window, const QRect& place);

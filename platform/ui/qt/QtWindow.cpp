@@ -42,6 +42,17 @@ QPalette PaletteOn(QColor background) {
   return palette;
 }
 
+// The view of a control that is of one of the classes.
+template <typename... Classes>
+std::unique_ptr<ControlView> MakeViewOf(RectControl& control, QWidget& window, const QRect& place) {
+  std::unique_ptr<ControlView> view;
+  const auto try_class = [&]<typename Class>(Class* of_class) {
+    if (of_class != nullptr) view = MakeQtView(*of_class, window, place);
+  };
+  (try_class(dynamic_cast<Classes*>(&control)), ...);
+  return view;
+}
+
 // Where a picture of that size goes in a window: unscaled, unless it is the window's size exactly doubled,
 // tripled and so on.
 QRect BackdropPlace(QSize picture, QSize window) {
@@ -74,28 +85,14 @@ QRect QtWindow::PlaceOf(const RectControl& control) const {
   return {left, top, across, down};
 }
 
-std::unique_ptr<ControlView> QtWindow::Add(ProgressBar& control) {
-  return MakeQtView(control, *this, PlaceOf(control));
-}
-
-std::unique_ptr<ControlView> QtWindow::Add(ProgressWheel& control) {
-  return MakeQtView(control, *this, PlaceOf(control));
-}
-
-std::unique_ptr<ControlView> QtWindow::Add(StaticText& control) {
-  return MakeQtView(control, *this, PlaceOf(control));
-}
-
-std::unique_ptr<ControlView> QtWindow::Add(EditField& control) {
-  auto view = MakeQtView(control, *this, PlaceOf(control));
-  tab_order_.emplace(control.TabIndex, dynamic_cast<QWidget*>(view.get()));
-  return view;
-}
-
-std::unique_ptr<ControlView> QtWindow::Add(PushButton& control) {
-  if (control.Cancel) cancel_ = &control;
-  auto view = MakeQtView(control, *this, PlaceOf(control));
-  tab_order_.emplace(control.TabIndex, dynamic_cast<QWidget*>(view.get()));
+std::unique_ptr<ControlView> QtWindow::Add(RectControl& control) {
+  auto view = MakeViewOf<ProgressBar, ProgressWheel, StaticText, EditField, PushButton>(control, *this,
+                                                                                        PlaceOf(control));
+  auto* const button = dynamic_cast<PushButton*>(&control);
+  if (button != nullptr && button->Cancel) cancel_ = button;
+  if (button != nullptr || dynamic_cast<EditField*>(&control) != nullptr) {
+    tab_order_.emplace(control.TabIndex, dynamic_cast<QWidget*>(view.get()));
+  }
   return view;
 }
 

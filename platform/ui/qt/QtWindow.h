@@ -10,17 +10,15 @@
 
 namespace vantorel {
 
+class PushButton;
+
 // A dialog to the toolkit, which gives Return to the default button and Escape to the cancelling one.
 class QtWindow : public WindowView, public QDialog {
  public:
   // `parent` is the window to lie over; nullptr for none.
   QtWindow(Window& model, QWidget* parent);
 
-  std::unique_ptr<ControlView> Add(ProgressBar& control) override;
-  std::unique_ptr<ControlView> Add(ProgressWheel& control) override;
-  std::unique_ptr<ControlView> Add(StaticText& control) override;
-  std::unique_ptr<ControlView> Add(EditField& control) override;
-  std::unique_ptr<ControlView> Add(PushButton& control) override;
+  std::unique_ptr<ControlView> Add(RectControl& control) override;
 
   void Show(bool modal) override;
   void Update() override;

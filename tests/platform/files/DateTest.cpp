@@ -68,7 +68,7 @@ TEST(Date, SystemTimeAndBackInAnyZone) {
   for (const char* name : {"UTC", "CET-1CEST,M3.5.0,M10.5.0/3", "<-0930>9:30", "<+14>-14"}) {
     SetZone(name);
     for (const std::time_t time : {std::time_t{0}, std::time_t{1'711'846'800}, std::time_t{1'719'000'000},
-                                   std::time_t{-3'000'000'000}, std::time_t{1} << 40}) {
+                                   std::time_t{-3'000'000'000}, std::time_t{1} << 39}) {
       EXPECT_EQ(Date::FromUnixTime(time)->UnixTime(), time) << name;
     }
   }

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "platform/base/Exceptions.h"
-#include "platform/run/Quit.h"
 #include "platform/run/Runtime.h"
 
 namespace vantorel {

@@ -84,7 +84,8 @@ TEST(TextFunctions, Numbers) {
   EXPECT_EQ(Format(2147483648.0, "0").view(), "2147483648");
   EXPECT_EQ(Format(-0.2, "0").view(), "0");
   EXPECT_EQ(Asc(Chr(0x20AC)), 0x20AC);
-  EXPECT_EQ(Chr(0x20AC).view(), "\xE2\x82\xAC");
+  EXPECT_EQ((Chr(0x7F) + Chr(0x80) + Chr(0x20AC) + Chr(0x10FFFF)).view(),
+            "\x7F\xC2\x80\xE2\x82\xAC\xF4\x8F\xBF\xBF");
   EXPECT_EQ(BitwiseAnd(static_cast<std::uint64_t>(std::int32_t{-1}), 0xFFFFFFFF00000000), 0xFFFFFFFF00000000);
 
   for (const char* text : {"", "x1", "inf", "nan", "--1", "0x1F", "1e-400"}) EXPECT_EQ(Val(text), 0) << text;

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/run/EventLoop.h"
-#include "platform/run/Quit.h"
+#include "platform/run/Runtime.h"
 #include "platform/run/Timer.h"
 #include "platform/ui/MsgBox.h"
 #include "platform/ui/PushButton.h"

@@ -18,7 +18,7 @@
 
 #include "platform/run/BackgroundTask.h"
 #include "platform/run/EventLoop.h"
-#include "platform/run/Quit.h"
+#include "platform/run/Runtime.h"
 #include "platform/ui/EditField.h"
 #include "platform/ui/ProgressBar.h"
 #include "platform/ui/PushButton.h"
