@@ -203,7 +203,8 @@ class Extract(ForkzipTest):
              {**one, "._mac": None, "._c": None}),
             ("1", ["--raw", "-x", "*/x", "-x", "*/out"], 0, [], {**one, "mac": wrapped, "r/._c": companion}),
             ("2", [], 1, ["t/x/../y: refused"], {"b": b"2"}),
-            ("9", [], 0, [], {}),
+            ("2", ["--raw", "-x", "*/x", "-x", "*/out"], 0, [], {"b": b"2", "._c": companion}),
+            ("9", ["--raw"], 0, [], {}),
         ]
         for count, arguments, code, says, expected in cases:
             with self.subTest(count, arguments=arguments):

@@ -74,9 +74,9 @@ void Extraction::Guarded(const Ref<ZipEntry>& entry, Work work) {
 }
 
 void Extraction::Extract(const Ref<ZipEntry>& entry) {
-  Guarded(entry, [&] { Place(entry); });
+  if (!IsPassedOver(entry, ways_.strip)) Guarded(entry, [&] { Place(entry); });
   const Ref<ZipEntry>& companion = entry->appleDoubleEntry;
-  if (!ways_.raw || !companion || Stripped(companion->RawPath().view(), ways_.strip).empty()) return;
+  if (!ways_.raw || !companion || IsPassedOver(companion, ways_.strip)) return;
   // As it stands it is a member like any other.
   companion->thisIsTheAppleDoubleEntry = false;
   Guarded(companion, [&] { Place(companion); });

@@ -13,6 +13,7 @@
 namespace vantorel::forkzip {
 
 bool CheckPlace(const std::string& root, const Ref<ZipEntry>& entry, const ExtractionWays& ways) {
+  if (IsPassedOver(entry, ways.strip)) return false;
   const std::vector<std::string> path = SafePath(entry, ways.strip);
   std::string at = root;
   for (std::size_t i = 0; i < path.size(); ++i) {

@@ -31,13 +31,17 @@ std::size_t SizeBehindLastUp(std::string_view path) {
   return size;
 }
 
-}  // namespace
-
 std::string_view Stripped(std::string_view name, std::size_t count) {
   if (count == 0) return name;
   for (; count > 0 && !name.empty(); --count) TakeComponent(name);
   name.remove_prefix(std::min(name.find_first_not_of('/'), name.size()));
   return name;
+}
+
+}  // namespace
+
+bool IsPassedOver(const Ref<ZipEntry>& entry, std::size_t strip) {
+  return strip != 0 && Stripped(Utf8(entry->RawPath()), strip).empty();
 }
 
 std::vector<std::string> SafePath(const Ref<ZipEntry>& entry, std::size_t strip) {

@@ -13,9 +13,9 @@
 
 namespace vantorel::forkzip {
 
-// What is left of a name without its first `count` components, each of which a slash ends; empty if that is
-// nothing. With a count of 0 the name as it stands.
-std::string_view Stripped(std::string_view name, std::size_t count);
+// Whether nothing is left of a member's name without its first `strip` components, each of which a slash
+// ends.
+bool IsPassedOver(const Ref<ZipEntry>& entry, std::size_t strip);
 
 // These raise Failure (kBadArchive) for what is refused.
 

@@ -1,5 +1,4 @@
 #include <numeric>
-#include <utility>
 
 #include "tools/forkzip/Verbs.h"
 #include "tools/forkzip/cli/Interruption.h"
@@ -99,28 +98,18 @@ void Preview(const std::vector<Ref<ZipEntry>>& entries, const ExtractOptions& op
 void WriteOut(const std::vector<Ref<ZipEntry>>& entries, const ExtractOptions& options, Problems& problems) {
   Output output;
   for (const Ref<ZipEntry>& entry : entries) {
-    if (!entry->IsDirectory()) WriteMember(entry, options.ways.raw, output, problems);
+    if (entry->IsDirectory() || IsPassedOver(entry, options.ways.strip)) continue;
+    WriteMember(entry, options.ways.raw, output, problems);
   }
-}
-
-// The members that are selected, without those whose names have too few components.
-std::vector<Ref<ZipEntry>> EntriesOf(const Ref<ZipArchive>& archive, const ExtractOptions& options,
-                                     Problems& problems) {
-  const std::vector<std::int32_t> members = SelectMembers(archive, options, problems).members;
-  std::vector<Ref<ZipEntry>> entries;
-  entries.reserve(members.size());
-  const std::size_t strip = options.ways.strip;
-  for (const std::int32_t i : members) {
-    Ref<ZipEntry> entry = archive->Entry(i);
-    if (strip == 0 || !Stripped(Utf8(entry->RawPath()), strip).empty()) entries.push_back(std::move(entry));
-  }
-  return entries;
 }
 
 void Extract(const ExtractOptions& options, Problems& problems) {
   const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
   if (!options.allow_overlap) RefuseOverlaps(archive);
-  const std::vector<Ref<ZipEntry>> entries = EntriesOf(archive, options, problems);
+  const std::vector<std::int32_t> members = SelectMembers(archive, options, problems).members;
+  std::vector<Ref<ZipEntry>> entries;
+  entries.reserve(members.size());
+  for (const std::int32_t i : members) entries.push_back(archive->Entry(i));
   if (options.to_stdout) return WriteOut(entries, options, problems);
   if (options.dry_run) return Preview(entries, options, problems);
   const std::uint64_t total = SizeOfAll(entries);
