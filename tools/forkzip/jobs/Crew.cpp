@@ -12,8 +12,11 @@
 #include <cerrno>
 #include <csignal>
 #include <memory>
+#include <string>
+#include <string_view>
 #include <utility>
 
+#include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/Interruption.h"
 
 namespace vantorel::forkzip {
@@ -27,17 +30,44 @@ std::pair<Descriptor, Descriptor> MakePipe() {
   return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
-class TellByReport : public Problems {
- public:
-  TellByReport(int reports, std::uint32_t unit) : Problems(""), reports_(reports), unit_(unit) {}
-  void Add(ExitCode code, std::string_view member, std::string_view message) override {
-    WriteReport(reports_, {Report::Kind::kTold, code, unit_}, member, message);
-  }
+// What a process says through its pipe, before the two texts that belong to it.
+struct Report {
+  enum class Kind : std::uint32_t {
+    kTold,       // something about the unit `index`
+    kShareDone,  // the share `index`, with `tally`
+    kFault,      // what ends the work
+  };
 
- private:
-  int reports_;
-  std::uint32_t unit_;
+  Kind kind;
+  ExitCode code = ExitCode::kDone;
+  std::uint32_t index = 0;
+  std::uint32_t member_size = 0;
+  std::uint32_t message_size = 0;
+  std::uint32_t tally = 0;
 };
+
+// Raises Interrupted if nobody listens any more.
+void Write(int pipe, Report report, std::string_view member = {}, std::string_view message = {}) {
+  report.member_size = static_cast<std::uint32_t>(member.size());
+  report.message_size = static_cast<std::uint32_t>(message.size());
+  std::string bytes(reinterpret_cast<const char*>(&report), sizeof report);
+  bytes.append(member).append(message);
+  if (WriteAll(pipe, bytes) != 0) throw Interrupted();
+}
+
+// False if the pipe ends before that.
+bool Read(int pipe, char* bytes, std::size_t count) {
+  while (count != 0) {
+    const ssize_t got = read(pipe, bytes, count);
+    if (got == 0) return false;
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0)
+      throw Failure(ExitCode::kFileError, WithCause("one of its processes cannot be heard", errno));
+    bytes += got;
+    count -= static_cast<std::size_t>(got);
+  }
+  return true;
+}
 
 }  // namespace
 
@@ -91,7 +121,7 @@ void Crew::Work(int reports) {
       DoShares(reports);
     } catch (...) {
       const Failure fault = FailureInFlight();
-      WriteReport(reports, {Report::Kind::kFault, fault.Code()}, {}, fault.what());
+      Write(reports, {Report::Kind::kFault, fault.Code()}, {}, fault.what());
     }
   } catch (...) {
     _exit(1);  // there is nobody to hear more
@@ -108,12 +138,15 @@ void Crew::DoShares(int reports) {
   while (!Interruption::Requested() && (share = board_->next_share++) < units_.size()) {
     std::size_t tally = 0;
     for (const std::uint32_t unit : units_[share]) {
-      TellByReport problems(reports, unit);
+      TellTo problems([&](ExitCode code, std::string_view member, std::string_view message) {
+        Write(reports, {Report::Kind::kTold, code, unit}, member, message);
+      });
       tally += work_.run(unit, problems);
       if (Interruption::Requested()) return;
       progress_.End(work_.units[unit].size);
     }
-    WriteReport(reports, {.kind = Report::Kind::kShareDone, .index = share, .count = tally});
+    Write(reports,
+          {.kind = Report::Kind::kShareDone, .index = share, .tally = static_cast<std::uint32_t>(tally)});
   }
 }
 
@@ -139,32 +172,20 @@ std::size_t Crew::Serve() {
 }
 
 void Crew::Hear(Process& process) {
-  std::array<char, 65536> bytes{};
-  const ssize_t got = read(process.reports.Number(), bytes.data(), bytes.size());
-  if (got < 0 && errno == EINTR) return;
-  if (got < 0) throw Failure(ExitCode::kFileError, WithCause("one of its processes cannot be heard", errno));
-  if (got == 0) {
+  Report report{};
+  const int pipe = process.reports.Number();
+  const bool told = Read(pipe, reinterpret_cast<char*>(&report), sizeof report);
+  std::string member(report.member_size, '\0');
+  std::string message(report.message_size, '\0');
+  if (!told || !Read(pipe, member.data(), member.size()) || !Read(pipe, message.data(), message.size())) {
     process.reports.Close();
     return CheckEnd(process);
   }
-  process.unread.append(bytes.data(), static_cast<std::size_t>(got));
-  TakeReports(process.unread, [&](const Report& report, std::string_view member, std::string_view message) {
-    Take(report, member, message);
-  });
-}
-
-void Crew::Take(const Report& report, std::string_view member, std::string_view message) {
-  switch (report.kind) {
-    case Report::Kind::kTold:
-      return in_order_.Tell(report.index, report.code, member, message);
-    case Report::Kind::kShareDone:
-      ++shares_done_;
-      tally_ += report.count;
-      for (const std::uint32_t unit : units_.at(report.index)) in_order_.End(unit);
-      return;
-    case Report::Kind::kFault:
-      throw Failure(report.code, std::string(message));
-  }
+  if (report.kind == Report::Kind::kFault) throw Failure(report.code, message);
+  if (report.kind == Report::Kind::kTold) return in_order_.Tell(report.index, report.code, member, message);
+  ++shares_done_;
+  tally_ += report.tally;
+  for (const std::uint32_t unit : units_.at(report.index)) in_order_.End(unit);
 }
 
 // They clean up and end by themselves.

@@ -7,12 +7,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "platform/base/Descriptor.h"
 #include "tools/forkzip/jobs/InOrder.h"
-#include "tools/forkzip/jobs/Reports.h"
 #include "tools/forkzip/jobs/SharedWork.h"
 
 namespace vantorel::forkzip {
@@ -36,7 +34,6 @@ class Crew {
   struct Process {
     pid_t id;
     Descriptor reports;
-    std::string unread{};
   };
   // In memory that all processes share.
   struct Board {
@@ -50,7 +47,6 @@ class Crew {
   [[noreturn]] void Work(int reports);
   void DoShares(int reports);
   void Hear(Process& process);
-  void Take(const Report& report, std::string_view member, std::string_view message);
   void Stop();
   // Raises Failure unless the process came to its end, or was stopped.
   void CheckEnd(Process& process) const;

@@ -1,12 +1,7 @@
 #include "tools/forkzip/jobs/PackAhead.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <system_error>
 #include <utility>
 
@@ -23,22 +18,6 @@ namespace {
 constexpr std::uint64_t kRoom = 8U << 20U;
 constexpr std::size_t kReadSize = 65536;
 constexpr std::uint64_t kWorthAThread = 1U << 20U;
-
-// Signals are for the calling thread, whose waits they end.
-class SignalsBlocked {
- public:
-  SignalsBlocked() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before_);
-  }
-  SignalsBlocked(const SignalsBlocked&) = delete;
-  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
- private:
-  sigset_t before_{};
-};
 
 }  // namespace
 
@@ -134,7 +113,6 @@ void PackAhead::Expect(const std::vector<const PlannedItem*>& files) {
   jobs_ = JobCount(jobs_, files.size(), bytes, kWorthAThread);
   if (jobs_ == 1) return;
   files_ = files;
-  const SignalsBlocked blocked;
   try {
     while (threads_.size() < jobs_) threads_.emplace_back([this] { Run(); });
   } catch (const std::system_error&) {
@@ -214,7 +192,7 @@ void PackAhead::Pack(Packed& file) {
 }
 
 void PackAhead::WaitUntil(Lock& lock, const std::function<bool()>& holds) {
-  // Not without end, since a signal does not end it.
+  // Not without end, since a signal does not end it, whichever thread it comes to.
   while (!holds() && !IsStopped()) changed_.wait_for(lock, std::chrono::milliseconds(50));
 }
 

@@ -11,18 +11,6 @@ namespace vantorel::forkzip {
 
 namespace {
 
-class TellInOrder : public Problems {
- public:
-  TellInOrder(InOrder& in_order, std::size_t unit) : Problems(""), in_order_(in_order), unit_(unit) {}
-  void Add(ExitCode code, std::string_view member, std::string_view message) override {
-    in_order_.Tell(unit_, code, member, message);
-  }
-
- private:
-  InOrder& in_order_;
-  std::size_t unit_;
-};
-
 enum class Which { kAll, kOwn, kShared };
 
 // Does units in this process.
@@ -31,7 +19,9 @@ std::size_t DoHere(const SharedWork& work, Which which, InOrder& in_order, Progr
   for (std::size_t unit = 0; unit < work.units.size(); ++unit) {
     const Which its = work.units[unit].share == SharedWork::kOwn ? Which::kOwn : Which::kShared;
     if (which != Which::kAll && which != its) continue;
-    TellInOrder problems(in_order, unit);
+    TellTo problems([&](ExitCode code, std::string_view member, std::string_view message) {
+      in_order.Tell(unit, code, member, message);
+    });
     tally += work.run(unit, problems);
     if (Interruption::Requested()) break;
     progress.End(work.units[unit].size);
