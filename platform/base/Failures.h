@@ -21,7 +21,7 @@ struct Failure {
   int error_number;
 };
 
-// The last failure, behind those of the folders that it lies in, which may have led to it.
+// The last failure, behind up to two of the folders that it lies in, which may have led to it.
 const std::vector<Failure>& RecentFailures();
 
 }  // namespace vantorel
