@@ -1,7 +1,6 @@
 #include "launcher/sealed/Files.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 
 #include <cerrno>
 
@@ -13,6 +12,12 @@ namespace vantorel::sealed {
 
 // A journal names at most as many items as an archive has members.
 constexpr off_t kMostBytes = off_t{32} << 20U;
+
+struct stat StatusOf(const std::string& path) {
+  struct stat status {};
+  if (lstat(path.c_str(), &status) != 0 && errno != ENOENT) RefuseWithErrno(path);
+  return status;
+}
 
 std::optional<std::string> ReadFile(const std::string& path) {
   const Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));

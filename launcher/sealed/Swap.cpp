@@ -4,10 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <iterator>
 #include <sstream>
 
 #include "launcher/sealed/Files.h"
@@ -16,25 +14,25 @@
 namespace vantorel::sealed {
 namespace {
 
-// A new item is known by its inode, which renaming leaves alone.
 struct Item {
-  ino_t inode = 0;
+  ino_t inode = 0;      // of the new one; renaming leaves it alone
   mode_t old_mode = 0;  // of what is in its place before, 0 if nothing is
-  std::string name;
+  std::string place;
+  std::string fresh;  // where the new one comes from; by an exchange the old one goes there
+  std::string aside;  // where the old one goes if the two cannot be exchanged
 };
 
-bool Look(const std::string& path, struct stat& status) {
-  return lstat(path.c_str(), &status) == 0;
-}
-
 bool IsThere(const std::string& path) {
-  struct stat status {};
-  return Look(path, status);
+  return StatusOf(path).st_mode != 0;
 }
 
-bool IsNewOne(const std::string& path, const Item& item) {
-  struct stat status {};
-  return Look(path, status) && status.st_ino == item.inode;
+// Whether the new item is in its place already.
+bool IsPlaced(const Item& item) {
+  if (StatusOf(item.place).st_ino == item.inode) return true;
+  if (StatusOf(item.fresh).st_ino == item.inode) return false;
+  throw Refusal(Status::kNotPlaced, item.place +
+                                        ": cannot be told from what should replace it; without the folder " +
+                                        WorkFolder::kName + " any update is installed");
 }
 
 void Rename(const std::string& from, const std::string& to) {
@@ -50,51 +48,46 @@ bool Exchange(const std::string& one, const std::string& other) {
 
 // A folder that its owner may not change cannot be moved to another one either.
 void MakeMovable(const std::string& path) {
-  struct stat status {};
-  if (Look(path, status) && S_ISDIR(status.st_mode) && (status.st_mode & S_IWUSR) == 0) {
-    chmod(path.c_str(), (status.st_mode & 07777) | S_IWUSR);
-  }
+  const mode_t mode = StatusOf(path).st_mode;
+  if (S_ISDIR(mode) && (mode & S_IWUSR) == 0) chmod(path.c_str(), (mode & 07777) | S_IWUSR);
 }
 
-void Place(const WorkFolder& work, const Item& item) {
-  const std::string fresh = work.Path("new/" + item.name);
-  const std::string place = work.LauncherFolder() + item.name;
-  if (!IsNewOne(fresh, item)) return;
-  MakeMovable(fresh);
-  MakeMovable(place);
-  if (IsThere(place)) {
-    if (Exchange(fresh, place)) return;
-    Rename(place, work.Path("old/" + item.name));
+void Place(const Item& item) {
+  if (IsPlaced(item)) return;
+  if (IsThere(item.place)) {
+    MakeMovable(item.place);
+    if (Exchange(item.fresh, item.place)) return;
+    Rename(item.place, item.aside);
   }
-  Rename(fresh, place);
+  Rename(item.fresh, item.place);
 }
 
-void TakeBack(const WorkFolder& work, const Item& item) {
-  const std::string fresh = work.Path("new/" + item.name);
-  const std::string place = work.LauncherFolder() + item.name;
-  const std::string aside = work.Path("old/" + item.name);
-  if (IsNewOne(place, item)) {
-    if (!IsThere(fresh)) {
-      Rename(place, fresh);
-    } else if (!Exchange(fresh, place)) {
-      RefuseWithErrno(place);
+void TakeBack(const Item& item) {
+  if (IsPlaced(item)) {
+    if (!IsThere(item.fresh)) {
+      Rename(item.place, item.fresh);
+    } else if (!Exchange(item.fresh, item.place)) {
+      RefuseWithErrno(item.place);
     }
   }
-  if (!IsThere(place) && IsThere(aside)) Rename(aside, place);
-  if (S_ISDIR(item.old_mode) && (item.old_mode & S_IWUSR) == 0) chmod(place.c_str(), item.old_mode & 07777);
+  if (!IsThere(item.place) && IsThere(item.aside)) Rename(item.aside, item.place);
+  if (S_ISDIR(item.old_mode) && (item.old_mode & S_IWUSR) == 0)
+    chmod(item.place.c_str(), item.old_mode & 07777);
 }
 
-// Every item ends in a null byte: what was not written whole is none.
+// What was not written whole, or was lost with the power, is no item: nothing was placed then.
 std::vector<Item> ReadJournal(const WorkFolder& work) {
-  const std::string content = ReadFile(work.Path("journal")).value_or("");
+  std::istringstream journal(ReadFile(work.Path("journal")).value_or(""));
   std::vector<Item> items;
-  std::size_t at = 0;
-  for (std::size_t end = 0; (end = content.find('\0', at)) != std::string::npos; at = end + 1) {
-    std::istringstream line(content.substr(at, end - at));
+  for (std::string line; std::getline(journal, line, '\0') && !journal.eof();) {
+    std::istringstream fields(line);
     Item item;
-    line >> item.inode >> item.old_mode;
-    line.ignore();
-    item.name.assign(std::istreambuf_iterator<char>(line), {});
+    std::string name;
+    if (!(fields >> item.inode >> item.old_mode)) break;
+    std::getline(fields.ignore(), name, '\0');
+    item.place = work.LauncherFolder() + name;
+    item.fresh = work.Path("new/" + name);
+    item.aside = work.Path("old/" + name);
     items.push_back(item);
   }
   return items;
@@ -112,29 +105,23 @@ void Record(const WorkFolder& work) {
 void WriteJournal(const WorkFolder& work, const std::vector<std::string>& names) {
   std::ostringstream journal;
   for (const std::string& name : names) {
-    struct stat fresh {};
-    struct stat old {};
-    if (!Look(work.Path("new/" + name), fresh)) RefuseWithErrno(work.Path("new/" + name));
-    if (!Look(work.LauncherFolder() + name, old)) old.st_mode = 0;
+    const struct stat fresh = StatusOf(work.Path("new/" + name));
+    const struct stat old = StatusOf(work.LauncherFolder() + name);
     journal << fresh.st_ino << ' ' << old.st_mode << ' ' << name << '\0';
   }
   WriteFile(work.Path("journal"), journal.str());
 }
 
 void PlaceAll(const WorkFolder& work) {
-  for (const Item& item : ReadJournal(work)) Place(work, item);
+  for (const Item& item : ReadJournal(work)) Place(item);
 }
 
 void SettleSwap(const WorkFolder& work) {
-  std::vector<Item> items = ReadJournal(work);
+  const std::vector<Item> items = ReadJournal(work);
   if (items.empty()) return;
-  if (IsNewOne(work.LauncherFolder() + items.back().name, items.back())) {
-    PlaceAll(work);
-    Record(work);
-  } else {
-    std::reverse(items.begin(), items.end());
-    for (const Item& item : items) TakeBack(work, item);
-  }
+  const bool installed = IsPlaced(items.back());
+  for (const Item& item : items) installed ? Place(item) : TakeBack(item);
+  if (installed) Record(work);
   work.Sync();
   if (unlink(work.Path("journal").c_str()) != 0) RefuseWithErrno(work.Path("journal"));
 }

@@ -6,6 +6,7 @@ import concurrent.futures
 import contextlib
 import errno
 import fcntl
+import functools
 import io
 import os
 import pathlib
@@ -179,7 +180,7 @@ def attacks():
 
 def in_parallel(function, cases):
     """The results of many runs, which mostly wait."""
-    with concurrent.futures.ThreadPoolExecutor(24) as pool:
+    with concurrent.futures.ThreadPoolExecutor(64) as pool:
         return list(pool.map(function, cases))
 
 
@@ -210,18 +211,12 @@ def fault(kind, call, old_system):
     return {**variables, "WRITE_COUNTER_OLD": "1"} if old_system else variables
 
 
-def at_every_call(function, systems=(False, True)):
-    """The settings and results of runs in which one call after the other goes wrong, until a run has none left. The
-    result's first item tells that."""
-    results = []
-    for old_system in systems:
-        count, ended = 0, False
-        while not ended:
-            settings = [{"call": count + i, "old_system": old_system} for i in range(1, 33)]
-            batch = list(zip(settings, in_parallel(function, settings)))
-            ended = batch[-1][1][0]
-            results += batch
-            count += len(batch)
+def at_every_call(function, systems=(False, True), calls=range(1, 37)):
+    """The settings and results of runs in which one call after the other goes wrong. A result's first item tells
+    whether none did; so it is where the last call is meant, which is one too many."""
+    settings = [{"call": call, "old_system": system} for system in systems for call in calls]
+    results = list(zip(settings, in_parallel(function, settings)))
+    assert all(result[0] for setting, result in results if setting["call"] == calls[-1]), "there are more calls"
     return results
 
 
@@ -267,6 +262,7 @@ class SealedUpdates(unittest.TestCase):
             (launcher.folder / ".update/new/Vantorel.app/sub").mkdir(parents=True)
             (launcher.folder / ".update/version").write_text("mac_9")
             (launcher.folder / ".update/serial").write_text("9")
+            (launcher.folder / ".update/journal").write_bytes(b"\0" * 99)  # as a power failure leaves it
             (launcher.folder / ".update/new").chmod(mode)
             (launcher.folder / ".update").chmod(mode)
             if os.getuid() == 0:
@@ -336,11 +332,17 @@ class SealedUpdates(unittest.TestCase):
             self.addCleanup(os.close, lock)
             fcntl.flock(lock, fcntl.LOCK_EX)
 
+        def numbered_anew(launcher):
+            (launcher.folder / ".update/new/Vantorel.app").mkdir(parents=True)
+            (launcher.folder / ".update/journal").write_bytes(b"1 16877 Vantorel.app\0")
+
         def no_lock(launcher):
             (launcher.folder / ".update.lock").mkdir()
 
         cases = [  # what would be broken, what is there, the status line, what standard error tells
             ("another launcher at work", at_work, BUSY, "another launcher works"),
+            ("old and new items that have other inodes after a remount", numbered_anew, NOT_PLACED,
+             "Vantorel.app: cannot be told .* without the folder .update any update is installed"),
             ("no lock", no_lock, NOT_PLACED, ".lock: Is a directory"),
             ("no lock, where nothing is to be done", no_lock, SEARCHING, "^$"),
             ("a damaged serial number", lambda launcher: (launcher.folder / "serial").write_text(""), NOT_PLACED,
@@ -401,34 +403,27 @@ class SealedUpdates(unittest.TestCase):
                 self.assertIn(offline, [({}, None), (INSTALLED_MORE, "new")])
                 self.assertEqual(online, (INSTALLED_MORE, "new"))
 
-    def test_once_the_disk_is_no_longer_full_all_is_old_or_all_is_new(self):
-        def full(settings):
+    def test_where_a_step_fails_all_is_old_or_all_is_new(self):
+        def failing(kind, settings):
             with SealedLauncher() as launcher:
                 before = prepare(launcher)
-                launcher.run(UPDATE_OF_MORE, **fault("FULL", **settings))
-                done = launcher.status == DONE
-                return done, before, next_start(launcher), next_start(launcher, UPDATE_OF_MORE)
-
-        for settings, (done, before, offline, online) in at_every_call(full):
-            with self.subTest(**settings):
-                self.assertEqual(offline, (INSTALLED_MORE, "new") if done else (before, "old"))
-                self.assertEqual(online, (INSTALLED_MORE, "new"))
-
-    def test_where_a_step_fails_all_stays_or_all_is_new(self):
-        def failing(settings):
-            with SealedLauncher() as launcher:
-                before = prepare(launcher)
-                code = launcher.run(UPDATE_OF_MORE, **fault("FAIL", **settings))
+                code = launcher.run(UPDATE_OF_MORE, **fault(kind, **settings))
                 done = launcher.status == DONE
                 stayed = contents(launcher.folder) == before and (launcher.folder / "Data").stat().st_mode & 0o777 == 0o555
-                return done, code, launcher.wait_started(), stayed, next_start(launcher, UPDATE_OF_MORE)
+                # As long as the disk is full, nothing more can be asked for.
+                at_once = None if kind == "FULL" else (code, launcher.wait_started(), stayed)
+                return done, before, at_once, next_start(launcher), next_start(launcher, UPDATE_OF_MORE)
 
-        results = at_every_call(failing)
-        for settings, (done, code, started, stayed, at_last) in results:
-            with self.subTest(**settings):
-                self.assertEqual((code, started, stayed), (0, "new", False) if done else (0, "old", True))
-                self.assertEqual(at_last, (INSTALLED_MORE, "new"))
-        self.assertGreater(sum(not result[0] for _, result in results), 20)
+        kinds = [("FULL", {}), ("FAIL", {}), ("LOOK", {"systems": [False], "calls": range(45, 77)})]
+        for kind, options in kinds:
+            results = at_every_call(functools.partial(failing, kind), **options)
+            for settings, (done, before, at_once, offline, online) in results:
+                with self.subTest(kind, **settings):
+                    if at_once:
+                        self.assertEqual(at_once, (0, "new", False) if done else (0, "old", True))
+                    self.assertEqual(offline, (INSTALLED_MORE, "new") if done else (before, "old"))
+                    self.assertEqual(online, (INSTALLED_MORE, "new"))
+            self.assertGreater(sum(not result[0] for _, result in results), 15, kind)
 
 
 if __name__ == "__main__":

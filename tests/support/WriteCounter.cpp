@@ -5,6 +5,7 @@
 //   WRITE_COUNTER_FULL=n   from the n-th changing call on, what needs room fails as on a full disk
 //   WRITE_COUNTER_FAIL=n   the n-th changing call alone fails, as on a bad disk
 //   WRITE_COUNTER_READ=n   the n-th reading call alone fails, as on a bad disk
+//   WRITE_COUNTER_LOOK=n   the n-th lstat alone fails, as on a bad disk
 //   WRITE_COUNTER_CLOSE=n  the n-th close of a file fails, though it is closed
 //   WRITE_COUNTER_TERM=n   SIGTERM comes before the n-th changing call
 //   WRITE_COUNTER_LOSE=n   if the n-th changing call is pwrite, nothing is written, though it says so
@@ -21,6 +22,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/sendfile.h>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -84,6 +86,12 @@ ssize_t pread(int fd, void* bytes, size_t count, off_t offset) {
 
 ssize_t readlink(const char* path, char* target, size_t size) noexcept {
   return Call(CountRead(), "readlink", &readlink, path, target, size);
+}
+
+int lstat(const char* path, struct stat* status) noexcept {
+  static const long fail_at = Setting("WRITE_COUNTER_LOOK");
+  static long looks = 0;
+  return Call(++looks == fail_at ? EIO : 0, "lstat", &lstat, path, status);
 }
 
 dirent* readdir(DIR* folder) {
