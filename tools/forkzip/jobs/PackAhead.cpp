@@ -170,10 +170,10 @@ void PackAhead::Run() {
 void PackAhead::Pack(Packed& file) {
   FileSource source(file.item.Source(), file.item.size);
   Pieces pieces(*this, file);
+  std::uint64_t left = file.item.size;
   if (source.Open()) {
     const DeflateWays ways = WaysFor(source.File(), file.item.size);
     const auto deflater = vantorel::NewDeflater(ways);
-    std::uint64_t left = file.item.size;
     while (left != 0 && source.Error() == 0 && !IsStopped()) {
       const String bytes = source.Read(kReadSize);
       if (bytes.empty()) break;
@@ -186,8 +186,10 @@ void PackAhead::Pack(Packed& file) {
     }
     if (left == 0) deflater->Finish(pieces);
     file.stored = deflater->Stored();
-    file.left = left;
   }
+  // Of a large file both may be looked at before it is done.
+  const Lock lock(mutex_);
+  file.left = left;
   file.error = source.Error();
 }
 
