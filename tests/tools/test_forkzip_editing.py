@@ -17,6 +17,8 @@ TREE = {"t/a": "hello " * 50, "t/sub/日本.txt": "words " * 5000, "t/sub/😀":
 # As ditto stores a folder, with another that was unpacked from such an archive.
 DITTO = ["d/", "d/f", "__MACOSX/", "__MACOSX/._d", "__MACOSX/d/", "__MACOSX/d/._f", "__MACOSX/.___MACOSX"]
 
+SUB = ["__MACOSX/d/", "__MACOSX/__MACOSX/._d", "__MACOSX/__MACOSX/__MACOSX/._._d"]
+
 
 class Editing(ForkzipTest):
     def tree(self):
@@ -304,6 +306,10 @@ class Editing(ForkzipTest):
              ("d/", "__MACOSX/d/", "__MACOSX/e/"))), "rename", ["d", "e"], ["e/", "__MACOSX/d/", "__MACOSX/e/"]),
             ("a companion's companion gets its new name", chain, "rename", ["a", "c"], ["c", "._c", "._._c", "b"]),
             ("and is duplicated", chain, "duplicate", ["a", "c"], ["a", "._a", "._._a", "b", "c", "._c", "._._c"]),
+            ("a dropped folder's companions may be companions' own", archive(*(Member(name, extra=UNIX_TIMES) for name in SUB)),
+             "comment", ["x"], SUB),
+            ("a companion keeps to its tree, however that is spelt", archive(Member("a"), Member("__MacOSX/._a",
+             extra=UNIX_TIMES)), "rename", ["a", "b"], ["b", "__MacOSX/._b"]),
             ("filling behind the end is cut off", archive(Member("a")) + b"\0" * 6000, "comment", [""], ["a"]),
         ]
         for what, content, verb, arguments, names in cases:
@@ -332,11 +338,10 @@ class Editing(ForkzipTest):
         self.assertEqual(self.zip.read_bytes(), empty)
         for tool in (["7zz", "t"], ["bsdtar", "-tf"], ["python3", "-m", "zipfile", "-t"]):
             subprocess.run([*tool, self.zip], check=True, capture_output=True)
-        self.zip.write_bytes(archive(Member("f", b"1")))
-        self.expect(0, "delete", "-q", "--in-place", self.zip, "f")
-        self.assertEqual(self.names(), [])
-        self.expect(0, "compact", "-q", "--in-place", self.zip)
-        self.assertEqual(self.zip.read_bytes(), empty)
+        for verb, content in (("delete", archive(Member("f", b"1"))), ("compact", archive(Member("f", b"1", hole=True)))):
+            self.zip.write_bytes(content)
+            self.expect(0, verb, "-q", "--in-place", self.zip, *["f"] * (verb == "delete"))
+            self.assertEqual(self.zip.read_bytes(), empty)
         for verb in ("list", "info", "test", "extract"):
             self.expect(0, verb, self.zip)
         self.expect(1, "duplicate", self.zip, "f", "g", says="no such member")
@@ -404,7 +409,8 @@ class Editing(ForkzipTest):
             self.zip.unlink(missing_ok=True)
             self.expect(0, "create", "-q", self.zip, argument)
             self.assertEqual(self.names(), [name])
-        self.expect(0, "create", "-q", "plain.zip", "new", "d", "--no-permissions")
+        self.expect(0, "create", "-q", "plain.zip", "new", "d", "--no-permissions", preexec_fn=lambda: os.umask(0o027))
+        self.assertEqual(stat.S_IMODE((self.root / "plain.zip").stat().st_mode), 0o640)
         with zipfile.ZipFile(self.root / "plain.zip") as other:
             self.assertEqual([info.external_attr for info in other.infolist()], [0, 0x10])
         self.expect(2, "add", self.zip, "new", "d", "--as", "x", says="--as names one item")

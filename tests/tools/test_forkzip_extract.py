@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """forkzip extract: what arrives on disk, what is refused, and what is left when it does not work out."""
 
+import fcntl
 import json
 import os
 import re
@@ -275,7 +276,6 @@ class Extract(ForkzipTest):
         self.stop_in_the_middle(signal.SIGKILL)
         left = self.files_below(self.out)
         self.assertEqual([name.startswith(".forkzip-") for name in left], [True])
-        self.write(f"out/.forkzip-{os.getpid()}-1", "of a run that goes on")
         self.zip.write_bytes(archive(Member("large", bytes(70000)), Member("small", b"new"), Member("kept", b"new")))
         for name in ("large", "small"):  # as a run leaves them that is killed while it makes them
             self.write(f"out/{name}", "").chmod(0o1000)
@@ -283,8 +283,15 @@ class Extract(ForkzipTest):
         self.extract(3, says="kept: exists already")
         self.assertEqual((self.out / "small").read_bytes(), b"new")
         self.assertEqual((self.out / "large").stat().st_size, 70000)
+        self.zip.write_bytes(archive(*map(Member, (".forkzip-1-1", "d/.forkzip-1-1", "large", "d/f"))))
+        folder = os.open(self.out, os.O_RDONLY)
+        fcntl.flock(folder, fcntl.LOCK_SH)  # as a run at work does, whose process cannot be seen from here
         self.extract(0, "-q", "--overwrite")
-        self.assertEqual(self.files_below(self.out), [f".forkzip-{os.getpid()}-1", "kept", "large", "small"])
+        new = [".forkzip-1-1", "d/.forkzip-1-1", "d/f", "kept", "large", "small"]
+        self.assertEqual(self.files_below(self.out), sorted([*left, *new]))
+        os.close(folder)
+        self.extract(0, "-q", "--overwrite")
+        self.assertEqual(self.files_below(self.out), new)
 
     def test_the_bar_tells_how_far_it_is(self):
         self.zip.write_bytes(archive(Member("f", b"12345"), *[Member(f"{i}") for i in range(2000)]))

@@ -28,14 +28,15 @@ namespace {
   throw Failure(ExitCode::kFileError, "was changed by another program meanwhile; nothing is done");
 }
 
-void CheckWritten(int file, const RawDirectory& expected) {
-  const std::string bytes = expected.Bytes();
+// How much of a file lies behind a directory, if that stands in the file where it should.
+std::optional<std::uint64_t> SizeBehind(const RawDirectory& directory, int file) {
+  const std::string bytes = directory.Bytes();
+  const std::uint64_t end = directory.start + bytes.size();
   struct stat status {};
-  const bool whole = fstat(file, &status) == 0 &&
-                     static_cast<std::uint64_t>(status.st_size) == expected.start + bytes.size() &&
-                     ReadAt(file, expected.start, bytes.size()) == bytes &&
-                     (expected.start == 0 || Get32(ReadAt(file, 0, 4), 0) == LocalHeader::kMagic);
-  if (!whole) throw Failure(ExitCode::kFileError, "the new archive does not read back as it was written");
+  if (fstat(file, &status) != 0) return std::nullopt;
+  const auto size = static_cast<std::uint64_t>(status.st_size);
+  if (size < end || ReadAt(file, directory.start, bytes.size()) != bytes) return std::nullopt;
+  return size - end;
 }
 
 // Where the last member ends. As a rule that is where the directory begins, and one look is enough.
@@ -54,15 +55,6 @@ std::uint32_t EndOfMembers(int file, const RawDirectory& directory) {
   }
 }
 
-void Run(ArchiveEdit& edit, const Change& change) {
-  try {
-    if (const std::optional<RawDirectory> after = change(edit)) edit.Commit(*after);
-  } catch (...) {
-    edit.Undo();
-    throw;
-  }
-}
-
 }  // namespace
 
 ArchiveEdit::ArchiveEdit(const Options& options, Target target)
@@ -72,14 +64,11 @@ ArchiveEdit::ArchiveEdit(const Options& options, Target target)
     if (path_ == kStandardStream)
       throw Failure(ExitCode::kUsage, "is not to be changed; `./-` would be a file of that name");
     original_ = OpenLocked(path_);
-    fstat(original_.Number(), &original_status_);
   }
   // Also so that a stray is not among what is added.
   if (!options.dry_run) Draft::RemoveStray(path_);
-  if (target == Target::kExisting) Open();
-}
-
-void ArchiveEdit::Open() {
+  if (target == Target::kNew) return;
+  fstat(original_.Number(), &original_status_);
   // The engine tells best why something is no archive.
   archive_ = OpenForEditing(original_.Number(), path_, options_.encoding);
   before_ = RawDirectory::Read(original_.Number());
@@ -89,30 +78,37 @@ void ArchiveEdit::Open() {
 
 // Other runs of the tool keep off a locked archive, other programs need not; and a disk that gives way may
 // answer differently the second time. Of the records, companions are held by the entries that they belong to,
-// and the folders of their tree are dropped, each with a companion of its own at most.
+// and the folders of their tree are dropped, with companions of their own.
 void ArchiveEdit::CheckSameMembersSeen() const {
   std::ptrdiff_t unheld = 0;
-  std::ptrdiff_t folders = 0;
+  bool folders = false;
   std::int32_t seen = 0;
   std::string_view name;  // the one of the record before where there is none
   for (const RawRecord& record : before_.records) {
     if (!record.Name().empty()) name = record.Name();
     const Ref<ZipEntry> entry = seen < archive_->EntryCount() ? archive_->Entry(seen + 1) : nil;
-    if (entry && IsOf(record, entry)) {
+    if (entry && KeyOf(record) == KeyOf(entry)) {
       ++seen;
       for (Ref<ZipEntry> held = entry->appleDoubleEntry; held; held = held->appleDoubleEntry) --unheld;
+    } else if (IsFolderOfCompanions(name)) {
+      folders = true;
     } else {
-      ++(IsFolderOfCompanions(name) ? folders : unheld);
+      ++unheld;
     }
   }
-  if (seen != archive_->EntryCount() || unheld < 0 || unheld > folders) FailAsChanged();
+  if (seen != archive_->EntryCount() || unheld < 0 || (unheld > 0 && !folders)) FailAsChanged();
+}
+
+void ArchiveEdit::Begin() {
+  constexpr mode_t kPrivate = 0600;  // until it gets the mode of the old archive
+  constexpr mode_t kOfAnyFile = 0666;
+  begun_ = true;
+  if (!options_.in_place) draft_.emplace(path_, original_.IsOpen() ? kPrivate : kOfAnyFile);
 }
 
 void ArchiveEdit::KeepMembers() {
-  begun_ = true;
-  if (options_.in_place) return;
-  draft_.emplace(path_);
-  if (original_.IsOpen()) CopyBytes(original_.Number(), 0, draft_->File(), 0, before_.start);
+  Begin();
+  if (draft_ && original_.IsOpen()) CopyBytes(From(), 0, To(), 0, before_.start);
 }
 
 void ArchiveEdit::MakeRoomBehindMembers() {
@@ -122,49 +118,49 @@ void ArchiveEdit::MakeRoomBehindMembers() {
 }
 
 void ArchiveEdit::MoveTogether(RawDirectory& kept) {
-  begun_ = true;
-  const std::vector<MemberExtent> extents = ExtentsOf(original_.Number(), kept);
-  if (options_.in_place) {
-    // Holes in the file take room once they are written to.
-    const std::uint64_t gap = BeginOfGaps(extents);
-    FillHoles(original_.Number(), gap, before_.start - gap);
-    // The offsets of what has been moved are those of the old directory too, if the rest fails.
-    kept.start = CloseGaps(original_.Number(), extents, before_.records);
-    kept.records = before_.records;
-  } else {
-    draft_.emplace(path_);
-    kept.start = CopyTogether(original_.Number(), extents, draft_->File(), kept.records);
+  const std::vector<MemberExtent> extents = ExtentsOf(From(), kept);
+  Begin();
+  if (draft_) {
+    kept.start = forkzip::MoveTogether(From(), extents, To(), kept.records);
+    return;
   }
+  // Holes in the file take room once they are written to.
+  const std::uint64_t gap = BeginOfGaps(extents);
+  FillHoles(To(), gap, before_.start - gap);
+  // The offsets of what has been moved are those of the old directory too, if the rest fails.
+  kept.start = forkzip::MoveTogether(To(), extents, To(), before_.records);
+  kept.records = before_.records;
 }
 
-void ArchiveEdit::Commit(const RawDirectory& after) {
+void ArchiveEdit::Commit(RawDirectory after) {
   after.Write(To());
-  CheckWritten(To(), after);
-  if (!draft_) return Sync(To());
-  if (original_.IsOpen()) {
-    CheckOriginalIsUnchanged();
-    TakeOverModeAndOwner();
+  const bool whole = SizeBehind(after, To()) == 0 &&
+                     (after.start == 0 || Get32(ReadAt(To(), 0, 4), 0) == LocalHeader::kMagic);
+  if (!whole) throw Failure(ExitCode::kFileError, "the new archive does not read back as it was written");
+  if (draft_) {
+    if (original_.IsOpen()) {
+      CheckOriginalIsUnchanged();
+      TakeOverModeAndOwner();
+    }
+    return draft_->PutInPlace(original_.IsOpen());
   }
-  draft_->PutInPlace(original_.IsOpen());
+  Sync(To());
+  if (!after.records.empty() || after.start == 0) return;
+  // Of no members, an archive is nothing but its end record: others take it for damaged with bytes in front.
+  begun_ = false;  // once that is written over the first member, there is no way back
+  after.start = 0;
+  Commit(std::move(after));
 }
 
 void ArchiveEdit::Undo() {
   if (!options_.in_place || !begun_) return;
   try {
-    if (DirectoryIsThere()) return;
-    before_.Write(original_.Number());
-    Sync(original_.Number());
+    if (SizeBehind(before_, To())) return;
+    before_.Write(To());
+    Sync(To());
   } catch (const std::exception& fault) {
     throw Failure(ExitCode::kFileError, "its old directory cannot be put back: " + std::string(fault.what()));
   }
-}
-
-bool ArchiveEdit::DirectoryIsThere() const {
-  struct stat status {};
-  const std::string bytes = before_.Bytes();
-  return fstat(original_.Number(), &status) == 0 &&
-         static_cast<std::uint64_t>(status.st_size) >= before_.start + bytes.size() &&
-         ReadAt(original_.Number(), before_.start, bytes.size()) == bytes;
 }
 
 void ArchiveEdit::CheckOriginalIsUnchanged() const {
@@ -199,16 +195,15 @@ void ArchiveEdit::TakeOverModeAndOwner() const {
   if (!group_kept) problems.Note("its group cannot be kept and loses its rights; --in-place would keep them");
 }
 
-void EditArchive(const Options& options, const Change& change) {
+void EditArchive(const Options& options, const Change& change, ArchiveEdit::Target target) {
   Interruption::Watch();
-  ArchiveEdit edit(options, ArchiveEdit::Target::kExisting);
-  Run(edit, change);
-}
-
-void MakeArchive(const Options& options, const Change& change) {
-  Interruption::Watch();
-  ArchiveEdit edit(options, ArchiveEdit::Target::kNew);
-  Run(edit, change);
+  ArchiveEdit edit(options, target);
+  try {
+    if (std::optional<RawDirectory> after = change(edit)) edit.Commit(*std::move(after));
+  } catch (...) {
+    edit.Undo();
+    throw;
+  }
 }
 
 }  // namespace vantorel::forkzip

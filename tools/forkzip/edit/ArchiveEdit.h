@@ -21,6 +21,7 @@ namespace vantorel::forkzip {
 
 class ArchiveEdit {
  public:
+  // A new archive must not be there yet, or goes to standard output.
   enum class Target { kExisting, kNew };
 
   // Locks the archive, reads its directory and checks that it can be written back with nothing lost. A
@@ -46,15 +47,14 @@ class ArchiveEdit {
 
   // Writes the directory, reads it back, syncs the file, and puts a draft in the archive's place. Raises
   // Failure.
-  void Commit(const RawDirectory& after);
+  void Commit(RawDirectory after);
   // Where an edit in place has failed: writes the directory that was there before, unless it is still there.
   // Raises Failure if that fails too.
   void Undo();
 
  private:
-  void Open();
+  void Begin();
   void CheckSameMembersSeen() const;
-  bool DirectoryIsThere() const;
   void CheckOriginalIsUnchanged() const;
   // Says what could not be kept.
   void TakeOverModeAndOwner() const;
@@ -74,8 +74,7 @@ class ArchiveEdit {
 using Change = std::function<std::optional<RawDirectory>(ArchiveEdit& edit)>;
 
 // Carries out a change. What fails or is interrupted is taken back, and the exception goes on.
-void EditArchive(const Options& options, const Change& change);
-// The same for an archive that must not exist yet, or goes to standard output.
-void MakeArchive(const Options& options, const Change& change);
+void EditArchive(const Options& options, const Change& change,
+                 ArchiveEdit::Target target = ArchiveEdit::Target::kExisting);
 
 }  // namespace vantorel::forkzip

@@ -20,8 +20,6 @@ namespace vantorel::forkzip {
 
 namespace {
 
-constexpr mode_t kPrivate = 0600;
-
 [[noreturn]] void Fail(const std::string& what, int error) {
   throw Failure(ExitCode::kFileError, WithCause(what, error));
 }
@@ -47,10 +45,6 @@ bool TryLock(int file) {
   return flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
-bool SameFile(const struct stat& a, const struct stat& b) {
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
-}
-
 }  // namespace
 
 bool Draft::RemoveStray(const std::string& path) {
@@ -64,13 +58,13 @@ bool Draft::RemoveStray(const std::string& path) {
   return true;
 }
 
-Draft::Draft(const std::string& path) : target_(path), path_(DraftOf(path)) {
+Draft::Draft(const std::string& path, mode_t mode) : target_(path), path_(DraftOf(path)) {
   if (path == kStandardStream) {
     file_ = UnnamedFile();
     return;
   }
   if (!RemoveStray(path)) FailAsInUse();
-  file_ = Descriptor(open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kPrivate));
+  file_ = Descriptor(open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
   if (!file_.IsOpen()) Fail("no new file can be made beside it: " + path_, errno);
   if (!TryLock(file_.Number()) || !IsNamed(file_.Number(), path_)) FailAsInUse();
 }
@@ -93,21 +87,18 @@ void Draft::PutInPlace(bool replace) {
 
 Descriptor OpenLocked(const std::string& path) {
   while (true) {
-    Descriptor file = OpenRegularFile(path, O_RDWR);
+    Descriptor file = OpenRegularFile(path, O_RDWR | O_NOFOLLOW);
     if (!TryLock(file.Number())) FailAsInUse();
-    struct stat opened {};
-    struct stat named {};
     // Whoever held the lock before may have renamed a new archive to the path since it was opened.
-    if (fstat(file.Number(), &opened) == 0 && stat(path.c_str(), &named) == 0 && SameFile(opened, named)) {
-      return file;
-    }
+    if (IsNamed(file.Number(), path)) return file;
   }
 }
 
 bool IsNamed(int file, const std::string& path) {
   struct stat opened {};
   struct stat named {};
-  return fstat(file, &opened) == 0 && lstat(path.c_str(), &named) == 0 && SameFile(opened, named);
+  return fstat(file, &opened) == 0 && lstat(path.c_str(), &named) == 0 && opened.st_dev == named.st_dev &&
+         opened.st_ino == named.st_ino;
 }
 
 void Sync(int file) {

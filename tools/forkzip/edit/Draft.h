@@ -2,6 +2,8 @@
 // same, so that the next run finds what a killed one left behind. A run holds a lock on its draft.
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 
 #include "platform/base/Descriptor.h"
@@ -14,9 +16,9 @@ class Draft {
   // in which no symbolic link is left. False, and it stays, if another run is at work on it.
   static bool RemoveStray(const std::string& path);
 
-  // Makes an empty draft that nobody else can read or has open, and locks it. Raises Failure if another run
-  // has one, or none can be made. For standard output it has no name.
-  explicit Draft(const std::string& path);
+  // Makes an empty draft of that mode, less the umask, which nobody else has open, and locks it. Raises
+  // Failure if another run has one, or none can be made. For standard output it has no name.
+  Draft(const std::string& path, mode_t mode);
   // Removes the draft unless it was put in place.
   ~Draft();
   Draft(const Draft&) = delete;
@@ -35,8 +37,9 @@ class Draft {
   bool placed_ = false;
 };
 
-// Opens the archive that `path` names, or links to, for changes, and locks it: two runs of the tool never
-// change one archive at the same time. Raises Failure if it cannot be opened, or another run has locked it.
+// Opens the archive at `path`, in which no symbolic link is left, for changes, and locks it: two runs of the
+// tool never change one archive at the same time. Raises Failure if it cannot be opened, or another run has
+// locked it.
 Descriptor OpenLocked(const std::string& path);
 
 // Whether an open file is the one that `path` names, itself and not by a symbolic link.

@@ -6,6 +6,7 @@
 
 #include "platform/base/LittleEndian.h"
 #include "platform/files/FileCalls.h"
+#include "platform/text/TextFunctions.h"
 #include "tools/forkzip/cli/FileBytes.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/edit/MemberRecords.h"
@@ -35,18 +36,16 @@ bool NeedsDescriptor(std::uint32_t local_flags) {
 // Whether a local header, with its name, tells the same as the record. Of a fake duplicate, which shares the
 // header of another member, only the record has the flag of a data descriptor, and a name of its own.
 bool HeadersAgree(std::string_view local, const RawRecord& record) {
+  constexpr std::size_t kSumAndSizes = 12;
+  const std::string_view central = record.Bytes();
   const std::uint32_t flags = Get16(local, LocalHeader::kFlags);
-  const bool fake = (record.Flags() & ~flags & kDescriptorFlag) != 0;
-  if (((flags ^ record.Flags()) & ~kDescriptorFlag) != 0 ||
-      Get16(local, LocalHeader::kMethod) != Get16(record.Bytes(), CentralHeader::kMethod) ||
-      (!fake && (Get16(local, LocalHeader::kNameLength) != record.Name().size() ||
-                 local.substr(LocalHeader::kSize) != record.Name()))) {
-    return false;
-  }
-  return (flags & kDescriptorFlag) != 0 ||
-         (Get32(local, LocalHeader::kCrc) == record.Crc() &&
-          Get32(local, LocalHeader::kCompressedSize) == record.CompressedSize() &&
-          Get32(local, LocalHeader::kUncompressedSize) == record.Size());
+  const bool is_fake = (record.Flags() & ~flags & kDescriptorFlag) != 0;
+  return ((flags ^ record.Flags()) & ~kDescriptorFlag) == 0 &&
+         Get16(local, LocalHeader::kMethod) == Get16(central, CentralHeader::kMethod) &&
+         (is_fake || (Get16(local, LocalHeader::kNameLength) == record.Name().size() &&
+                      local.substr(LocalHeader::kSize) == record.Name())) &&
+         ((flags & kDescriptorFlag) != 0 ||
+          local.substr(LocalHeader::kCrc, kSumAndSizes) == central.substr(CentralHeader::kCrc, kSumAndSizes));
 }
 
 void CheckHeader(int file, const RawRecord& record) {
@@ -102,12 +101,14 @@ RawRecord WriteCopy(int from, const Source& source, const ZipArchiveData& archiv
   return record;
 }
 
-// The name of a companion for a member called `name`, in the tree that the companion `model` lies in.
+// The name of a companion for a member called `name`, in the tree that the companion `model` lies in. The
+// engine knows that tree in any letter case.
 std::string CompanionName(std::string_view model, std::string name) {
   constexpr std::string_view kTree = "__MACOSX/";
+  const std::string tree(model.substr(0, kTree.size()));
   if (name.back() == '/') name.pop_back();
   name.insert(name.find_last_of('/') + 1, "._");  // at the front where there is no slash
-  return (model.starts_with(kTree) ? std::string(kTree) : "") + name;
+  return (SameText(String::Bytes(tree), String::Bytes(kTree)) ? tree : "") + name;
 }
 
 std::vector<Source> SourcesOf(const RawDirectory& directory, const Ref<ZipEntry>& entry,
@@ -174,37 +175,35 @@ void AddNewName(NewNames& names, const Ref<ZipEntry>& entry, const std::string& 
 }
 
 RawDirectory RenameMembers(ArchiveEdit& edit, const NewNames& names) {
-  const std::vector<RawRecord> records = edit.Before().records;
-  std::vector<Source> sources;
   RawDirectory after = edit.Before();
-  after.records.clear();
-  for (const RawRecord& record : records) {
+  std::vector<RawRecord> kept;
+  std::vector<Source> sources;
+  for (const RawRecord& record : after.records) {
     const auto renamed = names.find(KeyOf(record));
     if (renamed == names.end()) {
-      after.records.push_back(record);
+      kept.push_back(record);
     } else {
       CheckHeader(edit.From(), record);
       sources.push_back({record, renamed->second});
     }
   }
-  CheckNamesAreFree(after.records, sources);
+  CheckNamesAreFree(kept, sources);
   CheckSources(edit, sources);
-
+  after.records.swap(kept);
   if (edit.IsInPlace()) {
     edit.MakeRoomBehindMembers();
     after.start = edit.Before().start;
   } else {
     edit.MoveTogether(after);
   }
-  auto kept = after.records.begin();
-  std::vector<RawRecord> in_order;
+  kept.swap(after.records);
+  auto next_kept = kept.begin();
   auto source = sources.begin();
-  for (const RawRecord& record : records) {
-    const bool is_renamed = names.contains(KeyOf(record));
-    in_order.push_back(
-        is_renamed ? WriteCopy(edit.From(), *source++, *edit.Archive()->d, edit.To(), after.start) : *kept++);
+  for (RawRecord& record : after.records) {
+    record = names.contains(KeyOf(record))
+                 ? WriteCopy(edit.From(), *source++, *edit.Archive()->d, edit.To(), after.start)
+                 : *next_kept++;
   }
-  after.records = std::move(in_order);
   return after;
 }
 

@@ -18,11 +18,16 @@ bool StoresUtf8(const ZipArchiveData& archive) {
   return archive.archiveEncoding->Equals(Encodings::UTF8());
 }
 
-std::uint32_t OffsetOf(const Ref<ZipEntry>& entry) {
-  return static_cast<std::uint32_t>(entry->HeaderLong(CentralHeader::kLocalHeaderOffset));
+}  // namespace
+
+RecordKey KeyOf(const RawRecord& record) {
+  return {record.Offset(), record.Name()};
 }
 
-}  // namespace
+RecordKey KeyOf(const Ref<ZipEntry>& entry) {
+  const auto offset = static_cast<std::uint32_t>(entry->HeaderLong(CentralHeader::kLocalHeaderOffset));
+  return {offset, NameInRecord(entry)};
+}
 
 std::string_view NameInRecord(const Ref<ZipEntry>& entry) {
   if (entry->HeaderUShort(CentralHeader::kNameLength) == 0) return {};
@@ -33,32 +38,15 @@ bool IsFolderOfCompanions(std::string_view name) {
   return name.starts_with("__MACOSX/") && name.ends_with('/');
 }
 
-bool IsOf(const RawRecord& record, const Ref<ZipEntry>& entry) {
-  return record.Offset() == OffsetOf(entry) && record.Name() == NameInRecord(entry);
-}
-
 const RawRecord& RecordOf(const RawDirectory& directory, const Ref<ZipEntry>& entry) {
   const auto found = std::find_if(directory.records.begin(), directory.records.end(),
-                                  [&](const RawRecord& record) { return IsOf(record, entry); });
+                                  [&](const RawRecord& record) { return KeyOf(record) == KeyOf(entry); });
   if (found == directory.records.end()) throw Failure(ExitCode::kBadArchive, "the directory is damaged");
   return *found;
 }
 
-RecordKey KeyOf(const Ref<ZipEntry>& entry) {
-  return {OffsetOf(entry), std::string(NameInRecord(entry))};
-}
-
-RecordKey KeyOf(const RawRecord& record) {
-  return {record.Offset(), std::string(record.Name())};
-}
-
 void RecordSet::Add(const Ref<ZipEntry>& entry) {
-  keys_.insert(KeyOf(entry));
-  if (entry->appleDoubleEntry) Add(entry->appleDoubleEntry);
-}
-
-bool RecordSet::Contains(const RawRecord& record) const {
-  return !keys_.empty() && keys_.contains(KeyOf(record));
+  for (Ref<ZipEntry> each = entry; each; each = each->appleDoubleEntry) keys_.insert(KeyOf(each));
 }
 
 bool CanStore(const Ref<ZipArchive>& archive, const std::string& name) {

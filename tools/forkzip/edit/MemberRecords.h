@@ -13,8 +13,12 @@
 
 namespace vantorel::forkzip {
 
-// Whether a record is the one of this member: they tell of the same local header and the same name.
-bool IsOf(const RawRecord& record, const Ref<ZipEntry>& entry);
+// What tells records apart: where the local header lies, and the name as it stands in the record. It is valid
+// as long as what it was taken from.
+using RecordKey = std::pair<std::uint32_t, std::string_view>;
+RecordKey KeyOf(const RawRecord& record);
+RecordKey KeyOf(const Ref<ZipEntry>& entry);
+
 // The name of a member as it stands in its record: where there is none, the engine lets the member take over
 // the name of the one before it.
 std::string_view NameInRecord(const Ref<ZipEntry>& entry);
@@ -23,16 +27,11 @@ bool IsFolderOfCompanions(std::string_view name);
 // The record of a member. Raises Failure if there is none.
 const RawRecord& RecordOf(const RawDirectory& directory, const Ref<ZipEntry>& entry);
 
-// What tells records apart: where the local header lies, and the name.
-using RecordKey = std::pair<std::uint32_t, std::string>;
-RecordKey KeyOf(const Ref<ZipEntry>& entry);
-RecordKey KeyOf(const RawRecord& record);
-
 class RecordSet {
  public:
-  // Takes up the record of a member and the one of its companion, if there is one.
+  // Takes up the record of a member and those of its companions.
   void Add(const Ref<ZipEntry>& entry);
-  bool Contains(const RawRecord& record) const;
+  bool Contains(const RawRecord& record) const { return keys_.contains(KeyOf(record)); }
 
  private:
   std::set<RecordKey> keys_;

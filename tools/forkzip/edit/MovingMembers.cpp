@@ -1,7 +1,6 @@
 #include "tools/forkzip/edit/MovingMembers.h"
 
 #include <algorithm>
-#include <functional>
 #include <string>
 
 #include "platform/files/FileCalls.h"
@@ -42,11 +41,10 @@ void MoveDown(int file, std::uint64_t from, std::uint64_t to, std::uint64_t coun
   }
 }
 
-using Mover = std::function<void(std::uint64_t from, std::uint64_t to, std::uint64_t count)>;
+}  // namespace
 
-// Neighbours move as one.
-std::uint32_t MoveAll(const std::vector<MemberExtent>& extents, std::vector<RawRecord>& records,
-                      const Mover& move) {
+std::uint32_t MoveTogether(int from, const std::vector<MemberExtent>& extents, int to,
+                           std::vector<RawRecord>& records) {
   std::vector<RawRecord*> in_file_order;
   in_file_order.reserve(records.size());
   for (RawRecord& record : records) in_file_order.push_back(&record);
@@ -56,30 +54,19 @@ std::uint32_t MoveAll(const std::vector<MemberExtent>& extents, std::vector<RawR
   std::uint32_t target = 0;
   for (auto extent = extents.begin(); extent != extents.end();) {
     const std::uint32_t begin = extent->begin;
-    std::uint32_t end = begin;
+    std::uint32_t end = begin;  // neighbours move as one
     for (; extent != extents.end() && extent->begin == end; ++extent) end = extent->end;
-    move(begin, target, end - begin);
+    if (from != to) {
+      CopyBytes(from, begin, to, target, end - begin);
+    } else if (begin != target) {
+      MoveDown(to, begin, target, end - begin);
+    }
     for (; record != in_file_order.end() && (*record)->Offset() < end; ++record) {
       (*record)->SetOffset((*record)->Offset() - begin + target);
     }
     target += end - begin;
   }
   return target;
-}
-
-}  // namespace
-
-std::uint32_t CopyTogether(int from, const std::vector<MemberExtent>& extents, int to,
-                           std::vector<RawRecord>& records) {
-  return MoveAll(extents, records, [&](std::uint64_t begin, std::uint64_t target, std::uint64_t count) {
-    CopyBytes(from, begin, to, target, count);
-  });
-}
-
-std::uint32_t CloseGaps(int file, const std::vector<MemberExtent>& extents, std::vector<RawRecord>& records) {
-  return MoveAll(extents, records, [&](std::uint64_t begin, std::uint64_t target, std::uint64_t count) {
-    if (begin != target) MoveDown(file, begin, target, count);
-  });
 }
 
 }  // namespace vantorel::forkzip

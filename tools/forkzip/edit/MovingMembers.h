@@ -10,13 +10,11 @@
 
 namespace vantorel::forkzip {
 
-// Copies the members of `extents`, to which `records` belong, from one file to the front of another. Returns
-// where the copies end. Raises Failure or Interrupted.
-std::uint32_t CopyTogether(int from, const std::vector<MemberExtent>& extents, int to,
+// Brings the members of `extents`, to which `records` belong, to the front of a file, and returns where they
+// end there. Raises Failure. Copying to another file raises Interrupted too; moving within the file is not to
+// be interrupted, and on Failure each record tells where its member is then, unless the disk has failed
+// twice.
+std::uint32_t MoveTogether(int from, const std::vector<MemberExtent>& extents, int to,
                            std::vector<RawRecord>& records);
-
-// The same within a file, which is not to be interrupted. On Failure each record tells where its member is
-// then, unless the disk has failed twice.
-std::uint32_t CloseGaps(int file, const std::vector<MemberExtent>& extents, std::vector<RawRecord>& records);
 
 }  // namespace vantorel::forkzip

@@ -19,23 +19,22 @@ constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 constexpr mode_t kNewFolder = 0777;  // less the umask
 }  // namespace
 
-Destination::Destination(const std::string& root, bool clear) : root_path_(root), clear_(clear) {
+Destination::Destination(const std::string& root) : root_path_(root) {
   std::error_code error;
   std::filesystem::create_directories(root, error);
-  if (!error)
-    root_ = Descriptor(open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));  // need not be readable
+  for (const int flags : {kFolderFlags, kFolderFlags | O_PATH}) {  // the second for one that may not be read
+    if (!error && !root_.IsOpen()) root_ = Descriptor(open(root.c_str(), flags));
+  }
   if (!root_.IsOpen()) {
     throw Failure(ExitCode::kFileError, WithCause("destination " + root, error ? error.value() : errno));
   }
-  if (clear_) ClearProvisional(root_path_);
+  LockFolder(root_.Number());
 }
 
 int Destination::Folder(std::span<const std::string> components) {
   if (components.empty()) return root_.Number();
   const std::size_t known = current_components_.size();
-  const bool below = known <= components.size() && current_.IsOpen() &&
-                     std::equal(current_components_.begin(), current_components_.end(), components.begin());
-  if (!below) {
+  if (known > components.size() || !std::ranges::equal(current_components_, components.first(known))) {
     current_components_.clear();
     current_.Close();
   }
@@ -47,25 +46,25 @@ int Destination::Folder(std::span<const std::string> components) {
 }
 
 // Opens the last of the components in the folder `parent`.
-Descriptor Destination::Step(int parent, std::span<const std::string> components) {
+Descriptor Destination::Step(int parent, std::span<const std::string> components) const {
   const char* name = components.back().c_str();
   Descriptor folder(openat(parent, name, kFolderFlags | O_NOFOLLOW));
   if (!folder.IsOpen() && errno == ENOENT && (mkdirat(parent, name, kNewFolder) == 0 || errno == EEXIST)) {
     folder = Descriptor(openat(parent, name, kFolderFlags | O_NOFOLLOW));
   }
   if (folder.IsOpen()) {
-    if (clear_) ClearProvisional(PathOf(components));
+    LockFolder(folder.Number());
     return folder;
   }
   const int error = errno;
-  struct stat status {};
-  if (fstatat(parent, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode)) {
+  if (S_ISLNK(KindOf(parent, name))) {
     throw Failure(ExitCode::kBadArchive, "refused: a symbolic link is in the way: " + PathOf(components));
   }
   throw Failure(ExitCode::kFileError, WithCause("folder " + PathOf(components), error));
 }
 
 bool Destination::HasFolder(std::span<const std::string> components) const {
+  if (std::ranges::equal(components, current_components_)) return true;
   std::string path = ".";
   for (const std::string& component : components) path += "/" + component;
   return S_ISDIR(KindOf(root_.Number(), path));

@@ -10,11 +10,15 @@
 
 namespace vantorel::forkzip {
 
+// The folders on the way to an item, whose path is not empty.
+inline std::span<const std::string> FoldersOf(std::span<const std::string> path) {
+  return path.first(path.size() - 1);
+}
+
 class Destination {
  public:
-  // Makes the folder, and those above it, if it is missing. With `clear`, what killed runs left goes from
-  // each folder that is used. Raises Failure (kFileError).
-  Destination(const std::string& root, bool clear);
+  // Makes the folder, and those above it, if it is missing. Raises Failure (kFileError).
+  explicit Destination(const std::string& root);
 
   // A descriptor of the folder below the root, which is made if it is missing; valid until the next call.
   // Raises Failure: kBadArchive if a symbolic link is in the way, kFileError for anything else.
@@ -27,10 +31,9 @@ class Destination {
   std::string PathOf(std::span<const std::string> components) const;
 
  private:
-  Descriptor Step(int parent, std::span<const std::string> components);
+  Descriptor Step(int parent, std::span<const std::string> components) const;
 
   std::string root_path_;
-  bool clear_;
   Descriptor root_;
   // The folder that was asked for last: members of one folder mostly follow one another.
   std::vector<std::string> current_components_;

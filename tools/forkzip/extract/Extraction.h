@@ -3,15 +3,12 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/base/Ref.h"
 #include "tools/forkzip/cli/Problems.h"
-#include "tools/forkzip/extract/Destination.h"
 #include "tools/forkzip/extract/FileExtraction.h"
-#include "tools/forkzip/extract/SideFileGuard.h"
 #include "zip/archive/ZipEntry.h"
 
 namespace vantorel::forkzip {
@@ -25,7 +22,7 @@ class Extraction {
   void Finish();
   // From now on problems are told there.
   void TellTo(Problems& problems) { problems_ = &problems; }
-  // Takes away what a process that was killed left of members.
+  // Takes away what killed runs left of members, and in the folders that these belong in.
   void Clear(const std::vector<Ref<ZipEntry>>& entries);
 
   // Members that are on disk now.
@@ -35,7 +32,7 @@ class Extraction {
   using Components = std::vector<std::string>;
   struct Waiting {
     Ref<ZipEntry> entry;
-    std::size_t depth;
+    std::size_t depth;  // the greater, the sooner its turn
   };
 
   // These raise Failure.
@@ -47,21 +44,21 @@ class Extraction {
   bool IsWanted(const Ref<ZipEntry>& entry, const Components& path);
   void MakeLink(const Ref<ZipEntry>& entry);
   void FinishFolder(const Ref<ZipEntry>& entry);
-  void ApplyFolderData(const Ref<ZipEntry>& entry, const Components& path);
 
   // Runs `work` for a member, turning a Failure into a problem.
   template <typename Work>
   void Guarded(const Ref<ZipEntry>& entry, Work work);
 
-  Destination destination_;
-  ExtractionWays ways_;
+  ExtractionTarget target_;
   Problems* problems_;
-  SideFileGuard side_files_;
   std::size_t extracted_ = 0;
   String split_name_;
   Components split_path_;
-  std::vector<Waiting> folders_;
-  std::vector<Ref<ZipEntry>> links_;
+  std::vector<Waiting> waiting_;
 };
+
+// Raises Failure if a member would be refused or could not take its place below the destination; false if it
+// would be passed over. Nothing is made, and what other members would leave in the way is not known.
+bool CheckPlace(const std::string& root, const Ref<ZipEntry>& entry, const ExtractionWays& ways);
 
 }  // namespace vantorel::forkzip

@@ -1,5 +1,5 @@
-// One member on its way to a file. A file with a resource fork or Finder data is staged, and takes its place
-// together with its side file; any other is made where it belongs.
+// One member on its way to disk. What has a resource fork or Finder data is staged, and takes its place
+// together with its side file; any other file is made where it belongs.
 #pragma once
 
 #include <sys/types.h>
@@ -10,6 +10,7 @@
 #include <string>
 
 #include "platform/base/Ref.h"
+#include "platform/files/FileCalls.h"
 #include "tools/forkzip/extract/Destination.h"
 #include "tools/forkzip/extract/SideFileGuard.h"
 #include "zip/archive/ZipEntry.h"
@@ -23,19 +24,29 @@ struct ExtractionWays {
   std::size_t strip = 0;  // components at the beginning of names
 };
 
-// Brings a member to the file that `path`, which is not empty, names below the destination. Raises Failure;
-// then all is as it was before.
-void ExtractFile(const Ref<ZipEntry>& entry, Destination& destination, std::span<const std::string> path,
-                 const ExtractionWays& ways, SideFileGuard& side_files);
+struct ExtractionTarget {
+  ExtractionTarget(const std::string& root, const ExtractionWays& its_ways)
+      : destination(root), ways(its_ways), side_files(its_ways.overwrite) {}
+  IfTaken WhatIsThere() const { return ways.overwrite ? IfTaken::kReplace : IfTaken::kRefuse; }
+
+  Destination destination;
+  ExtractionWays ways;
+  SideFileGuard side_files;
+};
+
+// These raise Failure; then all is as it was before. `path` is not empty.
+
+// Brings a member to the file that `path` names below the destination.
+void ExtractFile(const Ref<ZipEntry>& entry, ExtractionTarget& target, std::span<const std::string> path);
+// Gives a folder that is there its Mac data.
+void ExtractFolderData(const Ref<ZipEntry>& entry, ExtractionTarget& target,
+                       std::span<const std::string> path);
 
 // Whether nothing that is newer than the member, or as old, is in the place of that name in an open folder.
 bool IsNewerThanThere(const Ref<ZipEntry>& entry, int folder, const std::string& name);
 
 // Without set-id and sticky bits, which are not an archive's to give.
 std::optional<mode_t> PermissionsOf(const Ref<ZipEntry>& entry);
-
-// Raises Failure (kFileError) if the side file of `name` could not be written: `error` is negative then.
-void CheckMacData(std::int32_t error, const std::string& name);
 
 // Raises Failure (kFileError): `error` is the system's, of putting something under a name in an open folder.
 [[noreturn]] void FailToPlace(int folder, const std::string& name, int error, bool overwrite);

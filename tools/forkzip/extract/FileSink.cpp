@@ -40,17 +40,17 @@ bool IsUnfinished(mode_t kind) {
   return S_ISREG(kind) && (kind & kAllModeBits) == kUnfinished;
 }
 
-FileSink::FileSink(int folder, std::string name, std::optional<mode_t> mode, bool replace, std::uint64_t size)
-    : folder_(folder), name_(std::move(name)), mode_(mode), replace_(replace) {
-  if (!replace_ && size <= kMadeAtOnce) return;  // to make it will tell
+FileSink::FileSink(int folder, std::string name, std::optional<mode_t> mode, IfTaken if_taken,
+                   std::uint64_t size)
+    : folder_(folder), name_(std::move(name)), mode_(mode), if_taken_(if_taken) {
+  if (if_taken_ == IfTaken::kRefuse && size <= kMadeAtOnce) return;  // to make it will tell
   const mode_t kind = KindOf(folder_, name_);
   in_the_way_ = kind != 0;
+  if (IsUnfinished(kind)) if_taken_ = IfTaken::kReplace;
   if (S_ISDIR(kind)) {
-    Fail(EISDIR);
-  } else if (IsUnfinished(kind)) {
-    replace_ = true;
-  } else if (in_the_way_ && !replace_) {
-    Fail(EEXIST);
+    Expect(EISDIR);
+  } else if (in_the_way_ && if_taken_ == IfTaken::kRefuse) {
+    Expect(EEXIST);
   }
 }
 
@@ -66,67 +66,55 @@ bool FileSink::Write(const String& data) {
       pending_ += data.view();
       return true;
     }
-    if (!Create(ProvisionalName()) || !WriteOut(pending_)) return false;
+    Create(ProvisionalName());
+    WriteOut(pending_);
     pending_.clear();
   }
-  return WriteOut(data.view());
-}
-
-void FileSink::GetErrorDescription(std::int32_t& code, String& text) {
-  code = -error_;
-  text = error_ == 0 ? String() : String("file error");
+  WriteOut(data.view());
+  return error_ == 0;
 }
 
 bool FileSink::Keep(std::optional<std::time_t> modified, const std::string& staged) {
   if (error_ != 0) return false;
   const std::string& place = staged.empty() ? name_ : staged;
-  if (!file_.IsOpen() && !(staged.empty() && in_the_way_ ? Create(ProvisionalName()) : CreateInPlace(place)))
-    return false;
-  if (!WriteOut(pending_) || !Complete(modified)) return false;
-  if (present_name_ != place) {
-    if (const int error =
-            Rename(folder_, present_name_, place, replace_ ? IfTaken::kReplace : IfTaken::kRefuse))
-      return Fail(error);
+  if (!file_.IsOpen()) {
+    Create(in_the_way_ && staged.empty() ? ProvisionalName() : place);
+    if (error_ == EEXIST && IsUnfinished(KindOf(folder_, place))) {
+      error_ = 0;
+      if_taken_ = IfTaken::kReplace;
+      Create(ProvisionalName());
+    }
   }
-  present_name_.clear();
-  return true;
+  WriteOut(pending_);
+  Complete(modified);
+  if (error_ == 0 && present_name_ != place) Expect(Rename(folder_, present_name_, place, if_taken_));
+  if (error_ == 0) present_name_.clear();
+  return error_ == 0;
 }
 
-bool FileSink::Create(const std::string& name) {
+void FileSink::Create(const std::string& name) {
   constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
   file_ = Descriptor(openat(folder_, name.c_str(), kFlags, kUnfinished));
-  if (!file_.IsOpen()) return Fail(errno);
+  if (!file_.IsOpen()) return Expect(errno);
   present_name_ = name;
-  return true;
 }
 
-bool FileSink::CreateInPlace(const std::string& name) {
-  if (Create(name)) return true;
-  if (error_ != EEXIST || !IsUnfinished(KindOf(folder_, name))) return false;
-  error_ = 0;
-  replace_ = true;
-  return Create(ProvisionalName());
-}
-
-bool FileSink::WriteOut(std::string_view bytes) {
-  const int error = WriteAll(file_.Number(), bytes);
-  return error == 0 || Fail(error);
+void FileSink::WriteOut(std::string_view bytes) {
+  if (error_ == 0) Expect(WriteAll(file_.Number(), bytes));
 }
 
 // The mode comes last: with it the file is whole.
-bool FileSink::Complete(std::optional<std::time_t> modified) {
-  if (modified) {
+void FileSink::Complete(std::optional<std::time_t> modified) {
+  if (error_ == 0 && modified) {
     const std::array<timespec, 2> times = {timespec{*modified, 0}, timespec{*modified, 0}};
-    if (futimens(file_.Number(), times.data()) != 0) return Fail(errno);
+    if (futimens(file_.Number(), times.data()) != 0) Expect(errno);
   }
-  if (fchmod(file_.Number(), mode_.value_or(kNewFile & ~Umask())) != 0) return Fail(errno);
-  if (const int error = file_.Close()) return Fail(error);
-  return true;
+  if (error_ == 0 && fchmod(file_.Number(), mode_.value_or(kNewFile & ~Umask())) != 0) Expect(errno);
+  Expect(file_.Close());
 }
 
-bool FileSink::Fail(int error) {
-  error_ = error;
-  return false;
+void FileSink::Expect(int error) {
+  if (error_ == 0) error_ = error;
 }
 
 }  // namespace vantorel::forkzip

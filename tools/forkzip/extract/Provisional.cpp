@@ -1,47 +1,50 @@
 #include "tools/forkzip/extract/Provisional.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
-#include <csignal>
-#include <cstdio>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
+#include <vector>
 
 #include "tools/forkzip/cli/Problems.h"
 
 namespace vantorel::forkzip {
 
 namespace {
-
-// Whether `name` is a provisional one, and its process has ended.
-bool IsLeftBehind(const std::string& name) {
-  int process = 0;
-  long long time = 0;
-  int length = 0;
-  const int fields = std::sscanf(name.c_str(), ".forkzip-%d-%lld%n", &process, &time, &length);
-  if (fields != 2 || static_cast<std::size_t>(length) != name.size() || process <= 0) return false;
-  return kill(process, 0) != 0 && errno == ESRCH;
-}
-
+constexpr std::string_view kPrefix = ".forkzip-";  // and numbers behind it
 }  // namespace
 
 std::string ProvisionalName() {
   // The time tells it from what a killed process of the same number may have left.
   const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return ".forkzip-" + std::to_string(getpid()) + "-" + std::to_string(now.count());
+  return std::string(kPrefix) + std::to_string(getpid()) + "-" + std::to_string(now.count());
 }
 
-void ClearProvisional(const std::string& path) {
+void LockFolder(int folder) {
+  flock(folder, LOCK_SH | LOCK_NB);
+}
+
+void ClearProvisional(int folder, const std::string& path) {
   std::error_code error;
-  std::error_code ignored;
+  std::vector<std::filesystem::path> found;
   for (std::filesystem::directory_iterator item(path, error), end; item != end; item.increment(error)) {
-    if (IsLeftBehind(item->path().filename())) std::filesystem::remove_all(item->path(), ignored);
+    const std::string name = item->path().filename();
+    const bool is_provisional = name.starts_with(kPrefix) &&
+                                name.find_first_not_of("0123456789-", kPrefix.size()) == std::string::npos;
+    if (is_provisional) found.push_back(item->path());
     if (error) break;
   }
+  // Whoever made one of these, and is not done with it, has held a lock since before it was found.
+  if (!found.empty() && flock(folder, LOCK_EX | LOCK_NB) == 0) {
+    for (const auto& each : found) std::filesystem::remove_all(each, error);
+  }
+  LockFolder(folder);
 }
 
 Staging::~Staging() {
@@ -57,6 +60,10 @@ void Staging::Make(const std::string& path) {
   }
   name_ = name;
   path_ = path + "/" + name;
+}
+
+Ref<FolderItem> Staging::Item(const std::string& name) const {
+  return GetFolderItem(String::Bytes(path_ + "/" + name));
 }
 
 }  // namespace vantorel::forkzip

@@ -1,22 +1,30 @@
 // What lies in a destination only until it takes its place: names for it, a folder for what belongs together,
-// and an end to what killed runs left.
+// and an end to what killed runs left. A run holds a shared lock on each folder while it is at work there.
 #pragma once
 
 #include <string>
 
+#include "platform/base/Ref.h"
+#include "platform/files/FolderItem.h"
+
 namespace vantorel::forkzip {
 
-// A name that nothing bears. It holds the number of this process.
+// A name that nothing bears.
 std::string ProvisionalName();
 
-// Takes away what bears such a name of a process that is no more, from the folder of that path.
-void ClearProvisional(const std::string& path);
+// Tells other runs that this one is at work in an open folder, until that is closed. Nobody is told where the
+// system has no locks or another program has locked the folder.
+void LockFolder(int folder);
 
-// Where a file and its side file are put together, under the names they are to bear, without touching what
+// Takes away what bears such a name in an open folder, whose path is `path`, unless a run is at work there or
+// it cannot be told. Locks the folder.
+void ClearProvisional(int folder, const std::string& path);
+
+// Where an item and its side file are put together, under the names they are to bear, without touching what
 // bears them already.
 class Staging {
  public:
-  // For files that belong in `folder`, an open one. Nothing is made yet.
+  // For an item that belongs in `folder`, an open one. Nothing is made yet.
   explicit Staging(int folder) : folder_(folder) {}
   Staging(const Staging&) = delete;
   Staging& operator=(const Staging&) = delete;
@@ -27,9 +35,9 @@ class Staging {
   // (kFileError).
   void Make(const std::string& path);
 
-  // A path in it, as seen from that folder and from anywhere.
+  // The path of what bears a name in it, as seen from that folder, and the item.
   std::string Below(const std::string& name) const { return name_ + "/" + name; }
-  std::string PathOf(const std::string& name) const { return path_ + "/" + name; }
+  Ref<FolderItem> Item(const std::string& name) const;
 
  private:
   int folder_;

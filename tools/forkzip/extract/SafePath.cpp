@@ -10,30 +10,27 @@ namespace vantorel::forkzip {
 
 namespace {
 
+constexpr const char* kNoFile = "its name cannot be that of a file";
+
 [[noreturn]] void Refuse(const std::string& why) {
   throw Failure(ExitCode::kBadArchive, "refused: " + why);
 }
 
-// Cuts the first component off `path`, with the slash behind it.
-std::string_view TakeComponent(std::string_view& path) {
-  const std::size_t slash = std::min(path.find('/'), path.size());
-  const std::string_view component = path.substr(0, slash);
-  path.remove_prefix(std::min(slash + 1, path.size()));
-  return component;
-}
-
-// The count of bytes behind the last ".." component of a path; of all bytes if there is none.
-std::size_t SizeBehindLastUp(std::string_view path) {
-  std::size_t size = path.size();
+// The components of a path that are not empty.
+std::vector<std::string> Split(std::string_view path) {
+  std::vector<std::string> components;
   while (!path.empty()) {
-    if (TakeComponent(path) == "..") size = path.size();
+    const std::size_t slash = std::min(path.find('/'), path.size());
+    if (slash != 0) components.emplace_back(path.substr(0, slash));
+    path.remove_prefix(std::min(slash + 1, path.size()));
   }
-  return size;
+  return components;
 }
 
 std::string_view Stripped(std::string_view name, std::size_t count) {
   if (count == 0) return name;
-  for (; count > 0 && !name.empty(); --count) TakeComponent(name);
+  for (; count > 0 && !name.empty(); --count)
+    name.remove_prefix(std::min(name.find('/'), name.size() - 1) + 1);
   name.remove_prefix(std::min(name.find_first_not_of('/'), name.size()));
   return name;
 }
@@ -49,17 +46,13 @@ std::vector<std::string> SafePath(const Ref<ZipEntry>& entry, std::size_t strip)
   const std::string_view name = Stripped(whole, strip);
   if (name.empty()) Refuse("the member has no name");
   if (name.front() == '/' && name != "/") Refuse("its name is an absolute path");
-  std::vector<std::string> components;
-  for (std::string_view rest = name; !rest.empty();) {
-    const std::string_view component = TakeComponent(rest);
-    const bool is_last = rest.empty() && name.back() != '/';
-    if (component.empty() || (component == "." && !is_last)) continue;
+  std::vector<std::string> components = Split(name);
+  std::erase(components, ".");
+  for (const std::string& component : components) {
     if (component == "..") Refuse("its name leads out of the destination by \"..\"");
-    if (component == "." || component.find('\0') != std::string_view::npos)
-      Refuse("its name cannot be that of a file");
-    components.emplace_back(component);
+    if (component.find('\0') != std::string::npos) Refuse(kNoFile);
   }
-  if (components.empty() && !entry->IsDirectory()) Refuse("its name cannot be that of a file");
+  if (name == "." || name.ends_with("/.") || (components.empty() && !entry->IsDirectory())) Refuse(kNoFile);
   return components;
 }
 
@@ -71,18 +64,19 @@ void CheckLinkTarget(std::string_view target, std::span<const std::string> folde
     Refuse("a zero byte is in the target of the symbolic link");
   const auto lead_out = [&] { Refuse("the symbolic link leads out of the destination: " + shown); };
   if (target.front() == '/') lead_out();
-  const std::size_t behind_last_up = SizeBehindLastUp(target);
+  std::vector<std::string> steps = Split(target);
+  std::erase(steps, ".");
+  const auto behind_last_up = std::find(steps.rbegin(), steps.rend(), "..").base();
   bool all_folders = true;  // where ".." follows
   std::vector<std::string> at(folders.begin(), folders.end());
-  while (!target.empty()) {
-    const std::string_view component = TakeComponent(target);
-    if (component.empty() || component == ".") continue;
-    if (component == "..") {
-      if (at.empty()) lead_out();
-      at.pop_back();
+  for (auto step = steps.begin(); step != steps.end(); ++step) {
+    if (*step != "..") {
+      at.push_back(*step);
+      if (step < behind_last_up) all_folders = all_folders && destination.HasFolder(at);
+    } else if (at.empty()) {
+      lead_out();
     } else {
-      at.emplace_back(component);
-      if (target.size() > behind_last_up) all_folders = all_folders && destination.HasFolder(at);
+      at.pop_back();
     }
   }
   if (!all_folders)

@@ -20,10 +20,9 @@ bool IsPassedOver(const Ref<ZipEntry>& entry, std::size_t strip);
 // These raise Failure (kBadArchive) for what is refused.
 
 // The names of the folders on the way to a member and, last, of the member itself, going by its name without
-// the first `strip` components; none of them leads
-// anywhere but down. Empty for the folder "/", which is the destination itself. Refused are absolute paths,
-// those that lead upward, and names that cannot be those of files. Unlike the engine's own split, this one
-// keeps ":", which a file's name may well hold on this system.
+// the first `strip` components; none of them leads anywhere but down. Empty for the folder "/", which is the
+// destination itself. Refused are absolute paths, those that lead upward, and names that cannot be those of
+// files. Unlike the engine's own split, this one keeps ":", which a file's name may well hold on this system.
 std::vector<std::string> SafePath(const Ref<ZipEntry>& entry, std::size_t strip);
 
 // Refuses a target by which a symbolic link in these folders of the destination might lead out of it. What a

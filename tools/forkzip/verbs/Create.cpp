@@ -55,11 +55,12 @@ void Create(const AddingOptions& options, Problems& problems) {
     throw Failure(ExitCode::kFileError, "exists already; `forkzip add` puts members into it");
   }
   std::size_t members = 0;
-  MakeArchive(options, [&](ArchiveEdit& edit) {
+  const auto fill = [&](ArchiveEdit& edit) {
     RawDirectory made = Fill(edit, options, problems);
     members = made.records.size();
     return made;
-  });
+  };
+  EditArchive(options, fill, ArchiveEdit::Target::kNew);
   Progress::ClearLine();
   if (options.quiet || streaming) return;
   Output output;

@@ -6,7 +6,6 @@
 #include "tools/forkzip/cli/Output.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/extract/Extraction.h"
-#include "tools/forkzip/extract/Preview.h"
 #include "tools/forkzip/extract/SafePath.h"
 #include "tools/forkzip/jobs/FileShares.h"
 #include "tools/forkzip/jobs/JobCount.h"
@@ -117,6 +116,7 @@ void Extract(const ExtractOptions& options, Problems& problems) {
   const auto progress = New<Progress>(options.ShowProgress(), total);
   archive->SetProgressMonitor(progress);
   Extraction extraction(options.destination, options.ways, problems);
+  if (options.ways.overwrite) extraction.Clear(entries);
   std::size_t extracted = ExtractMembers(extraction, entries, options, *progress, problems);
   if (Interruption::Requested()) return;
   extraction.TellTo(problems);
