@@ -11,9 +11,9 @@
 //   WRITE_COUNTER_LOSE=n   if the n-th changing call is pwrite, nothing is written, though it says so
 //   WRITE_COUNTER_STOP=n   the process stops before the n-th changing call
 //   WRITE_COUNTER_LOCK=1   the process stops before its first lock
-//   WRITE_COUNTER_OLD=1    no renaming takes flags, as on older file systems; a greater number is the error
-//   they give WRITE_COUNTER_LOG=f    the numbers of changing calls, reading calls and closes are written to
-//   the file f
+//   WRITE_COUNTER_OLD=1    no renaming takes flags and no file a second name, as on older file systems; a
+//                          greater number is the error that renaming gives
+//   WRITE_COUNTER_LOG=f    the numbers of changing calls, reading calls and closes are written to the file f
 //                          when the process ends by itself
 //
 // Standard streams do not count. A changing call is killed, stopped or terminated before it does anything.
@@ -145,6 +145,10 @@ int renameat2(int from_folder, const char* from, int to_folder, const char* to, 
 
 int rename(const char* from, const char* to) noexcept {
   return Call(CountChange(), "rename", &rename, from, to);
+}
+
+int link(const char* from, const char* to) noexcept {
+  return Call(Setting("WRITE_COUNTER_OLD") == 0 ? CountChange() : EPERM, "link", &link, from, to);
 }
 
 // Does not count, as it changes no byte. The disk is full for it if it is so from the first call on.

@@ -5,6 +5,7 @@ import ctypes
 import fcntl
 import os
 import pathlib
+import shutil
 import struct
 import subprocess
 import tempfile
@@ -13,6 +14,7 @@ import unittest
 import zipfile
 
 PROGRAM = os.environ.get("VANTOREL_PUBLISH", "build/dev/bin/vantorel-publish")
+WRITE_COUNTER = pathlib.Path(os.environ.get("WRITE_COUNTER", "build/dev/tests/tools/libwritecounter.so")).resolve()
 
 
 class Publish(unittest.TestCase):
@@ -32,10 +34,11 @@ class Publish(unittest.TestCase):
         (self.app / "Contents/._Größe.txt").write_text("named like a side file, but none")
         self.notes.write_text("Größer")
 
-    def publish(self, password=None, **changes):
+    def publish(self, password=None, environment=(), **changes):
         options = {"app": self.app, "version": "18", "notes": self.notes, "out": self.out, **changes}
         command = [PROGRAM] + [part for name, value in options.items() for part in (f"--{name}", str(value))]
-        return subprocess.run(command, capture_output=True, text=True, check=False, input=password)
+        return subprocess.run(command, capture_output=True, text=True, check=False, input=password,
+                              env={**os.environ, **dict(environment)})
 
     def key(self, name, password=None):
         """Makes a key pair of minisign; gives the secret key's file."""
@@ -112,15 +115,27 @@ class Publish(unittest.TestCase):
         self.assertEqual([name[len("mac_Vantorel"):] for name in names], ["_update", "_signature", "_changelog", "_version"])
 
     def test_what_was_published_before_stays_when_a_step_fails(self):
-        self.assertEqual(self.publish(version="17").returncode, 0)
-        version = self.out / "mac_Vantorel_version"
-        version.unlink()
-        (version / "in the way").mkdir(parents=True)
-        before = {p.name: p.read_bytes() for p in self.out.iterdir() if p.is_file()}
+        sign = {"sign": self.key("key")}
+        published = self.root / "published"
+        self.assertEqual(self.publish(version="17", out=published, serial=1, **sign).returncode, 0)
+        before = {p.name: p.read_bytes() for p in published.iterdir()}
         self.notes.write_text("other notes")
         (self.app / "Contents/new").write_text("new")
-        self.assertEqual(self.publish().returncode, 3)
-        self.assertEqual({p.name: p.read_bytes() for p in self.out.iterdir() if p.is_file()}, before)
+        for kind, old_system in (("FAIL", "0"), ("FAIL", "1"), ("FULL", "0")):
+            results = []
+            while not results or results[-1].returncode != 0:
+                shutil.copytree(published, self.out)
+                environment = {"LD_PRELOAD": str(WRITE_COUNTER), f"WRITE_COUNTER_{kind}": str(len(results) + 1),
+                               "WRITE_COUNTER_OLD": old_system}
+                results.append(self.publish(environment=environment, **sign))
+                now = {p.name: p.read_bytes() for p in self.out.iterdir() if p.name in before}
+                changed = {name for name in before if now[name] != before[name]}
+                told = {name for name in before if f"{name}: cannot be taken back" in results[-1].stderr}
+                with self.subTest(kind, old_system=old_system, call=len(results)):
+                    self.assertEqual(changed, set(before) if results[-1].returncode == 0 else told)
+                    self.assertTrue(kind == "FULL" or not told)
+                shutil.rmtree(self.out)
+            self.assertGreater(len(results), 25, kind)
 
     def test_what_is_signed_verifies(self):
         for name, password, key in (("without password", None, lambda public: public.read_text().split("\n")[1]),
@@ -149,14 +164,18 @@ class Publish(unittest.TestCase):
             ("a number without a signature", {"serial": 7}, 2, "sign"),
             ("a signature of more than 4 KiB", {**sign, "version": "1" * 3900}, 1, "the version is too long"),
             ("a version that is not UTF-8", {**sign, "version": "1\udcff"}, 1, "the version is not UTF-8"),
+            ("a published number that is none", {**sign, "serial": 7, "before": lambda: signature.write_bytes(
+                signature.read_bytes().replace(b"serial:6", b"serial:" + b"9" * 20))}, 1, "does not follow 999"),
             ("an update without a signature after one with it", {}, 1, "was signed"),
         ]
+        signature = self.out / "mac_Vantorel_signature"
         for serial in (6, 6):  # the same release may be published again
             self.assertEqual(self.publish(version="17", serial=serial, **sign).returncode, 0)
-        before = {p.name: p.read_bytes() for p in self.out.iterdir()}
-        self.assertEqual(len(before), 4)
+        self.assertEqual(len(list(self.out.iterdir())), 4)
         for name, options, code, reason in cases:
             with self.subTest(name):
+                options.pop("before", lambda: None)()
+                before = {p.name: p.read_bytes() for p in self.out.iterdir()}
                 result = self.publish(**options)
                 self.assertEqual(result.returncode, code, result.stderr)
                 self.assertIn(reason, result.stderr)

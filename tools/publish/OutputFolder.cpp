@@ -42,14 +42,18 @@ OutputFolder::OutputFolder(std::string path) : path_(std::move(path)) {
 
 OutputFolder::~OutputFolder() {
   for (auto placed = placed_.rbegin(); placed != placed_.rend(); ++placed) TakeBack(*placed);
-  for (const std::string& name : drafts_) unlink(DraftOf(name).c_str());
+  for (const std::string& name : drafts_) {
+    unlink(DraftOf(name).c_str());
+    unlink(OldOf(name).c_str());
+  }
 }
 
 std::string OutputFolder::Draft(const std::string& name) {
-  std::string draft = DraftOf(name);
-  if (unlink(draft.c_str()) != 0 && errno != ENOENT) FailWithErrno(draft);
+  for (const std::string& left_over : {OldOf(name), DraftOf(name)}) {
+    if (unlink(left_over.c_str()) != 0 && errno != ENOENT) FailWithErrno(left_over);
+  }
   drafts_.push_back(name);
-  return draft;
+  return DraftOf(name);
 }
 
 void OutputFolder::WriteDraft(const std::string& name, std::string_view content) {
@@ -71,23 +75,28 @@ void OutputFolder::Place(const std::vector<std::string>& names) {
 }
 
 void OutputFolder::PlaceDraft(const std::string& name) {
-  const std::string draft = DraftOf(name);
-  const std::string final_path = PathOf(name);
-  struct stat status {};
-  const bool replaces_file = lstat(final_path.c_str(), &status) == 0 && !S_ISDIR(status.st_mode);
-  const bool exchanged =
-      replaces_file && renameat2(AT_FDCWD, draft.c_str(), AT_FDCWD, final_path.c_str(), RENAME_EXCHANGE) == 0;
-  // There are file systems that cannot exchange.
-  if (!exchanged && rename(draft.c_str(), final_path.c_str()) != 0) FailWithErrno(final_path);
-  if (exchanged || !replaces_file) placed_.push_back({name, exchanged});
+  const bool replaces = KeepOld(name);
+  if (rename(DraftOf(name).c_str(), PathOf(name).c_str()) != 0) FailWithErrno(PathOf(name));
+  placed_.push_back({name, replaces});
+}
+
+bool OutputFolder::KeepOld(const std::string& name) const {
+  const std::string path = PathOf(name);
+  if (link(path.c_str(), OldOf(name).c_str()) == 0) return true;
+  if (errno == ENOENT) return false;
+  // There are file systems that know no second name for a file.
+  std::error_code error;
+  std::filesystem::copy_file(path, OldOf(name), error);
+  if (error) Fail(path, error.value());
+  return true;
 }
 
 void OutputFolder::TakeBack(const Placed& placed) const {
-  if (placed.old_is_draft) {
-    rename(DraftOf(placed.name).c_str(), PathOf(placed.name).c_str());
-  } else {
-    unlink(PathOf(placed.name).c_str());
-  }
+  const std::string path = PathOf(placed.name);
+  if ((placed.replaced ? rename(OldOf(placed.name).c_str(), path.c_str()) : unlink(path.c_str())) == 0)
+    return;
+  std::fprintf(stderr, "vantorel-publish: %s: cannot be taken back: %s\n", path.c_str(),
+               std::strerror(errno));
 }
 
 }  // namespace vantorel::publish

@@ -1,5 +1,6 @@
 // The folder that a web server serves. Files appear in it whole or not at all, and what a run has put there
-// goes again, with what stood there before in its place, unless the run is completed. One run at a time.
+// goes again, with what stood there before in its place, unless the run is completed; what the system refuses
+// to take back is told on standard error. One run at a time.
 #pragma once
 
 #include <string>
@@ -33,12 +34,15 @@ class OutputFolder {
  private:
   struct Placed {
     std::string name;
-    bool old_is_draft;  // what stood there before has the draft's name now
+    bool replaced;  // what stood there before is kept
   };
 
   std::string PathOf(const std::string& name) const { return path_ + "/" + name; }
   std::string DraftOf(const std::string& name) const { return path_ + "/." + name + ".new"; }
+  std::string OldOf(const std::string& name) const { return path_ + "/." + name + ".old"; }
   void PlaceDraft(const std::string& name);
+  // Keeps what stands in the place of `name` under another name. False if nothing does. Raises PublishError.
+  bool KeepOld(const std::string& name) const;
   void TakeBack(const Placed& placed) const;
 
   std::string path_;

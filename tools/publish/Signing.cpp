@@ -10,6 +10,8 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <limits>
+#include <system_error>
 #include <vector>
 
 #include "platform/text/Utf8.h"
@@ -53,7 +55,8 @@ void CheckFollows(const std::string& published, const std::string& version, std:
   if (at == std::string::npos) return;
   const std::string digits = line.substr(at + separator.size());
   std::int64_t last = 0;
-  std::from_chars(digits.data(), digits.data() + digits.size(), last);
+  const std::from_chars_result read = std::from_chars(digits.data(), digits.data() + digits.size(), last);
+  if (read.ec != std::errc()) last = std::numeric_limits<std::int64_t>::max();
   if (serial > last || (serial == last && line.ends_with(" " + CommentOf(version, digits)))) return;
   throw PublishError(ExitCode::kBadInput, "the serial number " + std::to_string(serial) +
                                               " does not follow " + digits +

@@ -18,7 +18,8 @@ constexpr char kExamples[] =
     "built with the public key.\n"
     "\n"
     "Exit codes: 0 published, 1 what was given is no good, 2 wrong usage, 3 a file or disk error. On any\n"
-    "but 0 the update that was published before is in place, or again in place.";
+    "but 0 the update that was published before is in place, or again in place; the files for which that\n"
+    "failed too are named.";
 
 constexpr std::int64_t kLargestSerial = 999999999999999999;
 
