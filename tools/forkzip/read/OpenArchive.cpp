@@ -136,26 +136,23 @@ Ref<ZipArchive> OpenForEditing(int file, const std::string& path, const std::str
                 "not changed: " + why + "; extract what it holds and make a new archive of that");
 }
 
-Ref<ZipArchive> OpenForReading(const std::string& path, std::string encoding, std::string* guess) {
+Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encoding, std::string* guess) {
   const Descriptor file = path == kStandardStream ? StandardInput() : OpenRegularFile(path, O_RDONLY);
-  Ref<ZipArchive> archive = ReadDirectory(StreamOver(file.Number(), false), path, encoding);
+  const auto open = [&](const std::string& names) {
+    Ref<ZipArchive> plain = ReadDirectory(StreamOver(file.Number(), false), path, names);
+    const bool good = plain->entriesRead ? !CorrectedArchive::IsNeeded(plain, names)
+                                         : ReadEndRecordAlone(*plain, file.Number());
+    const Ref<ZipArchive> corrected = good ? nil : OpenCorrected(file.Number(), path, names);
+    return corrected ? corrected : plain;
+  };
   const bool guessing = encoding == kGuessEncoding;
-  if (guessing && archive->entriesRead) encoding = GuessEncoding(archive);
-  const bool misread = archive->entriesRead && CorrectedArchive::IsNeeded(archive, encoding);
-  const bool empty = !archive->entriesRead && ReadEndRecordAlone(*archive, file.Number());
-  if (misread || !archive->entriesRead) {
-    if (Ref<ZipArchive> corrected = OpenCorrected(file.Number(), path, encoding)) {
-      if (guessing && encoding == kGuessEncoding) {
-        encoding = GuessEncoding(corrected);
-        if (encoding != "utf-8") corrected = OpenCorrected(file.Number(), path, encoding);
-      }
-      archive = corrected;
-    }
-  } else if (guessing && !empty && encoding != "utf-8") {
-    archive = ReadDirectory(StreamOver(file.Number(), false), path, encoding);
-  }
+  Ref<ZipArchive> archive = open(guessing ? "utf-8" : encoding);
   if (!archive->entriesRead) throw Failure(ExitCode::kBadArchive, Utf8(archive->ErrorMessage()));
-  if (guessing && guess != nullptr) *guess = encoding == kGuessEncoding ? "utf-8" : encoding;
+  if (guessing) {
+    const std::string likely = GuessEncoding(archive);
+    if (likely != "utf-8") archive = open(likely);
+    if (guess != nullptr) *guess = likely;
+  }
   // The process ends without its statics being taken apart, which takes a while with a large directory.
   static Ref<ZipArchive> until_the_end;
   until_the_end = archive;

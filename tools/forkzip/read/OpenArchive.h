@@ -19,7 +19,8 @@ Descriptor OpenRegularFile(const std::string& path, int flags);
 // Opens an archive; `-` is standard input. Raises Failure as above, and kBadArchive if the file is no archive
 // that can be read. Names may not be as they are stored: CorrectedArchive.h tells when. With the encoding
 // "auto" `guess` gets the one that is taken.
-Ref<ZipArchive> OpenForReading(const std::string& path, std::string encoding, std::string* guess = nullptr);
+Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encoding,
+                               std::string* guess = nullptr);
 // Opens the file called `path`, with records as they are stored. Refuses also what has to be corrected to be
 // read at all.
 Ref<ZipArchive> OpenForEditing(int file, const std::string& path, const std::string& encoding);
