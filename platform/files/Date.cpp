@@ -18,7 +18,7 @@ constexpr std::int64_t kFarthest =
 
 std::int64_t Date::CalendarSeconds(const Fields& fields) {
   const std::int64_t months = std::int64_t{fields.year} * 12 + fields.month - 1;
-  constexpr std::int64_t kFarthestMonth = kLastYear * 12;
+  constexpr std::int64_t kFarthestMonth = std::int64_t{kLastYear} * 12;
   const auto month = static_cast<std::int32_t>(std::clamp(months, -kFarthestMonth, kFarthestMonth));
   const auto first = std::chrono::year(0) / 1 / 1 + std::chrono::months(month);
   const std::int64_t days =
