@@ -188,7 +188,8 @@ void SealedUpdate::Refuse(const Refusal& refusal) {
   ShowStatus(refusal.StatusText());
   if (!GetFolderItem(Globals::LauncherFolderPath() + Globals::TargetItemName())->Exists()) {
     MsgBox(String(refusal.StatusText()) + " " + Globals::TargetApplication +
-           " konnte deshalb nicht installiert werden. Bitte versuchen Sie es später noch einmal!");
+           " konnte deshalb nicht installiert werden. Bitte versuchen Sie es später noch einmal. "
+           "Hilft das nicht, fragen Sie Ihren Administrator!");
     Quit(0);
   }
   ControlByName<Timer>(window, "Timer2")->SetMode(1);

@@ -23,7 +23,7 @@ from updateserver import UpdateServer, page, silent
 
 MISSING = "Die Signatur des Updates fehlt."
 INVALID = "Die Signatur des Updates ist ungültig."
-OTHER_VERSION = "Das Update gehört zu einer anderen Version."
+OTHER_VERSION = "Die Signatur gehört zu einer anderen Version."
 NOT_NEWER = "Das Update ist nicht neuer als das zuletzt installierte."
 NOT_LOADED = "Das Update konnte nicht geladen werden."
 NOT_UNPACKED = "Das Update konnte nicht entpackt werden."
@@ -220,7 +220,7 @@ def at_every_call(function, systems=(False, True), calls=range(1, 37)):
     return results
 
 
-class SealedUpdates(unittest.TestCase):
+class Attacks(unittest.TestCase):
     def test_an_attack_leaves_the_installed_target(self):
         def attack(case):
             _, answers, _, options = case
@@ -239,7 +239,6 @@ class SealedUpdates(unittest.TestCase):
         for (name, _, status, _), result in zip(cases, in_parallel(attack, cases)):
             with self.subTest(name):
                 self.assertEqual(result, (0, status, [], "old", True, 1, "headers" in name))
-
 
     def test_what_is_signed_is_installed(self):
         def links_away(launcher):
@@ -362,20 +361,22 @@ class SealedUpdates(unittest.TestCase):
                 self.assertRegex(launcher.errors, detail)
                 self.assertEqual((launcher.wait_started(), contents(launcher.folder)), ("old", before))
 
+    def test_refused_with_nothing_installed_a_message_names_the_cause(self):
+        with SealedLauncher() as launcher:
+            self.assertEqual(launcher.run(release(signature=b"")), 0)
+            self.assertEqual(launcher.messages, [MISSING + " Vantorel konnte deshalb nicht installiert werden. "
+                                                           "Bitte versuchen Sie es später noch einmal. Hilft das nicht, fragen Sie Ihren Administrator!"])
+            self.assertIsNone(launcher.started())
+            self.assertEqual(contents(launcher.folder), {})
+
+
+class Faults(unittest.TestCase):
     def test_any_file_system_without_exchange_will_do(self):
         for error in (errno.EINVAL, errno.ENOSYS, errno.EOPNOTSUPP, errno.EXDEV):
             with self.subTest(errno.errorcode[error]), SealedLauncher() as launcher:
                 prepare(launcher)
                 launcher.run(UPDATE_OF_MORE, LD_PRELOAD=str(WRITE_COUNTER), WRITE_COUNTER_OLD=str(error))
                 self.assertEqual((launcher.status, contents(launcher.folder)), (DONE, INSTALLED_MORE))
-
-    def test_refused_with_nothing_installed_a_message_names_the_cause(self):
-        with SealedLauncher() as launcher:
-            self.assertEqual(launcher.run(release(signature=b"")), 0)
-            self.assertEqual(launcher.messages, [MISSING + " Vantorel konnte deshalb nicht installiert werden. "
-                                                           "Bitte versuchen Sie es später noch einmal!"])
-            self.assertIsNone(launcher.started())
-            self.assertEqual(contents(launcher.folder), {})
 
     def test_killed_at_any_moment_all_is_old_or_all_is_new(self):
         def killed(settings):
