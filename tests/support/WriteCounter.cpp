@@ -13,6 +13,7 @@
 //   WRITE_COUNTER_LOCK=1   the process stops before its first lock
 //   WRITE_COUNTER_OLD=1    no renaming takes flags and no file a second name, as on older file systems; a
 //                          greater number is the error that renaming gives
+//   WRITE_COUNTER_MODES=1  no file takes a mode, as on a medium of another system
 //   WRITE_COUNTER_LOG=f    the numbers of changing calls, reading calls and closes are written to the file f
 //                          when the process ends by itself
 //
@@ -161,6 +162,10 @@ int flock(int fd, int operation) noexcept {
   static bool stop = Setting("WRITE_COUNTER_LOCK") != 0;
   if (std::exchange(stop, false)) raise(SIGSTOP);
   return Call(0, "flock", &flock, fd, operation);
+}
+
+int fchmod(int fd, mode_t mode) noexcept {
+  return Call(Setting("WRITE_COUNTER_MODES") == 0 ? 0 : EPERM, "fchmod", &fchmod, fd, mode);
 }
 
 int unlink(const char* path) noexcept {

@@ -97,6 +97,14 @@ class Crashes(ForkzipTest):
     def strays(self):
         return [name for name in os.listdir(self.root) if "forkzip" in name]
 
+    def test_where_no_mode_is_stored_the_content_arrives(self):
+        self.zip.write_bytes(self.old)
+        result, _ = self.run_counted("extract", self.zip, "-d", "out", MODES=1)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertEqual((self.root / "out/first").read_bytes(), b"1" * 40000)
+        for name in ("first", "third"):
+            self.assertIn(f"{name}: its mode or time cannot be stored here: Operation not permitted", str(result.stderr))
+
     def test_a_copying_edit_leaves_the_old_archive_or_the_new_one(self):
         for verb, arguments in EDITS:
             self.zip.write_bytes(self.old)

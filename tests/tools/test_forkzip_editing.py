@@ -267,6 +267,7 @@ class Editing(ForkzipTest):
             ("nor beside another", archive(Member("/"), Member("a")), "add", ["mac"], ["/", "a", "mac"]),
             ("a short member at a long one's data", archive(*shared), "delete", ["x"], ["short", "long"]),
             ("no name of its own", nameless, "delete", ["a"], ["b"]),
+            ("replaced by another", archive(Member("x"), Member("mac"), Member("")), "add", ["mac"], ["x", "mac"]),
             ("the same stays", nameless, "duplicate", ["b", "c"], ["a", "", "b", "c"]),
             ("none of its own under a new name either", nameless, "rename", ["a", "c"], ["c", "", "b"]),
             ("a data descriptor moves with its member", archive(hole, Member("f", b"f" * 99, DEFLATED, descriptor=True)),

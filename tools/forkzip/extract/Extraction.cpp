@@ -103,7 +103,11 @@ void Extraction::Place(const Ref<ZipEntry>& entry) {
     target_.destination.Folder(FoldersOf(path));
     waiting_.push_back({entry, SIZE_MAX});
   } else if (IsWanted(entry, path)) {
-    ExtractFile(entry, target_, path);
+    const int error = ExtractFile(entry, target_, path);
+    if (error != 0) {
+      problems_->Add(ExitCode::kDone, Utf8(entry->RawPath()),
+                     WithCause("its mode or time cannot be stored here", error));
+    }
     ++extracted_;
   }
 }

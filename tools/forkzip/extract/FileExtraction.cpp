@@ -58,6 +58,7 @@ class FileExtraction {
   FileExtraction(const Ref<ZipEntry>& entry, ExtractionTarget& target, std::span<const std::string> path);
 
   void Run();
+  int AttributeError() const { return data_->AttributeError(); }
 
  private:
   void Stream();
@@ -151,8 +152,10 @@ void FileExtraction::Expect(bool good) const {
 
 }  // namespace
 
-void ExtractFile(const Ref<ZipEntry>& entry, ExtractionTarget& target, std::span<const std::string> path) {
-  FileExtraction(entry, target, path).Run();
+int ExtractFile(const Ref<ZipEntry>& entry, ExtractionTarget& target, std::span<const std::string> path) {
+  FileExtraction extraction(entry, target, path);
+  extraction.Run();
+  return extraction.AttributeError();
 }
 
 // The engine looks at nothing but a header in a folder's data, so the companion is streamed as a member of

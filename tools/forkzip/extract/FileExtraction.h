@@ -34,10 +34,12 @@ struct ExtractionTarget {
   SideFileGuard side_files;
 };
 
-// These raise Failure; then all is as it was before. `path` is not empty.
+// These raise Failure. Then all is as it was before, unless the file got its place and its side file did not,
+// which the message tells. `path` is not empty.
 
-// Brings a member to the file that `path` names below the destination.
-void ExtractFile(const Ref<ZipEntry>& entry, ExtractionTarget& target, std::span<const std::string> path);
+// Brings a member to the file that `path` names below the destination. Returns the system's error if the file
+// system did not take its mode or time, else 0.
+int ExtractFile(const Ref<ZipEntry>& entry, ExtractionTarget& target, std::span<const std::string> path);
 // Gives a folder that is there its Mac data.
 void ExtractFolderData(const Ref<ZipEntry>& entry, ExtractionTarget& target,
                        std::span<const std::string> path);

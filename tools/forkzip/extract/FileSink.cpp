@@ -107,10 +107,17 @@ void FileSink::WriteOut(std::string_view bytes) {
 void FileSink::Complete(std::optional<std::time_t> modified) {
   if (error_ == 0 && modified) {
     const std::array<timespec, 2> times = {timespec{*modified, 0}, timespec{*modified, 0}};
-    if (futimens(file_.Number(), times.data()) != 0) Expect(errno);
+    ExpectAttribute(futimens(file_.Number(), times.data()));
   }
-  if (error_ == 0 && fchmod(file_.Number(), mode_.value_or(kNewFile & ~Umask())) != 0) Expect(errno);
+  if (error_ == 0) ExpectAttribute(fchmod(file_.Number(), mode_.value_or(kNewFile & ~Umask())));
   Expect(file_.Close());
+}
+
+// What a file system does not store, or leaves to its owner alone, is no reason to lose the content.
+void FileSink::ExpectAttribute(int result) {
+  if (result == 0) return;
+  if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS) return Expect(errno);
+  attribute_error_ = errno;
 }
 
 void FileSink::Expect(int error) {

@@ -35,6 +35,8 @@ class FileSink : public PlainSink {
 
   // The system's error, 0 if there was none.
   int Error() const { return error_; }
+  // Why the file was kept without its time or mode, 0 if it has both.
+  int AttributeError() const { return attribute_error_; }
   // The sum of what was written.
   std::uint32_t Crc() const { return static_cast<std::uint32_t>(crc_); }
   // Whether Write sums up.
@@ -44,6 +46,7 @@ class FileSink : public PlainSink {
   void Create(const std::string& name);
   void WriteOut(std::string_view bytes);
   void Complete(std::optional<std::time_t> modified);
+  void ExpectAttribute(int result);
   // Notes the first error.
   void Expect(int error);
 
@@ -57,6 +60,7 @@ class FileSink : public PlainSink {
   std::string present_name_;  // of a file that is made and not kept
   bool summing_ = false;
   int error_ = 0;
+  int attribute_error_ = 0;
   std::int32_t crc_ = 0;
 };
 

@@ -92,7 +92,8 @@ void RemoveReplaced(RawDirectory& directory, const Ref<ZipArchive>& archive,
   for (const RawRecord& record : added) names.insert(record.Name());
   RecordSet replaced;
   for (std::int32_t i = 1; i <= archive->EntryCount(); ++i) {
-    if (names.contains(NameInRecord(archive->Entry(i)))) replaced.Add(archive->Entry(i));
+    const Ref<ZipEntry> entry = archive->Entry(i);  // one without a name bears that of the one before it
+    if (names.contains(entry->zipEncName.view())) replaced.Add(entry);
   }
   std::erase_if(directory.records, [&](const RawRecord& record) {
     return names.contains(record.Name()) || replaced.Contains(record);
