@@ -2,8 +2,9 @@
 // it. Plain HTTP only: the scheme of a URL is not looked at. Redirects are not followed.
 //
 // Every request call exists in two forms. The asynchronous one returns at once, and the result comes through
-// the events. The synchronous one, with a `timeout` in seconds of silence (0 or less: none), returns when the
-// page is complete, and raises no event but AuthenticationRequired.
+// the events. The synchronous one returns when the page is complete, and raises no event but
+// AuthenticationRequired. Its `timeout`, in seconds (0 or less: none), begins anew when the connection is
+// there, and with each piece of a body that is kept in memory.
 //
 // The end of the connection is the end of the page: nothing tells an orderly end from a lost connection, and
 // "Content-length" serves progress reports alone. A status such as 404 is no error but a page with that

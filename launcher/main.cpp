@@ -29,13 +29,11 @@ void _NewAppInstance() {
   _RuntimeRegisterAppObject(New<VantorelLauncher>());
 }
 
-// The framework keeps the window.
+// The window keeps itself until it is closed.
 void _MakeDefaultView() {
   Window1::Implicit();
 }
 
-// The run of the program. Classes of the framework and its plug-ins are linked in, and the program has
-// neither file types nor menu handlers: none of these needs a step.
 void _Main() {
   try {
     _ConnectDesktop();

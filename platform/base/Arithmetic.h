@@ -1,4 +1,4 @@
-// Number helpers with the framework's meaning where C++ has another or none.
+// Arithmetic that is defined for every value: sums wrap, and conversions cut.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// The framework's text functions. Positions count from 1. Functions whose name ends in B count bytes, the
+// Text functions. Positions count from 1. Functions whose name ends in B count bytes, the
 // others count characters of the string's encoding. None of them fails: what is out of range is cut.
 #pragma once
 

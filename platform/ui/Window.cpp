@@ -10,7 +10,7 @@ namespace vantorel {
 
 namespace {
 
-// The framework's references; a window is here from Open to Close.
+// What keeps windows alive: one is here from Open to Close.
 std::vector<Ref<Window>>& OpenWindows() {
   static std::vector<Ref<Window>> windows;
   return windows;

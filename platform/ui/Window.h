@@ -1,6 +1,6 @@
 // A window and the controls in it. A class of windows derives from this one, lays itself out in its
 // constructor and is reached through ImplicitWindow: there is one instance of each class, made on first use
-// and kept by the framework until it is closed.
+// and kept by this layer until it is closed.
 #pragma once
 
 #include <cstdint>
@@ -46,7 +46,7 @@ class Window : public Object, public InertWindowProperties {
   void Open();
   // Shows the window, which must be open, and returns when it has been closed; handlers run meanwhile.
   void ShowModal();
-  // Takes the window off the screen and drops the framework's reference to it.
+  // Takes the window off the screen and drops this layer's reference to it.
   void Close();
   bool IsOpen() const { return view_ != nullptr; }
 

@@ -7,7 +7,7 @@
 
 namespace vantorel::forkzip {
 
-// Only who asks for a level gets members that are stored: without one all is as it always was.
+// Only who asks for a level gets members that are stored: without one all of them are deflated.
 DeflateWays AddingOptions::Deflating() const {
   return {level.value_or(kDefaultDeflateLevel), level.has_value()};
 }

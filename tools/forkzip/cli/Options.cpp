@@ -15,7 +15,7 @@ void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb) 
   command.add_option("ARCHIVE", options.archive, "The Zip archive")
       ->required()
       ->check([](const std::string& path) { return path.empty() ? "an empty name is no file's" : ""; });
-  command.add_flag("-q,--quiet", options.quiet, "Report problems only");
+  command.add_flag("-q,--quiet", options.quiet, "Leave out counts and summaries");
   command.callback([&options, &exit_code, verb = std::move(verb)] {
     Problems problems(options.archive);
     try {
@@ -74,8 +74,9 @@ void AddExcludeOption(CLI::App& command, Options& options) {
 void AddJobsOption(CLI::App& command, Options& options) {
   constexpr std::size_t kMost = 1024;
   command
-      .add_option("-j,--jobs", options.jobs,
-                  "How many to work at once; as many as there are processors, if there is enough to do")
+      .add_option(
+          "-j,--jobs", options.jobs,
+          "Number of parallel jobs; by default one for each processor, and one if there is little to do")
       ->check(CLI::Range(std::size_t{1}, kMost))
       ->type_name("N");
 }
@@ -95,7 +96,7 @@ const char* const kHelpOnEditing =
     "second copy.\n"
     "With --in-place the archive itself is changed. What fails for want of room or is interrupted is taken "
     "back, but a run\n"
-    "that is killed leaves it without a directory, and other programs may not be able to open it any more.\n";
+    "that is killed can leave it damaged: other programs may then not be able to open it.\n";
 
 void Parse(CLI::App& app, int argc, char** argv) {
   constexpr char kMark = '\x01';

@@ -144,7 +144,7 @@ void AddAddVerb(CLI::App& app, ExitCode& exit_code) {
   AddProgressOption(command, options);
   AddJobsOption(command, options);
   DefineAddingOptions(command, options);
-  command.add_flag("--newer", options.newer, "Only what is newer than its member, or has none yet");
+  command.add_flag("--newer", options.newer, "Add files that are newer than their member, or have none yet");
   command.add_option("--as", options.name, "The name of the one PATH in the archive");
   AddDryRunOption(command, options);
   AddInPlaceOption(command, options);

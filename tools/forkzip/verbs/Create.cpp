@@ -23,7 +23,7 @@ constexpr const char* kHelp =
     "Examples:\n"
     "  forkzip create photos.zip beach.jpg mountains/\n"
     "  cd site && forkzip create ../site.zip .          without a folder in front of the names\n"
-    "  forkzip create src.zip src -x '*.o' -x '*/.git'  without object files, and folders of one name\n"
+    "  forkzip create src.zip src -x '*.o' -x '*/.git'  without object files, and the folders .git in src\n"
     "  forkzip create - src | ssh host 'cat >src.zip'    to standard output, when the archive is whole\n"
     "  forkzip create --macbinary always mac.zip Icon   type, creator and dates of classic Mac files as well";
 

@@ -150,7 +150,7 @@ void AddExtractVerb(CLI::App& app, ExitCode& exit_code) {
       ->type_name("FOLDER");
   command.add_flag("--overwrite", options.ways.overwrite, "Replace existing files");
   command.add_flag("--newer", options.ways.newer,
-                   "Only what is newer than the file that is there, which it replaces, or is not there yet");
+                   "Extract members newer than the file on disk, which is replaced, or not on disk yet");
   command
       .add_option("--strip-components", options.ways.strip,
                   "Leave out the first N components of names; members that have no more are passed over")
