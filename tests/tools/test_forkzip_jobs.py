@@ -195,7 +195,6 @@ class Jobs(ForkzipTest):
 
     def test_a_full_disk_and_a_signal_leave_no_archive(self):
         def limit():
-            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
             resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 20, 1 << 20))
         self.source_tree()
         for jobs in JOBS:

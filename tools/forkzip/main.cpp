@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -79,6 +80,8 @@ int Main(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   int exit_code = static_cast<int>(vantorel::forkzip::ExitCode::kFileError);
+  // A file that reaches the size limit is then an error like a full disk, and what was begun is taken back.
+  std::signal(SIGXFSZ, SIG_IGN);
   try {
     vantorel::forkzip::FillStandardStreams();
     exit_code = vantorel::forkzip::Main(argc, argv);
