@@ -60,12 +60,12 @@ void Edit() {
   Preflight::CheckDirectory(Input(), directory);
   const std::vector<MemberExtent> extents = ExtentsOf(Input(), directory);
   RawDirectory rebuilt = directory;
-  rebuilt.start = MoveTogether(Input(), extents, Output(), rebuilt.records);
+  rebuilt.start = MoveTogether(Input(), extents, Output(), rebuilt);
   rebuilt.Write(Output());
   RequireSameMembers(directory, rebuilt);
   RequireReadsBack(Output(), rebuilt);
   RawDirectory compacted = directory;
-  compacted.start = MoveTogether(Input(), extents, Input(), compacted.records);
+  compacted.start = MoveTogether(Input(), extents, Input(), compacted);
   compacted.Write(Input());
   const std::uint64_t end = compacted.start + compacted.Bytes().size();
   Require(ReadAt(Input(), 0, end) == ReadAt(Output(), 0, end));

@@ -24,7 +24,4 @@ std::vector<MemberExtent> ExtentsOf(int file, const RawDirectory& directory);
 // Bytes in front of the directory that belong to no member.
 std::uint64_t UnusedBytes(const RawDirectory& directory, const std::vector<MemberExtent>& extents);
 
-// Where the first such byte is, if there is one.
-std::uint64_t BeginOfGaps(const std::vector<MemberExtent>& extents);
-
 }  // namespace vantorel

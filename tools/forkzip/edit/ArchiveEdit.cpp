@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <vector>
 
@@ -12,7 +11,6 @@
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/cli/StandardStreams.h"
-#include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/edit/MovingMembers.h"
 #include "tools/forkzip/edit/Preflight.h"
 #include "tools/forkzip/read/OpenArchive.h"
@@ -24,10 +22,6 @@ namespace vantorel::forkzip {
 
 namespace {
 
-[[noreturn]] void FailAsChanged() {
-  throw Failure(ExitCode::kFileError, "was changed by another program meanwhile; nothing is done");
-}
-
 // How much of a file lies behind a directory, if that stands in the file where it should.
 std::optional<std::uint64_t> SizeBehind(const RawDirectory& directory, int file) {
   const std::string bytes = directory.Bytes();
@@ -37,22 +31,6 @@ std::optional<std::uint64_t> SizeBehind(const RawDirectory& directory, int file)
   const auto size = static_cast<std::uint64_t>(status.st_size);
   if (size < end || ReadAt(file, directory.start, bytes.size()) != bytes) return std::nullopt;
   return size - end;
-}
-
-// Where the last member ends. As a rule that is where the directory begins, and one look is enough.
-std::uint32_t EndOfMembers(int file, const RawDirectory& directory) {
-  const auto last = std::max_element(directory.records.begin(), directory.records.end(),
-                                     [](const auto& a, const auto& b) { return a.Offset() < b.Offset(); });
-  if (last == directory.records.end()) return 0;
-  RawDirectory of_last;
-  of_last.start = directory.start;
-  of_last.records = {*last};
-  try {
-    if (ExtentsOf(file, of_last).back().end == directory.start) return directory.start;
-    return ExtentsOf(file, directory).back().end;
-  } catch (const FormatError&) {
-    return directory.start;  // of damaged members it cannot be told
-  }
 }
 
 }  // namespace
@@ -73,30 +51,8 @@ ArchiveEdit::ArchiveEdit(const Options& options, Target target)
   archive_ = OpenForEditing(original_.Number(), path_, options_.encoding);
   before_ = RawDirectory::Read(original_.Number());
   Preflight::CheckDirectory(original_.Number(), before_);
-  CheckSameMembersSeen();
-}
-
-// Other runs of the tool keep off a locked archive, other programs need not; and a disk that gives way may
-// answer differently the second time. Of the records, companions are held by the entries that they belong to,
-// and the folders of their tree are dropped, with companions of their own.
-void ArchiveEdit::CheckSameMembersSeen() const {
-  std::ptrdiff_t unheld = 0;
-  bool folders = false;
-  std::int32_t seen = 0;
-  std::string_view name;  // the one of the record before where there is none
-  for (const RawRecord& record : before_.records) {
-    if (!record.Name().empty()) name = record.Name();
-    const Ref<ZipEntry> entry = seen < archive_->EntryCount() ? archive_->Entry(seen + 1) : nil;
-    if (entry && KeyOf(record) == KeyOf(entry)) {
-      ++seen;
-      for (Ref<ZipEntry> held = entry->appleDoubleEntry; held; held = held->appleDoubleEntry) --unheld;
-    } else if (IsFolderOfCompanions(name)) {
-      folders = true;
-    } else {
-      ++unheld;
-    }
-  }
-  if (seen != archive_->EntryCount() || unheld < 0 || (unheld > 0 && !folders)) FailAsChanged();
+  // The engine and this directory must be of one archive: other programs need not keep off a locked one.
+  CheckOriginalIsUnchanged();
 }
 
 void ArchiveEdit::Begin() {
@@ -111,24 +67,32 @@ void ArchiveEdit::KeepMembers() {
   if (draft_ && original_.IsOpen()) CopyBytes(From(), 0, To(), 0, before_.start);
 }
 
-void ArchiveEdit::MakeRoomBehindMembers() {
-  // Left in the middle, bytes that belong to no member would keep other programs from reading the archive.
-  before_.start = EndOfMembers(original_.Number(), before_);
+RawDirectory ArchiveEdit::MakeRoomBehindMembers() {
+  RawDirectory all = before_;
+  try {
+    // Left in the middle, bytes that belong to no member would keep other programs from reading the archive.
+    if (!options_.in_place) {
+      MoveTogether(all);
+      return all;
+    }
+    const std::vector<MemberExtent> extents = ExtentsOf(From(), all);
+    before_.start = all.start = extents.empty() ? 0 : extents.back().end;
+  } catch (const FormatError&) {
+    // Of damaged members it cannot be told where they end.
+  }
   KeepMembers();
+  return all;
 }
 
 void ArchiveEdit::MoveTogether(RawDirectory& kept) {
   const std::vector<MemberExtent> extents = ExtentsOf(From(), kept);
   Begin();
   if (draft_) {
-    kept.start = forkzip::MoveTogether(From(), extents, To(), kept.records);
+    kept.start = forkzip::MoveTogether(From(), extents, To(), kept);
     return;
   }
-  // Holes in the file take room once they are written to.
-  const std::uint64_t gap = BeginOfGaps(extents);
-  FillHoles(To(), gap, before_.start - gap);
-  // The offsets of what has been moved are those of the old directory too, if the rest fails.
-  kept.start = forkzip::MoveTogether(To(), extents, To(), before_.records);
+  // Of what has been moved, the old directory tells where it is too, if the rest fails.
+  kept.start = forkzip::MoveTogether(To(), extents, To(), before_);
   kept.records = before_.records;
 }
 
@@ -169,7 +133,9 @@ void ArchiveEdit::CheckOriginalIsUnchanged() const {
                     now.st_size == original_status_.st_size &&
                     now.st_mtim.tv_sec == original_status_.st_mtim.tv_sec &&
                     now.st_mtim.tv_nsec == original_status_.st_mtim.tv_nsec;
-  if (!same) FailAsChanged();
+  if (!same) {
+    throw Failure(ExitCode::kFileError, "was changed by another program meanwhile; nothing is done");
+  }
 }
 
 // Whoever may write in the folder may not be allowed to give files away.

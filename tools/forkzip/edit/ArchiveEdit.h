@@ -39,8 +39,9 @@ class ArchiveEdit {
 
   // Before anything is written comes one of these three. All members stay where they are:
   void KeepMembers();
-  // The same, and others can be written from the end of the last one on, where Before().start is then:
-  void MakeRoomBehindMembers();
+  // The same, and others can be written behind the last one, where the directory that it returns has its
+  // start. A copy leaves out what lies between members and belongs to none.
+  RawDirectory MakeRoomBehindMembers();
   // The members of `kept` are moved together without gaps; its offsets and its start become the new ones. In
   // place REQUIRES: `kept` has all members.
   void MoveTogether(RawDirectory& kept);
@@ -54,7 +55,6 @@ class ArchiveEdit {
 
  private:
   void Begin();
-  void CheckSameMembersSeen() const;
   void CheckOriginalIsUnchanged() const;
   // Says what could not be kept.
   void TakeOverModeAndOwner() const;

@@ -159,8 +159,7 @@ RawDirectory DuplicateMember(ArchiveEdit& edit, const Ref<ZipEntry>& entry, cons
   CheckHeader(edit.From(), sources.front().record);
   CheckSound(entry);
 
-  edit.MakeRoomBehindMembers();
-  RawDirectory after = edit.Before();
+  RawDirectory after = edit.MakeRoomBehindMembers();
   for (const Source& source : sources) {
     after.records.push_back(WriteCopy(edit.From(), source, *entry->d, edit.To(), after.start));
   }
@@ -175,29 +174,25 @@ void AddNewName(NewNames& names, const Ref<ZipEntry>& entry, const std::string& 
 }
 
 RawDirectory RenameMembers(ArchiveEdit& edit, const NewNames& names) {
-  RawDirectory after = edit.Before();
-  std::vector<RawRecord> kept;
+  RawDirectory kept = edit.Before();
   std::vector<Source> sources;
-  for (const RawRecord& record : after.records) {
+  std::erase_if(kept.records, [&](const RawRecord& record) {
     const auto renamed = names.find(KeyOf(record));
-    if (renamed == names.end()) {
-      kept.push_back(record);
-    } else {
-      CheckHeader(edit.From(), record);
-      sources.push_back({record, renamed->second});
-    }
-  }
-  CheckNamesAreFree(kept, sources);
+    if (renamed == names.end()) return false;
+    CheckHeader(edit.From(), record);
+    sources.push_back({record, renamed->second});
+    return true;
+  });
+  CheckNamesAreFree(kept.records, sources);
   CheckSources(edit, sources);
-  after.records.swap(kept);
   if (edit.IsInPlace()) {
-    edit.MakeRoomBehindMembers();
-    after.start = edit.Before().start;
+    kept.start = edit.MakeRoomBehindMembers().start;
   } else {
-    edit.MoveTogether(after);
+    edit.MoveTogether(kept);
   }
-  kept.swap(after.records);
-  auto next_kept = kept.begin();
+  RawDirectory after = edit.Before();
+  after.start = kept.start;
+  auto next_kept = kept.records.begin();
   auto source = sources.begin();
   for (RawRecord& record : after.records) {
     record = names.contains(KeyOf(record))

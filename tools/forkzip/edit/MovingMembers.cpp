@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/FileBytes.h"
@@ -44,14 +45,15 @@ void MoveDown(int file, std::uint64_t from, std::uint64_t to, std::uint64_t coun
 }  // namespace
 
 std::uint32_t MoveTogether(int from, const std::vector<MemberExtent>& extents, int to,
-                           std::vector<RawRecord>& records) {
+                           RawDirectory& directory) {
   std::vector<RawRecord*> in_file_order;
-  in_file_order.reserve(records.size());
-  for (RawRecord& record : records) in_file_order.push_back(&record);
+  in_file_order.reserve(directory.records.size());
+  for (RawRecord& record : directory.records) in_file_order.push_back(&record);
   std::stable_sort(in_file_order.begin(), in_file_order.end(),
                    [](const RawRecord* a, const RawRecord* b) { return a->Offset() < b->Offset(); });
   auto record = in_file_order.begin();
   std::uint32_t target = 0;
+  bool moving = false;
   for (auto extent = extents.begin(); extent != extents.end();) {
     const std::uint32_t begin = extent->begin;
     std::uint32_t end = begin;  // neighbours move as one
@@ -59,6 +61,9 @@ std::uint32_t MoveTogether(int from, const std::vector<MemberExtent>& extents, i
     if (from != to) {
       CopyBytes(from, begin, to, target, end - begin);
     } else if (begin != target) {
+      // Holes in the file take room once they are written to. Whether there is any shows before the first
+      // move.
+      if (!std::exchange(moving, true)) FillHoles(to, target, directory.start - target);
       MoveDown(to, begin, target, end - begin);
     }
     for (; record != in_file_order.end() && (*record)->Offset() < end; ++record) {

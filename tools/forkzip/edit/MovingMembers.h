@@ -10,11 +10,11 @@
 
 namespace vantorel::forkzip {
 
-// Brings the members of `extents`, to which `records` belong, to the front of a file, and returns where they
-// end there. Raises Failure. Copying to another file raises Interrupted too; moving within the file is not to
-// be interrupted, and on Failure each record tells where its member is then, unless the disk has failed
-// twice.
+// Brings the members of a directory, whose extents are `extents`, to the front of a file, and returns where
+// they end there. Raises Failure. Copying to another file raises Interrupted too; moving within the file is
+// not to be interrupted, and on Failure each record tells where its member is then, unless the disk has
+// failed twice.
 std::uint32_t MoveTogether(int from, const std::vector<MemberExtent>& extents, int to,
-                           std::vector<RawRecord>& records);
+                           RawDirectory& directory);
 
 }  // namespace vantorel::forkzip

@@ -83,11 +83,10 @@ bool StandsForNone(const RawDirectory& directory) {
          directory.records[0].Size() == 0;
 }
 
-// Takes out the old members that are called as one of those that were added, with their companions. What
-// could not be added replaces nothing.
-void RemoveReplaced(RawDirectory& directory, const Ref<ZipArchive>& archive,
-                    const std::vector<RawRecord>& added) {
-  if (StandsForNone(directory)) return directory.records.clear();
+// Which of the old records go: those of members that are called as one of those that were added, and of their
+// companions. What could not be added replaces nothing.
+std::vector<bool> Replaced(const RawDirectory& before, const Ref<ZipArchive>& archive,
+                           const std::vector<RawRecord>& added) {
   std::unordered_set<std::string_view> names;
   for (const RawRecord& record : added) names.insert(record.Name());
   RecordSet replaced;
@@ -95,9 +94,11 @@ void RemoveReplaced(RawDirectory& directory, const Ref<ZipArchive>& archive,
     const Ref<ZipEntry> entry = archive->Entry(i);  // one without a name bears that of the one before it
     if (names.contains(entry->zipEncName.view())) replaced.Add(entry);
   }
-  std::erase_if(directory.records, [&](const RawRecord& record) {
-    return names.contains(record.Name()) || replaced.Contains(record);
-  });
+  std::vector<bool> goes;
+  for (const RawRecord& record : before.records) {
+    goes.push_back(StandsForNone(before) || names.contains(record.Name()) || replaced.Contains(record));
+  }
+  return goes;
 }
 
 void Preview(const RawDirectory& before, const AddPlan& plan) {
@@ -119,15 +120,18 @@ std::optional<RawDirectory> Add(ArchiveEdit& edit, const AddingOptions& options,
     if (!options.quiet) Preview(edit.Before(), plan);
     return std::nullopt;
   }
-  edit.MakeRoomBehindMembers();
+  RawDirectory after = edit.MakeRoomBehindMembers();
   const auto progress = New<Progress>(options.ShowProgress(), plan.TotalSize());
   PackAhead packer(options.Deflating(), options.jobs);
-  MemberWriter writer(edit.To(), edit.Before().start, options, packer, problems);
+  MemberWriter writer(edit.To(), after.start, options, packer, problems);
   writer.Add(plan, progress);
   const std::vector<RawRecord> added = writer.Finish();
   if (added.empty()) throw Failure(problems.Code(), "nothing was added");
-  RawDirectory after = edit.Before();
-  RemoveReplaced(after, edit.Archive(), added);
+  const std::vector<bool> replaced = Replaced(edit.Before(), edit.Archive(), added);
+  const std::vector<RawRecord> old = std::exchange(after.records, {});
+  for (std::size_t i = 0; i < old.size(); ++i) {
+    if (!replaced[i]) after.records.push_back(old[i]);
+  }
   after.records.insert(after.records.end(), added.begin(), added.end());
   after.start = writer.End();
   return after;
