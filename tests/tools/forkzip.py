@@ -63,6 +63,7 @@ def archive(*members, comment=b"", count=None, gap=b"", between=b"", zip64=False
     if zip64:
         between = struct.pack("<IQHHIIQQQQIIQI", 0x06064B50, 44, 45, 45, 0, 0, count, count, len(directory), len(body),
                               0x07064B50, 0, len(body) + len(directory), 1)
+    count = min(count, 0xFFFF)
     end = struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, count, count, len(directory), len(body), len(comment))
     return bytes(body + directory) + between + end + comment
 

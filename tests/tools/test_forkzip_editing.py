@@ -255,6 +255,7 @@ class Editing(ForkzipTest):
         """What an edit makes of members that share data, have no name of their own, or look like the tool's own."""
         self.write("mac", "new")
         mac = [Member("mac", b"old", extra=UNIX_TIMES), Member("__MACOSX/._mac", apple_double(b"f"), extra=UNIX_TIMES)]
+        foreign = Member("__MACOSX/._a", apple_double(b"f"), extra=struct.pack("<HHI", 10, 4, 0))
         hole = Member("hole", b"x" * 50, hole=True)
         shared = [Member("x"), Member("short", b"1" * 10), Member("long", b"2" * 1000, offset=31)]
         nameless = archive(Member("a"), Member(""), Member("b"))
@@ -287,6 +288,8 @@ class Editing(ForkzipTest):
             ("where room is freed", ditto, "compact", [], DITTO),
             ("where a member goes", ditto, "delete", ["d/f"], [n for n in DITTO if n[-1] != "f"]),
             ("a companion's companion goes with it", chain, "delete", ["a"], ["b"]),
+            ("another archiver's companion goes with it too", archive(Member("a"), foreign, Member("b")), "delete", ["a"], ["b"]),
+            ("or gets its new name", archive(Member("a"), foreign, Member("b")), "rename", ["a", "c"], ["c", "__MACOSX/._c", "b"]),
             ("a folder of companions goes with the folder", ditto, "rename", ["d", "e"],
              [name.replace("d/", "e/").replace("._d", "._e") for name in DITTO]),
             ("with all in it, and nothing that only begins like it", archive(hole, Member("d/"), Member("d/mac", b"3", descriptor=True,

@@ -108,6 +108,8 @@ class Listing(ForkzipTest):
                     self.assertEqual(self.zip.read_bytes(), content)
         self.zip.write_bytes(cases[10][1])
         self.assertIn(b"cp437, as a guess", self.expect(0, "info", "--encoding", "auto", self.zip))
+        self.zip.write_bytes(archive(*map(Member, map(str, range(65536))), zip64=True))  # only Zip64 counts so far
+        self.expect(0, "test", "-q", self.zip)
 
     def test_what_is_listed_but_not_unpacked(self):
         self.write("f", "words " * 100)
@@ -252,7 +254,8 @@ class Damage(ForkzipTest):
             ("no archive", b"hello", "'PK' header missing"),
             ("nothing", b"", "'PK' header missing"),
             ("cut off", good[:-30], "Central Directory not found"),
-            ("one part of several", archive(Member("f"))[:-18] + b"\1" + archive(Member("f"))[-17:], "multi-segment"),
+            ("one part of several", archive(Member("f"))[:-18] + b"\1" + archive(Member("f"))[-17:], "one part of a split"),
+            ("the first of several", b"PK\7\10" + archive(Member("f"))[:-30], "one part of a split"),
         ]
         for what, content, message in cases:
             with self.subTest(what):

@@ -92,6 +92,11 @@ inline constexpr std::int32_t kNameCrc = 5;
 inline constexpr std::int32_t kName = 9;
 }  // namespace UnicodePathRecord
 
+// Times as NTFS keeps them (APPNOTE 4.5.5).
+namespace NtfsTimes {
+inline constexpr std::int32_t kId = 10;
+}  // namespace NtfsTimes
+
 // Owner and group in Info-ZIP's newer form ("ux").
 namespace UnixOwnerRecord {
 inline constexpr std::int32_t kId = 0x7875;

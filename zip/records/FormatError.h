@@ -11,4 +11,11 @@ class FormatError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// The file is one part of an archive that was split over several.
+class SplitArchiveError : public FormatError {
+ public:
+  SplitArchiveError()
+      : FormatError("is one part of a split archive; 7zz reads them all, and zip -s 0 joins them") {}
+};
+
 }  // namespace vantorel

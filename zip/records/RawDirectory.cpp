@@ -104,7 +104,7 @@ std::optional<Place> FindZip64(int file, std::uint64_t end) {
 Place PlaceIn(std::string_view end_record, std::uint64_t at) {
   if (Get16(end_record, EndRecord::kDiskNumber) != 0 || Get16(end_record, EndRecord::kDirectoryDisk) != 0 ||
       Get16(end_record, EndRecord::kEntriesOnDisk) != Get16(end_record, EndRecord::kEntriesTotal)) {
-    FailAsCorrupt();
+    throw SplitArchiveError();
   }
   return {at, Get32(end_record, EndRecord::kDirectorySize), Get32(end_record, EndRecord::kDirectoryOffset),
           Get16(end_record, EndRecord::kEntriesTotal), false};
@@ -196,7 +196,11 @@ FoundDirectory FoundDirectory::Find(int file) {
   const std::uint64_t length = LengthOf(file);
   const std::string tail = Tail(file, length);
   const std::size_t at = FindEndRecord(tail);
-  if (at == std::string::npos) FailAsCorrupt();
+  if (at == std::string::npos) {
+    // The first part begins with this mark; the directory is in the last one.
+    if (length >= 4 && Get32(ReadAt(file, 0, 4), 0) == DataDescriptor::kMagic) throw SplitArchiveError();
+    FailAsCorrupt();
+  }
   const std::string_view end_record = std::string_view(tail).substr(at);
   const std::uint64_t end = length - tail.size() + at;
   const std::optional<Place> zip64 = FindZip64(file, end);

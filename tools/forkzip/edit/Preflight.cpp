@@ -26,6 +26,10 @@ void CheckDirectory(int file, const RawDirectory& directory) {
   struct stat status {};
   fstat(file, &status);
   const auto length = static_cast<std::uint64_t>(status.st_size);
+  if (directory.records.size() > kMostMembers) {
+    Refuse("it holds " + Count(directory.records.size(), "member") +
+           ", and without Zip64 the format ends at 65535; extract them and make several archives of them");
+  }
   if (directory.records.size() != directory.announced) {
     Refuse("its directory announces " + Count(directory.announced, "member") + " but holds " +
            std::to_string(directory.records.size()) +

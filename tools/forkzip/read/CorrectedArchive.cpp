@@ -56,10 +56,12 @@ bool IsFolderWithoutSlash(const Traits& traits) {
 }
 
 // A companion as archivers on other systems keep it, which add times and owners of their own.
-bool IsForeignCompanion(const Traits& traits) {
-  return traits.name.starts_with("__MACOSX/") &&
-         (!ExtraRecord::Find(traits.extra, ExtendedTimestamp::kId).empty() ||
-          !ExtraRecord::Find(traits.extra, UnixOwnerRecord::kId).empty());
+bool IsForeignCompanion(std::string_view name, std::string_view extra) {
+  constexpr std::array<std::uint32_t, 3> kIds = {ExtendedTimestamp::kId, UnixOwnerRecord::kId,
+                                                 NtfsTimes::kId};
+  return name.starts_with("__MACOSX/") && std::any_of(kIds.begin(), kIds.end(), [&](std::uint32_t id) {
+           return !ExtraRecord::Find(extra, id).empty();
+         });
 }
 
 Traits TraitsOf(const RawRecord& record) {
@@ -115,7 +117,7 @@ class Correction {
     record.SetField16(CentralHeader::kVersionNeeded, kZipFormatVersion);
     const Traits traits = TraitsOf(record);
     const bool folder = IsFolderWithoutSlash(traits);
-    const bool companion = IsForeignCompanion(traits);
+    const bool companion = IsForeignCompanion(traits.name, traits.extra);
     SetTexts(record, traits);
     if (folder) record.SetName(std::string(record.Name()) + "/");
     if (companion) record.SetExtra(CompanionExtra(record.Extra()));
@@ -164,6 +166,14 @@ class Correction {
   std::map<std::uint64_t, std::string> patches_;
 };
 
+std::string DirectoryOf(std::vector<RawRecord> records, std::string comment) {
+  RawDirectory directory;
+  directory.start = sizeof LocalHeader::kMagic;
+  directory.records = std::move(records);
+  directory.comment = std::move(comment);
+  return directory.Bytes();
+}
+
 std::string WhatIsUnusual(int file, const FoundDirectory& found) {
   constexpr auto kNewest = static_cast<std::uint32_t>(kZipFormatVersion);
   for (const RawRecord& record : found.records) {
@@ -180,14 +190,17 @@ std::string WhatIsUnusual(int file, const FoundDirectory& found) {
 }  // namespace
 
 bool CorrectedArchive::IsNeeded(const Ref<ZipArchive>& archive, const std::string& encoding) {
+  if (archive->centralDirCorrupted) return true;  // the count may be in a Zip64 record
   const bool all_utf8 = encoding == "utf-8";
   const std::vector<Ref<ZipEntry>>& entries = archive->d->entries_1;
   for (std::size_t i = 1; i < entries.size(); ++i) {
     if (IsPlain(*entries[i], all_utf8)) continue;
     const String extra = entries[i]->ExtraBytes();
     const Traits traits = TraitsOf(*entries[i], extra);
-    if (IsFolderWithoutSlash(traits) || IsForeignCompanion(traits) || !UnicodeName(traits).empty())
+    if (IsFolderWithoutSlash(traits) || IsForeignCompanion(traits.name, traits.extra) ||
+        !UnicodeName(traits).empty()) {
       return true;
+    }
     if (!all_utf8 && IsMarkedUtf8(traits) && !IsAscii(traits.name)) return true;
   }
   BinaryStream& stream = *archive->d->zipStream;
@@ -204,11 +217,25 @@ CorrectedArchive CorrectedArchive::Make(int file, const Ref<TextEncoding>& encod
   Correction correction(file, encoding, found.shift);
   for (RawRecord& record : found.records) correction.Apply(record);
   corrected.patches = correction.TakePatches();
-  RawDirectory directory;
-  directory.start = sizeof LocalHeader::kMagic;
-  directory.records = std::move(found.records);
-  directory.comment = std::move(found.comment);
-  corrected.directory = directory.Bytes();
+  corrected.directory = DirectoryOf(std::move(found.records), std::move(found.comment));
+  return corrected;
+}
+
+bool CorrectedArchive::HasForeignCompanions(const Ref<ZipArchive>& archive) {
+  const std::vector<Ref<ZipEntry>>& entries = archive->d->entries_1;
+  return std::any_of(entries.begin() + 1, entries.end(), [](const Ref<ZipEntry>& entry) {
+    return entry->HeaderUShort(CentralHeader::kExtraLength) != 0 &&
+           IsForeignCompanion(entry->zipEncName.view(), entry->ExtraBytes().view());
+  });
+}
+
+CorrectedArchive CorrectedArchive::WithCompanions(RawDirectory directory) {
+  for (RawRecord& record : directory.records) {
+    if (!IsForeignCompanion(record.Name(), record.Extra())) continue;
+    record.SetExtra(CompanionExtra(record.Extra()));
+  }
+  CorrectedArchive corrected;
+  corrected.directory = DirectoryOf(std::move(directory.records), std::move(directory.comment));
   return corrected;
 }
 

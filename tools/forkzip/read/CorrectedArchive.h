@@ -11,6 +11,7 @@
 #include "platform/base/Ref.h"
 #include "platform/files/BinaryStream.h"
 #include "zip/archive/ZipArchive.h"
+#include "zip/records/RawDirectory.h"
 
 namespace vantorel::forkzip {
 
@@ -26,6 +27,11 @@ struct CorrectedArchive {
   // Names and comments that are not known to be UTF-8 are taken for text in `encoding`. Raises FormatError,
   // std::system_error.
   static CorrectedArchive Make(int file, const Ref<TextEncoding>& encoding);
+
+  // For edits, which go by what is stored: whether a companion bears another extra field than the one that
+  // the engine knows it by, and the directory in which nothing but that is put right.
+  static bool HasForeignCompanions(const Ref<ZipArchive>& archive);
+  static CorrectedArchive WithCompanions(RawDirectory directory);
 };
 
 // The archive's file, with patches.

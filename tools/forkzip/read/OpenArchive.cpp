@@ -60,18 +60,13 @@ Ref<ZipArchive> ReadDirectory(const Ref<BinaryStream>& stream, const std::string
   return archive;
 }
 
-// The engine reads a directory that is put right, and then the members where they are. nil if it cannot be.
-Ref<ZipArchive> OpenCorrected(int file, const std::string& path, const std::string& encoding) {
-  CorrectedArchive corrected;
-  try {
-    corrected = CorrectedArchive::Make(file, NewArchive(encoding)->d->archiveEncoding);
-  } catch (const FormatError&) {
-    return nil;
-  }
+// The engine reads a directory that is put right, and then the members where they are. nil if that cannot be.
+Ref<ZipArchive> ReadCorrected(int file, const std::string& path, const std::string& encoding,
+                              CorrectedArchive corrected) {
   const Descriptor directory(memfd_create("directory", MFD_CLOEXEC));
   if (!directory.IsOpen()) throw Failure(ExitCode::kFileError, WithCause("not enough memory", errno));
   WriteAt(directory.Number(), 0, LittleEndian32(LocalHeader::kMagic) + corrected.directory);
-  Ref<ZipArchive> archive = ReadDirectory(StreamOver(directory.Number(), false), path, "utf-8");
+  Ref<ZipArchive> archive = ReadDirectory(StreamOver(directory.Number(), false), path, encoding);
   if (!archive->entriesRead) return nil;
   archive->centralDirCorrupted = corrected.count_is_wrong;
   const Ref<BinaryStream> plain = StreamOver(file, false);
@@ -79,6 +74,17 @@ Ref<ZipArchive> OpenCorrected(int file, const std::string& path, const std::stri
       New<PatchedStream>(fcntl(file, F_DUPFD_CLOEXEC, 0), plain->Length(), std::move(corrected.patches));
   archive->d->zipStream->SetLittleEndian(true);
   return archive;
+}
+
+Ref<ZipArchive> OpenCorrected(int file, const std::string& path, const std::string& encoding) {
+  try {
+    return ReadCorrected(file, path, "utf-8",
+                         CorrectedArchive::Make(file, NewArchive(encoding)->d->archiveEncoding));
+  } catch (const SplitArchiveError& split) {
+    throw Failure(ExitCode::kBadArchive, split.what());
+  } catch (const FormatError&) {
+    return nil;
+  }
 }
 
 }  // namespace
@@ -124,10 +130,17 @@ void CheckReadFault(const ZipArchiveData& archive) {
 
 Ref<ZipArchive> OpenForEditing(int file, const std::string& path, const std::string& encoding) {
   Ref<ZipArchive> archive = ReadDirectory(StreamOver(file, false), path, encoding);
+  if (archive->entriesRead && CorrectedArchive::HasForeignCompanions(archive)) {
+    const Ref<ZipArchive> paired =
+        ReadCorrected(file, path, encoding, CorrectedArchive::WithCompanions(RawDirectory::Read(file)));
+    return paired ? paired : archive;
+  }
   if (archive->entriesRead || ReadEndRecordAlone(*archive, file)) return archive;
   std::string why;
   try {
     why = CorrectedArchive::Make(file, archive->d->archiveEncoding).what_is_unusual;
+  } catch (const SplitArchiveError& split) {
+    throw Failure(ExitCode::kBadArchive, split.what());
   } catch (const FormatError&) {
     // Then the engine tells what is wrong.
   }
