@@ -29,7 +29,7 @@ std::string Base64(const std::array<unsigned char, Size>& bytes) {
 }
 
 struct Signer {
-  PublicKey public_key{.id = {1, 2, 3, 4, 5, 6, 7, 8}, .point = {}};
+  PublicKey public_key{.algorithm = {'E', 'd'}, .id = {1, 2, 3, 4, 5, 6, 7, 8}, .point = {}};
   ArchiveHash::Value hash;
   std::string file;
 

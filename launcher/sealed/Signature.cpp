@@ -2,47 +2,32 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <type_traits>
 
 namespace vantorel::sealed {
 namespace {
 
-constexpr std::string_view kUntrustedPrefix = "untrusted comment: ";
-constexpr std::string_view kTrustedPrefix = "trusted comment: ";
-constexpr std::string_view kKeyAlgorithm = "Ed";
-constexpr std::string_view kHashAlgorithm = "ED";
+constexpr std::array kKeyAlgorithm = {'E', 'd'};
+constexpr std::array kHashAlgorithm = {'E', 'D'};
 
-// A record of the format: the algorithm's two letters, the key's id, and a payload.
-constexpr std::size_t kIdAt = 2;
-constexpr std::size_t kPayloadAt = kIdAt + std::tuple_size_v<KeyId>;
-
-// Takes the first line off the text; false if there is none.
-bool TakeLine(std::string_view& text, std::string_view& line) {
-  if (text.empty()) return false;
+// Takes the first line off the text, and gives what stands in it behind the prefix. False if there is none.
+bool TakeLine(std::string_view& text, std::string_view prefix, std::string_view& rest) {
+  if (text.empty() || !text.starts_with(prefix)) return false;
   const std::size_t end = std::min(text.find('\n'), text.size());
-  line = text.substr(0, end);
+  rest = text.substr(0, end).substr(prefix.size());
   text.remove_prefix(std::min(end + 1, text.size()));
   return true;
 }
 
-// Exactly `Size` bytes in Base64, and nothing else.
-template <std::size_t Size>
-bool Decode(std::string_view line, std::array<unsigned char, Size>& bytes) {
+// Exactly the bytes of `bytes` in Base64, and nothing else.
+template <typename Bytes>
+bool Decode(std::string_view line, Bytes& bytes) {
+  static_assert(std::has_unique_object_representations_v<Bytes> && alignof(Bytes) == 1);
   std::size_t length = 0;
   const char* end = nullptr;
-  return sodium_base642bin(bytes.data(), Size, line.data(), line.size(), nullptr, &length, &end,
-                           sodium_base64_VARIANT_ORIGINAL) == 0 &&
-         length == Size && end == line.data() + line.size();
-}
-
-template <std::size_t Size>
-bool Begins(const std::array<unsigned char, Size>& record, std::string_view algorithm) {
-  return std::equal(algorithm.begin(), algorithm.end(), record.begin());
-}
-
-template <std::size_t Size, std::size_t RecordSize>
-void CopyFrom(const std::array<unsigned char, RecordSize>& record, std::size_t at,
-              std::array<unsigned char, Size>& field) {
-  std::copy_n(record.begin() + static_cast<std::ptrdiff_t>(at), Size, field.begin());
+  return sodium_base642bin(reinterpret_cast<unsigned char*>(&bytes), sizeof bytes, line.data(), line.size(),
+                           nullptr, &length, &end, sodium_base64_VARIANT_ORIGINAL) == 0 &&
+         length == sizeof bytes && end == line.data() + line.size();
 }
 
 bool Verifies(const SignatureBytes& signature, std::span<const unsigned char> message, const PublicKey& key) {
@@ -52,33 +37,24 @@ bool Verifies(const SignatureBytes& signature, std::span<const unsigned char> me
 }  // namespace
 
 std::optional<PublicKey> ParsePublicKey(std::string_view line) {
-  std::array<unsigned char, kPayloadAt + crypto_sign_PUBLICKEYBYTES> record{};
-  if (!Decode(line, record) || !Begins(record, kKeyAlgorithm)) return std::nullopt;
   PublicKey key{};
-  CopyFrom(record, kIdAt, key.id);
-  CopyFrom(record, kPayloadAt, key.point);
+  if (!Decode(line, key) || key.algorithm != kKeyAlgorithm) return std::nullopt;
   return key;
 }
 
 std::optional<Signature> ParseSignature(std::string_view file) {
   std::string_view untrusted;
-  std::string_view record_line;
-  std::string_view trusted;
-  std::string_view comment_line;
-  const bool four_lines = TakeLine(file, untrusted) && TakeLine(file, record_line) &&
-                          TakeLine(file, trusted) && TakeLine(file, comment_line) && file.empty();
-  if (!four_lines || !untrusted.starts_with(kUntrustedPrefix) || !trusted.starts_with(kTrustedPrefix)) {
-    return std::nullopt;
-  }
+  std::string_view record;
+  std::string_view comment;
+  std::string_view of_comment;
   Signature signature{};
-  std::array<unsigned char, kPayloadAt + crypto_sign_BYTES> record{};
-  if (!Decode(record_line, record) || !Begins(record, kHashAlgorithm) ||
-      !Decode(comment_line, signature.comment_signature)) {
+  if (!TakeLine(file, "untrusted comment: ", untrusted) || !TakeLine(file, "", record) ||
+      !TakeLine(file, "trusted comment: ", comment) || !TakeLine(file, "", of_comment) || !file.empty() ||
+      !Decode(record, signature.record) || signature.record.algorithm != kHashAlgorithm ||
+      !Decode(of_comment, signature.of_comment)) {
     return std::nullopt;
   }
-  CopyFrom(record, kIdAt, signature.key);
-  CopyFrom(record, kPayloadAt, signature.archive_signature);
-  signature.comment = trusted.substr(kTrustedPrefix.size());
+  signature.comment = comment;
   return signature;
 }
 
@@ -99,13 +75,13 @@ ArchiveHash::Value ArchiveHash::Finish() {
 }
 
 bool IsSignedBy(std::span<const PublicKey> keys, const Signature& signature, const ArchiveHash::Value& hash) {
-  std::string signed_comment(signature.archive_signature.begin(), signature.archive_signature.end());
-  signed_comment += signature.comment;
+  const SignatureBytes& of_archive = signature.record.of_archive;
+  const std::string signed_comment = std::string(of_archive.begin(), of_archive.end()) + signature.comment;
   const std::span message(reinterpret_cast<const unsigned char*>(signed_comment.data()),
                           signed_comment.size());
   return std::any_of(keys.begin(), keys.end(), [&](const PublicKey& key) {
-    return key.id == signature.key && Verifies(signature.archive_signature, hash, key) &&
-           Verifies(signature.comment_signature, message, key);
+    return key.id == signature.record.key && Verifies(of_archive, hash, key) &&
+           Verifies(signature.of_comment, message, key);
   });
 }
 

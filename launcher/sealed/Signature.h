@@ -13,10 +13,12 @@
 
 namespace vantorel::sealed {
 
+// PublicKey and Signature::Record are records of the format, byte by byte.
 using KeyId = std::array<unsigned char, 8>;
 using SignatureBytes = std::array<unsigned char, crypto_sign_BYTES>;
 
 struct PublicKey {
+  std::array<char, 2> algorithm;
   KeyId id;
   std::array<unsigned char, crypto_sign_PUBLICKEYBYTES> point;
 };
@@ -25,10 +27,13 @@ struct PublicKey {
 std::optional<PublicKey> ParsePublicKey(std::string_view line);
 
 struct Signature {
-  KeyId key;
-  SignatureBytes archive_signature;
-  std::string comment;               // the signed comment
-  SignatureBytes comment_signature;  // over the bytes of archive_signature and comment
+  struct Record {
+    std::array<char, 2> algorithm;
+    KeyId key;
+    SignatureBytes of_archive;
+  } record;
+  std::string comment;        // the signed comment
+  SignatureBytes of_comment;  // over the bytes of record.of_archive and comment
 };
 
 // A signature file. Nothing if it is none or not of the algorithm "ED", the one that signs a hash.
