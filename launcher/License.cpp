@@ -1,11 +1,16 @@
 #include "launcher/License.h"
 
+#include "http/HTTPSocket.h"
+#include "launcher/Globals.h"
 #include "platform/run/Runtime.h"
+#include "platform/text/TextEncoding.h"
 #include "platform/ui/EditField.h"
 #include "platform/ui/PushButton.h"
 #include "platform/ui/StaticText.h"
 
 namespace vantorel {
+
+constexpr std::int32_t kChangelogTimeout = 10;
 
 License::License() : Window("License") {
   Placement = kPlacedOverParent;
@@ -68,6 +73,20 @@ void License::PushButton1_Action() {
 
 void License::PushButton2_Action() {
   Quit(0);
+}
+
+void Globals::ShowNotice(bool firstInstallation) {
+  const auto socket = New<HTTPSocket>();
+  const String notes = socket->Get(ResourceURL("_changelog"), kChangelogTimeout);
+
+  const Ref<License> notice = License::Implicit();
+  ControlByName<StaticText>(notice, "info")
+      ->SetText(firstInstallation ? "Informationen zur Installation von Vantorel:"
+                                  : "Informationen zum Update von Vantorel:");
+  notice->SetTitle(firstInstallation ? "Informationen zur Installation von Vantorel"
+                                     : "Informationen zum Update von Vantorel");
+  ControlByName<EditField>(notice, "message")->SetText(DefineEncoding(notes, Encodings::UTF8()));
+  notice->ShowModal();
 }
 
 }  // namespace vantorel

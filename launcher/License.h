@@ -23,4 +23,10 @@ class License : public Window {
   void AddTexts();
 };
 
+// Fetches the release notes and shows them in the window. Returns when the user has agreed; if the user
+// cancels, the program ends. Notes that cannot be had show as an empty field.
+namespace Globals {
+void ShowNotice(bool firstInstallation);
+}
+
 }  // namespace vantorel

@@ -2,8 +2,8 @@
 
 #include "launcher/BuildSettings.h"
 #include "launcher/Globals.h"
+#include "launcher/License.h"
 #include "launcher/ProgramPictures.h"
-#include "launcher/ShowNotice.h"
 #include "launcher/sealed/NewUpdateSocket.h"
 #include "launcher/updateSocket.h"
 #include "platform/files/FolderItem.h"

@@ -20,14 +20,20 @@
 namespace vantorel::sealed {
 namespace {
 
-// A download that is slower than 1 KiB a second is given up.
+// A download that is slower than 1 KiB a second is given up, and a signature that takes as long as that look.
 constexpr std::int32_t kPaceMilliseconds = 30000;
 constexpr std::int64_t kPaceBytes = 30LL * 1024;
+constexpr std::int32_t kMostSignatureBytes = 4096;
+constexpr std::size_t kMostHeaderBytes = 65536;
 // The largest archive that can be read.
 constexpr std::int64_t kMostBytes = std::numeric_limits<std::int32_t>::max();
 constexpr std::size_t kMostDetailBytes = 1000;
-constexpr std::int32_t kFirstGoodStatus = 200;
-constexpr std::int32_t kLastGoodStatus = 299;
+constexpr std::int32_t kNotFound = 404;
+constexpr std::int32_t kGone = 410;
+
+bool IsGood(std::int32_t http_status) {
+  return http_status >= 200 && http_status <= 299;
+}
 
 std::vector<PublicKey> Keys() {
   std::vector<PublicKey> keys;
@@ -74,8 +80,6 @@ SealedUpdate::SealedUpdate() : work_(std::string(Globals::LauncherFolderPath().v
   work_.Leave();
   pace_->SetPeriod(kPaceMilliseconds);
   pace_->Action = [this] { Step([this] { CheckPace(); }); };
-  signature_->Received = [this](const std::string& file) { Step([&] { InstallIfSigned(file); }); };
-  signature_->Failed = [this](const Refusal& refusal) { Refuse(refusal); };
 }
 
 void SealedUpdate::Get(const String& url, const Ref<FolderItem>& /*file*/) {
@@ -92,14 +96,22 @@ void SealedUpdate::Event_HTTPConnected() {
   pace_->SetMode(1);
 }
 
+// What arrives in one go holds more than the headers: only once those have been looked for in it does its
+// size tell something.
 void SealedUpdate::Event_DataAvailable() {
   updateSocket::Event_DataAvailable();
-  if (synchronous || !HeadersAreEndless(*this)) return;
-  Refuse(Refusal(Status::kNotLoaded, "the headers of the update do not end"));
+  if (synchronous || _pageHeaders || Lookahead().size() <= kMostHeaderBytes) return;
+  Refuse(Refusal(Status::kNotLoaded, archive_is_whole_ ? "the signature's headers do not end"
+                                                       : "the headers of the update do not end"));
 }
 
 void SealedUpdate::Event_ReceiveProgress(std::int32_t bytesReceived, std::int32_t totalBytes,
                                          const String& newData) {
+  if (archive_is_whole_) {
+    if (bytesReceived <= kMostSignatureBytes) return;
+    Refuse(Refusal(Status::kBadSignature, "the signature is longer than 4 KiB"));
+    return;
+  }
   received_ += static_cast<std::int64_t>(newData.size());
   if (received_ > kMostBytes) {
     Refuse(Refusal(Status::kNotLoaded, "the archive is larger than 2 GiB"));
@@ -115,27 +127,44 @@ void SealedUpdate::Event_DownloadComplete(const String& /*url*/, std::int32_t ht
   pace_->SetMode(0);
   Step([&] {
     CheckDownload(httpStatus, file);
+    archive_is_whole_ = true;
     ControlByName<ProgressWheel>(Window1::Implicit(), "ProgressWheel1")->SetVisible(true);
     ShowStatus("Prüfen...");
-    signature_->Start(Globals::ResourceURL("_signature"));
+    pace_->SetMode(1);
+    Get(Globals::ResourceURL("_signature"));
+  });
+}
+
+void SealedUpdate::Event_PageReceived(const String& /*url*/, std::int32_t httpStatus,
+                                      const Ref<InternetHeaders>& /*headers*/, const String& content) {
+  pace_->SetMode(0);
+  Step([&] {
+    if (httpStatus == kNotFound || httpStatus == kGone || (IsGood(httpStatus) && content.empty())) {
+      throw Refusal(Status::kNoSignature, "the server has no signature");
+    }
+    if (!IsGood(httpStatus)) {
+      throw Refusal(Status::kNotLoaded, "the server answers the request for the signature with an error");
+    }
+    InstallIfSigned(std::string(content.view()));
   });
 }
 
 void SealedUpdate::Event_HTTPError(std::int32_t code) {
-  Refuse(Refusal(Status::kNotLoaded, "the download failed with code " + std::to_string(code)));
+  Refuse(Refusal(Status::kNotLoaded, archive_is_whole_
+                                         ? "the signature cannot be fetched"
+                                         : "the download failed with code " + std::to_string(code)));
 }
 
 // What was written must be what was received, and hashed.
 void SealedUpdate::CheckDownload(std::int32_t http_status, const Ref<FolderItem>& file) const {
   const auto refuse = [](const std::string& detail) { throw Refusal(Status::kNotLoaded, detail); };
-  if (http_status < kFirstGoodStatus || http_status > kLastGoodStatus) {
-    refuse("the server answers with status " + std::to_string(http_status));
-  }
+  if (!IsGood(http_status)) refuse("the server answers with status " + std::to_string(http_status));
   if (_totalLength > 0 && received_ != _totalLength) refuse("the download is not as long as announced");
   if (file->Length() != static_cast<std::uint64_t>(received_)) refuse("the archive could not be written");
 }
 
 void SealedUpdate::CheckPace() {
+  if (archive_is_whole_) throw Refusal(Status::kNotLoaded, "the signature takes too long");
   if (received_ - received_before_ < kPaceBytes) throw Refusal(Status::kNotLoaded, "the download stalls");
   received_before_ = received_;
   pace_->SetMode(1);
@@ -151,9 +180,11 @@ void SealedUpdate::InstallIfSigned(const std::string& signature_file) {
   TryToSettle();
   ShowStatus("Update erfolgreich!");
   ControlByName<Timer>(Window1::Implicit(), "Timer2")->SetMode(1);
+  ended_ = true;
 }
 
 void SealedUpdate::Step(const std::function<void()>& step) {
+  if (ended_) return;
   try {
     step();
   } catch (const EndException&) {

@@ -5,13 +5,16 @@
 #include <functional>
 #include <optional>
 
+#include "launcher/sealed/Refusal.h"
 #include "launcher/sealed/Signature.h"
-#include "launcher/sealed/SignatureRequest.h"
 #include "launcher/sealed/WorkFolder.h"
 #include "launcher/updateSocket.h"
+#include "platform/run/Timer.h"
 
 namespace vantorel::sealed {
 
+// Two requests, one after the other: the archive goes to a file and is hashed on its way; its signature is a
+// page.
 class SealedUpdate : public updateSocket {
  public:
   // Settles what a run that was broken off has left, if that can be done.
@@ -28,10 +31,12 @@ class SealedUpdate : public updateSocket {
                              const String& newData) override;
   void Event_DownloadComplete(const String& url, std::int32_t httpStatus, const Ref<InternetHeaders>& headers,
                               const Ref<FolderItem>& file) override;
+  void Event_PageReceived(const String& url, std::int32_t httpStatus, const Ref<InternetHeaders>& headers,
+                          const String& content) override;
   void Event_HTTPError(std::int32_t code) override;
 
  private:
-  // Runs a step. If it raises, that is the end of the update.
+  // Runs a step, unless the update has ended. If the step raises, that is the end of it.
   void Step(const std::function<void()>& step);
   // Settles what this run or an earlier one has left, if that can be done now.
   void TryToSettle() noexcept;
@@ -43,10 +48,10 @@ class SealedUpdate : public updateSocket {
 
   WorkFolder work_;
   std::optional<ArchiveHash> hash_;
-  std::int64_t received_ = 0;
+  bool archive_is_whole_ = false;     // what is received now is its signature
+  std::int64_t received_ = 0;         // of the archive
   std::int64_t received_before_ = 0;  // at the last look at the pace
   Ref<Timer> pace_ = New<Timer>();
-  Ref<SignatureRequest> signature_ = New<SignatureRequest>();
   bool ended_ = false;
 };
 

@@ -6,7 +6,6 @@
 #include "launcher/License.h"
 #include "launcher/ProgramPictures.h"
 #include "launcher/ShowFault.h"
-#include "launcher/ShowNotice.h"
 #include "launcher/VantorelLauncher.h"
 #include "launcher/Window1.h"
 #include "launcher/updateSocket.h"
