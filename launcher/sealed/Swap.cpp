@@ -93,15 +93,6 @@ std::vector<Item> ReadJournal(const WorkFolder& work) {
   return items;
 }
 
-// The update is installed: its number and version go where the next start looks for them.
-void Record(const WorkFolder& work) {
-  for (const char* name : {"serial", "version"}) {
-    if (IsThere(work.Path(name))) Rename(work.Path(name), work.LauncherFolder() + name);
-  }
-}
-
-}  // namespace
-
 void WriteJournal(const WorkFolder& work, const std::vector<std::string>& names) {
   std::ostringstream journal;
   for (const std::string& name : names) {
@@ -112,7 +103,19 @@ void WriteJournal(const WorkFolder& work, const std::vector<std::string>& names)
   WriteFile(work.Path("journal"), journal.str());
 }
 
-void PlaceAll(const WorkFolder& work) {
+// The update is installed: its number and version go where the next start looks for them.
+void Record(const WorkFolder& work) {
+  for (const char* name : {"serial", "version"}) {
+    if (IsThere(work.Path(name))) Rename(work.Path(name), work.LauncherFolder() + name);
+  }
+}
+
+}  // namespace
+
+// Nothing is placed before the disk holds the journal and all that it names.
+void Swap(const WorkFolder& work, const std::vector<std::string>& names) {
+  WriteJournal(work, names);
+  work.Sync();
   for (const Item& item : ReadJournal(work)) Place(item);
 }
 

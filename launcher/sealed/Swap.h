@@ -10,13 +10,9 @@
 
 namespace vantorel::sealed {
 
-// Makes the items of the folder `new` known to a later run. `names` are all of them, the target's last.
-// Raises Refusal.
-void WriteJournal(const WorkFolder& work, const std::vector<std::string>& names);
-
-// Puts each item of the journal in its place, by an exchange of two names where the system has one. Raises
-// Refusal, and then leaves what it has done.
-void PlaceAll(const WorkFolder& work);
+// Puts the items of the folder `new` in their places, each by an exchange of two names where the system has
+// one. `names` are all of them, the target's last. Raises Refusal, and then leaves what it has done.
+void Swap(const WorkFolder& work, const std::vector<std::string>& names);
 
 // Ends a swap, if there was one. If the target has changed hands, places what is left, and the files `serial`
 // and `version` with it; if not, puts back what was there before. Raises Refusal if that cannot be done now.

@@ -8,10 +8,8 @@
 #include <filesystem>
 #include <string_view>
 
-#include "launcher/BuildSettings.h"
 #include "launcher/sealed/Refusal.h"
 #include "launcher/sealed/WorkFolder.h"
-#include "platform/bundle/Bundle.h"
 #include "platform/text/TextFunctions.h"
 #include "zip/archive/ZipArchive.h"
 #include "zip/archive/ZipExtractor.h"
@@ -70,18 +68,6 @@ void Unpack(const std::string& archive, const std::string& folder) {
   const auto extractor = New<ZipExtractor>();
   if (!extractor->ExtractAllSilently(file, GetFolderItem(String::Bytes(folder)))) {
     Refuse(Bytes(extractor->LastErrMsg()));
-  }
-}
-
-void CheckTarget(const std::string& path) {
-  try {
-    if (TargetMacBuild) {
-      ProgramOf(path);
-    } else if (!std::filesystem::is_regular_file(path + "/Vantorel.exe")) {
-      throw BundleError(path + ": it has no Vantorel.exe");
-    }
-  } catch (const BundleError& error) {
-    throw Refusal(Status::kIncomplete, error.what());
   }
 }
 

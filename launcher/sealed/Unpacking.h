@@ -10,9 +10,6 @@ namespace vantorel::sealed {
 // folder or a member is a link. Raises Refusal.
 void Unpack(const std::string& archive, const std::string& folder);
 
-// Raises Refusal unless the target at this path has a program that `open` would start.
-void CheckTarget(const std::string& path);
-
 // The names at the top level of what was unpacked, the target's last. Raises Refusal if a name that the
 // launcher keeps for its own files is among them.
 std::vector<std::string> TopItems(const std::string& folder, const std::string& target);

@@ -19,10 +19,6 @@ namespace fs = std::filesystem;
 
 constexpr int kMostAside = 99;
 
-std::string AsideName(const std::string& path, int number) {
-  return path + "-" + std::to_string(number);
-}
-
 void RemoveTree(const std::string& path) {
   std::error_code error;
   fs::remove_all(path, error);
@@ -39,7 +35,7 @@ void RemoveTree(const std::string& path) {
 
 void MoveAside(const std::string& path) {
   for (int number = 1; number <= kMostAside; ++number) {
-    if (rename(path.c_str(), AsideName(path, number).c_str()) == 0) return;
+    if (rename(path.c_str(), (path + "-" + std::to_string(number)).c_str()) == 0) return;
     if (errno != ENOTEMPTY && errno != EEXIST) break;
   }
   RefuseWithErrno(path);
@@ -60,7 +56,7 @@ std::vector<std::string> WorkFolder::Folders() const {
 // What may be read by others could be locked by them: the lock is a file of its own.
 void WorkFolder::Enter() {
   if (lock_.IsOpen()) return;
-  const std::string path = launcher_folder_ + kName + ".lock";
+  const std::string path = Path() + ".lock";
   Descriptor lock(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
   if (!lock.IsOpen()) RefuseWithErrno(path);
   if (flock(lock.Number(), LOCK_EX | LOCK_NB) != 0) {
@@ -71,9 +67,8 @@ void WorkFolder::Enter() {
 }
 
 void WorkFolder::Make() const {
-  const std::string path = launcher_folder_ + kName;
-  if (KindOf(AT_FDCWD, path) != 0) MoveAside(path);
-  if (mkdir(path.c_str(), S_IRWXU) != 0) RefuseWithErrno(path);
+  if (KindOf(AT_FDCWD, Path()) != 0) MoveAside(Path());
+  if (mkdir(Path().c_str(), S_IRWXU) != 0) RefuseWithErrno(Path());
   for (const char* name : {"new", "old"}) {
     // What is in `new` gets the modes that the user's mask leaves.
     if (mkdir(Path(name).c_str(), 0777) != 0) RefuseWithErrno(Path(name));

@@ -35,7 +35,8 @@ class WorkFolder {
   void Remove() const;
 
   const std::string& LauncherFolder() const { return launcher_folder_; }
-  std::string Path(const std::string& name) const { return launcher_folder_ + kName + "/" + name; }
+  std::string Path() const { return launcher_folder_ + kName; }
+  std::string Path(const std::string& name) const { return Path() + "/" + name; }
 
   // Brings all that was written here to the disk. Raises Refusal.
   void Sync() const;

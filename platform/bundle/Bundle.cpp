@@ -57,13 +57,19 @@ bool IsBundle(const fs::path& path) {
   return WithoutTrailingSlash(path).extension() == kExtension;
 }
 
-fs::path ProgramOf(const fs::path& bundle_path, const std::string& bundle_name) {
-  const fs::path bundle = WithoutTrailingSlash(bundle_path);
+fs::path ProgramOf(const fs::path& application, const fs::path& new_name) {
+  const fs::path bundle = WithoutTrailingSlash(application);
+  const fs::path called = new_name.empty() ? bundle.filename() : new_name;
+  if (!IsBundle(called)) {
+    fs::path program = bundle / (called.string() + ".exe");
+    if (!fs::is_regular_file(program)) Fail(bundle, "it has no " + program.filename().string());
+    return program;
+  }
   std::error_code error;
   const fs::file_status status = fs::status(bundle, error);
   if (!fs::exists(status)) Fail(bundle, error.message());
   if (!fs::is_directory(status)) Fail(bundle, "it is no application: not a folder");
-  const std::string name = ProgramName(bundle, bundle_name.empty() ? bundle.stem().string() : bundle_name);
+  const std::string name = ProgramName(bundle, called.stem());
   for (const char* folder : {"Linux", "MacOS"}) {
     fs::path program = bundle / "Contents" / folder / name;
     if (!fs::is_regular_file(program, error)) continue;

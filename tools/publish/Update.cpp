@@ -55,15 +55,6 @@ void CheckApart(const std::string& output, const std::string& application) {
   if (*way.begin() != "..") Refuse(output + ": lies inside the application that is to be published");
 }
 
-void CheckProgram(const std::string& application, const std::string& target) {
-  const std::filesystem::path path = application;
-  if (target.ends_with(".app")) {
-    ProgramOf(path, std::filesystem::path(target).stem());
-  } else if (!std::filesystem::is_regular_file(path / "Vantorel.exe")) {
-    Refuse(application + ": it has no Vantorel.exe");
-  }
-}
-
 // A signature that stays beside another archive would have launchers refuse the update.
 void CheckSigning(const std::string& published, const Update& update, std::int64_t serial) {
   if (!update.signing.key_file.empty()) {
@@ -81,7 +72,7 @@ void Publish(const Update& update) {
   const std::string target = update.platform == "mac" ? "Vantorel.app" : "Vantorel";
   const std::vector<AppFile> files = ListApplication(update.application, target);
 
-  CheckProgram(update.application, target);
+  ProgramOf(update.application, target);  // there is one
   CheckApart(update.output_folder, update.application);
 
   OutputFolder folder(update.output_folder);
