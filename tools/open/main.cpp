@@ -1,4 +1,6 @@
 // open: starts application bundles, and hands everything else to the desktop's xdg-open.
+#include <fcntl.h>
+#include <spawn.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -9,7 +11,6 @@
 #include <system_error>
 
 #include "platform/bundle/Bundle.h"
-#include "tools/open/Detached.h"
 
 namespace {
 
@@ -32,9 +33,32 @@ std::string Reason(int error_number) {
   return std::generic_category().message(error_number);
 }
 
+// Starts the program at `path`, without arguments, in a session of its own and without input or output.
+// Returns 0 once it runs, else the errno that kept it from being executed.
+int StartDetached(const std::string& path) {
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+  posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
+
+  std::string name = path;
+  char* const words[] = {name.data(), nullptr};
+  pid_t child;
+  const int error = posix_spawn(&child, path.c_str(), &actions, &attributes, words, environ);
+
+  posix_spawnattr_destroy(&attributes);
+  posix_spawn_file_actions_destroy(&actions);
+  return error;
+}
+
 void OpenBundle(const std::string& item) {
   const std::string program = vantorel::ProgramOf(item).string();
-  const int error = vantorel::StartDetached(program);
+  const int error = StartDetached(program);
   if (error == ENOEXEC) throw BundleError(program + ": it is not a program for this system");
   if (error != 0) throw BundleError(program + ": " + Reason(error));
 }

@@ -29,7 +29,6 @@ int Fail(vantorel::publish::ExitCode code, const char* why) {
 }
 
 int Run(int argc, char** argv) {
-  using vantorel::publish::ExitCode;
   vantorel::publish::Update update;
   CLI::App app("Makes an update of Vantorel ready for any static web server.", "vantorel-publish");
   app.footer(kExamples);
@@ -53,26 +52,23 @@ int Run(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : static_cast<int>(ExitCode::kWrongUsage);
+    return app.exit(error) == 0 ? 0 : static_cast<int>(vantorel::publish::ExitCode::kWrongUsage);
   }
-  try {
-    vantorel::publish::Publish(update);
-  } catch (const vantorel::publish::PublishError& error) {
-    return Fail(error.Code(), error.what());
-  } catch (const vantorel::BundleError& error) {
-    return Fail(ExitCode::kBadInput, error.what());
-  } catch (const std::exception& error) {
-    return Fail(ExitCode::kFileError, error.what());
-  }
+  vantorel::publish::Publish(update);
   return 0;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  using vantorel::publish::ExitCode;
   try {
     return Run(argc, argv);
+  } catch (const vantorel::publish::PublishError& error) {
+    return Fail(error.Code(), error.what());
+  } catch (const vantorel::BundleError& error) {
+    return Fail(ExitCode::kBadInput, error.what());
   } catch (const std::exception& error) {
-    return Fail(vantorel::publish::ExitCode::kFileError, error.what());
+    return Fail(ExitCode::kFileError, error.what());
   }
 }
