@@ -17,10 +17,6 @@ String KeyOf(const String& name, std::int32_t index) {
 
 }  // namespace
 
-InternetHeaders::InternetHeaders() {
-  InternetHeaders::Constructor();
-}
-
 void InternetHeaders::Constructor() {
   _Headers = New<Dictionary>();
 }

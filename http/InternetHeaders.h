@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "platform/base/Object.h"
 #include "platform/files/Dictionary.h"
@@ -18,6 +19,7 @@ class InternetHeaders : public Object {
  public:
   // As Constructor.
   InternetHeaders();
+  ~InternetHeaders() override;
 
   // All values. The first value of a name is stored under the name itself, further ones under name + ":" + k
   // with k = 1, 2, 3 and so on; a name can thus not hold a ":". Never nil.
@@ -70,7 +72,7 @@ class InternetHeaders : public Object {
   // While a block is parsed: the number that each name's last value got, so that one name many times takes no
   // longer than as many names.
   struct LastNumbers;
-  LastNumbers* last_numbers_ = nullptr;
+  std::unique_ptr<LastNumbers> last_numbers_;
 };
 
 }  // namespace vantorel

@@ -30,24 +30,20 @@ struct SameName {
 
 }  // namespace
 
-struct InternetHeaders::LastNumbers {
-  explicit LastNumbers(InternetHeaders& headers) : headers_(headers) { headers_.last_numbers_ = this; }
-  ~LastNumbers() { headers_.last_numbers_ = nullptr; }
-  LastNumbers(const LastNumbers&) = delete;
-  LastNumbers& operator=(const LastNumbers&) = delete;
+struct InternetHeaders::LastNumbers : std::unordered_map<String, std::int32_t, HashName, SameName> {};
 
-  std::unordered_map<String, std::int32_t, HashName, SameName> of_name;
+InternetHeaders::InternetHeaders() {
+  InternetHeaders::Constructor();
+}
 
- private:
-  InternetHeaders& headers_;
-};
+InternetHeaders::~InternetHeaders() = default;
 
 void InternetHeaders::AppendHeader(const String& name, const String& value) {
   const auto key = [&](std::int32_t number) {
     return number == 0 ? name : NthField(name, ":", 1) + ":" + Str(number);
   };
   std::int32_t first = 0;
-  std::int32_t& number = last_numbers_ == nullptr ? first : last_numbers_->of_name[name];
+  std::int32_t& number = last_numbers_ ? (*last_numbers_)[name] : first;
   if (!_Headers->HasKey(key(number))) number = 0;  // deleted since it was added
   for (; _Headers->HasKey(key(number)); ++number) RuntimeBackgroundTask();
   _Headers->SetValue(key(number), value);
@@ -66,7 +62,7 @@ void InternetHeaders::_ParseHeaders(const String& text) {
   const String eol = _DetermineEOLCharacter(text);
   _Headers = New<Dictionary>();
   const String block = Unfold(text, eol);
-  const LastNumbers last_numbers(*this);
+  last_numbers_ = std::make_unique<LastNumbers>();
   // Line by line, as a list of all lines could need far more memory than the block.
   for (std::size_t begin = 0; begin < block.size();) {
     const std::size_t end = std::min(block.view().find(eol.view(), begin), block.size());
@@ -74,6 +70,7 @@ void InternetHeaders::_ParseHeaders(const String& text) {
     begin = end + eol.size();
     RuntimeBackgroundTask();
   }
+  last_numbers_.reset();
 }
 
 }  // namespace vantorel
