@@ -53,30 +53,32 @@ int ReplaceByLink(const std::string& target, int folder, const std::string& name
   return error;
 }
 
-}  // namespace
-
-Extraction::Extraction(const std::string& root, const ExtractionWays& ways, Problems& problems)
-    : target_(root, ways), problems_(&problems) {}
-
+// Runs `work` for a member, turning a Failure into a problem.
 template <typename Work>
-void Extraction::Guarded(const Ref<ZipEntry>& entry, Work work) {
+std::size_t Guarded(const Ref<ZipEntry>& entry, Problems& problems, Work work) {
   try {
-    work();
+    return work() ? 1 : 0;
   } catch (const Failure& failure) {
-    if (!Interruption::Requested()) problems_->Add(failure.Code(), Utf8(entry->RawPath()), failure.what());
+    if (!Interruption::Requested()) problems.Add(failure.Code(), Utf8(entry->RawPath()), failure.what());
   } catch (const RuntimeException& fault) {
-    problems_->Add(ExitCode::kBadArchive, Utf8(entry->RawPath()), fault.what());
+    problems.Add(ExitCode::kBadArchive, Utf8(entry->RawPath()), fault.what());
   }
+  return 0;
 }
 
-void Extraction::Extract(const Ref<ZipEntry>& entry) {
+}  // namespace
+
+std::size_t Extraction::Extract(const Ref<ZipEntry>& entry, Problems& problems) {
   const ExtractionWays& ways = target_.ways;
-  if (!IsPassedOver(entry, ways.strip)) Guarded(entry, [&] { Place(entry); });
+  std::size_t extracted = 0;
+  if (!IsPassedOver(entry, ways.strip)) {
+    extracted += Guarded(entry, problems, [&] { return Place(entry, problems); });
+  }
   const Ref<ZipEntry>& companion = entry->appleDoubleEntry;
-  if (!ways.raw || !companion || IsPassedOver(companion, ways.strip)) return;
+  if (!ways.raw || !companion || IsPassedOver(companion, ways.strip)) return extracted;
   // As it stands it is a member like any other.
   companion->thisIsTheAppleDoubleEntry = false;
-  Guarded(companion, [&] { Place(companion); });
+  return extracted + Guarded(companion, problems, [&] { return Place(companion, problems); });
 }
 
 const Extraction::Components& Extraction::PathFor(const Ref<ZipEntry>& entry) {
@@ -89,27 +91,27 @@ const Extraction::Components& Extraction::PathFor(const Ref<ZipEntry>& entry) {
   return split_path_;
 }
 
-void Extraction::Place(const Ref<ZipEntry>& entry) {
+bool Extraction::Place(const Ref<ZipEntry>& entry, Problems& problems) {
   const Components& path = PathFor(entry);
-  if (!entry->IsDirectory()) RefuseIfNotUnpacked(entry);
   if (entry->IsDirectory()) {
     target_.destination.Folder(path);
-    if (path.empty()) {
-      ++extracted_;  // the destination itself
-    } else {
-      waiting_.push_back({entry, path.size()});
-    }
-  } else if (IsSymbolicLink(entry)) {
+    if (path.empty()) return true;  // the destination itself
+    waiting_.push_back({entry, path.size()});
+    return false;
+  }
+  RefuseIfNotUnpacked(entry);
+  if (IsSymbolicLink(entry)) {
     target_.destination.Folder(FoldersOf(path));
     waiting_.push_back({entry, SIZE_MAX});
-  } else if (IsWanted(entry, path)) {
-    const int error = ExtractFile(entry, target_, path);
-    if (error != 0) {
-      problems_->Add(ExitCode::kDone, Utf8(entry->RawPath()),
-                     WithCause("its mode or time cannot be stored here", error));
-    }
-    ++extracted_;
+    return false;
   }
+  if (!IsWanted(entry, path)) return false;
+  const int error = ExtractFile(entry, target_, path);
+  if (error != 0) {
+    problems.Add(ExitCode::kDone, Utf8(entry->RawPath()),
+                 WithCause("its mode or time cannot be stored here", error));
+  }
+  return true;
 }
 
 bool Extraction::IsWanted(const Ref<ZipEntry>& entry, const Components& path) {
@@ -117,14 +119,18 @@ bool Extraction::IsWanted(const Ref<ZipEntry>& entry, const Components& path) {
          IsNewerThanThere(entry, target_.destination.Folder(FoldersOf(path)), path.back());
 }
 
-void Extraction::Finish() {
+std::size_t Extraction::Finish(Problems& problems) {
+  std::size_t extracted = 0;
   // Links, then folders from the innermost out: what happens in a folder changes its time, and its mode may
   // close it.
   std::stable_sort(waiting_.begin(), waiting_.end(),
                    [](const Waiting& a, const Waiting& b) { return a.depth > b.depth; });
   for (const Waiting& each : waiting_) {
-    Guarded(each.entry, [&] { each.entry->IsDirectory() ? FinishFolder(each.entry) : MakeLink(each.entry); });
+    const Ref<ZipEntry>& entry = each.entry;
+    extracted += Guarded(entry, problems,
+                         [&] { return entry->IsDirectory() ? FinishFolder(entry) : MakeLink(entry); });
   }
+  return extracted;
 }
 
 void Extraction::Clear(const std::vector<Ref<ZipEntry>>& entries) {
@@ -144,9 +150,9 @@ void Extraction::Clear(const std::vector<Ref<ZipEntry>>& entries) {
   }
 }
 
-void Extraction::MakeLink(const Ref<ZipEntry>& entry) {
+bool Extraction::MakeLink(const Ref<ZipEntry>& entry) {
   const Components& path = PathFor(entry);
-  if (!IsWanted(entry, path)) return;
+  if (!IsWanted(entry, path)) return false;
   const std::string target = LinkTargetOf(entry);
   CheckLinkTarget(target, FoldersOf(path), target_.destination);
   const int folder = target_.destination.Folder(FoldersOf(path));
@@ -155,16 +161,16 @@ void Extraction::MakeLink(const Ref<ZipEntry>& entry) {
   if (error == EEXIST && target_.ways.overwrite) error = ReplaceByLink(target, folder, name);
   if (error != 0) FailToPlace(folder, name, error, target_.ways.overwrite);
   SetTime(folder, name, entry);
-  ++extracted_;
+  return true;
 }
 
-void Extraction::FinishFolder(const Ref<ZipEntry>& entry) {
+bool Extraction::FinishFolder(const Ref<ZipEntry>& entry) {
   const Components& path = PathFor(entry);
   const int folder = target_.destination.Folder(path);
   SetTime(folder, ".", entry);
   if (const auto mode = PermissionsOf(entry)) fchmod(folder, *mode);
   if (!target_.ways.raw) ExtractFolderData(entry, target_, path);
-  ++extracted_;
+  return true;
 }
 
 bool CheckPlace(const std::string& root, const Ref<ZipEntry>& entry, const ExtractionWays& ways) {

@@ -15,18 +15,15 @@ namespace vantorel::forkzip {
 
 class Extraction {
  public:
-  Extraction(const std::string& root, const ExtractionWays& ways, Problems& problems);
+  Extraction(const std::string& root, const ExtractionWays& ways) : target_(root, ways) {}
 
+  // These give the number of members that are on disk now.
   // Extracts a member, or tells why not. Symbolic links, and the times and modes of folders, wait for Finish.
-  void Extract(const Ref<ZipEntry>& entry);
-  void Finish();
-  // From now on problems are told there.
-  void TellTo(Problems& problems) { problems_ = &problems; }
+  std::size_t Extract(const Ref<ZipEntry>& entry, Problems& problems);
+  std::size_t Finish(Problems& problems);
+
   // Takes away what killed runs left of members, and in the folders that these belong in.
   void Clear(const std::vector<Ref<ZipEntry>>& entries);
-
-  // Members that are on disk now.
-  std::size_t Extracted() const { return extracted_; }
 
  private:
   using Components = std::vector<std::string>;
@@ -35,23 +32,17 @@ class Extraction {
     std::size_t depth;  // the greater, the sooner its turn
   };
 
-  // These raise Failure.
+  // These raise Failure. What gives a bool tells whether the member is on disk now.
   // Where a member belongs; valid until the next call. Members that share a name in a short archive come one
   // after another, and their common path is split once.
   const Components& PathFor(const Ref<ZipEntry>& entry);
-  void Place(const Ref<ZipEntry>& entry);
+  bool Place(const Ref<ZipEntry>& entry, Problems& problems);
   // Whether --newer lets the member take the place of what is there.
   bool IsWanted(const Ref<ZipEntry>& entry, const Components& path);
-  void MakeLink(const Ref<ZipEntry>& entry);
-  void FinishFolder(const Ref<ZipEntry>& entry);
-
-  // Runs `work` for a member, turning a Failure into a problem.
-  template <typename Work>
-  void Guarded(const Ref<ZipEntry>& entry, Work work);
+  bool MakeLink(const Ref<ZipEntry>& entry);
+  bool FinishFolder(const Ref<ZipEntry>& entry);
 
   ExtractionTarget target_;
-  Problems* problems_;
-  std::size_t extracted_ = 0;
   String split_name_;
   Components split_path_;
   std::vector<Waiting> waiting_;

@@ -99,7 +99,8 @@ void FileExtraction::Run() {
   try {
     Stream();
   } catch (const Failure&) {  // of a member that would not have got its place the content is no matter
-    if (!ways.overwrite && KindOf(folder_, name_) != 0) FailToPlace(folder_, name_, EEXIST, false);
+    const mode_t there = KindOf(folder_, name_);
+    if (S_ISDIR(there) || (there != 0 && !ways.overwrite)) FailToPlace(folder_, name_, EEXIST, false);
     throw;
   }
   if (!ways.raw && entry_->HasMacAttributes(header_block_)) {

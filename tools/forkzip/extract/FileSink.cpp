@@ -43,13 +43,12 @@ bool IsUnfinished(mode_t kind) {
 FileSink::FileSink(int folder, std::string name, std::optional<mode_t> mode, IfTaken if_taken,
                    std::uint64_t size)
     : folder_(folder), name_(std::move(name)), mode_(mode), if_taken_(if_taken) {
-  if (if_taken_ == IfTaken::kRefuse && size <= kMadeAtOnce) return;  // to make it will tell
+  if (size <= kMadeAtOnce) return;  // to make it will tell
   const mode_t kind = KindOf(folder_, name_);
-  in_the_way_ = kind != 0;
   if (IsUnfinished(kind)) if_taken_ = IfTaken::kReplace;
   if (S_ISDIR(kind)) {
     Expect(EISDIR);
-  } else if (in_the_way_ && if_taken_ == IfTaken::kRefuse) {
+  } else if (kind != 0 && if_taken_ == IfTaken::kRefuse) {
     Expect(EEXIST);
   }
 }
@@ -78,8 +77,8 @@ bool FileSink::Keep(std::optional<std::time_t> modified, const std::string& stag
   if (error_ != 0) return false;
   const std::string& place = staged.empty() ? name_ : staged;
   if (!file_.IsOpen()) {
-    Create(in_the_way_ && staged.empty() ? ProvisionalName() : place);
-    if (error_ == EEXIST && IsUnfinished(KindOf(folder_, place))) {
+    Create(place);
+    if (error_ == EEXIST && (if_taken_ == IfTaken::kReplace || IsUnfinished(KindOf(folder_, place)))) {
       error_ = 0;
       if_taken_ = IfTaken::kReplace;
       Create(ProvisionalName());

@@ -54,8 +54,7 @@ class FileSink : public PlainSink {
   std::string name_;
   std::optional<mode_t> mode_;
   IfTaken if_taken_;
-  bool in_the_way_ = false;  // what is to be replaced is there
-  std::string pending_;      // all data so far, while no file is made
+  std::string pending_;  // all data so far, while no file is made
   Descriptor file_;
   std::string present_name_;  // of a file that is made and not kept
   bool summing_ = false;

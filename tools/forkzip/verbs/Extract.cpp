@@ -62,10 +62,7 @@ std::size_t ExtractMembers(Extraction& extraction, const std::vector<Ref<ZipEntr
   if (jobs > 1) ShareOutFiles(work, entries, options.ways);
   work.run = [&](std::size_t unit, Problems& told) {
     progress.Begin(entries[unit]);
-    const std::size_t before = extraction.Extracted();
-    extraction.TellTo(told);
-    extraction.Extract(entries[unit]);
-    return extraction.Extracted() - before;
+    return extraction.Extract(entries[unit], told);
   };
   work.take = [&](std::size_t, ExitCode code, std::string_view member, std::string_view message) {
     problems.Add(code, member, message);
@@ -115,14 +112,11 @@ void Extract(const ExtractOptions& options, Problems& problems) {
   Interruption::Watch();
   const auto progress = New<Progress>(options.ShowProgress(), total);
   archive->SetProgressMonitor(progress);
-  Extraction extraction(options.destination, options.ways, problems);
+  Extraction extraction(options.destination, options.ways);
   if (options.ways.overwrite) extraction.Clear(entries);
   std::size_t extracted = ExtractMembers(extraction, entries, options, *progress, problems);
   if (Interruption::Requested()) return;
-  extraction.TellTo(problems);
-  const std::size_t before = extraction.Extracted();
-  extraction.Finish();
-  extracted = extracted + extraction.Extracted() - before;
+  extracted += extraction.Finish(problems);
   Progress::ClearLine();
   if (options.quiet) return;
   Output output;
