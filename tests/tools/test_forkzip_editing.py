@@ -9,6 +9,7 @@ import subprocess
 import time
 import unittest
 import zipfile
+import zlib
 
 from forkzip import DEFLATED, PROGRAM, UNIX_TIMES, ForkzipTest, Member, apple_double, archive
 
@@ -256,6 +257,8 @@ class Editing(ForkzipTest):
         self.write("mac", "new")
         mac = [Member("mac", b"old", extra=UNIX_TIMES), Member("__MACOSX/._mac", apple_double(b"f"), extra=UNIX_TIMES)]
         foreign = Member("__MACOSX/._a", apple_double(b"f"), extra=struct.pack("<HHI", 10, 4, 0))
+        path = struct.pack("<HHBI", 0x7075, 5 + 7, 1, zlib.crc32("Größe".encode("cp437"))) + "Größe".encode()
+        listed = archive(Member("Größe".encode("cp437"), b"1", extra=path), Member("b"))
         hole = Member("hole", b"x" * 50, hole=True)
         shared = [Member("x"), Member("short", b"1" * 10), Member("long", b"2" * 1000, offset=31)]
         nameless = archive(Member("a"), Member(""), Member("b"))
@@ -304,6 +307,9 @@ class Editing(ForkzipTest):
              "comment", ["x"], SUB),
             ("a companion keeps to its tree, however that is spelt", archive(Member("a"), Member("__MacOSX/._a",
              extra=UNIX_TIMES)), "rename", ["a", "b"], ["b", "__MacOSX/._b"]),
+            ("a member goes by the name that is listed", listed, "delete", ["Größe"], ["b"]),
+            ("is replaced by it", listed, "add", ["--as", "Größe", "mac"], ["b", "Größe"]),
+            ("and renamed, without the old name in its extra field", listed, "rename", ["Größe", "c"], ["c", "b"]),
             ("filling behind the end is cut off", archive(Member("a")) + b"\0" * 6000, "comment", [""], ["a"]),
         ]
         for what, content, verb, arguments, names in cases:
@@ -316,6 +322,7 @@ class Editing(ForkzipTest):
                     if "disagrees" not in what and not {"/", "", "short", "fake"} & {*names}:
                         self.assert_others_accept()
                     self.assertNotIn(b"\0" * 99, self.zip.read_bytes())
+                    self.assertNotIn(path, self.zip.read_bytes())
         self.zip.write_bytes(archive(*shared))
         self.expect(0, "delete", "-q", self.zip, "x")
         self.assertIn(archive(*shared)[66:1066], self.zip.read_bytes())

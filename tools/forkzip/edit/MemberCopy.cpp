@@ -12,6 +12,7 @@
 #include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/edit/Preflight.h"
 #include "tools/forkzip/read/Verification.h"
+#include "zip/records/ExtraRecords.h"
 #include "zip/records/MemberExtents.h"
 #include "zip/records/ZipRecords.h"
 
@@ -66,6 +67,14 @@ void CheckSound(const Ref<ZipEntry>& entry) {
   }
 }
 
+// It would tell the old name.
+std::string WithoutUnicodePath(std::string_view extra) {
+  const std::string_view path = ExtraRecord::Find(extra, UnicodePathRecord::kId);
+  std::string rest(extra);
+  if (!path.empty()) rest.erase(static_cast<std::size_t>(path.data() - extra.data()), path.size());
+  return rest;
+}
+
 // Writes the copy to `to` at `at`. Returns its record; `at` moves behind it.
 RawRecord WriteCopy(int from, const Source& source, const ZipArchiveData& archive, int to,
                     std::uint32_t& at) {
@@ -87,9 +96,12 @@ RawRecord WriteCopy(int from, const Source& source, const ZipArchiveData& archiv
   }
   header.replace(LocalHeader::kFlags, 2, LittleEndian16(flags));
   header.replace(LocalHeader::kNameLength, 2, LittleEndian16(static_cast<std::uint32_t>(source.name.size())));
-  header += source.name + ReadAt(from, extra_begin, extra_length);
+  const std::string extra = WithoutUnicodePath(ReadAt(from, extra_begin, extra_length));
+  header.replace(LocalHeader::kExtraLength, 2, LittleEndian16(static_cast<std::uint32_t>(extra.size())));
+  header += source.name + extra;
 
   record.SetName(source.name);
+  record.SetExtra(WithoutUnicodePath(record.Extra()));
   record.SetFlags(flags);
   record.SetOffset(at);
   WriteAt(to, at, header);

@@ -239,6 +239,24 @@ CorrectedArchive CorrectedArchive::WithCompanions(RawDirectory directory) {
   return corrected;
 }
 
+std::optional<std::string> CorrectedName(ZipEntry& entry) {
+  const bool all_utf8 = entry.d->archiveEncoding->Equals(Encodings::UTF8());
+  if (IsPlain(entry, all_utf8)) return std::nullopt;
+  const String extra = entry.ExtraBytes();
+  const Traits traits = TraitsOf(entry, extra);
+  const std::string stored = Utf8(entry.RawPath());
+  std::string name(UnicodeName(traits));
+  if (name.empty()) name = IsMarkedUtf8(traits) ? std::string(traits.name) : stored;
+  if (IsFolderWithoutSlash(traits)) name += '/';
+  if (name == stored) return std::nullopt;
+  return name;
+}
+
+std::string ListedName(ZipEntry& entry) {
+  const std::optional<std::string> corrected = CorrectedName(entry);
+  return corrected ? *corrected : Utf8(entry.RawPath());
+}
+
 std::int64_t PatchedStream::ReadAt(char* buffer, std::size_t count, std::uint64_t position) {
   const std::int64_t got = BinaryStream::ReadAt(buffer, count, position);
   if (got <= 0 || patches_.empty()) return got;

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 
 #include "platform/base/Ref.h"
@@ -33,6 +34,12 @@ struct CorrectedArchive {
   static bool HasForeignCompanions(const Ref<ZipArchive>& archive);
   static CorrectedArchive WithCompanions(RawDirectory directory);
 };
+
+// The name in UTF-8 by which reading knows a member of an archive that is opened for editing, where that is
+// another one than is stored.
+std::optional<std::string> CorrectedName(ZipEntry& entry);
+// The name by which reading knows it in any case.
+std::string ListedName(ZipEntry& entry);
 
 // The archive's file, with patches.
 class PatchedStream : public BinaryStream {

@@ -7,6 +7,7 @@
 
 #include "platform/text/TextFunctions.h"
 #include "tools/forkzip/cli/Printable.h"
+#include "tools/forkzip/read/CorrectedArchive.h"
 #include "zip/archive/CarriedName.h"
 
 namespace vantorel::forkzip {
@@ -43,6 +44,10 @@ MemberIndex::MemberIndex(const Ref<ZipArchive>& archive, LetterCase letter_case)
       names_.emplace_back(converted_.emplace_back(Utf8(name)), i);
     }
     previous = name;
+    if (letter_case_ == LetterCase::kLenient) continue;
+    if (const auto other = CorrectedName(*archive->Entry(i))) {
+      names_.emplace_back(converted_.emplace_back(*other), i);
+    }
   }
   std::sort(names_.begin(), names_.end(), IsBefore);
 }
@@ -72,6 +77,7 @@ std::vector<std::int32_t> MemberIndex::FindItself(const std::string& argument) c
   if (!found.empty()) return {*std::min_element(found.begin(), found.end())};
   AddMatching(argument, found);
   std::sort(found.begin(), found.end());
+  found.erase(std::unique(found.begin(), found.end()), found.end());
   return found;
 }
 

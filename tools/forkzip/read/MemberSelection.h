@@ -16,7 +16,7 @@
 namespace vantorel::forkzip {
 
 // Whether a name in other letter case than the one asked for is meant too, where no member bears that one.
-// What changes an archive means exactly what it is told.
+// What changes an archive means exactly what it is told, and knows members by their stored names too.
 enum class LetterCase { kExact, kLenient };
 
 // The names of an archive, sorted, for many look-ups. Names are in UTF-8. The archive must outlive the index:

@@ -17,6 +17,7 @@
 #include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/edit/Preflight.h"
 #include "tools/forkzip/jobs/PackAhead.h"
+#include "tools/forkzip/read/CorrectedArchive.h"
 #include "tools/forkzip/read/MemberFacts.h"
 
 namespace vantorel::forkzip {
@@ -92,7 +93,11 @@ std::vector<bool> Replaced(const RawDirectory& before, const Ref<ZipArchive>& ar
   RecordSet replaced;
   for (std::int32_t i = 1; i <= archive->EntryCount(); ++i) {
     const Ref<ZipEntry> entry = archive->Entry(i);  // one without a name bears that of the one before it
-    if (names.contains(entry->zipEncName.view())) replaced.Add(entry);
+    const std::optional<std::string> read_as = CorrectedName(*entry);
+    const bool goes =
+        names.contains(entry->zipEncName.view()) ||
+        (read_as && CanStore(archive, *read_as) && names.contains(StoredName(archive, *read_as)));
+    if (goes) replaced.Add(entry);
   }
   std::vector<bool> goes;
   for (const RawRecord& record : before.records) {

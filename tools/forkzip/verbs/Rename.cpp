@@ -8,6 +8,7 @@
 #include "tools/forkzip/edit/ArchiveEdit.h"
 #include "tools/forkzip/edit/MemberCopy.h"
 #include "tools/forkzip/edit/MemberRecords.h"
+#include "tools/forkzip/read/CorrectedArchive.h"
 #include "tools/forkzip/read/MemberSelection.h"
 
 namespace vantorel::forkzip {
@@ -43,10 +44,9 @@ std::string WithoutSlash(std::string name) {
 std::string OldName(const Ref<ZipArchive>& archive, const std::string& argument) {
   std::string name = WithoutSlash(argument);
   for (std::int32_t i = 1; i <= archive->EntryCount(); ++i) {
-    if (Bears(Utf8(archive->Entry(i)->RawPath()), name)) return name;
+    if (Bears(ListedName(*archive->Entry(i)), name)) return name;
   }
-  return WithoutSlash(
-      Utf8(archive->Entry(SelectOneMember(archive, argument, LetterCase::kExact))->RawPath()));
+  return WithoutSlash(ListedName(*archive->Entry(SelectOneMember(archive, argument, LetterCase::kExact))));
 }
 
 // The new name of a member, or folder in the tree of companions, that bears the old one or lies below it.
@@ -85,7 +85,7 @@ RawDirectory Rename(ArchiveEdit& edit, const RenameOptions& options) {
   NewNames names;
   for (std::int32_t i = 1; i <= archive->EntryCount(); ++i) {
     const Ref<ZipEntry> entry = archive->Entry(i);
-    const auto name = Renamed(Utf8(entry->RawPath()), old_name, new_name);
+    const auto name = Renamed(ListedName(*entry), old_name, new_name);
     if (name) AddNewName(names, entry, StoredName(archive, *name));
   }
   AddFoldersOfCompanions(names, edit, old_name, new_name);
