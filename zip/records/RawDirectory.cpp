@@ -24,22 +24,32 @@ constexpr std::size_t kLongestComment = 65535;
   throw FormatError("the directory is damaged");
 }
 
-std::uint64_t LengthOf(int file) {
+// An end record with what follows it in the file.
+struct FoundEnd {
+  std::uint64_t at = 0;
+  std::string bytes;
+
+  std::string_view Comment() const {
+    return std::string_view(bytes).substr(EndRecord::kSize, Get16(bytes, EndRecord::kCommentLength));
+  }
+};
+
+// The last one in the file, which may begin in its last bytes only.
+FoundEnd FindEnd(int file) {
   struct stat status {};
   fstat(file, &status);
-  return static_cast<std::uint64_t>(status.st_size);
-}
-
-// The file's last bytes, as far as an end record can begin in them.
-std::string Tail(int file, std::uint64_t length) {
+  const auto length = static_cast<std::uint64_t>(status.st_size);
   const std::uint64_t count = std::min<std::uint64_t>(length, EndRecord::kSize + kLongestComment + 4);
-  return ReadAt(file, length - count, count);
-}
-
-// Where the last end record of `tail` begins; npos if there is none.
-std::size_t FindEndRecord(std::string_view tail) {
-  if (tail.size() < EndRecord::kSize) return std::string_view::npos;
-  return tail.rfind(LittleEndian32(EndRecord::kMagic), tail.size() - EndRecord::kSize);
+  const std::string tail = ReadAt(file, length - count, count);
+  const std::size_t at = tail.size() < EndRecord::kSize
+                             ? std::string::npos
+                             : tail.rfind(LittleEndian32(EndRecord::kMagic), tail.size() - EndRecord::kSize);
+  if (at == std::string::npos) {
+    // The first part begins with this mark; the directory is in the last one.
+    if (length >= 4 && Get32(ReadAt(file, 0, 4), 0) == DataDescriptor::kMagic) throw SplitArchiveError();
+    FailAsCorrupt();
+  }
+  return {length - tail.size() + at, tail.substr(at)};
 }
 
 // Whether `count` bytes at `at` are nothing but a Zip64 end record and its locator, and tell of the same
@@ -80,7 +90,6 @@ struct Place {
   std::uint64_t size = 0;
   std::uint64_t stated_start = 0;
   std::uint64_t count = 0;
-  bool zip64 = false;
 };
 
 // The Zip64 end record that belongs to the end record at `end`. Its locator does not count what stands in
@@ -96,57 +105,36 @@ std::optional<Place> FindZip64(int file, std::uint64_t end) {
     if (Get32(record, 0) != Zip64EndRecord::kMagic) continue;
     return Place{at, Get64(record, Zip64EndRecord::kDirectorySize),
                  Get64(record, Zip64EndRecord::kDirectoryOffset),
-                 Get64(record, Zip64EndRecord::kEntriesTotal), true};
+                 Get64(record, Zip64EndRecord::kEntriesTotal)};
   }
   FailAsCorrupt();
 }
 
-Place PlaceIn(std::string_view end_record, std::uint64_t at) {
-  if (Get16(end_record, EndRecord::kDiskNumber) != 0 || Get16(end_record, EndRecord::kDirectoryDisk) != 0 ||
-      Get16(end_record, EndRecord::kEntriesOnDisk) != Get16(end_record, EndRecord::kEntriesTotal)) {
+Place PlaceIn(const FoundEnd& end) {
+  const std::string& record = end.bytes;
+  if (Get16(record, EndRecord::kDiskNumber) != 0 || Get16(record, EndRecord::kDirectoryDisk) != 0 ||
+      Get16(record, EndRecord::kEntriesOnDisk) != Get16(record, EndRecord::kEntriesTotal)) {
     throw SplitArchiveError();
   }
-  return {at, Get32(end_record, EndRecord::kDirectorySize), Get32(end_record, EndRecord::kDirectoryOffset),
-          Get16(end_record, EndRecord::kEntriesTotal), false};
+  return {end.at, Get32(record, EndRecord::kDirectorySize), Get32(record, EndRecord::kDirectoryOffset),
+          Get16(record, EndRecord::kEntriesTotal)};
 }
 
 }  // namespace
 
 std::string_view RawRecord::Name() const {
-  return std::string_view(bytes_).substr(CentralHeader::kSize, Get16(bytes_, CentralHeader::kNameLength));
+  return std::string_view(bytes_).substr(CentralHeader::kSize, Field16(CentralHeader::kNameLength));
 }
 std::string_view RawRecord::Extra() const {
   return std::string_view(bytes_).substr(CentralHeader::kSize + Name().size(),
-                                         Get16(bytes_, CentralHeader::kExtraLength));
+                                         Field16(CentralHeader::kExtraLength));
 }
 std::string_view RawRecord::Comment() const {
-  return std::string_view(bytes_).substr(bytes_.size() - Get16(bytes_, CentralHeader::kCommentLength));
-}
-std::uint32_t RawRecord::Flags() const {
-  return Get16(bytes_, CentralHeader::kFlags);
-}
-std::uint32_t RawRecord::Crc() const {
-  return Get32(bytes_, CentralHeader::kCrc);
-}
-std::uint32_t RawRecord::CompressedSize() const {
-  return Get32(bytes_, CentralHeader::kCompressedSize);
-}
-std::uint32_t RawRecord::Size() const {
-  return Get32(bytes_, CentralHeader::kUncompressedSize);
-}
-std::uint32_t RawRecord::Offset() const {
-  return Get32(bytes_, CentralHeader::kLocalHeaderOffset);
-}
-void RawRecord::SetOffset(std::uint32_t offset) {
-  bytes_.replace(CentralHeader::kLocalHeaderOffset, 4, LittleEndian32(offset));
-}
-
-void RawRecord::SetFlags(std::uint32_t flags) {
-  bytes_.replace(CentralHeader::kFlags, 2, LittleEndian16(flags));
+  return std::string_view(bytes_).substr(bytes_.size() - Field16(CentralHeader::kCommentLength));
 }
 void RawRecord::SetName(std::string_view name) {
   bytes_.replace(CentralHeader::kSize, Name().size(), name);
-  bytes_.replace(CentralHeader::kNameLength, 2, LittleEndian16(static_cast<std::uint32_t>(name.size())));
+  SetField16(CentralHeader::kNameLength, static_cast<std::uint32_t>(name.size()));
 }
 void RawRecord::SetExtra(std::string_view extra) {
   bytes_.replace(CentralHeader::kSize + Name().size(), Extra().size(), extra);
@@ -156,12 +144,6 @@ void RawRecord::SetComment(std::string_view comment) {
   bytes_.replace(bytes_.size() - Comment().size(), Comment().size(), comment);
   SetField16(CentralHeader::kCommentLength, static_cast<std::uint32_t>(comment.size()));
 }
-std::uint32_t RawRecord::Field16(std::int32_t field) const {
-  return Get16(bytes_, field);
-}
-std::uint32_t RawRecord::Field32(std::int32_t field) const {
-  return Get32(bytes_, field);
-}
 void RawRecord::SetField16(std::int32_t field, std::uint32_t value) {
   bytes_.replace(static_cast<std::size_t>(field), 2, LittleEndian16(value));
 }
@@ -170,22 +152,16 @@ void RawRecord::SetField32(std::int32_t field, std::uint32_t value) {
 }
 
 RawDirectory RawDirectory::Read(int file) {
-  const std::uint64_t length = LengthOf(file);
-  const std::string tail = Tail(file, length);
-  const std::size_t at = FindEndRecord(tail);
-  if (at == std::string::npos) FailAsCorrupt();
-  const std::string_view end_record = std::string_view(tail).substr(at);
-
+  const FoundEnd end = FindEnd(file);
   RawDirectory directory;
-  directory.comment = end_record.substr(EndRecord::kSize, Get16(end_record, EndRecord::kCommentLength));
-  const std::uint64_t end_record_at = length - tail.size() + at;
-  directory.end = end_record_at + EndRecord::kSize + directory.comment.size();
-  directory.start = Get32(end_record, EndRecord::kDirectoryOffset);
-  directory.announced = Get16(end_record, EndRecord::kEntriesTotal);
-  const std::uint32_t size = Get32(end_record, EndRecord::kDirectorySize);
+  directory.comment = end.Comment();
+  directory.end = end.at + EndRecord::kSize + directory.comment.size();
+  directory.start = Get32(end.bytes, EndRecord::kDirectoryOffset);
+  directory.announced = Get16(end.bytes, EndRecord::kEntriesTotal);
+  const std::uint32_t size = Get32(end.bytes, EndRecord::kDirectorySize);
   const std::uint64_t records_end = std::uint64_t{directory.start} + size;
-  if (records_end > end_record_at) FailAsCorrupt();
-  const std::uint64_t between = end_record_at - records_end;
+  if (records_end > end.at) FailAsCorrupt();
+  const std::uint64_t between = end.at - records_end;
   const bool known = IsZip64End(file, records_end, between, directory.start, size);
   directory.unknown = known ? 0 : between;
   directory.records = ReadRecords(file, directory.start, size);
@@ -193,28 +169,14 @@ RawDirectory RawDirectory::Read(int file) {
 }
 
 FoundDirectory FoundDirectory::Find(int file) {
-  const std::uint64_t length = LengthOf(file);
-  const std::string tail = Tail(file, length);
-  const std::size_t at = FindEndRecord(tail);
-  if (at == std::string::npos) {
-    // The first part begins with this mark; the directory is in the last one.
-    if (length >= 4 && Get32(ReadAt(file, 0, 4), 0) == DataDescriptor::kMagic) throw SplitArchiveError();
-    FailAsCorrupt();
-  }
-  const std::string_view end_record = std::string_view(tail).substr(at);
-  const std::uint64_t end = length - tail.size() + at;
-  const std::optional<Place> zip64 = FindZip64(file, end);
-  const Place place = zip64 ? *zip64 : PlaceIn(end_record, end);
+  const FoundEnd end = FindEnd(file);
+  const std::optional<Place> zip64 = FindZip64(file, end.at);
+  const Place place = zip64 ? *zip64 : PlaceIn(end);
   if (place.size > place.end) FailAsCorrupt();
   const std::uint64_t start = place.end - place.size;
   if (place.stated_start > start) FailAsCorrupt();
-  FoundDirectory found;
-  found.records = ReadRecords(file, start, place.size);
-  found.comment = end_record.substr(EndRecord::kSize, Get16(end_record, EndRecord::kCommentLength));
-  found.announced = place.count;
-  found.shift = start - place.stated_start;
-  found.zip64 = place.zip64;
-  return found;
+  return {ReadRecords(file, start, place.size), std::string(end.Comment()), place.count,
+          start - place.stated_start, zip64.has_value()};
 }
 
 std::string RawDirectory::Bytes() const {

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "zip/records/ZipRecords.h"
+
 namespace vantorel {
 
 // One central record: fixed part, name, extra field, comment.
@@ -18,20 +20,20 @@ class RawRecord {
   std::string_view Name() const;
   std::string_view Extra() const;
   std::string_view Comment() const;
-  std::uint32_t Flags() const;
-  std::uint32_t Crc() const;
-  std::uint32_t CompressedSize() const;
-  std::uint32_t Size() const;
+  std::uint32_t Flags() const { return Field16(CentralHeader::kFlags); }
+  std::uint32_t Crc() const { return Field32(CentralHeader::kCrc); }
+  std::uint32_t CompressedSize() const { return Field32(CentralHeader::kCompressedSize); }
+  std::uint32_t Size() const { return Field32(CentralHeader::kUncompressedSize); }
   // Of the local header.
-  std::uint32_t Offset() const;
-  void SetOffset(std::uint32_t offset);
-  void SetFlags(std::uint32_t flags);
+  std::uint32_t Offset() const { return Field32(CentralHeader::kLocalHeaderOffset); }
+  void SetOffset(std::uint32_t offset) { SetField32(CentralHeader::kLocalHeaderOffset, offset); }
+  void SetFlags(std::uint32_t flags) { SetField16(CentralHeader::kFlags, flags); }
   void SetName(std::string_view name);
   void SetExtra(std::string_view extra);
   void SetComment(std::string_view comment);
   // Fields of the fixed part, by their place in CentralHeader.
-  std::uint32_t Field16(std::int32_t field) const;
-  std::uint32_t Field32(std::int32_t field) const;
+  std::uint32_t Field16(std::int32_t field) const { return Get16(bytes_, field); }
+  std::uint32_t Field32(std::int32_t field) const { return Get32(bytes_, field); }
   void SetField16(std::int32_t field, std::uint32_t value);
   void SetField32(std::int32_t field, std::uint32_t value);
 
