@@ -1,7 +1,6 @@
 #include "platform/files/MemoryBlock.h"
 
 #include <algorithm>
-#include <bit>
 #include <limits>
 #include <string>
 
@@ -14,9 +13,7 @@ std::unique_ptr<std::uint8_t, MemoryBlock::Free> MemoryBlock::Allocate(std::size
   return std::unique_ptr<std::uint8_t, Free>(static_cast<std::uint8_t*>(bytes));
 }
 
-MemoryBlock::MemoryBlock(std::int32_t size)
-    : size_(std::max(size, 0)),
-      byte_order_(std::endian::native == std::endian::little ? ByteOrder::kLittle : ByteOrder::kBig) {
+MemoryBlock::MemoryBlock(std::int32_t size, ByteOrder order) : size_(std::max(size, 0)), byte_order_(order) {
   if (size >= 0) bytes_ = Allocate(static_cast<std::size_t>(size));
   if (!bytes_) RaiseOutOfMemoryException();
 }

@@ -2,6 +2,7 @@
 // that flag; one that would leave the block raises OutOfBoundsException.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -16,8 +17,9 @@ namespace vantorel {
 
 class MemoryBlock : public Object {
  public:
-  // A zero-filled block in the machine's byte order. Raises OutOfMemoryException if it cannot be had.
-  explicit MemoryBlock(std::int32_t size);
+  // A zero-filled block, in the machine's byte order if none is given. Raises OutOfMemoryException if it
+  // cannot be had.
+  explicit MemoryBlock(std::int32_t size, ByteOrder order = kMachineOrder);
 
   std::int32_t Size() const { return size_; }
   bool LittleEndian() const { return byte_order_ == ByteOrder::kLittle; }
@@ -44,6 +46,9 @@ class MemoryBlock : public Object {
   std::string_view View() const;
 
  private:
+  static constexpr ByteOrder kMachineOrder =
+      std::endian::native == std::endian::little ? ByteOrder::kLittle : ByteOrder::kBig;
+
   struct Free {
     // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): calloc's counterpart
     void operator()(std::uint8_t* p) const { std::free(p); }

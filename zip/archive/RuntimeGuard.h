@@ -5,20 +5,22 @@
 #include <utility>
 
 #include "platform/base/Exceptions.h"
+#include "platform/text/String.h"
 
 namespace vantorel {
 
-// The result of `body`; if that raises a RuntimeException of any kind, or memory runs out anywhere, the
-// result of `fault`. Other exceptions pass through.
-template <typename Body, typename Fault>
-auto WithRuntimeGuard(Body&& body, Fault&& fault) -> decltype(body()) {
+// The result of `body`; if that raises a RuntimeException of any kind, or memory runs out anywhere, `fault`,
+// with `message` in `errmsg`. Other exceptions pass through.
+template <typename Result, typename Body>
+Result WithRuntimeGuard(String& errmsg, const char* message, Result fault, Body&& body) {
   try {
     return std::forward<Body>(body)();
   } catch (const RuntimeException&) {
-    return std::forward<Fault>(fault)();
+    errmsg = message;
   } catch (const std::bad_alloc&) {
-    return std::forward<Fault>(fault)();
+    errmsg = message;
   }
+  return fault;
 }
 
 }  // namespace vantorel

@@ -10,9 +10,9 @@
 // The operations lie in
 //   ZipArchiveOpening.cpp    construction, Open, Close, Desctructor
 //   ZipArchiveReading.cpp    z_readDirectory
-//   ZipArchiveAccess.cpp     accessors and constants, SetComment, z_noWriteMsg
+//   ZipArchiveAccess.cpp     Entry, EntryCount, SetComment, EncodedAsMacDefault
 //   ZipArchiveNames.cpp      raw paths, look-up, CleanName, IsValidName, z_sameFolderItem
-//   UnixPermissions.cpp      GetUnixPermissions
+//   FileReferences.cpp       GetUnixPermissions
 //   zip/write                MakeZipExtraField (MakeZipExtraField.cpp); z_zip, AddItemByStreams; z_addItem,
 //                            z_addFolder, AddItem…, AddFolderContents, Calc…Size; z_writeDirectory, Flush;
 //                            Compact, RemoveEntry, ReplaceEntry, Mark, Rollback, z_abort, z_copy and the
@@ -70,8 +70,8 @@ class ZipArchive : public Object {
   // Close; if that fails for an archive that this object created, the file is deleted. Must be called:
   // nothing else does.
   virtual void Desctructor();
-  virtual String ErrorMessage();
-  virtual String Comment();
+  virtual String ErrorMessage() { return errmsg; }
+  virtual String Comment() { return comment_; }
   // Adds one item under `path`. `mode`: see MacBinaryNever. Index of the new entry, or 0, -1, -2, -38, -50.
   // With `sizeOnly` nothing is stored, and the result is the number of bytes that would be.
   virtual std::int32_t z_addItem(const Ref<FolderItem>& item, const String& path, std::int32_t mode,
@@ -93,15 +93,15 @@ class ZipArchive : public Object {
   // Adds what is in `folder`, recursively, with `prefix` in front of the names.
   virtual bool AddFolderContents(const Ref<FolderItem>& folder, const String& prefix, std::int32_t mode,
                                  bool followAliases);
-  virtual void SetProgressMonitor(const Ref<ZipProgressNotifier>& monitor);
-  virtual Ref<ZipProgressNotifier> ProgressMonitor();
+  virtual void SetProgressMonitor(const Ref<ZipProgressNotifier>& monitor) { d->monitor = monitor; }
+  virtual Ref<ZipProgressNotifier> ProgressMonitor() { return d->monitor; }
   // Stores one member from unopened streams, any object argument may be nil. Index of the new entry, or 0,
   // -2, -38, -50. At the end the file has no directory until Flush or Close.
   virtual std::int32_t z_zip(const Ref<SeqDataInputStream>& dataIn, std::int32_t dataLength,
                              const Ref<SeqDataInputStream>& rsrcIn, std::int32_t rsrcLength,
                              const Ref<MemoryBlock>& macBinaryHeader, const String& name,
                              const Ref<Date>& date, const Ref<ZipExtraField>& extra);
-  virtual void z_noWriteMsg();
+  virtual void z_noWriteMsg() { errmsg = "Archive was opened read-only"; }
   // Writes central directory and end record and cuts the file there, if d->dirty. False with a message.
   virtual bool z_writeDirectory();
   // As z_addItem, for the contents of a folder: 0 when all is done, negative on a failure.
@@ -133,8 +133,8 @@ class ZipArchive : public Object {
   virtual bool z_sameFolderItem(const Ref<FolderItem>& a, const Ref<FolderItem>& b);
   // Whether CleanName would leave the name as it is.
   virtual bool IsValidName(const String& name);
-  virtual bool IsOpen();
-  virtual bool IsWritable();
+  virtual bool IsOpen() { return d->zipStream != nil; }
+  virtual bool IsWritable() { return d->zipStream != nil && writeMode; }
   virtual Ref<MemoryBlock> z_makeMBHdr(std::int32_t dataLength, std::int32_t rsrcLength, const String& name,
                                        const String& type, const String& creator, const Ref<Date>& created,
                                        const Ref<Date>& modified, const Ref<FolderItem>& item);
@@ -164,18 +164,18 @@ class ZipArchive : public Object {
   // Any block, made elsewhere.
   virtual Ref<ZipExtraField> MakeZipExtraField(const String& block);
   // The encodings that an archive's names may be in.
-  virtual Ref<TextEncoding> EncodedAsWinLatin1();
-  virtual Ref<TextEncoding> EncodedAsUnicode();
+  virtual Ref<TextEncoding> EncodedAsWinLatin1() { return GetTextEncoding(1280, 0, 0); }
+  virtual Ref<TextEncoding> EncodedAsUnicode() { return Encodings::UTF8(); }
   virtual Ref<TextEncoding> EncodedAsMacDefault();
-  virtual Ref<TextEncoding> EncodedAsDOSLatinUS();
+  virtual Ref<TextEncoding> EncodedAsDOSLatinUS() { return GetTextEncoding(1024, 0, 0); }
   // Opens an archive and reads its directory; with `writable` a missing file is created. `encoding` is that
   // of the names, nil for UTF-8. False with a message. A directory with more records than it announces opens,
   // but not for writing. REQUIRES: not open.
   virtual bool Open(const Ref<FolderItem>& file, bool writable, const Ref<TextEncoding>& encoding);
   // Modes of adding: data fork only, MacBinary for files with a resource fork, MacBinary for everything.
-  virtual std::int32_t MacBinaryNever();
-  virtual std::int32_t MacBinarySmart();
-  virtual std::int32_t MacBinaryAlways();
+  virtual std::int32_t MacBinaryNever() { return 0; }
+  virtual std::int32_t MacBinarySmart() { return 1; }
+  virtual std::int32_t MacBinaryAlways() { return 2; }
   // Bytes that adding would store before compression. Of a file's length the low 32 bits count, here as in
   // adding: 4 GiB and 100 bytes give 100.
   virtual std::int32_t CalcItemSize(const Ref<FolderItem>& item, std::int32_t mode);
@@ -187,21 +187,21 @@ class ZipArchive : public Object {
   virtual Ref<MemoryBlock> z_cloneMB(const Ref<MemoryBlock>& block);
   // The name with "/" and "\" made "-". REQUIRES: the name has an encoding.
   virtual String CleanName(const String& name);
-  virtual void SetDefaultOSMadeBy(std::int32_t value);
-  virtual std::int32_t DefaultOSMadeBy();
+  virtual void SetDefaultOSMadeBy(std::int32_t value) { d->defaultOSMadeBy = value; }
+  virtual std::int32_t DefaultOSMadeBy() { return d->defaultOSMadeBy; }
   // The 16-bit Unix mode of an item. False, with `mode` untouched, if it cannot be had.
   virtual bool GetUnixPermissions(const Ref<FolderItem>& item, std::int32_t& mode);
-  virtual void PreserveUnixPermissions(bool flag);
-  virtual bool PreservingUnixPermissions();
+  virtual void PreserveUnixPermissions(bool flag) { d->addUnixPerm = flag; }
+  virtual bool PreservingUnixPermissions() { return d->addUnixPerm; }
   // Of the Zip engine.
-  virtual double Version();
+  virtual double Version() { return 1.3; }
   // Index of the first entry at or after `start` of this raw path, ignoring case; 0 if none. `start` is 1 to
   // EntryCount() + 1, else OutOfBoundsException. A linear scan.
   virtual std::int32_t EntryIdxByRawPath(const String& rawPath, std::int32_t start);
   // The stored form of a raw path, without a leading "/".
   virtual String z_pathToEncName(const String& rawPath);
   // Whether companions were folded into their main entries.
-  virtual bool UsesAppleDittoFormat();
+  virtual bool UsesAppleDittoFormat() { return d->dittoFormat; }
   virtual std::vector<String> AllEntriesAsRawPaths();
 
  private:

@@ -2,9 +2,8 @@
 // the names, and the low-level operations that need nothing else. Made by ZipArchive; entries hold it too,
 // which is a cycle that ZipArchive::Close breaks. Used from one thread.
 //
-// The operations lie in Names.cpp (names, encodings, look-up), Companions.cpp (checkDirectory),
-// FakeEntries.cpp (isFakeEntry), FileReferences.cpp (references to files) and UnixPermissions.cpp (modes of
-// files, the shifts); ZipArchiveData.cpp holds construction and the choice of the encoding.
+// The operations lie in Names.cpp (names, encodings, look-up), Companions.cpp (checkDirectory) and
+// FileReferences.cpp (references to files, modes of files, the shifts); ZipArchiveData.cpp holds the rest.
 #pragma once
 
 #include <cstdint>

@@ -35,8 +35,8 @@ bool ZipArchive::Open(const Ref<FolderItem>& file, bool writable) {
 
 bool ZipArchive::Open(const Ref<FolderItem>& file, bool writable, const Ref<TextEncoding>& encoding) {
   errmsg = "";
-  return WithRuntimeGuard([&] { return OpenUnguarded(file, writable, encoding); },
-                          [&] { return Fail("Unexpected error (exception)"); });
+  return WithRuntimeGuard(errmsg, "Unexpected error (exception)", false,
+                          [&] { return OpenUnguarded(file, writable, encoding); });
 }
 
 bool ZipArchive::OpenUnguarded(const Ref<FolderItem>& file, bool writable,

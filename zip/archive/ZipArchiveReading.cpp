@@ -57,9 +57,7 @@ bool ZipArchive::FindEndRecord() {
 }
 
 bool ZipArchive::ReadEndRecord(std::int32_t& count, std::int32_t& size) {
-  const Ref<MemoryBlock> record = NewMemoryBlock(EndRecord::kSize);
-  if (!record) RaiseOutOfMemoryException();
-  record->SetLittleEndian(true);
+  const auto record = New<MemoryBlock>(EndRecord::kSize, ByteOrder::kLittle);
   constexpr std::int32_t kRest = EndRecord::kSize - kSignatureSize;
   record->SetStringValue(kSignatureSize, kRest, d->zipStream->Read(kRest));
   // Before anything is checked, so that an archive that is refused can still tell its comment.

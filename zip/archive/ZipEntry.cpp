@@ -9,13 +9,6 @@ namespace vantorel {
 
 namespace {
 
-Ref<MemoryBlock> NewLittleEndianBlock(std::int32_t size) {
-  Ref<MemoryBlock> block = NewMemoryBlock(size);
-  if (!block) RaiseOutOfMemoryException();
-  block->SetLittleEndian(true);
-  return block;
-}
-
 // The header of a gzip member (RFC 1952): deflate, no flags, no time, made on a Macintosh.
 constexpr std::string_view kGzipHeader("\x1F\x8B\x08\0\0\0\0\0\0\x07", 10);
 
@@ -45,7 +38,7 @@ void ZipEntry::z_setup() {
 }
 
 Ref<MemoryBlock> ZipEntry::MakeHeader() const {
-  Ref<MemoryBlock> block = NewLittleEndianBlock(CentralHeader::kSize);
+  auto block = New<MemoryBlock>(CentralHeader::kSize, ByteOrder::kLittle);
   block->SetStringValue(0, CentralHeader::kSize, record_);
   return block;
 }
@@ -65,7 +58,7 @@ Ref<ZipExtraField> ZipEntry::MakeExtra() const {
 }
 
 Ref<MemoryBlock> ZipEntry::MakeZlibPrefix() const {
-  Ref<MemoryBlock> block = NewLittleEndianBlock(static_cast<std::int32_t>(kGzipHeader.size()));
+  auto block = New<MemoryBlock>(static_cast<std::int32_t>(kGzipHeader.size()), ByteOrder::kLittle);
   block->SetStringValue(0, block->Size(), String::Bytes(kGzipHeader));
   return block;
 }

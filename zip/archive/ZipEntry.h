@@ -7,9 +7,8 @@
 //
 // The operations lie in
 //   ZipEntry.cpp            construction, parts made on demand, z_setup, z_setAppleDoubleEntry
-//   ZipEntryFields.cpp      accessors over the header block, comment, extra fields
-//   ZipEntryNames.cpp       RawPath, Name, GetPath, SameRawPath, z_checkRawPath, z_origEncoded…
-//   ZipEntryTimes.cpp       Time, UTCOffsetInMinutes, z_ulongToDouble
+//   ZipEntryFields.cpp      accessors over the header block, times, comment, extra fields
+//   ZipEntryNames.cpp       GetPath, SameRawPath, z_checkRawPath
 //   zip/extract             Extract, Verify, z_unzip, MakeDestination…, z_icMapFilename, GetMacBinaryHeader,
 //                           z_MBHdrLevel, Has/ApplyMacAttributes, ApplyMacBinaryInformation, z_CRC,
 //                           z_adjustMacFilename, ApplyUnixPermissions, z_unzipMBHdr
@@ -69,10 +68,10 @@ class ZipEntry : public Object {
   // Signed: sizes of 2^31 bytes and more read as negative numbers.
   virtual std::int32_t CompressedSize();
   // The whole name as text; a folder's ends in "/".
-  virtual String RawPath();
+  virtual String RawPath() { return sysEncName; }
   virtual void GetPath(std::vector<String>& result);
   // Only the name decides.
-  virtual bool IsDirectory();
+  virtual bool IsDirectory() { return isFolder; }
   // Local time as the header states it, without a range check; nil if date and time are both 0.
   virtual Ref<Date> Time();
   virtual bool IsEncrypted();
@@ -80,7 +79,7 @@ class ZipEntry : public Object {
   virtual bool CanExtract();
   virtual std::int32_t CompressionMethod();
   // As Extract(destination, true).
-  virtual bool Extract(const Ref<FolderItem>& destination);
+  virtual bool Extract(const Ref<FolderItem>& destination) { return Extract(destination, true); }
 
   // `header_block` and `extra_field` may be nil; `name` and `comment` are stored bytes.
   ZipEntry(const Ref<ZipArchiveData>& data, const Ref<MemoryBlock>& header_block, const String& name,
@@ -98,14 +97,14 @@ class ZipEntry : public Object {
 
   // Decompresses the member and throws the bytes away. False with a message if it is damaged.
   virtual bool Verify();
-  virtual String Comment();
+  virtual String Comment() { return sysEncComment; }
   // Streams the member's bytes into the outputs, either of which may be nil. They come unopened; what was
   // opened is closed. `header_block` is set to nil, and to the MacBinary header if one was found. False with
   // a message on a fault.
   virtual bool z_unzip(const Ref<SeqDataOutputStream>& data_out, const Ref<SeqDataOutputStream>& rsrc_out,
                        bool mac_binary, bool header_only, Ref<MemoryBlock>& header_block);
   virtual void z_setup();
-  virtual String ErrorMessage();
+  virtual String ErrorMessage() { return errmsg; }
   // Where this member belongs below `root`. The folders on the way are made, the item itself is not. nil if a
   // symbolic link is on the way below `root` and `resolve_aliases` is false. Does not keep to `root` if the
   // name holds ".." components; raises NilObjectException for one that climbs above the file system, and for
@@ -121,13 +120,15 @@ class ZipEntry : public Object {
   // The central extra field, never nil. Raises RuntimeException if it is not locked.
   virtual Ref<ZipExtraField> ExtraFieldInCentralDir();
   // The block itself, not a copy.
-  virtual Ref<MemoryBlock> z_Header();
+  virtual Ref<MemoryBlock> z_Header() { return header; }
   // Builds path, isFolder and z_hasDittoName from sysEncName.
   virtual void z_checkRawPath();
   // The type and creator that go with a file name; false, with both untouched, if none are known.
   virtual bool z_icMapFilename(const String& name, String& type, String& creator);
-  // As Extract(destination, true, true), whatever `flag` says.
-  virtual bool Extract(const Ref<FolderItem>& destination, bool flag);
+  // As Extract(destination, true, true), whatever the flag says: callers rely on forks and execute bits.
+  virtual bool Extract(const Ref<FolderItem>& destination, bool /*flag*/) {
+    return Extract(destination, true, true);
+  }
   // The member's header block, or nil in `header_block` if it has none. False with a message on a fault.
   virtual bool GetMacBinaryHeader(Ref<MemoryBlock>& header_block);
   // The MacBinary level of a 128-byte big-endian block: 0 (none) to 4.
@@ -141,8 +142,8 @@ class ZipEntry : public Object {
   virtual std::int32_t z_CRC(const Ref<MemoryBlock>& block, std::int32_t length);
   // The 32-bit pattern read as an unsigned number.
   virtual double z_ulongToDouble(std::int32_t value);
-  virtual String z_origEncodedName();
-  virtual String z_origEncodedComment();
+  virtual String z_origEncodedName() { return zipEncName; }
+  virtual String z_origEncodedComment() { return zipEncComment; }
   // Gives the item its exact Mac name, if that is clearly the same name.
   virtual void z_adjustMacFilename(const String& name, std::int32_t script, const Ref<FolderItem>& item);
   // Whether this is the stored name, ignoring case.
@@ -160,10 +161,10 @@ class ZipEntry : public Object {
   // The local extra field, read from the file each time; the stream's position is put back. nil with a
   // message if the archive is closed or the local header damaged.
   virtual Ref<ZipExtraField> ExtraField();
-  virtual void EnableMacBinary1Detection(bool flag);
-  virtual void EnableFileLocking(bool flag);
+  virtual void EnableMacBinary1Detection(bool flag) { supportMB1 = flag; }
+  virtual void EnableFileLocking(bool flag) { lockFiles = flag; }
   // The last component. Raises OutOfBoundsException if there is none.
-  virtual String Name();
+  virtual String Name() { return path.back(); }
   virtual std::int32_t ExternalFileAttributes();
   virtual void SetExternalFileAttributes(std::int32_t value);
   // Applies the Unix mode in the member's own external attributes. True if it was set.

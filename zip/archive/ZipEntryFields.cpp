@@ -1,4 +1,6 @@
-// Accessors over the header block, the comment and the extra fields.
+// Accessors over the header block, its times among them, the comment and the extra fields.
+#include <ctime>
+
 #include "platform/base/Arithmetic.h"
 #include "platform/text/TextFunctions.h"
 #include "zip/archive/ZipEntry.h"
@@ -53,40 +55,16 @@ void ZipEntry::SetTextFileFlag(bool flag) {
   header->SetUShort(CentralHeader::kInternalAttributes, flag ? others | kTextFileBit : others);
 }
 
-Ref<MemoryBlock> ZipEntry::z_Header() {
-  return header;
-}
-
-bool ZipEntry::IsDirectory() {
-  return isFolder;
-}
-
 bool ZipEntry::CanExtract() {
   const std::int32_t method = CompressionMethod();
   const bool known_method = method == ZipMethod::kStored || method == ZipMethod::kDeflated;
   return known_method && !IsEncrypted() && !IsDirectory();
 }
 
-String ZipEntry::ErrorMessage() {
-  return errmsg;
-}
-
-String ZipEntry::Comment() {
-  return sysEncComment;
-}
-
 void ZipEntry::SetComment(const String& text) {
   sysEncComment = text;
   zipEncComment = d->encodeForZip(text);
   d->dirty = true;
-}
-
-void ZipEntry::EnableMacBinary1Detection(bool flag) {
-  supportMB1 = flag;
-}
-
-void ZipEntry::EnableFileLocking(bool flag) {
-  lockFiles = flag;
 }
 
 Ref<ZipExtraField> ZipEntry::ExtraFieldInCentralDir() {
@@ -123,6 +101,31 @@ Ref<ZipExtraField> ZipEntry::ExtraField() {
   field->Lock();
   stream.SetPosition(before);
   return field;
+}
+
+Ref<Date> ZipEntry::Time() {
+  const std::int32_t time = HeaderUShort(CentralHeader::kTime);
+  const std::int32_t date = HeaderUShort(CentralHeader::kDate);
+  if (time == 0 && date == 0) return nil;
+  Ref<Date> result = New<Date>();
+  result->SetDay(date & 31);
+  result->SetMonth((date & 480) / 32);
+  result->SetYear((date & 65024) / 512 + 1980);
+  result->SetHour((time & 63488) / 2048);
+  result->SetMinute((time & 2016) / 32);
+  result->SetSecond((time & 31) * 2);
+  return result;
+}
+
+std::int32_t ZipEntry::UTCOffsetInMinutes() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  return static_cast<std::int32_t>(local.tm_gmtoff / 60);
+}
+
+double ZipEntry::z_ulongToDouble(std::int32_t value) {
+  return value < 0 ? value + maxIntPlus1 + maxIntPlus1 : value;
 }
 
 }  // namespace vantorel

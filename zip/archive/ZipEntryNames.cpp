@@ -14,25 +14,9 @@ bool HasCompanionForm(const ZipPath& path) {
 
 }  // namespace
 
-String ZipEntry::RawPath() {
-  return sysEncName;
-}
-
-String ZipEntry::Name() {
-  return path.back();
-}
-
 void ZipEntry::GetPath(std::vector<String>& result) {
   result.clear();
   for (const String& component : path) result.push_back(component);
-}
-
-String ZipEntry::z_origEncodedName() {
-  return zipEncName;
-}
-
-String ZipEntry::z_origEncodedComment() {
-  return zipEncComment;
 }
 
 bool ZipEntry::SameRawPath(const String& raw_path) {

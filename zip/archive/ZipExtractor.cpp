@@ -6,17 +6,21 @@
 
 namespace vantorel {
 
+Ref<ZipArchive> ZipExtractor::Open(const Ref<FolderItem>& archive_file) {
+  p_errMsg = String();
+  Ref<ZipArchive> archive = New<ZipArchive>();
+  if (archive->Open(archive_file, false)) return archive;
+  p_errMsg = archive->ErrorMessage();
+  return nil;
+}
+
 bool ZipExtractor::ExtractAllSilently(const Ref<FolderItem>& archive_file,
                                       const Ref<FolderItem>& dest_folder) {
-  p_errMsg = String();
-  const Ref<ZipArchive> archive = New<ZipArchive>();
-  if (!archive->Open(archive_file, false)) {
-    p_errMsg = archive->ErrorMessage();
-    return p_errMsg.empty();
+  if (const Ref<ZipArchive> archive = Open(archive_file)) {
+    SumSizes(*archive);
+    ExtractEntries(*archive, dest_folder);
+    archive->Close();
   }
-  SumSizes(*archive);
-  ExtractEntries(*archive, dest_folder);
-  archive->Close();
   return p_errMsg.empty();
 }
 
@@ -46,23 +50,16 @@ void ZipExtractor::ExtractEntries(ZipArchive& archive, const Ref<FolderItem>& de
 }
 
 String ZipExtractor::GetComment(const Ref<FolderItem>& archive_file) {
-  p_errMsg = String();
-  const Ref<ZipArchive> archive = New<ZipArchive>();
-  if (!archive->Open(archive_file, false)) {
-    p_errMsg = archive->ErrorMessage();
-    return {};
-  }
+  const Ref<ZipArchive> archive = Open(archive_file);
+  if (!archive) return {};
   String comment = archive->Comment();
   archive->Close();
   return comment;
 }
 
 bool ZipExtractor::IsZipArchive(const Ref<FolderItem>& archive_file) {
-  p_errMsg = String();
-  const Ref<ZipArchive> archive = New<ZipArchive>();
-  if (archive->Open(archive_file, false)) return archive->Close();
-  p_errMsg = archive->ErrorMessage();
-  return false;
+  const Ref<ZipArchive> archive = Open(archive_file);
+  return archive && archive->Close();
 }
 
 }  // namespace vantorel

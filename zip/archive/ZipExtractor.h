@@ -29,6 +29,8 @@ class ZipExtractor : public Object {
   virtual String LastErrMsg() { return p_errMsg; }
 
  private:
+  // nil with a message if it does not open.
+  Ref<ZipArchive> Open(const Ref<FolderItem>& archive_file);
   void SumSizes(ZipArchive& archive);
   void ExtractEntries(ZipArchive& archive, const Ref<FolderItem>& dest_folder);
 };

@@ -18,14 +18,6 @@ String FileReader::Read(std::int32_t count) {
   return bytes;
 }
 
-bool FileReader::AtEOF() {
-  return bs ? bs->AtEOF() : true;
-}
-
-bool FileReader::HadError() {
-  return error;
-}
-
 void FileReader::Close() {
   if (!bs) return;
   bs->Close();
@@ -45,10 +37,6 @@ bool FileReader::Skip(std::int32_t count) {
   // Compared with the count and not with the target: callers know a second skip by its error.
   if (bs->Position() != ToPosition(count)) error = true;
   return !error;
-}
-
-void FileReader::ClearError() {
-  error = false;
 }
 
 }  // namespace vantorel

@@ -13,8 +13,8 @@ class FileReader : public SeqDataInputStream {
 
   // A disk that fails ends the reading like the end of the file does, and records an error.
   String Read(std::int32_t count) override;
-  bool AtEOF() override;
-  bool HadError() override;
+  bool AtEOF() override { return !bs || bs->AtEOF(); }
+  bool HadError() override { return error; }
   bool Open() override;
   void Close() override;
   // Code -1 for whatever went wrong.
@@ -22,7 +22,7 @@ class FileReader : public SeqDataInputStream {
   // Tries to extend a file that is too short. Anywhere but at the start of the file it records an error,
   // although it does move.
   bool Skip(std::int32_t count) override;
-  void ClearError() override;
+  void ClearError() override { error = false; }
   virtual void Destructor() { Close(); }
 
   Ref<FolderItem> f;

@@ -44,10 +44,6 @@ bool FileWriter::Skip(std::int32_t count) {
   return true;
 }
 
-void FileWriter::ClearError() {
-  error = false;
-}
-
 bool FileWriter::Flush() {
   if (!bs) throw RuntimeException("flush of a closed file");
   Check();

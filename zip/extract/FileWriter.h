@@ -20,7 +20,7 @@ class FileWriter : public SeqDataOutputStream {
   void GetErrorDescription(std::int32_t& code, String& text) override;
   // The file grows; the position of the next Write stays.
   bool Skip(std::int32_t count) override;
-  void ClearError() override;
+  void ClearError() override { error = false; }
   bool Flush() override;
   virtual void Destructor() { Close(); }
 

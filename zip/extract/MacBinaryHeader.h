@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "platform/base/Arithmetic.h"
+
 namespace vantorel::MacBinaryHeader {
 
 inline constexpr std::int32_t kSize = 128;
@@ -37,5 +39,14 @@ inline constexpr std::int32_t kLongestName = 63;
 inline constexpr std::int32_t kLongestNameOfLevel1 = 31;
 inline constexpr std::int32_t kVersion2 = 129;  // of MacBinary II, as it stands at 122 and 123
 inline constexpr std::int32_t kVersion3 = 130;  // of MacBinary III
+
+// A fork's length with its filling. Wraps around beyond 2^31 - 1.
+constexpr std::int32_t ForkLength(std::int32_t length) {
+  return AddSInt32(length, kForkAlignment - 1) & ~(kForkAlignment - 1);
+}
+// The header and both forks.
+constexpr std::int32_t TotalLength(std::int32_t data_length, std::int32_t rsrc_length) {
+  return AddSInt32(kSize, AddSInt32(ForkLength(data_length), ForkLength(rsrc_length)));
+}
 
 }  // namespace vantorel::MacBinaryHeader

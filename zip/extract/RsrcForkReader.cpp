@@ -52,14 +52,6 @@ String RsrcForkReader::Read(std::int32_t count) {
   return String::Adopt(std::move(bytes), nil);
 }
 
-bool RsrcForkReader::AtEOF() {
-  return bytesRead >= length || !refnum;
-}
-
-bool RsrcForkReader::HadError() {
-  return errCode != 0;
-}
-
 void RsrcForkReader::Close() {
   if (!refnum) return;
   refnum->Close();
@@ -83,10 +75,6 @@ bool RsrcForkReader::Skip(std::int32_t count) {
   const std::int32_t code = refnum->SetFPos(bytesRead);
   if (code < 0) errCode = code;
   return code >= 0;
-}
-
-void RsrcForkReader::ClearError() {
-  errCode = 0;
 }
 
 }  // namespace vantorel

@@ -11,8 +11,8 @@ namespace vantorel {
 class RsrcForkReader : public SeqDataInputStream {
  public:
   String Read(std::int32_t count) override;
-  bool AtEOF() override;
-  bool HadError() override;
+  bool AtEOF() override { return bytesRead >= length || !refnum; }
+  bool HadError() override { return errCode != 0; }
   // False with no error recorded if the file has no place on disk.
   bool Open() override;
   void Close() override;
@@ -20,7 +20,7 @@ class RsrcForkReader : public SeqDataInputStream {
   void GetErrorDescription(std::int32_t& code, String& text) override;
   // Past the end it moves to the end and gives false, with no error recorded.
   bool Skip(std::int32_t count) override;
-  void ClearError() override;
+  void ClearError() override { errCode = 0; }
 
   explicit RsrcForkReader(const Ref<FolderItem>& file) : f(file) {}
 

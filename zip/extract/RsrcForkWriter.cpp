@@ -56,10 +56,6 @@ bool RsrcForkWriter::Skip(std::int32_t count) {
   return code == 0;
 }
 
-void RsrcForkWriter::ClearError() {
-  errCode = 0;
-}
-
 bool RsrcForkWriter::Flush() {
   if (!refnum) throw RuntimeException("flush of a closed resource fork");
   return errCode == 0;

@@ -21,7 +21,7 @@ class RsrcForkWriter : public SeqDataOutputStream {
 
   explicit RsrcForkWriter(const Ref<FolderItem>& file) : f(file) {}
 
-  void ClearError() override;
+  void ClearError() override { errCode = 0; }
   bool Flush() override;
   virtual void Destructor() { Close(); }
   // The reference by which the platform opens the fork of `item`: the item itself, or nil where the folder

@@ -118,15 +118,6 @@ void ApplyPermissions(ZipEntry& entry, const Ref<FolderItem>& item, bool make_ex
 
 }  // namespace
 
-bool ZipEntry::Extract(const Ref<FolderItem>& destination) {
-  return Extract(destination, true);
-}
-
-// The flag is not looked at: callers rely on forks and execute bits whatever they pass.
-bool ZipEntry::Extract(const Ref<FolderItem>& destination, bool /*flag*/) {
-  return Extract(destination, true, true);
-}
-
 bool ZipEntry::Extract(bool mac_binary, const Ref<SeqDataOutputStream>& data_out,
                        const Ref<SeqDataOutputStream>& rsrc_out, Ref<MemoryBlock>& header_block) {
   header_block = nil;

@@ -19,12 +19,6 @@ namespace Apple = AppleDoubleHeader;
 // Seconds from the start of 1904 to the start of 1970.
 constexpr std::int64_t kUnixEpochIn1904 = 2082844800;
 
-Ref<MemoryBlock> NewBigEndianBlock(std::int32_t size) {
-  Ref<MemoryBlock> block = New<MemoryBlock>(size);
-  block->SetLittleEndian(false);
-  return block;
-}
-
 bool HasPlausibleFields(const MemoryBlock& block) {
   return block.Byte(Mac::kOldVersion) == 0 && block.Byte(Mac::kZero82) == 0 &&
          block.Short(Mac::kZero126) == 0 && block.Long(Mac::kDataLength) >= 0 &&
@@ -79,7 +73,7 @@ std::int32_t ZipEntry::z_MBHdrLevel(const Ref<MemoryBlock>& block) {
 bool ZipEntry::z_unzipMBHdr(bool is_apple_double, const String& data, Ref<MemoryBlock>& header_block,
                             std::int32_t& resource_offset) {
   if (!is_apple_double) {
-    const Ref<MemoryBlock> block = NewBigEndianBlock(Mac::kSize);
+    const auto block = New<MemoryBlock>(Mac::kSize, ByteOrder::kBig);
     block->SetStringValue(0, Mac::kSize, data);
     if (z_MBHdrLevel(block) > 0) {
       header_block = block;
@@ -89,8 +83,8 @@ bool ZipEntry::z_unzipMBHdr(bool is_apple_double, const String& data, Ref<Memory
   }
 
   // The caller sees the block also where the header turns out to be bad.
-  header_block = NewBigEndianBlock(Mac::kSize);
-  const Ref<MemoryBlock> apple = NewBigEndianBlock(static_cast<std::int32_t>(data.size()));
+  header_block = New<MemoryBlock>(Mac::kSize, ByteOrder::kBig);
+  const auto apple = New<MemoryBlock>(static_cast<std::int32_t>(data.size()), ByteOrder::kBig);
   apple->SetStringValue(0, apple->Size(), data);
   if (!IsReadableAppleDouble(*apple)) {
     errmsg = "Invalid or unsupported AppleDouble header";

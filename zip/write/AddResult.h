@@ -12,4 +12,7 @@ inline constexpr std::int32_t kStoreFailed = -2;   // the data could not be stor
 inline constexpr std::int32_t kNotOpened = -38;    // a source stream would not open
 inline constexpr std::int32_t kBadArgument = -50;  // there is no name
 
+// The message that goes with kItemFault, and with kStoreFailed for a fault that nothing else tells of.
+inline constexpr const char* kUnexpectedFault = "An unexpected error occured while storing an item";
+
 }  // namespace vantorel::AddResult

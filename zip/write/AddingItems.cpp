@@ -3,11 +3,11 @@
 #include "zip/archive/RuntimeGuard.h"
 #include "zip/archive/ZipArchive.h"
 #include "zip/extract/FileReader.h"
+#include "zip/extract/MacBinaryHeader.h"
 #include "zip/extract/RsrcForkReader.h"
 #include "zip/records/ZipRecords.h"
 #include "zip/write/AddResult.h"
 #include "zip/write/EntryWriter.h"
-#include "zip/write/MacBinaryLength.h"
 
 namespace vantorel {
 
@@ -43,7 +43,8 @@ std::int32_t AddItem(ZipArchive& archive, const Ref<FolderItem>& item, const Str
   const bool wrapped =
       mode == archive.MacBinaryAlways() || (mode == archive.MacBinarySmart() && source.rsrc_length > 0);
   if (size_only) {
-    return wrapped ? MacBinaryTotalLength(source.data_length, source.rsrc_length) : source.data_length;
+    return wrapped ? MacBinaryHeader::TotalLength(source.data_length, source.rsrc_length)
+                   : source.data_length;
   }
   if (wrapped) {
     source.mac_binary_header =
@@ -72,11 +73,8 @@ std::int32_t ZipArchive::z_addItem(const Ref<FolderItem>& item, const String& pa
     errmsg = "no file reference given";
     return AddResult::kNotStored;
   }
-  return WithRuntimeGuard([&] { return AddItem(*this, item, path, mode, unixPermissions, sizeOnly); },
-                          [&]() -> std::int32_t {
-                            errmsg = "An unexpected error occured while storing an item";
-                            return AddResult::kItemFault;
-                          });
+  return WithRuntimeGuard(errmsg, AddResult::kUnexpectedFault, AddResult::kItemFault,
+                          [&] { return AddItem(*this, item, path, mode, unixPermissions, sizeOnly); });
 }
 
 std::int32_t ZipArchive::AddItemWithRawPath(const Ref<FolderItem>& item, const String& path,

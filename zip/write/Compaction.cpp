@@ -1,11 +1,12 @@
-#include "zip/write/Compaction.h"
-
+// Closing the holes that dropped members left in an archive file, in place: the surviving members move toward
+// the start, in the order of their offsets, and their central headers learn the new offsets.
 #include <algorithm>
 #include <string>
 
 #include "platform/base/Arithmetic.h"
 #include "platform/run/BackgroundTask.h"
 #include "zip/archive/RuntimeGuard.h"
+#include "zip/archive/ZipArchive.h"
 #include "zip/records/ZipRecords.h"
 
 namespace vantorel {
@@ -14,12 +15,29 @@ namespace {
 
 constexpr const char* kMismatch = "File Headers mismatch (archive appears to be severely corrupted)";
 
-}  // namespace
+// One object per Compact.
+class Compaction {
+ public:
+  explicit Compaction(ZipArchive& archive) : archive_(archive) {}
 
-Compaction::Compaction(ZipArchive& archive)
-    : archive_(archive), local_(New<MemoryBlock>(LocalHeader::kSize)) {
-  local_->SetLittleEndian(true);
-}
+  // False with a message in the archive's errmsg. What was handled before the failure has moved, the rest has
+  // not, and every entry points at its data. The caller empties the working lists.
+  bool Run();
+
+ private:
+  void CollectMembers();
+  bool MoveMember(std::int32_t offset, const Ref<MemoryBlock>& central);
+  bool ReadLocalHeader(std::int32_t offset);
+  void TakeSizesFrom(const Ref<MemoryBlock>& central);
+  bool HeadersAgree(const Ref<MemoryBlock>& central, std::int32_t local_flags) const;
+  bool Fail(const char* message);
+
+  ZipArchive& archive_;
+  Ref<MemoryBlock> local_ = New<MemoryBlock>(LocalHeader::kSize, ByteOrder::kLittle);  // the one at hand
+  std::int32_t write_position_ = 0;    // where the member at hand goes
+  std::int32_t member_length_ = 0;     // of the one that went there last
+  std::int32_t previous_offset_ = -1;  // where that one came from
+};
 
 bool Compaction::Run() {
   CollectMembers();
@@ -114,16 +132,15 @@ bool Compaction::Fail(const char* message) {
   return false;
 }
 
+}  // namespace
+
 bool ZipArchive::Compact() {
   if (!writeMode) {
     z_noWriteMsg();
     return false;
   }
-  const bool compacted = WithRuntimeGuard([&] { return Compaction(*this).Run(); },
-                                          [&] {
-                                            errmsg = "Compact() encountered an unexpected error";
-                                            return false;
-                                          });
+  const bool compacted = WithRuntimeGuard(errmsg, "Compact() encountered an unexpected error", false,
+                                          [&] { return Compaction(*this).Run(); });
   compactEntries.clear();
   compactOffset.clear();
   return compacted;

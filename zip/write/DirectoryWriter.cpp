@@ -82,11 +82,8 @@ bool WriteDirectory(ZipArchive& archive) {
 
 bool ZipArchive::z_writeDirectory() {
   if (!d->dirty) return true;
-  return WithRuntimeGuard([&] { return WriteDirectory(*this); },
-                          [&] {
-                            errmsg = "Internal error (Exception in z_writeDirectory)";
-                            return false;
-                          });
+  return WithRuntimeGuard(errmsg, "Internal error (Exception in z_writeDirectory)", false,
+                          [&] { return WriteDirectory(*this); });
 }
 
 bool ZipArchive::Flush() {

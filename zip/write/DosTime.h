@@ -1,8 +1,10 @@
 // Date and time as the headers of a Zip file hold them (the FAT file system's form).
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
+#include "platform/base/Arithmetic.h"
 #include "platform/base/Ref.h"
 #include "platform/files/Date.h"
 
@@ -15,6 +17,10 @@ struct DosTime {
 
 // The fields of `date` as they stand, so local time. A year before 1980 counts as 1980; month and day stay.
 // Raises NilObjectException.
-DosTime ToDosTime(const Ref<Date>& date);
+inline DosTime ToDosTime(const Ref<Date>& date) {
+  const std::int64_t year = std::max(date->Year(), 1980) - 1980;
+  return {date->Second() / 2 + 32 * date->Minute() + 2048 * date->Hour(),
+          ToSInt32(static_cast<std::uint64_t>(date->Day() + 32 * date->Month() + 512 * year))};
+}
 
 }  // namespace vantorel

@@ -1,4 +1,5 @@
-// Dropping and replacing entries. The file is not touched; the bytes of a dropped member stay until Compact.
+// Dropping and replacing entries, and undoing what was appended. The file is not touched; the bytes of a
+// dropped member stay until Compact.
 #include <utility>
 
 #include "zip/archive/ZipArchive.h"
@@ -36,6 +37,25 @@ Ref<ZipEntry> ZipArchive::ReplaceEntry(std::int32_t index, const Ref<ZipEntry>& 
     return nil;
   }
   return std::exchange(d->entries_1[ClaimEntry(*this, index)], newEntry);
+}
+
+void ZipArchive::Mark() {
+  markDirStart = startOfDirInArchive;
+  markEntries = d->UpperBound();
+  marked = true;
+}
+
+// Members are appended in file order, so dropping the entries and moving the end back undoes all: the bytes
+// behind it are overwritten or cut off. The mark stays.
+bool ZipArchive::Rollback() {
+  if (!marked || markDirStart > startOfDirInArchive || markEntries > d->UpperBound()) {
+    marked = false;
+    return false;
+  }
+  startOfDirInArchive = markDirStart;
+  d->entries_1.resize(static_cast<std::size_t>(markEntries) + 1);
+  d->dirty = true;
+  return true;
 }
 
 }  // namespace vantorel

@@ -4,11 +4,11 @@
 
 #include "platform/base/Arithmetic.h"
 #include "platform/text/TextFunctions.h"
+#include "zip/archive/RuntimeGuard.h"
 #include "zip/extract/MacBinaryHeader.h"
 #include "zip/records/ZipRecords.h"
 #include "zip/write/AddResult.h"
 #include "zip/write/DosTime.h"
-#include "zip/write/MacBinaryLength.h"
 
 namespace vantorel {
 
@@ -49,7 +49,7 @@ void EntryWriter::SettleLengths() {
       header.Long(MacBinaryHeader::kResourceLength) != source_.rsrc_length) {
     throw RuntimeException("the MacBinary header states other fork lengths");
   }
-  total_ = MacBinaryTotalLength(source_.data_length, source_.rsrc_length);
+  total_ = MacBinaryHeader::TotalLength(source_.data_length, source_.rsrc_length);
 }
 
 Ref<MemoryBlock> EntryWriter::MakeCentralRecord(const Ref<Date>& date) const {
@@ -57,8 +57,7 @@ Ref<MemoryBlock> EntryWriter::MakeCentralRecord(const Ref<Date>& date) const {
   const Ref<TextEncoding> name_encoding = Encoding(encoded_name_);
   const bool utf8_name = name_encoding && name_encoding->Equals(Encodings::UTF8());
 
-  auto record = New<MemoryBlock>(CentralHeader::kSize);
-  record->SetLittleEndian(true);
+  auto record = New<MemoryBlock>(CentralHeader::kSize, ByteOrder::kLittle);
   record->SetLong(CentralHeader::kSignature, CentralHeader::kMagic);
   record->SetByte(CentralHeader::kVersionMadeBy, kZipFormatVersion);
   record->SetByte(CentralHeader::kOSMadeBy, archive_.d->defaultOSMadeBy);
@@ -76,8 +75,7 @@ Ref<MemoryBlock> EntryWriter::MakeCentralRecord(const Ref<Date>& date) const {
 }
 
 void EntryWriter::WriteLocalHeader() {
-  auto header = New<MemoryBlock>(LocalHeader::kSize);
-  header->SetLittleEndian(true);
+  const auto header = New<MemoryBlock>(LocalHeader::kSize, ByteOrder::kLittle);
   header->SetLong(LocalHeader::kSignature, LocalHeader::kMagic);
   header->SetStringValue(LocalHeader::kVersionNeeded, CentralHeader::kSharedSize,
                          record_->StringValue(CentralHeader::kVersionNeeded, CentralHeader::kSharedSize));
@@ -121,6 +119,30 @@ std::int32_t EntryWriter::FailToWrite() {
 std::int32_t EntryWriter::Fail(std::int32_t result, const char* message) {
   archive_.errmsg = message;
   return result;
+}
+
+std::int32_t ZipArchive::AddItemByStreams(const Ref<SeqDataInputStream>& dataIn, std::int32_t dataLength,
+                                          const Ref<SeqDataInputStream>& rsrcIn, std::int32_t rsrcLength,
+                                          const Ref<MemoryBlock>& macBinaryHeader, const String& name,
+                                          const Ref<ZipExtraField>& extra, const Ref<Date>& date) {
+  if (rsrcIn && (!macBinaryHeader || macBinaryHeader->Size() == 0)) {
+    throw RuntimeException("a resource fork can only be stored behind a MacBinary header");
+  }
+  if (!writeMode) {
+    z_noWriteMsg();
+    return AddResult::kNotStored;
+  }
+  return z_zip(dataIn, dataLength, rsrcIn, rsrcLength, macBinaryHeader, name, date, extra);
+}
+
+std::int32_t ZipArchive::z_zip(const Ref<SeqDataInputStream>& dataIn, std::int32_t dataLength,
+                               const Ref<SeqDataInputStream>& rsrcIn, std::int32_t rsrcLength,
+                               const Ref<MemoryBlock>& macBinaryHeader, const String& name,
+                               const Ref<Date>& date, const Ref<ZipExtraField>& extra) {
+  return WithRuntimeGuard(errmsg, AddResult::kUnexpectedFault, AddResult::kStoreFailed, [&] {
+    EntryWriter writer(*this, {dataIn, dataLength, rsrcIn, rsrcLength, macBinaryHeader});
+    return writer.Store(name, date, extra);
+  });
 }
 
 }  // namespace vantorel

@@ -11,7 +11,6 @@
 #include "zip/records/ZipRecords.h"
 #include "zip/write/AddResult.h"
 #include "zip/write/EntryWriter.h"
-#include "zip/write/MacBinaryLength.h"
 
 namespace vantorel {
 
@@ -82,7 +81,7 @@ std::optional<std::int32_t> EntryWriter::FeedFork(ZStream& deflated, const Ref<S
     source->Close();
   }
   if (wrapped) {
-    const std::int32_t filling = SubtractSInt32(MacBinaryForkLength(length), length);
+    const std::int32_t filling = SubtractSInt32(MacBinaryHeader::ForkLength(length), length);
     deflated.Write(String::Bytes(std::string(static_cast<std::size_t>(filling), '\0')));
     done_ = AddSInt32(done_, filling);
   }

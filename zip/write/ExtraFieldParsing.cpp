@@ -36,9 +36,7 @@ std::int32_t FindZpit(const MemoryBlock& block) {
 
 ZipExtraField::ZipExtraField(const Ref<ZipArchiveData>& archive_data, const String& block) : d(archive_data) {
   if (block.empty()) return;
-  data = NewMemoryBlock(LenB(block));
-  if (!data) RaiseOutOfMemoryException();
-  data->SetLittleEndian(true);
+  data = New<MemoryBlock>(LenB(block), ByteOrder::kLittle);
   data->SetStringValue(0, data->Size(), block);
 
   zpit_rec = FindZpit(*data);
@@ -54,18 +52,6 @@ ZipExtraField::~ZipExtraField() = default;
 
 String ZipExtraField::AsData() {
   return data ? data->StringValue(0, data->Size()) : String();
-}
-
-bool ZipExtraField::IsLocked() {
-  return locked;
-}
-
-void ZipExtraField::Lock() {
-  locked = true;
-}
-
-bool ZipExtraField::IsUnixType1Only() {
-  return hasUXonly;
 }
 
 bool ZipExtraField::GetUnixTimes(std::int32_t& access_time, std::int32_t& modification_time) {

@@ -56,8 +56,7 @@ Ref<MemoryBlock> ZipArchive::z_makeMBHdr(std::int32_t dataLength, std::int32_t r
                                          const String& type, const String& creator, const Ref<Date>& created,
                                          const Ref<Date>& modified, const Ref<FolderItem>& item) {
   if (name.empty()) throw RuntimeException("a MacBinary header needs a name");
-  auto header = New<MemoryBlock>(MacBinaryHeader::kSize);
-  header->SetLittleEndian(false);
+  auto header = New<MemoryBlock>(MacBinaryHeader::kSize, ByteOrder::kBig);
   SetName(*header, name);
   header->SetStringValue(MacBinaryHeader::kType, kCodeSize, type);
   header->SetStringValue(MacBinaryHeader::kCreator, kCodeSize, creator);

@@ -33,9 +33,7 @@ Ref<ZipExtraField> ZipArchive::MakeZipExtraField(const String& type, const Strin
                                                  const String& name) {
   const String stored = StoredName(*d, name);
   const std::int32_t name_size = stored.empty() ? 0 : LenB(stored) + 1;  // with its length byte
-  const Ref<MemoryBlock> block = NewMemoryBlock(ZpitRecord::kSizeWithoutName + name_size);
-  if (!block) RaiseOutOfMemoryException();
-  block->SetLittleEndian(true);
+  const auto block = New<MemoryBlock>(ZpitRecord::kSizeWithoutName + name_size, ByteOrder::kLittle);
   block->SetUShort(ExtraRecord::kId, name_size != 0 ? ZpitRecord::kIdWithName : ZpitRecord::kIdWithoutName);
   block->SetUShort(ExtraRecord::kDataSize, block->Size() - ExtraRecord::kData);
   block->SetLittleEndian(false);

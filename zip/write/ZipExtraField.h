@@ -29,13 +29,13 @@ class ZipExtraField : public Object {
   ZipExtraField(const Ref<ZipArchiveData>& archive_data, const String& block);
   ~ZipExtraField() override;
 
-  virtual bool IsLocked();
+  virtual bool IsLocked() { return locked; }
   // An entry hands out its block only when that is locked. There is no way back.
-  virtual void Lock();
+  virtual void Lock() { locked = true; }
   // 4 bytes of type and creator, and the Mac file name or "". False, with the arguments untouched, if there
   // is no sound ZPIT record.
   virtual bool GetTypeCreatorName(String& type, String& creator, String& name);
-  virtual bool IsUnixType1Only();
+  virtual bool IsUnixType1Only() { return hasUXonly; }
   // False, with the arguments untouched, if the access time is 0.
   virtual bool GetUnixTimes(std::int32_t& access_time, std::int32_t& modification_time);
 };
