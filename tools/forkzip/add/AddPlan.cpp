@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/files/FolderItem.h"
+#include "platform/files/SideFile.h"
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/read/MemberSelection.h"
 
@@ -18,14 +19,10 @@ namespace {
 
 constexpr std::string_view kSidePrefix = "._";
 
-struct CloseFolder {
-  void operator()(DIR* folder) const { closedir(folder); }
-};
-
 // The names in a folder, sorted. On a fault `error` is set.
 std::vector<std::string> NamesIn(const std::string& path, int& error) {
   std::vector<std::string> names;
-  const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
+  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(path.c_str()), closedir);
   if (folder == nullptr) {
     error = errno;
     return names;
@@ -44,13 +41,9 @@ bool IsIn(const std::vector<std::string>& names, const std::string& name) {
   return std::binary_search(names.begin(), names.end(), name);
 }
 
-std::string SideFileOf(std::string path) {
-  return path.insert(path.find_last_of('/') + 1, kSidePrefix);  // at the front where there is no slash
-}
-
 bool HasSideFile(const std::string& path) {
   struct stat status {};
-  return lstat(SideFileOf(path).c_str(), &status) == 0;
+  return lstat(SideFile::PathFor(path).c_str(), &status) == 0;
 }
 
 // Where the links of a path lead in the end.
@@ -61,10 +54,6 @@ std::string TargetOf(const std::string& path) {
 }
 
 }  // namespace
-
-bool IsSideFile(const std::string& name) {
-  return name.compare(name.find_last_of('/') + 1, kSidePrefix.size(), kSidePrefix) == 0;
-}
 
 std::string MemberNameOf(const std::string& path) {
   std::string name;
@@ -183,7 +172,7 @@ void AddPlan::TakeUp(PlannedItem item) {
 }
 
 bool AddPlan::HasSideFileOf(const PlannedItem& item) const {
-  return item.has_side_file && by_name_.contains(SideFileOf(item.name));
+  return item.has_side_file && by_name_.contains(SideFile::PathFor(item.name));
 }
 
 void AddPlan::LeaveOut(const std::string& path) {

@@ -76,9 +76,6 @@ class AddPlan {
   std::uint64_t total_size_ = 0;
 };
 
-// Whether the last component of a name begins with "._": Finder data of another file, which has none itself.
-bool IsSideFile(const std::string& name);
-
 // "../a/./b" and "/a/b" as "a/b".
 std::string MemberNameOf(const std::string& path);
 

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <utility>
 
@@ -40,15 +41,17 @@ void FileSource::GetErrorDescription(std::int32_t& code, String& text) {
   text = error_ == 0 ? String() : String("file error");
 }
 
-String TextSource::Read(std::int32_t count) {
-  String bytes = text_.Slice(0, static_cast<std::size_t>(std::max(count, 0)));
-  text_ = text_.Slice(bytes.size());
-  return bytes;
+LinkSource::LinkSource(const std::string& path) : FileSource(path, 0) {
+  std::array<char, 4096> target{};
+  const ssize_t length = readlink(path.c_str(), target.data(), target.size());
+  const int error = length < 0 ? errno : 0;
+  target_ = String::Bytes({target.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))});
+  SetOutcome(error, target_.size());
 }
 
-void TextSource::GetErrorDescription(std::int32_t& code, String& text) {
-  code = 0;
-  text = String();
+String LinkSource::Read(std::int32_t /*count*/) {
+  SetOutcome(0, 0);
+  return std::exchange(target_, {});
 }
 
 }  // namespace vantorel::forkzip

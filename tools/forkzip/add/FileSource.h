@@ -27,8 +27,8 @@ class FileSource : public SeqDataInputStream {
   int File() const { return file_.Number(); }
   // The system's error, 0 if there was none.
   int Error() const { return error_; }
-  // Whether all of the promised bytes came.
-  bool CameWhole() const { return error_ == 0 && left_ == 0; }
+  // How many of the promised bytes have not come.
+  std::uint64_t Left() const { return left_; }
 
  protected:
   void SetOutcome(int error, std::uint64_t left) {
@@ -43,22 +43,17 @@ class FileSource : public SeqDataInputStream {
   int error_ = 0;
 };
 
-// A text that lies in memory.
-class TextSource : public SeqDataInputStream {
+// The target of a symbolic link, or why it cannot be read.
+class LinkSource : public FileSource {
  public:
-  explicit TextSource(String text) : text_(std::move(text)) {}
+  explicit LinkSource(const std::string& path);
 
   String Read(std::int32_t count) override;
-  bool AtEOF() override { return text_.empty(); }
-  bool HadError() override { return false; }
   bool Open() override { return true; }
   void Close() override {}
-  void GetErrorDescription(std::int32_t& code, String& text) override;
-  bool Skip(std::int32_t /*count*/) override { return false; }
-  void ClearError() override {}
 
  private:
-  String text_;
+  String target_;
 };
 
 }  // namespace vantorel::forkzip

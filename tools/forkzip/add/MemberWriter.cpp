@@ -5,18 +5,26 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <memory>
+#include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "platform/base/Arithmetic.h"
 #include "platform/base/Descriptor.h"
 #include "platform/base/LittleEndian.h"
+#include "platform/base/Ref.h"
 #include "platform/files/FolderItem.h"
 #include "platform/text/TextFunctions.h"
+#include "tools/forkzip/add/FilePacker.h"
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Printable.h"
+#include "tools/forkzip/cli/Progress.h"
 #include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/edit/Preflight.h"
 #include "tools/forkzip/read/OpenArchive.h"
+#include "zip/archive/ZipArchive.h"
 #include "zip/extract/RsrcForkReader.h"
 #include "zip/records/ExtraRecords.h"
 #include "zip/records/ZipRecords.h"
@@ -49,34 +57,70 @@ String NameOf(const PlannedItem& item) {
   return DefineEncoding(String::Bytes(item.name), Encodings::UTF8());
 }
 
+std::string_view LeafOf(std::string_view name) {
+  return name.substr(name.rfind('/') + 1);
+}
+
 Ref<Date> TimeOf(const PlannedItem& item) {
   return Date::FromUnixTime(item.modified.tv_sec);
 }
 
-}  // namespace
+class MemberWriter {
+ public:
+  MemberWriter(int file, std::uint32_t begin, const AddingOptions& options, Problems& problems);
+
+  void Add(const AddPlan& plan);
+  // Returns the records of the members, and where the last one ends.
+  RawDirectory Finish();
+
+ private:
+  // Why an item can be no member, or nothing.
+  std::string Refusal(const PlannedItem& item) const;
+  // Whether there may be something to say of a file beyond its data.
+  bool MayHaveMacData(const PlannedItem& item) const;
+  bool IsToBeWrapped(const PlannedItem& item, const MacData& mac) const;
+  void AddItem(const PlannedItem& item, bool side_file_is_member);
+  Ref<FileSource> SourceOf(const PlannedItem& item);
+  void AddPlain(const PlannedItem& item, const FinderInfo& info);
+  void AddWrapped(const PlannedItem& item, const Ref<FolderItem>& file, const MacData& mac);
+  // Sees to what the engine answered to an addition from `source`, nil for a folder.
+  void Settle(const PlannedItem& item, const Ref<FileSource>& source, std::int32_t index);
+  // Takes back what came of an item, which is then a problem.
+  void TakeBack(const PlannedItem& item, const std::string& why);
+  void SetAttributes(const PlannedItem& item, const Ref<ZipEntry>& entry) const;
+  // Marks the name of a member that was just added as UTF-8, if it is and not plain ASCII, in its local
+  // header and in its record in memory.
+  void MarkName(const Ref<ZipEntry>& entry) const;
+  void CheckArchive() const;
+  std::uint32_t End() const { return static_cast<std::uint32_t>(archive_->startOfDirInArchive); }
+
+  Ref<ZipArchive> archive_;  // of the new members alone
+  const AddingOptions& options_;
+  Problems& problems_;
+  std::unique_ptr<FilePacker> packer_;
+};
 
 // The engine is given the file as an archive of its own, of no members so far, whose directory is to begin at
 // `begin`.
-MemberWriter::MemberWriter(int file, std::uint32_t begin, const AddingOptions& options, FilePacker& packer,
-                           Problems& problems)
-    : archive_(NewArchive(options.encoding)), options_(options), packer_(packer), problems_(problems) {
+MemberWriter::MemberWriter(int file, std::uint32_t begin, const AddingOptions& options, Problems& problems)
+    : archive_(NewArchive(options.encoding)), options_(options), problems_(problems) {
   archive_->d->zipStream = StreamOver(file, true);
   archive_->entriesRead = true;
   archive_->writeMode = true;
   archive_->startOfDirInArchive = ToSInt32(begin);
   archive_->PreserveUnixPermissions(!options.no_permissions);
-  archive_->d->new_deflater = [&packer] { return packer.NewDeflater(); };
+  archive_->d->new_deflater = [this] { return packer_->NewDeflater(); };
 }
 
-void MemberWriter::Add(const AddPlan& plan, const Ref<Progress>& progress) {
+void MemberWriter::Add(const AddPlan& plan) {
+  const auto progress = New<Progress>(options_.ShowProgress(), plan.TotalSize());
   archive_->SetProgressMonitor(progress);
   std::vector<const PlannedItem*> plain;
   for (const PlannedItem& item : plan.Items()) {
     const bool has_data = item.kind == PlannedItem::Kind::kFile && item.size != 0;
-    const bool has_mac_data = item.has_side_file || options_.mac_binary == MacBinary::kAlways;
-    if (has_data && !has_mac_data && Refusal(item).empty()) plain.push_back(&item);
+    if (has_data && !MayHaveMacData(item) && Refusal(item).empty()) plain.push_back(&item);
   }
-  packer_.Expect(plain);
+  packer_ = std::make_unique<FilePacker>(options_, std::move(plain));
   for (const PlannedItem& item : plan.Items()) {
     archive_->Mark();
     progress->Begin(item.name);
@@ -95,58 +139,53 @@ std::string MemberWriter::Refusal(const PlannedItem& item) const {
   return {};
 }
 
-bool MemberWriter::AddItem(const PlannedItem& item, bool side_file_is_member) {
+bool MemberWriter::MayHaveMacData(const PlannedItem& item) const {
+  return item.kind == PlannedItem::Kind::kFile &&
+         (item.has_side_file || options_.mac_binary == MacBinary::kAlways);
+}
+
+void MemberWriter::AddItem(const PlannedItem& item, bool side_file_is_member) {
   if (const std::string why = Refusal(item); !why.empty()) return TakeBack(item, why);
-  if (item.kind == PlannedItem::Kind::kLink) return AddLink(item);
   // A side file that is a member itself says all there is to say.
-  if (side_file_is_member) return AddPlain(item, {});
-  Ref<FolderItem> file;
-  if (item.kind == PlannedItem::Kind::kFile &&
-      (item.has_side_file || options_.mac_binary == MacBinary::kAlways))
-    file = GetFolderItem(String::Bytes(item.Source()));
+  if (side_file_is_member || !MayHaveMacData(item)) return AddPlain(item, {});
+  const Ref<FolderItem> file = GetFolderItem(String::Bytes(item.Source()));
   MacData mac;
-  if (const std::int32_t error = file ? file->GetMacData(mac) : 0)
-    return TakeBack(item, WithCause(kNoMacData, -error));
-  return file && IsToBeWrapped(item, mac) ? AddWrapped(item, file, mac) : AddPlain(item, mac.finder);
+  if (const std::int32_t error = file->GetMacData(mac)) return TakeBack(item, WithCause(kNoMacData, -error));
+  return IsToBeWrapped(item, mac) ? AddWrapped(item, file, mac) : AddPlain(item, mac.finder);
 }
 
 // Folders have no forks and are never wrapped, though the engine would: other programs would see files.
 bool MemberWriter::IsToBeWrapped(const PlannedItem& item, const MacData& mac) const {
   if (options_.mac_binary == MacBinary::kNever) return false;
-  if (options_.mac_binary == MacBinary::kAlways && !IsSideFile(item.name)) return true;
+  if (options_.mac_binary == MacBinary::kAlways && !LeafOf(item.name).starts_with("._")) return true;
   return item.has_side_file && mac.fork_length > 0;
 }
 
-bool MemberWriter::AddPlain(const PlannedItem& item, const FinderInfo& info) {
-  const bool is_file = item.kind == PlannedItem::Kind::kFile;
-  const auto source = is_file ? packer_.SourceOf(item) : Ref<FileSource>();
-  const std::string extra = TypeRecord(archive_, info) + TimestampRecord(item.modified);
-  const std::int32_t index =
-      archive_->AddItemByStreams(source, ToSInt32(item.size), nil, 0, nil, NameOf(item),
-                                 archive_->MakeZipExtraField(String::Bytes(extra)), TimeOf(item));
-  return Settle(item, source, index);
+// The data of an item without MacBinary; nil for a folder.
+Ref<FileSource> MemberWriter::SourceOf(const PlannedItem& item) {
+  if (item.kind == PlannedItem::Kind::kFolder) return nil;
+  if (item.kind == PlannedItem::Kind::kLink) return New<LinkSource>(item.path);
+  return packer_->SourceOf(item);
 }
 
-bool MemberWriter::AddLink(const PlannedItem& item) {
-  std::array<char, 4096> target{};
-  const ssize_t length = readlink(item.path.c_str(), target.data(), target.size());
-  if (length < 0) return TakeBack(item, WithCause("left out, cannot be read", errno));
-  const std::string_view bytes(target.data(), static_cast<std::size_t>(length));
-  const std::int32_t index = archive_->AddItemByStreams(
-      New<TextSource>(String::Bytes(bytes)), ToSInt32(bytes.size()), nil, 0, nil, NameOf(item),
-      archive_->MakeZipExtraField(String::Bytes(TimestampRecord(item.modified))), TimeOf(item));
-  return Settle(item, nil, index);
+void MemberWriter::AddPlain(const PlannedItem& item, const FinderInfo& info) {
+  const Ref<FileSource> source = SourceOf(item);
+  const std::uint64_t size = item.kind == PlannedItem::Kind::kLink ? source->Left() : item.size;
+  const std::string extra = TypeRecord(archive_, info) + TimestampRecord(item.modified);
+  const std::int32_t index =
+      archive_->AddItemByStreams(source, ToSInt32(size), nil, 0, nil, NameOf(item),
+                                 archive_->MakeZipExtraField(String::Bytes(extra)), TimeOf(item));
+  Settle(item, source, index);
 }
 
 // The engine adds files in MacBinary by itself too, but tells less of what goes wrong, and knows the file by
 // no other name than its own.
-bool MemberWriter::AddWrapped(const PlannedItem& item, const Ref<FolderItem>& file, const MacData& mac) {
+void MemberWriter::AddWrapped(const PlannedItem& item, const Ref<FolderItem>& file, const MacData& mac) {
   const auto source = New<FileSource>(item.Source(), item.size);
   const auto fork = mac.fork_length > 0 ? New<RsrcForkReader>(file) : Ref<RsrcForkReader>();
-  const std::string leaf = item.name.substr(item.name.find_last_of('/') + 1);
-  const Ref<MemoryBlock> header =
-      archive_->MakeMacBinaryHeader(file, ToSInt32(item.size), mac.fork_length,
-                                    DefineEncoding(String::Bytes(leaf), Encodings::UTF8()), mac.finder);
+  const Ref<MemoryBlock> header = archive_->MakeMacBinaryHeader(
+      file, ToSInt32(item.size), mac.fork_length,
+      DefineEncoding(String::Bytes(LeafOf(item.name)), Encodings::UTF8()), mac.finder);
   const std::int32_t index = archive_->AddItemByStreams(
       source, ToSInt32(item.size), fork, mac.fork_length, header, NameOf(item),
       archive_->MakeZipExtraField(mac.finder.TypeText(), mac.finder.CreatorText(), file->Name()),
@@ -155,22 +194,19 @@ bool MemberWriter::AddWrapped(const PlannedItem& item, const Ref<FolderItem>& fi
   return Settle(item, source, index);
 }
 
-bool MemberWriter::Settle(const PlannedItem& item, const Ref<FileSource>& source, std::int32_t index) {
+void MemberWriter::Settle(const PlannedItem& item, const Ref<FileSource>& source, std::int32_t index) {
   if (source && source->Error() != 0)
     return TakeBack(item, WithCause("left out, cannot be read", source->Error()));
   if (index <= 0) return TakeBack(item, Utf8(archive_->ErrorMessage()));
-  if (source && item.size != 0 && !source->CameWhole())
-    return TakeBack(item, "left out, it shrank while it was read");
+  if (source && source->Left() != 0) return TakeBack(item, "left out, it shrank while it was read");
   const Ref<ZipEntry> entry = archive_->Entry(index);
   SetAttributes(item, entry);
   MarkName(entry);
-  return true;
 }
 
-bool MemberWriter::TakeBack(const PlannedItem& item, const std::string& why) {
+void MemberWriter::TakeBack(const PlannedItem& item, const std::string& why) {
   archive_->Rollback();
   if (!Interruption::Requested()) problems_.Add(ExitCode::kFileError, item.path, why);
-  return false;
 }
 
 void MemberWriter::SetAttributes(const PlannedItem& item, const Ref<ZipEntry>& entry) const {
@@ -180,17 +216,18 @@ void MemberWriter::SetAttributes(const PlannedItem& item, const Ref<ZipEntry>& e
   entry->SetExternalFileAttributes(ToSInt32(item.mode << 16U) | dos);
 }
 
-std::vector<RawRecord> MemberWriter::Finish() {
-  std::vector<RawRecord> records;
+RawDirectory MemberWriter::Finish() {
+  RawDirectory made;
   for (std::int32_t i = 1; i <= archive_->EntryCount(); ++i) {
     const Ref<ZipEntry> entry = archive_->Entry(i);
-    records.emplace_back(std::string(entry->z_Header()->View()) +
-                         std::string(entry->z_origEncodedName().view()) +
-                         std::string(entry->ExtraFieldInCentralDir()->AsData().view()));
+    made.records.emplace_back(std::string(entry->z_Header()->View()) +
+                              std::string(entry->z_origEncodedName().view()) +
+                              std::string(entry->ExtraFieldInCentralDir()->AsData().view()));
   }
   archive_->d->zipStream->Flush();
   CheckArchive();
-  return records;
+  made.start = End();
+  return made;
 }
 
 void MemberWriter::CheckArchive() const {
@@ -211,6 +248,15 @@ void MemberWriter::MarkName(const Ref<ZipEntry>& entry) const {
   const Ref<BinaryStream>& stream = archive_->d->zipStream;
   stream->SetPosition(ToPosition(header->Long(CentralHeader::kLocalHeaderOffset)) + LocalHeader::kFlags);
   stream->WriteShort(ToSInt32(marked));
+}
+
+}  // namespace
+
+RawDirectory WriteMembers(int file, std::uint32_t begin, const AddPlan& plan, const AddingOptions& options,
+                          Problems& problems) {
+  MemberWriter writer(file, begin, options, problems);
+  writer.Add(plan);
+  return writer.Finish();
 }
 
 }  // namespace vantorel::forkzip

@@ -16,7 +16,6 @@
 #include "tools/forkzip/edit/ArchiveEdit.h"
 #include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/edit/Preflight.h"
-#include "tools/forkzip/jobs/PackAhead.h"
 #include "tools/forkzip/read/CorrectedArchive.h"
 #include "tools/forkzip/read/MemberFacts.h"
 
@@ -126,19 +125,15 @@ std::optional<RawDirectory> Add(ArchiveEdit& edit, const AddingOptions& options,
     return std::nullopt;
   }
   RawDirectory after = edit.MakeRoomBehindMembers();
-  const auto progress = New<Progress>(options.ShowProgress(), plan.TotalSize());
-  PackAhead packer(options.Deflating(), options.jobs);
-  MemberWriter writer(edit.To(), after.start, options, packer, problems);
-  writer.Add(plan, progress);
-  const std::vector<RawRecord> added = writer.Finish();
-  if (added.empty()) throw Failure(problems.Code(), "nothing was added");
-  const std::vector<bool> replaced = Replaced(edit.Before(), edit.Archive(), added);
+  const RawDirectory added = WriteMembers(edit.To(), after.start, plan, options, problems);
+  if (added.records.empty()) throw Failure(problems.Code(), "nothing was added");
+  const std::vector<bool> replaced = Replaced(edit.Before(), edit.Archive(), added.records);
   const std::vector<RawRecord> old = std::exchange(after.records, {});
   for (std::size_t i = 0; i < old.size(); ++i) {
     if (!replaced[i]) after.records.push_back(old[i]);
   }
-  after.records.insert(after.records.end(), added.begin(), added.end());
-  after.start = writer.End();
+  after.records.insert(after.records.end(), added.records.begin(), added.records.end());
+  after.start = added.start;
   return after;
 }
 

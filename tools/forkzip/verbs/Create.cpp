@@ -8,7 +8,6 @@
 #include "tools/forkzip/cli/StandardStreams.h"
 #include "tools/forkzip/edit/ArchiveEdit.h"
 #include "tools/forkzip/edit/Preflight.h"
-#include "tools/forkzip/jobs/PackAhead.h"
 
 namespace vantorel::forkzip {
 
@@ -32,14 +31,8 @@ RawDirectory Fill(ArchiveEdit& edit, const AddingOptions& options, Problems& pro
   if (options.archive == kStandardStream) plan.LeaveOut("/dev/stdout");
   for (const std::string& path : PathsOf(options)) plan.Add(path, "");
   Preflight::CheckCount(plan.Items().size());
-  const auto progress = New<Progress>(options.ShowProgress(), plan.TotalSize());
   edit.KeepMembers();
-  PackAhead packer(options.Deflating(), options.jobs);
-  MemberWriter writer(edit.To(), 0, options, packer, problems);
-  writer.Add(plan, progress);
-  RawDirectory made;
-  made.records = writer.Finish();
-  made.start = writer.End();
+  RawDirectory made = WriteMembers(edit.To(), 0, plan, options, problems);
   if (made.records.empty() && problems.Code() != ExitCode::kDone) {
     throw Failure(problems.Code(), "there is nothing to put into it");
   }

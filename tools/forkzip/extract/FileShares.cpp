@@ -1,4 +1,4 @@
-#include "tools/forkzip/jobs/FileShares.h"
+#include "tools/forkzip/extract/FileShares.h"
 
 #include <algorithm>
 #include <string>
