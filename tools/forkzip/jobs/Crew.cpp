@@ -71,14 +71,6 @@ bool Read(int pipe, char* bytes, std::size_t count) {
 
 }  // namespace
 
-Crew::Crew(const SharedWork& work, Progress& progress, InOrder& in_order)
-    : work_(work), progress_(progress), in_order_(in_order), units_(work.shares) {
-  for (std::uint32_t unit = 0; unit < work.units.size(); ++unit) {
-    const std::uint32_t share = work.units[unit].share;
-    if (share != SharedWork::kOwn) units_[share].push_back(unit);
-  }
-}
-
 Crew::~Crew() {
   Stop();
   // One that waits for its reports to be read sees that nobody will.
@@ -89,14 +81,11 @@ Crew::~Crew() {
   }
 }
 
-void Crew::Unmap::operator()(Board* board) const {
-  munmap(board, sizeof *board);
-}
-
 bool Crew::Start(std::size_t jobs) {
   void* memory = mmap(nullptr, sizeof(Board), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED) return false;
-  board_.reset(std::construct_at(static_cast<Board*>(memory)));
+  board_ = {std::construct_at(static_cast<Board*>(memory)),
+            [](Board* board) { munmap(board, sizeof *board); }};
   const pid_t parent = getpid();
   while (processes_.size() < jobs) {
     auto [reports, report_to] = MakePipe();
@@ -133,20 +122,19 @@ void Crew::DoShares(int reports) {
   progress_.DivertTo([this, before = std::uint64_t{0}](std::uint64_t done) mutable {
     board_->bytes_done += done - std::exchange(before, done);
   });
+  const auto tell = [reports](std::size_t unit, ExitCode code, std::string_view member,
+                              std::string_view message) {
+    Write(reports, {Report::Kind::kTold, code, static_cast<std::uint32_t>(unit)}, member, message);
+  };
   // Whoever is free takes the next one.
   std::uint32_t share = 0;
-  while (!Interruption::Requested() && (share = board_->next_share++) < units_.size()) {
-    std::size_t tally = 0;
-    for (const std::uint32_t unit : units_[share]) {
-      TellTo problems([&](ExitCode code, std::string_view member, std::string_view message) {
-        Write(reports, {Report::Kind::kTold, code, unit}, member, message);
-      });
-      tally += work_.run(unit, problems);
+  while (!Interruption::Requested() && (share = board_->next_share++) < work_.shares.size()) {
+    std::uint32_t tally = 0;
+    for (const std::uint32_t unit : work_.shares[share]) {
+      tally += static_cast<std::uint32_t>(DoUnit(work_, unit, tell, progress_));
       if (Interruption::Requested()) return;
-      progress_.End(work_.units[unit].size);
     }
-    Write(reports,
-          {.kind = Report::Kind::kShareDone, .index = share, .tally = static_cast<std::uint32_t>(tally)});
+    Write(reports, {.kind = Report::Kind::kShareDone, .index = share, .tally = tally});
   }
 }
 
@@ -163,11 +151,7 @@ std::size_t Crew::Serve() {
     }
     progress_.ShowAhead(board_->bytes_done);
   }
-  if (Interruption::Requested()) return tally_;
-  if (shares_done_ != units_.size()) throw Failure(ExitCode::kFileError, "not all of the work was done");
-  for (const auto& units : units_) {
-    for (const std::uint32_t unit : units) progress_.End(work_.units[unit].size);
-  }
+  if (!Interruption::Requested()) progress_.End(board_->bytes_done);
   return tally_;
 }
 
@@ -183,9 +167,8 @@ void Crew::Hear(Process& process) {
   }
   if (report.kind == Report::Kind::kFault) throw Failure(report.code, message);
   if (report.kind == Report::Kind::kTold) return in_order_.Tell(report.index, report.code, member, message);
-  ++shares_done_;
   tally_ += report.tally;
-  for (const std::uint32_t unit : units_.at(report.index)) in_order_.End(unit);
+  for (const std::uint32_t unit : work_.shares.at(report.index)) in_order_.End(unit);
 }
 
 // They clean up and end by themselves.

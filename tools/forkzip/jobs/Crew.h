@@ -18,7 +18,8 @@ namespace vantorel::forkzip {
 class Crew {
  public:
   // All of them must outlive it.
-  Crew(const SharedWork& work, Progress& progress, InOrder& in_order);
+  Crew(const SharedWork& work, Progress& progress, InOrder& in_order)
+      : work_(work), progress_(progress), in_order_(in_order) {}
   Crew(const Crew&) = delete;
   Crew& operator=(const Crew&) = delete;
   // Ends the processes that are still at work, and waits for them.
@@ -26,8 +27,8 @@ class Crew {
 
   // Makes up to `jobs` processes, fewer if the system has no more. False if not even one.
   bool Start(std::size_t jobs);
-  // Until all is done or, after a signal, all have stopped. Returns the tally. Raises Failure if not all was
-  // done, or for whatever a process raised.
+  // Until all is done or, after a signal, all have stopped. Returns the tally. Raises Failure if a process
+  // ends before its time, and for whatever one raised.
   std::size_t Serve();
 
  private:
@@ -40,9 +41,6 @@ class Crew {
     std::atomic<std::uint32_t> next_share = 0;
     std::atomic<std::uint64_t> bytes_done = 0;  // for the progress
   };
-  struct Unmap {
-    void operator()(Board* board) const;
-  };
 
   [[noreturn]] void Work(int reports);
   void DoShares(int reports);
@@ -54,10 +52,8 @@ class Crew {
   const SharedWork& work_;
   Progress& progress_;
   InOrder& in_order_;
-  std::vector<std::vector<std::uint32_t>> units_;  // of each share
-  std::unique_ptr<Board, Unmap> board_;
+  std::shared_ptr<Board> board_;
   std::vector<Process> processes_;
-  std::size_t shares_done_ = 0;
   std::size_t tally_ = 0;
 };
 

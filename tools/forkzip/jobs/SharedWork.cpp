@@ -1,6 +1,8 @@
 #include "tools/forkzip/jobs/SharedWork.h"
 
 #include <algorithm>
+#include <functional>
+#include <numeric>
 #include <unordered_map>
 
 #include "tools/forkzip/cli/Interruption.h"
@@ -11,20 +13,26 @@ namespace vantorel::forkzip {
 
 namespace {
 
-enum class Which { kAll, kOwn, kShared };
+// Hands on what it is told of a unit.
+class TellOf : public Problems {
+ public:
+  TellOf(std::uint32_t unit, const SharedWork::Take& tell) : Problems(""), unit_(unit), tell_(tell) {}
+  void Add(ExitCode code, std::string_view member, std::string_view message) override {
+    tell_(unit_, code, member, message);
+  }
 
-// Does units in this process.
-std::size_t DoHere(const SharedWork& work, Which which, InOrder& in_order, Progress& progress) {
+ private:
+  std::uint32_t unit_;
+  const SharedWork::Take& tell_;
+};
+
+std::size_t DoHere(const SharedWork& work, const SharedWork::Units& units, InOrder& in_order,
+                   Progress& progress) {
+  const SharedWork::Take tell = std::bind_front(&InOrder::Tell, &in_order);
   std::size_t tally = 0;
-  for (std::size_t unit = 0; unit < work.units.size(); ++unit) {
-    const Which its = work.units[unit].share == SharedWork::kOwn ? Which::kOwn : Which::kShared;
-    if (which != Which::kAll && which != its) continue;
-    TellTo problems([&](ExitCode code, std::string_view member, std::string_view message) {
-      in_order.Tell(unit, code, member, message);
-    });
-    tally += work.run(unit, problems);
+  for (const std::uint32_t unit : units) {
+    tally += DoUnit(work, unit, tell, progress);
     if (Interruption::Requested()) break;
-    progress.End(work.units[unit].size);
     in_order.End(unit);
   }
   return tally;
@@ -32,31 +40,49 @@ std::size_t DoHere(const SharedWork& work, Which which, InOrder& in_order, Progr
 
 }  // namespace
 
-void ShareOut(SharedWork& work, const std::vector<std::uint64_t>& keys) {
+std::size_t DoUnit(const SharedWork& work, std::uint32_t unit, const SharedWork::Take& tell,
+                   Progress& progress) {
+  TellOf problems(unit, tell);
+  const std::size_t tally = work.run(unit, problems);
+  if (!Interruption::Requested()) progress.End(work.sizes[unit]);
+  return tally;
+}
+
+void ShareOut(SharedWork& work, const std::vector<std::optional<std::uint64_t>>& keys) {
+  constexpr std::uint64_t kMostShares = 1000;
   constexpr std::uint64_t kPerUnit = 4096;  // whatever its size
-  std::uint64_t total = 0;
-  for (const SharedWork::Unit& unit : work.units) total += unit.size + kPerUnit;
-  const std::uint64_t enough = total / (SharedWork::kMostShares - 1) + 1;
-  std::unordered_map<std::uint64_t, std::uint32_t> share_of;
+  const std::uint64_t total =
+      std::accumulate(work.sizes.begin(), work.sizes.end(), work.sizes.size() * kPerUnit);
+  const std::uint64_t enough = total / (kMostShares - 1) + 1;
+  std::unordered_map<std::uint64_t, std::size_t> share_of;
   std::uint64_t gathered = 0;
-  for (std::size_t i = 0; i < work.units.size(); ++i) {
-    SharedWork::Unit& unit = work.units[i];
-    if (unit.share == SharedWork::kOwn) continue;
-    const auto next = static_cast<std::uint32_t>(gathered / enough);
-    unit.share = keys.empty() ? next : share_of.try_emplace(keys[i], next).first->second;
-    gathered += unit.size + kPerUnit;
-    work.shares = next + 1;
+  for (std::uint32_t unit = 0; unit < work.sizes.size(); ++unit) {
+    if (!keys.empty() && !keys[unit]) {
+      work.own.push_back(unit);
+      continue;
+    }
+    const std::size_t next = gathered / enough;
+    work.shares.resize(next + 1);
+    const std::size_t share = keys.empty() ? next : share_of.try_emplace(*keys[unit], next).first->second;
+    work.shares[share].push_back(unit);
+    gathered += work.sizes[unit] + kPerUnit;
   }
 }
 
 std::size_t DoShared(std::size_t jobs, const SharedWork& work, Progress& progress) {
   InOrder in_order(work);
-  if (jobs < 2 || work.shares < 2) return DoHere(work, Which::kAll, in_order, progress);
-  const std::size_t own = DoHere(work, Which::kOwn, in_order, progress);
-  if (Interruption::Requested()) return own;
   Crew crew(work, progress, in_order);
-  const bool started = crew.Start(std::min<std::size_t>(jobs, work.shares));
-  return own + (started ? crew.Serve() : DoHere(work, Which::kShared, in_order, progress));
+  std::size_t tally = 0;
+  if (jobs > 1 && work.shares.size() > 1) {
+    tally = DoHere(work, work.own, in_order, progress);
+    if (Interruption::Requested()) return tally;
+    if (crew.Start(std::min(jobs, work.shares.size()))) return tally + crew.Serve();
+  }
+  SharedWork::Units rest;
+  for (std::uint32_t unit = 0; unit < work.sizes.size(); ++unit) {
+    if (!in_order.HasEnded(unit)) rest.push_back(unit);
+  }
+  return tally + DoHere(work, rest, in_order, progress);
 }
 
 }  // namespace vantorel::forkzip

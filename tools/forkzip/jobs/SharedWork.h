@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,27 +16,28 @@
 namespace vantorel::forkzip {
 
 struct SharedWork {
-  struct Unit {
-    std::uint64_t size = 0;   // toward the progress
-    std::uint32_t share = 0;  // the units of one share are done by one process, in order
-  };
-  // A share for the calling process, done before all others.
-  static constexpr std::uint32_t kOwn = UINT32_MAX;
-  static constexpr std::uint32_t kMostShares = 1000;
+  using Units = std::vector<std::uint32_t>;
 
-  std::vector<Unit> units;   // in the order in which one job does them
-  std::uint32_t shares = 0;  // numbered from 0, and begun in that order; kMostShares at most
+  std::vector<std::uint64_t>
+      sizes;                  // of the units, in the order in which one job does them; for the progress
+  Units own;                  // for the calling process, which does them before all others
+  std::vector<Units> shares;  // each done by one process, in order; begun in this order
 
   // Does a unit, with what is wrong told to `problems`. The sum of what it returns is the result.
   std::function<std::size_t(std::size_t unit, Problems& problems)> run;
   // Takes what was told of a unit, in the calling process and in the order of the units.
-  std::function<void(std::size_t unit, ExitCode code, std::string_view member, std::string_view message)>
-      take;
+  using Take =
+      std::function<void(std::size_t unit, ExitCode code, std::string_view member, std::string_view message)>;
+  Take take;
 };
 
-// Puts units that follow one another into shares of about the same size, but for those that are kOwn already.
-// If there are `keys`, one for each unit, then units of one key go together.
-void ShareOut(SharedWork& work, const std::vector<std::uint64_t>& keys = {});
+// Does one unit in this process. Without effect on the progress if a signal has come.
+std::size_t DoUnit(const SharedWork& work, std::uint32_t unit, const SharedWork::Take& tell,
+                   Progress& progress);
+
+// Puts units that follow one another into shares of about the same size. If there are `keys`, one for each
+// unit, then units of one key go together, and those that have none are for the calling process.
+void ShareOut(SharedWork& work, const std::vector<std::optional<std::uint64_t>>& keys = {});
 
 // A process takes about a millisecond to start.
 inline constexpr std::uint64_t kWorthAProcess = 8U << 20U;

@@ -57,7 +57,7 @@ std::uint64_t SizeOfAll(const std::vector<Ref<ZipEntry>>& entries) {
 std::size_t ExtractMembers(Extraction& extraction, const std::vector<Ref<ZipEntry>>& entries,
                            const ExtractOptions& options, Progress& progress, Problems& problems) {
   SharedWork work;
-  for (const Ref<ZipEntry>& entry : entries) work.units.push_back({SizeOf(entry)});
+  for (const Ref<ZipEntry>& entry : entries) work.sizes.push_back(SizeOf(entry));
   const std::size_t jobs = JobCount(options.jobs, entries.size(), SizeOfAll(entries), kWorthAProcess);
   if (jobs > 1) ShareOutFiles(work, entries, options.ways);
   work.run = [&](std::size_t unit, Problems& told) {

@@ -87,7 +87,7 @@ void Test(const Options& options, Problems& problems) {
   Report report(options.json);
   report.Begin(options.archive, selected, archive->centralDirCorrupted);
   SharedWork work;
-  for (const std::int32_t i : selected.members) work.units.push_back({SizeOf(archive->Entry(i))});
+  for (const std::int32_t i : selected.members) work.sizes.push_back(SizeOf(archive->Entry(i)));
   ShareOut(work);
   work.run = [&](std::size_t unit, Problems& told) -> std::size_t {
     const Ref<ZipEntry> entry = archive->Entry(selected.members[unit]);
@@ -103,7 +103,7 @@ void Test(const Options& options, Problems& problems) {
     problems.Add(code, member, message);
     report.Add(selected.members[unit], std::string(member), std::string(message));
   };
-  DoShared(JobCount(options.jobs, work.units.size(), SizeOfAll(archive, selected.members), kWorthAProcess),
+  DoShared(JobCount(options.jobs, work.sizes.size(), SizeOfAll(archive, selected.members), kWorthAProcess),
            work, *progress);
   if (Interruption::Requested()) return;
   Progress::ClearLine();
