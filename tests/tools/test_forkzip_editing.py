@@ -203,6 +203,7 @@ class Editing(ForkzipTest):
         many = archive(*[Member(str(i)) for i in range(65535)])
         long_name = "n" * 70000
         mac = [Member("mac", b"3", extra=UNIX_TIMES), Member("._mac", apple_double(b"fork"), extra=UNIX_TIMES)]
+        deep = archive(Member("f"), Member("d/x"), Member("e/y"))
         self.write("new", "new")
         cases = [
             ("a wrong count", archive(Member("f"), Member("g"), count=1), "delete", ["f"], "announces 1 member"),
@@ -231,6 +232,12 @@ class Editing(ForkzipTest):
              "rename", ["mac", "g"], "exists already"),
             ("a new name where only a folder's is right", archive(Member("f"), Member("d/")), "rename", ["f", "d"],
              "exists already"),
+            ("a file's new name where members lie in a folder", deep, "rename", ["f", "d"], "d: exists already, as a folder"),
+            ("a folder's new name where they do", deep, "rename", ["e", "d"], "d: exists already, as a folder"),
+            ("a folder's new name where a file is", deep, "rename", ["e", "f"], "f: exists already, and is no folder"),
+            ("a new name below a file", deep, "rename", ["e/y", "f/g"], "f: exists already, and is no folder"),
+            ("a duplicate's name where members lie in a folder", deep, "duplicate", ["f", "d"], "as a folder"),
+            ("a duplicate's name below a file", deep, "duplicate", ["e/y", "f/g"], "is no folder"),
             ("renaming with another local header", archive(Member("f", b"1", local_flags=2)), "rename", ["f", "x"],
              "contradicts"),
             ("no such member to rename", good, "rename", ["F", "x"], "F: no such member"),

@@ -152,20 +152,28 @@ std::string_view WithoutSlash(std::string_view name) {
   return name.substr(0, name.size() - (name.ends_with('/') ? 1 : 0));
 }
 
-void CheckNamesAreFree(const std::vector<RawRecord>& kept, const std::vector<Source>& sources) {
+// The copies are called `name`, lie in that folder, or are companions. Neither may there be such a folder:
+// its members would get into the company of others.
+void CheckNamesAreFree(const std::vector<RawRecord>& kept, const std::vector<Source>& sources,
+                       const std::string& name) {
   std::unordered_set<std::string_view> taken;
   for (const RawRecord& record : kept) taken.insert(WithoutSlash(record.Name()));
+  std::vector<std::string> names = {std::string(WithoutSlash(name))};
   for (const Source& source : sources) {
-    if (!source.name.empty() && taken.contains(WithoutSlash(source.name))) {
+    if (source.name.empty()) continue;
+    if (taken.contains(WithoutSlash(source.name))) {
       throw Failure(ExitCode::kBadArchive, "not changed: " + source.name + ": exists already");
     }
+    names.push_back(source.name);
   }
+  Preflight::CheckPlaces(kept, names);
 }
 
 }  // namespace
 
 RawDirectory DuplicateMember(ArchiveEdit& edit, const Ref<ZipEntry>& entry, const std::string& name) {
   const std::vector<Source> sources = SourcesOf(edit.Before(), entry, name);
+  CheckNamesAreFree(edit.Before().records, sources, name);
   CheckSources(edit, sources);
   Preflight::CheckCount(edit.Before().records.size() + sources.size());
   CheckHeader(edit.From(), sources.front().record);
@@ -185,7 +193,7 @@ void AddNewName(NewNames& names, const Ref<ZipEntry>& entry, const std::string& 
   if (companion) AddNewName(names, companion, CompanionName(NameInRecord(companion), name));
 }
 
-RawDirectory RenameMembers(ArchiveEdit& edit, const NewNames& names) {
+RawDirectory RenameMembers(ArchiveEdit& edit, const NewNames& names, const std::string& name) {
   RawDirectory kept = edit.Before();
   std::vector<Source> sources;
   std::erase_if(kept.records, [&](const RawRecord& record) {
@@ -195,7 +203,7 @@ RawDirectory RenameMembers(ArchiveEdit& edit, const NewNames& names) {
     sources.push_back({record, renamed->second});
     return true;
   });
-  CheckNamesAreFree(kept.records, sources);
+  CheckNamesAreFree(kept.records, sources, name);
   CheckSources(edit, sources);
   if (edit.IsInPlace()) {
     kept.start = edit.MakeRoomBehindMembers().start;

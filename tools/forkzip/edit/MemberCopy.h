@@ -20,9 +20,10 @@ using NewNames = std::map<RecordKey, std::string>;
 
 // Adds the new name of a member, and that of its companion if there is one.
 void AddNewName(NewNames& names, const Ref<ZipEntry>& entry, const std::string& name);
-// Gives members new names; their place in the directory stays. In place their old headers and data stay
-// behind as unused bytes. Returns the directory. Raises Failure, with nothing written if a new name is taken,
-// a local header contradicts the directory or the archive would become too large.
-RawDirectory RenameMembers(ArchiveEdit& edit, const NewNames& names);
+// Gives members new names, of which all but those of companions are `name` or lie in the folder `name` (as
+// stored); their place in the directory stays. In place their old headers and data stay behind as unused
+// bytes. Returns the directory. Raises Failure, with nothing written if a new name is taken, a local header
+// contradicts the directory or the archive would become too large.
+RawDirectory RenameMembers(ArchiveEdit& edit, const NewNames& names, const std::string& name);
 
 }  // namespace vantorel::forkzip

@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <unordered_set>
+
 #include "platform/base/LittleEndian.h"
 #include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/Printable.h"
@@ -18,6 +20,15 @@ constexpr std::size_t kLongestText = 65535;  // a name or a comment
 
 [[noreturn]] void Refuse(const std::string& why) {
   throw Failure(ExitCode::kBadArchive, "not changed: " + why);
+}
+
+// "a/b/c" lies in "a" and "a/b", and "a/b/" stands for the latter.
+std::vector<std::string_view> FoldersOf(std::string_view name) {
+  std::vector<std::string_view> folders;
+  for (std::size_t slash = name.find('/'); slash != std::string::npos; slash = name.find('/', slash + 1)) {
+    folders.push_back(name.substr(0, slash));
+  }
+  return folders;
 }
 
 }  // namespace
@@ -76,6 +87,22 @@ bool FitsAsName(std::string_view name) {
 void CheckName(std::string_view name) {
   if (FitsAsName(name)) return;
   Refuse("the new name has " + Count(name.size(), "byte") + ", and the format ends at 65535");
+}
+
+void CheckPlaces(const std::vector<RawRecord>& records, const std::vector<std::string>& names) {
+  std::unordered_set<std::string_view> files;
+  std::unordered_set<std::string_view> folders;
+  for (const std::string& name : names) {
+    if (!name.ends_with('/')) files.insert(name);
+    for (const std::string_view folder : FoldersOf(name)) folders.insert(folder);
+  }
+  for (const RawRecord& record : records) {
+    const std::string_view old = record.Name();
+    if (folders.contains(old)) Refuse(std::string(old) + ": exists already, and is no folder");
+    for (const std::string_view folder : FoldersOf(old)) {
+      if (files.contains(folder)) Refuse(std::string(folder) + ": exists already, as a folder");
+    }
+  }
 }
 
 void CheckComment(const std::string& comment) {

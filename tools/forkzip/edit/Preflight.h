@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "zip/records/RawDirectory.h"
 
@@ -20,6 +21,10 @@ void CheckSize(std::uint64_t archive_size);
 // For a new name. Longer ones would be cut, and the archive be damaged.
 bool FitsAsName(std::string_view name);
 void CheckName(std::string_view name);
+
+// For new members, whose stored names end in "/" if they are folders: none is a file where members of
+// `records` lie in a folder, or lies in a folder where one of these is a file.
+void CheckPlaces(const std::vector<RawRecord>& records, const std::vector<std::string>& names);
 
 // For a comment.
 void CheckComment(const std::string& comment);

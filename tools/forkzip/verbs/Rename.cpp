@@ -89,7 +89,7 @@ RawDirectory Rename(ArchiveEdit& edit, const RenameOptions& options) {
     if (name) AddNewName(names, entry, StoredName(archive, *name));
   }
   AddFoldersOfCompanions(names, edit, old_name, new_name);
-  return RenameMembers(edit, names);
+  return RenameMembers(edit, names, StoredName(archive, new_name));
 }
 
 }  // namespace
