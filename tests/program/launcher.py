@@ -37,12 +37,11 @@ def bundle_files(label):
     return {"Vantorel.app/Contents/Info.plist": (plist, 0o644), "Vantorel.app/Contents/MacOS/Vantorel": (script, 0o755)}
 
 
-def update_archive(label, extra=(), changed=()):
-    """An update as bytes, made by Python's zipfile: the target unless `label` is None, with other files in it as
-    bundle_files tells of them, and more (name, text) pairs."""
+def update_archive(label, extra=()):
+    """An update as bytes, made by Python's zipfile: the target unless `label` is None, and more (name, text) pairs."""
     with tempfile.TemporaryFile() as file:
         with zipfile.ZipFile(file, "w", zipfile.ZIP_DEFLATED) as archive:
-            for name, (text, mode) in {**bundle_files(label), **dict(changed)}.items() if label else ():
+            for name, (text, mode) in bundle_files(label).items() if label else ():
                 info = zipfile.ZipInfo(name, (2026, 1, 2, 3, 4, 6))
                 info.external_attr = (0o100000 | mode) << 16
                 info.compress_type = zipfile.ZIP_DEFLATED

@@ -1,17 +1,24 @@
 """Sealed updates: signatures made by minisign, and runs of a sealed launcher that has no screen."""
 
+import concurrent.futures
+import io
 import os
 import pathlib
 import subprocess
 import tempfile
+import zipfile
 
 from launcher import CHANGELOG, UPDATE, VERSION, Launcher, update_archive
 from updateserver import UpdateServer, page
 
 SIGNATURE = "/mac_Vantorel_signature"
 KEYS = pathlib.Path(os.environ.get("SEALED_KEYS", "build/dev/tests/launcher/sealed")).resolve()
-PUBLISH = pathlib.Path(os.environ.get("VANTOREL_PUBLISH", "build/dev/bin/vantorel-publish")).resolve()
 HEADLESS = pathlib.Path(os.environ.get("SEALED_HEADLESS", "build/dev/bin/sealed_headless")).resolve()
+
+GOOD = update_archive("new")
+COMMENT = "version:18\tserial:6"
+DONE = "Update erfolgreich!"
+NOT_PLACED = "Das Update konnte nicht eingespielt werden."
 
 
 def sign(data, comment, key=KEYS / "new.key", legacy=False):
@@ -27,26 +34,12 @@ def sign(data, comment, key=KEYS / "new.key", legacy=False):
 def release(archive=None, version="18", serial=6, **changes):
     """The answers of a server with this release. `changes` replace an answer: bytes are the body
     of a page, and with a status behind them of an error page."""
-    archive = update_archive("new") if archive is None else archive
+    archive = GOOD if archive is None else archive
     bodies = {"version": version.encode(), "changelog": b"notes", "update": archive,
               "signature": sign(archive, f"version:{version}\tserial:{serial}"), **changes}
     paths = {"version": VERSION, "changelog": CHANGELOG, "update": UPDATE, "signature": SIGNATURE}
     return {paths[name]: body if callable(body) else page(*body) if isinstance(body, tuple) else page(body)
             for name, body in bodies.items()}
-
-
-def published(archive, version, serial):
-    """The answers of a server with what vantorel-publish makes of an update archive."""
-    with tempfile.TemporaryDirectory(prefix="published-") as name:
-        folder = pathlib.Path(name)
-        (folder / "update.zip").write_bytes(archive)
-        (folder / "notes").write_text("notes")
-        subprocess.run(["unzip", "-q", "update.zip"], cwd=folder, check=True)
-        public_key = (KEYS / "new.pub").read_text().split("\n")[1]
-        subprocess.run([PUBLISH, "--app", "Vantorel.app", "--version", version, "--notes", "notes", "--out", "www",
-                        "--sign", KEYS / "new.key", "--serial", str(serial), "--verify-with", public_key],
-                       cwd=folder, check=True)
-        return {f"/{file.name}": page(file.read_bytes()) for file in (folder / "www").iterdir()}
 
 
 def contents(folder):
@@ -58,6 +51,19 @@ def contents(folder):
             continue
         found[name] = os.readlink(path) if path.is_symlink() else path.read_bytes() if path.is_file() else None
     return found
+
+
+def members(archive):
+    """The files in an archive and the folders above them, as contents() tells of them."""
+    with zipfile.ZipFile(io.BytesIO(archive)) as opened:
+        files = {name: opened.read(name) for name in opened.namelist()}
+    return {**{str(folder): None for name in files for folder in pathlib.PurePath(name).parents[:-1]}, **files}
+
+
+def in_parallel(function, cases):
+    """The results of many runs, which mostly wait."""
+    with concurrent.futures.ThreadPoolExecutor(64) as pool:
+        return list(pool.map(function, cases))
 
 
 class SealedLauncher(Launcher):
@@ -73,7 +79,6 @@ class SealedLauncher(Launcher):
         with UpdateServer(answers or {}, port=0) as server:
             self.start(HEADLESS, arguments=[server.url if answers else "http://127.0.0.1:1/"], **options)
             code = self.finish()
-            self.requests = server.requests
         lines = self.output.splitlines()
         self.messages = [line[2:] for line in lines if line.startswith("! ")]
         self.status = lines[-1] if lines else ""

@@ -26,24 +26,13 @@ def request(path):
 class ProgramTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.desktop = cls.enterClassContext(Desktop()) if hasattr(cls, "enterClassContext") else Desktop().__enter__()
+        cls.desktop = cls.enterClassContext(Desktop())
 
-    @classmethod
-    def tearDownClass(cls):
-        if not hasattr(cls, "enterClassContext"):
-            cls.desktop.__exit__()
-
-    def launcher(self):
-        launcher = Launcher(self.desktop)
-        launcher.__enter__()
-        self.addCleanup(launcher.__exit__)
-        return launcher
-
-    def serve(self, answers):
-        server = UpdateServer(answers)
-        server.__enter__()
-        self.addCleanup(server.__exit__)
-        return server
+    def accept(self, launcher, **options):
+        """Starts the launcher, and accepts the update that it finds."""
+        title = NOTICE_UPDATE if (launcher.folder / "version").exists() else NOTICE_INSTALL
+        launcher.start(**options)
+        self.desktop.key(self.desktop.window(title, launcher.process), "Return")
 
     def message_box(self, launcher):
         return self.desktop.window("Vantorel", launcher.process)
@@ -60,11 +49,12 @@ class HandOver(ProgramTest):
         for name, recorded, answer in cases:
             with self.subTest(name), Launcher(self.desktop) as launcher, UpdateServer({VERSION: page(answer)}) as server:
                 launcher.install(recorded)
-                launcher.start()
+                launcher.start(arguments=["--ignored", "/x/My.app/y.app"])
                 self.assertEqual(launcher.finish(), 0, launcher.errors)
                 self.assertEqual(launcher.wait_started(), "installed")
                 self.assertEqual(server.requests, [request(VERSION)])
                 self.assertEqual((launcher.folder / "checkfile").read_bytes(), b"check")
+                self.assertEqual((launcher.folder / "updatepath").read_text(), f"{PROGRAM} --ignored /x/My.app")
                 self.assertEqual((launcher.folder / "version").read_text(), "mac_" + recorded)
 
     def test_an_installed_target_starts_when_the_server_has_nothing_to_say(self):
@@ -72,56 +62,16 @@ class HandOver(ProgramTest):
             connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, b"\1\0\0\0\0\0\0\0")
             connection.close()
 
-        cases = [("empty body", UpdateServer({VERSION: page(b"")})), ("reset", UpdateServer({VERSION: reset})),
-                 ("nobody", contextlib.nullcontext())]
-        for name, server in cases:
+        cases = [("empty body", UpdateServer({VERSION: page(b"")}), 0), ("reset", UpdateServer({VERSION: reset}), 0),
+                 ("silence", UpdateServer({VERSION: silent}), 30), ("nobody", contextlib.nullcontext(), 0)]
+        for name, server, seconds in cases:
             with self.subTest(name), Launcher(self.desktop) as launcher, server:
                 launcher.install("17")
+                began = time.monotonic()
                 launcher.start()
                 self.assertEqual(launcher.finish(), 0, launcher.errors)
+                self.assertGreater(time.monotonic() - began, seconds)
                 self.assertEqual(launcher.wait_started(), "installed")
-
-    def test_checkfile_stays_and_updatepath_is_written_anew(self):
-        launcher = self.launcher()
-        launcher.install("17")
-        (launcher.folder / "checkfile").write_text("older")
-        (launcher.folder / "updatepath").write_text("a much longer text than the path of the launcher" * 9)
-        launcher.start(arguments=["--ignored", "/x/My.app/y.app"])
-        self.assertEqual(launcher.finish(), 0, launcher.errors)
-        self.assertEqual((launcher.folder / "checkfile").read_text(), "older")
-        written = (launcher.folder / "updatepath").read_text()
-        self.assertEqual(written, f"{PROGRAM} --ignored /x/My.app")
-        self.assertEqual(launcher.wait_started(), "installed")
-
-
-class Silence(ProgramTest):
-    def test_thirty_seconds_of_silence_are_waited_for(self):
-        launcher = self.launcher()
-        server = self.serve({VERSION: silent})
-        launcher.install("17")
-        launcher.start()
-        self.assertEqual(launcher.finish(), 0, launcher.errors)
-        self.assertGreater(time.monotonic() - server.accepted_at[0], 29)
-        self.assertEqual(launcher.wait_started(), "installed")
-
-
-class FirstInstallation(ProgramTest):
-    def test_unreachable_server_is_told_and_the_run_ends(self):
-        launcher = self.launcher()
-        launcher.start()
-        self.desktop.key(self.message_box(launcher), "Return")
-        self.assertEqual(launcher.finish(), 0, launcher.errors)
-        self.assertFalse((launcher.folder / "version").exists())
-
-    def test_an_error_page_is_a_version_and_a_record_without_a_target_is_none(self):
-        launcher = self.launcher()
-        server = self.serve({VERSION: page(b"17", "404 Not Found"), CHANGELOG: page(b"")})
-        launcher.install("17")
-        subprocess.run(["rm", "-r", launcher.folder / "Vantorel.app"], check=True)
-        launcher.start()
-        self.desktop.key(self.desktop.window(NOTICE_INSTALL, launcher.process), "Escape")
-        self.assertEqual(launcher.finish(), 0, launcher.errors)
-        self.assertEqual(server.paths(), [VERSION, CHANGELOG])
 
 
 class Notice(ProgramTest):
@@ -132,14 +82,22 @@ class Notice(ProgramTest):
             self.assertEqual(self.desktop.windows(NOTICE_UPDATE), [window])
             self.desktop.key(window, "Escape")
 
-        ways = {"keyboard": keyboard,
-                "mouse": lambda window: self.desktop.click(window, *centre(BUTTON_CANCEL))}
-        for name, cancel in ways.items():
-            with self.subTest(name), Launcher(self.desktop) as launcher, \
-                    UpdateServer({VERSION: page(b"18"), CHANGELOG: page("Größer".encode())}) as server:
+        def on_a_record_without_a_target(window):
+            self.desktop.key(window, "Escape")
+
+        cases = [  # the title, the server's answer, the way to cancel
+            (NOTICE_UPDATE, page(b"18"), keyboard),
+            (NOTICE_UPDATE, page(b"18"), lambda window: self.desktop.click(window, *centre(BUTTON_CANCEL))),
+            (NOTICE_INSTALL, page(b"17", "404 An error page is a version"), on_a_record_without_a_target),
+        ]
+        for title, answer, cancel in cases:
+            with self.subTest(cancel.__name__), Launcher(self.desktop) as launcher, \
+                    UpdateServer({VERSION: answer, CHANGELOG: page("Größer".encode())}) as server:
                 launcher.install("17")
+                if title == NOTICE_INSTALL:
+                    subprocess.run(["rm", "-r", launcher.folder / "Vantorel.app"], check=True)
                 launcher.start()
-                cancel(self.desktop.window(NOTICE_UPDATE, launcher.process))
+                cancel(self.desktop.window(title, launcher.process))
                 self.assertEqual(launcher.finish(), 0, launcher.errors)
                 self.assertEqual(server.requests, [request(VERSION), request(CHANGELOG)])
                 self.assertIsNone(launcher.started())
@@ -188,23 +146,14 @@ class Splash(ProgramTest):
 
 class Faults(ProgramTest):
     def test_a_fault_is_reported_in_words_and_the_run_ends(self):
-        def data_is_a_file(launcher):
-            launcher.data.rmdir()
-            launcher.data.write_text("")
-
-        def unreadable_version(launcher):
-            launcher.install("17")
-            (launcher.folder / "version").chmod(0)
-
-        def read_only(launcher):
-            launcher.install("17")
-            launcher.folder.chmod(0o555)
-
-        cases = [("no place for application data", data_is_a_file),
-                 ("the version file cannot be read", unreadable_version), ("nothing can be written", read_only)]
+        cases = [("no place for application data", "rmdir data; touch data"),
+                 ("the version file cannot be read", "chmod 0 data/Vantorel/version"),
+                 ("nothing can be written", "chmod 555 data/Vantorel")]
         for name, prepare in cases:
             with self.subTest(name), Launcher(self.desktop) as launcher, UpdateServer({VERSION: page(b"17")}):
-                prepare(launcher)
+                if "chmod" in prepare:
+                    launcher.install("17")
+                subprocess.run(prepare, shell=True, cwd=launcher.home, check=True)
                 launcher.start(as_nobody=True)
                 self.desktop.key(self.message_box(launcher), "Return")
                 self.assertEqual(launcher.finish(), 1)

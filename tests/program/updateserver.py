@@ -6,7 +6,6 @@ import os
 import socket
 import struct
 import threading
-import time
 
 ADDRESS = ("127.0.0.1", 47800)
 
@@ -39,7 +38,6 @@ class UpdateServer:
         self._port = port
         self.answers = dict(answers)
         self.requests = []
-        self.accepted_at = []
 
     def __enter__(self):
         self._listener = socket.create_server((ADDRESS[0], self._port), backlog=20, reuse_port=False)
@@ -65,7 +63,6 @@ class UpdateServer:
                 connection, _ = self._listener.accept()
             except OSError:
                 return
-            self.accepted_at.append(time.monotonic())
             self._open.append(connection)
             threading.Thread(target=self._answer, args=(connection,), daemon=True).start()
 
