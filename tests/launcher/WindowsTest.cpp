@@ -121,15 +121,18 @@ TEST_F(WindowsTest, WhatWasDownloadedIsInstalledAndTheOutcomeTold) {
   std::string above_the_root;
   for (int i = 0; i < 40; ++i) above_the_root += "../";
   const std::string failed = "Update nicht erfolgreich! Versuche Vantorel zu starten...";
+  const std::string mine = target + "/mine";
   const std::tuple<std::string, std::vector<std::string>, std::string, std::string> cases[] = {
       {"new", {}, "Update erfolgreich!", word + "18_1\r\n"},
+      {mine + "/new", {}, "Update erfolgreich!", word + "18_1\r\n"},  // over what cannot be deleted
       {above_the_root + "new",
        {"Konnte Update nicht entpacken! (" + folder + "/Vantorel.zip -> " + folder + ")"},
        failed,
        word + "17"},
   };
   for (const auto& [member, messages, status, version] : cases) {
-    data_.Run("rm -rf Vantorel; mkdir -p Vantorel/" + target);
+    const bool stays = member.starts_with(mine);
+    data_.Run("rm -rf Vantorel; mkdir -p Vantorel/" + (stays ? mine : target));
     data_.Write("Vantorel/version", word + "17");
     data_.Write("Vantorel/Vantorel.zip", MakeZip({{.name = member}}));
     Globals::newVersion = "18_1\r\n";  // recorded as it is
@@ -144,7 +147,8 @@ TEST_F(WindowsTest, WhatWasDownloadedIsInstalledAndTheOutcomeTold) {
     EXPECT_TRUE(wheel->Visible()) << status;
     EXPECT_EQ(HandOver()->Mode(), 1) << status;
     EXPECT_FALSE(data_.Item("Vantorel/Vantorel.zip")->Exists()) << status;
-    EXPECT_FALSE(data_.Item("Vantorel/" + target)->Exists()) << status;
+    EXPECT_EQ(data_.Item("Vantorel/" + target)->Exists(), stays) << status;
+    EXPECT_EQ(data_.Item("Vantorel/" + mine + "/new")->Exists(), stays) << status;
   }
 }
 
