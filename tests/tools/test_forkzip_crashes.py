@@ -195,20 +195,22 @@ class Crashes(ForkzipTest):
         self.old = members(b"2")
         return self.files_in("there")
 
-    def test_a_killed_extraction_leaves_old_or_new(self):
-        """Or, in a file of mode 1000, what the next run replaces."""
+    def test_an_extraction_that_is_ended_leaves_old_or_new(self):
+        """Or, if it was killed outright, in a file of mode 1000, what the next run replaces."""
         before = self.extracted_before()
         for arguments in (["-d", "out"], ["-d", "out", "--overwrite"]):
             self.put_back(*arguments)
             self.expect(0, "extract", "-q", self.zip, *arguments)
             right = self.files_in("out")
-            for fault, _ in self.each_fault("KILL", "extract", arguments, []):
-                with self.subTest(fault):
-                    for name, data in self.files_in("out").items():
-                        unfinished = ".forkzip-" in name or (self.root / "out" / name).stat().st_mode & 0o7777 == 0o1000
-                        self.assertTrue(unfinished or data in (before.get(name), right[name]), name)
-                    self.expect(0, "extract", "-q", self.zip, "-d", "out", "--overwrite")
-                    self.assertEqual(self.files_in("out"), right)
+            for kind in ("KILL", "TERM"):
+                for fault, _ in self.each_fault(kind, "extract", arguments, []):
+                    with self.subTest(fault):
+                        for name, data in self.files_in("out").items():
+                            mode = (self.root / "out" / name).stat().st_mode & 0o7777
+                            unfinished = kind == "KILL" and (".forkzip-" in name or mode == 0o1000)
+                            self.assertTrue(unfinished or data in (before.get(name), right[name]), name)
+                        self.expect(0, "extract", "-q", self.zip, "-d", "out", "--overwrite")
+                        self.assertEqual(self.files_in("out"), right)
 
     def test_no_run_clears_away_what_another_is_making(self):
         self.old = archive(*(Member(name, b"1" * 70000) for name in ("a", "d/a", "b", "d/b")))

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""forkzip create, add, delete, duplicate, comment, compact: nothing is lost, and other tools read what comes out."""
+"""forkzip add, delete, duplicate, rename, comment, compact: nothing is lost, and other tools read what comes out."""
 
 import fcntl
 import os
@@ -22,105 +22,8 @@ SUB = ["__MACOSX/d/", "__MACOSX/__MACOSX/._d", "__MACOSX/__MACOSX/__MACOSX/._._d
 
 
 class Editing(ForkzipTest):
-    def tree(self):
-        for name, content in TREE.items():
-            self.write(name, content)
-        (self.root / "t/a").chmod(0o750)
-        (self.root / "t/empty").mkdir()
-        (self.root / "t/link").symlink_to("sub/😀")
-        for path in [*(self.root / "t").rglob("*"), self.root / "t"]:
-            os.utime(path, (1, 1600000001), follow_symlinks=False)
-
     def assert_no_strays(self):
         self.assertEqual([name for name in os.listdir(self.root) if "forkzip" in name], [])
-
-    def test_other_tools_read_what_is_made(self):
-        self.tree()
-        self.expect(0, "create", "-q", self.zip, "t")
-        self.assert_others_accept()
-        for tool in (["unzip", "-q", self.zip, "-d", "out"], ["bsdtar", "-xf", self.zip, "-C", "out"],
-                     ["7zz", "x", "-bd", "-snl", f"-o{self.root}/out", self.zip],
-                     [PROGRAM, "extract", "-q", self.zip, "-d", "out"]):
-            with self.subTest(tool[0]):
-                subprocess.run(["rm", "-rf", "out"], cwd=self.root, check=True)
-                (self.root / "out").mkdir()
-                subprocess.run(tool, cwd=self.root, check=True, capture_output=True)
-                self.assertEqual(subprocess.run(["diff", "-r", "--no-dereference", "t", "out/t"], cwd=self.root,
-                                                capture_output=True).stdout, b"")
-                for name in ("t/a", "t/sub/日本.txt", "t/sub"):
-                    was, now = (self.root / name).stat(), (self.root / "out" / name).stat()
-                    self.assertEqual((now.st_mode, now.st_mtime), (was.st_mode, was.st_mtime), name)
-        with zipfile.ZipFile(self.zip) as other:
-            self.assertIn("t/sub/日本.txt", other.namelist())
-            self.assertEqual({info.create_system for info in other.infolist()}, {3})
-
-    def test_what_is_excluded(self):
-        """(patterns, what is left)"""
-        cases = [(["*.o"], ["t/a", "t/sub/", "t/sub/.git/", "t/sub/.git/x", "t/sub/b"]),
-                 (["t/sub"], ["t/a", "t/a.o"]), (["t/sub/"], ["t/a", "t/a.o"]),
-                 (["*/.git"], ["t/a", "t/a.o", "t/sub/", "t/sub/b"]),
-                 (["*.o", "[t]/s*"], ["t/a"]), (["nothing", "t/su", "A"], None)]
-        for name in ("t/a", "t/a.o", "t/sub/.git/x", "t/sub/b"):
-            self.write(name, "1")
-        self.expect(0, "create", "-q", "all.zip", "t/a", "t/a.o", "t/sub")
-        whole = self.expect(0, "list", "all.zip").decode().splitlines()
-        content = (self.root / "all.zip").read_bytes()
-        for patterns, left in cases:
-            left = whole if left is None else left
-            options = [f"--exclude={pattern}" for pattern in patterns]
-            for name in ("out", "a.zip"):
-                subprocess.run(["rm", "-rf", name], cwd=self.root, check=True)
-            with self.subTest(patterns):
-                self.expect(0, "create", "-q", self.zip, "t/a", "t/a.o", "t/sub", *options)
-                self.assertEqual(self.names(), left)
-                if "A" not in patterns:  # looked up in any letter case
-                    self.assertEqual(self.expect(0, "list", "all.zip", *options).decode().splitlines(), left)
-                self.expect(0, "extract", "-q", "all.zip", "-d", "out", *options)
-                self.zip.write_bytes(content)
-                self.expect(0, "delete", "-q", self.zip, "t", *options)
-                self.assertEqual(self.names(), [name for name in whole if name not in left])
-        self.write("t/sub/b", b"2")
-        self.expect(0, "add", "-q", self.zip, "t", "-x", "t/*/b", "-x", "*.o")
-        self.assertNotIn("t/sub/b", self.names())
-
-    def test_paths_from_a_file(self):
-        for name in ("a", "b c", "d\ne"):
-            self.write(name, "1")
-        cases = [("lines", b"a\nb c", ["a", "b c"]), ("zero bytes", b"d\ne\0a\0", ["d\ne", "a"]), ("nothing", b"\n", None)]
-        for what, text, names in cases:
-            self.write("names", text)
-            for source, given in (("names", {}), ("-", {"input": text})):
-                with self.subTest(what, source=source):
-                    self.zip.unlink(missing_ok=True)
-                    says = "" if names else "PATH is required"
-                    self.expect(0 if names else 2, "create", "-q", self.zip, "--files-from", source, says=says, **given)
-                    self.assertEqual(names and [member["name"] for member in self.members()], names)
-        self.expect(3, "create", self.zip, "--files-from", "missing", says="missing: cannot be read")
-        self.expect(3, "create", self.zip, "--files-from", ".", says=".: cannot be read")
-
-    def test_only_what_is_newer_is_added(self):
-        stamp = lambda age: struct.pack("<HHBI", 0x5455, 5, 1, age)
-        dos = 1704067200 + time.timezone  # of the members: 2024-01-01, in local time
-        self.zip.write_bytes(archive(Member("t/", extra=stamp(1000)), Member("t/old", b"1", extra=stamp(1000)),
-                                     Member("t/new", b"1", extra=stamp(1000)), Member("t/side", b"1", extra=stamp(1000)),
-                                     Member("t/dos", b"1"), Member("t/dos newer", b"1")))
-        before = self.zip.read_bytes()
-        for name, age in (("old", 1000), ("new", 1001), ("side", 1000), ("._side", 1001), ("dos", dos + 1),
-                          ("dos newer", dos + 2), ("fresh", 1)):
-            self.write(f"t/{name}", apple_double(b"fork") if name == "._side" else b"22")
-            os.utime(self.root / "t" / name, (age, age))
-        os.utime(self.root / "t", (1000, 1000))
-        added = ["replace t/dos newer", "add t/fresh", "replace t/new", "replace t/side"]
-        self.assertEqual(self.expect(0, "add", "--newer", "-n", self.zip, "t").decode().splitlines(), added)
-        self.assertEqual(self.zip.read_bytes(), before)
-        self.expect(0, "add", "--newer", self.zip, "t")
-        self.assertEqual(self.names(), ["t/", "t/old", "t/dos", *(line.split(" ", 1)[1] for line in added)])
-        after = self.zip.stat()
-        os.utime(self.root / "t", (1000, 1000))
-        os.utime(self.root / "t/._side", (1000, 1000))
-        self.expect(0, "add", "--newer", self.zip, "t")
-        self.assertEqual(self.zip.stat().st_ino, after.st_ino, "nothing is newer any more")
-        self.expect(3, "add", "--newer", self.zip, "missing", says="missing: left out")
 
     def test_a_dry_run_says_what_would_be_done(self):
         self.zip.write_bytes(archive(Member("f", b"1"), Member("d/"), Member("d/g", b"2"), Member("../x", b"3"), Member("h"),
@@ -161,8 +64,8 @@ class Editing(ForkzipTest):
             ("comment", ["Grüße"], ["t/a", "t/sub/😀", "t/Größe"], {}),
             ("compact", [], ["t/a", "t/sub/😀", "t/Größe"], {}),
         ]
-        self.tree()
-        self.write("new", "new")
+        for name, content in {**TREE, "new": "new"}.items():
+            self.write(name, content)
         for verb, arguments, names, contents in edits:
             for way in WAYS:
                 with self.subTest((verb, arguments, way)):
@@ -175,9 +78,6 @@ class Editing(ForkzipTest):
                         self.assertEqual(self.cat(name), content)
                     self.assert_others_accept()
                     self.assert_no_strays()
-        self.assertEqual(self.expect(0, "comment", self.zip), b"")
-        self.expect(0, "comment", self.zip, "x")
-        self.assertEqual(self.expect(0, "comment", self.zip), b"x\n")
 
     def test_a_copy_keeps_every_byte_that_it_does_not_mean_to_change(self):
         first = Member("first", b"1" * 300, extra=b"\x99\x99\2\0ab", comment=b"a comment", descriptor=True)
@@ -262,6 +162,7 @@ class Editing(ForkzipTest):
     def test_archives_of_unusual_shape(self):
         """What an edit makes of members that share data, have no name of their own, or look like the tool's own."""
         self.write("mac", "new")
+        self.write("üx", "new")
         mac = [Member("mac", b"old", extra=UNIX_TIMES), Member("__MACOSX/._mac", apple_double(b"f"), extra=UNIX_TIMES)]
         foreign = Member("__MACOSX/._a", apple_double(b"f"), extra=struct.pack("<HHI", 10, 4, 0))
         path = struct.pack("<HHBI", 0x7075, 5 + 7, 1, zlib.crc32("Größe".encode("cp437"))) + "Größe".encode()
@@ -282,6 +183,7 @@ class Editing(ForkzipTest):
             ("a short member at a long one's data", archive(*shared), "delete", ["x"], ["short", "long"]),
             ("no name of its own", nameless, "delete", ["a"], ["b"]),
             ("replaced by another", archive(Member("x"), Member("mac"), Member("")), "add", ["mac"], ["x", "mac"]),
+            ("and by its stored name", archive(Member(b"\x81x", b"old")), "add", ["--encoding", "cp437", "üx"], ["üx"]),
             ("the same stays", nameless, "duplicate", ["b", "c"], ["a", "", "b", "c"]),
             ("none of its own under a new name either", nameless, "rename", ["a", "c"], ["c", "", "b"]),
             ("a data descriptor moves with its member", archive(hole, Member("f", b"f" * 99, DEFLATED, descriptor=True)),
@@ -289,6 +191,12 @@ class Editing(ForkzipTest):
             ("and so does a header that disagrees", archive(hole, Member("f", local_flags=2)), "compact", [], ["f"]),
             ("data under a name that only its record has", archive(Member("f", b"1"), Member("fake", b"1", flags=8, offset=0)),
              "duplicate", ["fake", "copy"], ["f", "fake", "copy"]),
+            ("the last members", archive(Member("f", b"1"), Member("g", b"2")), "delete", ["*"], []),
+            ("and what is left of them", archive(Member("f", b"1", hole=True)), "compact", [], []),
+            ("a comment of nothing else", archive(), "comment", ["text"], []),
+            ("of what stands for no members", archive(Member("/")), "comment", ["text"], ["/"]),
+            ("the first member of all", archive(), "add", ["mac"], ["mac"]),
+            ("a Zip64 record", archive(Member("a", b"1"), zip64=True), "add", ["mac"], ["a", "mac"]),
             ("what belongs to no member goes when one is added", archive(Member("a"), gap=b"\0" * 99), "add", ["mac"],
              ["a", "mac"]),
             ("or duplicated", archive(Member("a"), gap=b"\0" * 99), "duplicate", ["a", "b"], ["a", "b"]),
@@ -326,7 +234,9 @@ class Editing(ForkzipTest):
                     self.expect(0, verb, "-q", *way, self.zip, *arguments)
                     with zipfile.ZipFile(self.zip) as other:
                         self.assertEqual([info.orig_filename for info in other.infolist()], names)
-                    if "disagrees" not in what and not {"/", "", "short", "fake"} & {*names}:
+                    if not names:
+                        self.assertEqual(self.zip.read_bytes().count(b"PK"), 1)
+                    elif "disagrees" not in what and not {"/", "", "short", "fake"} & {*names}:
                         self.assert_others_accept()
                     self.assertNotIn(b"\0" * 99, self.zip.read_bytes())
                     self.assertNotIn(path, self.zip.read_bytes())
@@ -335,128 +245,15 @@ class Editing(ForkzipTest):
         self.assertIn(archive(*shared)[66:1066], self.zip.read_bytes())
 
     def test_an_archive_of_no_members(self):
-        """The tool writes an end record alone, as others do, and reads and edits that; and the engine's own form."""
-        empty, of_the_engine = archive(), archive(Member("/"))
+        """It is an end record alone, as others write it."""
         (self.root / "folder").mkdir()
-        self.write("new", "new")
         self.expect(0, "create", "-q", self.zip, ".", cwd=self.root / "folder")
-        self.assertEqual(self.zip.read_bytes(), empty)
-        self.zip.write_bytes(archive(Member("f", b"1"), Member("g", b"2")))
-        self.expect(0, "delete", "-q", self.zip, "*")
-        self.assertEqual(self.zip.read_bytes(), empty)
+        self.assertEqual(self.zip.read_bytes(), archive())
         for tool in (["7zz", "t"], ["bsdtar", "-tf"], ["python3", "-m", "zipfile", "-t"]):
             subprocess.run([*tool, self.zip], check=True, capture_output=True)
-        for verb, content in (("delete", archive(Member("f", b"1"))), ("compact", archive(Member("f", b"1", hole=True)))):
-            self.zip.write_bytes(content)
-            self.expect(0, verb, "-q", "--in-place", self.zip, *["f"] * (verb == "delete"))
-            self.assertEqual(self.zip.read_bytes(), empty)
-        for verb in ("list", "info", "test", "extract"):
+        for verb in ("list", "info", "test", "extract", "comment"):
             self.expect(0, verb, self.zip)
         self.expect(1, "duplicate", self.zip, "f", "g", says="no such member")
-        for way in WAYS:
-            for content, left in ((empty, []), (of_the_engine, ["/"])):
-                with self.subTest(content, way=way):
-                    self.zip.write_bytes(content)
-                    self.expect(0, "comment", "-q", *way, self.zip, "text")
-                    self.assertEqual((self.names(), self.expect(0, "comment", self.zip)), (left, b"text\n"))
-                    self.expect(0, "add", "-q", *way, self.zip, "new")
-                    self.assertEqual(self.names(), ["new"])
-                    self.assert_others_accept()
-
-    def test_what_was_added_replaces_what_bears_its_name(self):
-        self.write("good", "new")
-        os.truncate(self.write("gone", "new"), 3 << 30)  # larger than a member may be
-        self.zip.write_bytes(archive(Member("good", b"old"), Member("gone", b"old")))
-        self.expect(3, "add", self.zip, "good", "gone", says="gone: left out")
-        self.assertEqual((self.cat("good"), self.cat("gone")), (b"new", b"old"))
-        self.write("üx", "new")
-        for way in WAYS:
-            with self.subTest("by its stored name", way=way):
-                self.zip.write_bytes(archive(Member(b"\x81x", b"old")))
-                self.expect(0, "add", *way, "--encoding", "cp437", self.zip, "üx")
-                with zipfile.ZipFile(self.zip) as other:
-                    self.assertEqual([other.read(info) for info in other.infolist()], [b"new"])
-
-    def test_no_two_members_get_one_name(self):
-        self.write("x", "another")
-        self.write("deep/x", "this")
-        for arguments, code in ((("x", "./x"), 0), (("x", "../x"), 3)):
-            with self.subTest(arguments):
-                self.zip.unlink(missing_ok=True)
-                self.expect(code, "create", "-q", self.zip, *arguments, cwd=self.root / "deep",
-                            says="another file has the name" if code else "")
-                self.assertEqual((self.names(), self.cat("x")), (["x"], b"this"))
-
-    def test_what_a_tree_leaves_out(self):
-        self.tree()
-        os.mkfifo(self.root / "t/fifo")
-        (self.root / "t/to a folder").symlink_to("sub")
-        (self.root / "t/dangling").symlink_to("nowhere")
-        archive_inside = self.root / "t/inside.zip"
-        self.expect(3, "create", "-q", "--follow-links", archive_inside, "t", says="fifo: left out")
-        names = self.expect(0, "list", archive_inside).decode().splitlines()
-        self.assertEqual([n for n in names if n in ("t/link", "t/to a folder", "t/dangling", "t/inside.zip")], ["t/link"])
-        self.expect(0, "test", "-q", archive_inside)
-        (self.root / "t/fifo").unlink()
-        self.expect(0, "add", "-q", archive_inside, "t", says="inside.zip: left out, it is the archive itself")
-        self.assertNotIn("t/inside.zip", self.expect(0, "list", archive_inside).decode().splitlines())
-        self.expect(3, "create", archive_inside, "t", says="exists already")
-        archive_inside.unlink()
-        for verb in ("create", "add"):
-            self.write("t/.inside.zip.forkzip-new", "left by a run that was killed")
-            self.expect(0, verb, "-q", archive_inside, "t", says="left out" if verb == "add" else "")
-            self.assertFalse([n for n in self.expect(0, "list", archive_inside).split() if b"inside" in n])
-        self.root.chmod(0o777)
-        self.expect(3, "create", "t/new.zip", "t/a", says="t/.new.zip.forkzip-new: Permission denied",
-                    preexec_fn=lambda: os.geteuid() or os.setuid(65534))
-
-    def test_names_and_modes_of_what_is_added(self):
-        self.write("new", "x").chmod(0o751)
-        (self.root / "d").mkdir()
-        for argument, name in (("./new", "new"), (self.root / "new", str(self.root / "new")[1:]), ("d/../new", "new")):
-            self.zip.unlink(missing_ok=True)
-            self.expect(0, "create", "-q", self.zip, argument)
-            self.assertEqual(self.names(), [name])
-        self.expect(0, "create", "-q", "plain.zip", "new", "d", "--no-permissions", preexec_fn=lambda: os.umask(0o027))
-        self.assertEqual(stat.S_IMODE((self.root / "plain.zip").stat().st_mode), 0o640)
-        with zipfile.ZipFile(self.root / "plain.zip") as other:
-            self.assertEqual([info.external_attr for info in other.infolist()], [0, 0x10])
-        self.expect(2, "add", self.zip, "new", "d", "--as", "x", says="--as names one item")
-        self.expect(2, "add", self.zip, "new", "--as", "", says="no name for a member")
-        self.expect(2, "create", "", "new", says="empty name")
-
-    def test_mac_binary(self):
-        for name, fork in (("src/mac", b"resource fork " * 20), ("src/typed", b""), ("real", b"a link's fork")):
-            self.write(name, "data fork " * 20)
-            self.write(name.replace("/", "/._") if "/" in name else "._" + name, apple_double(fork))
-        self.write("src/._alone", "no side file of anything")
-        (self.root / "src/folder").mkdir()
-        (self.root / "src/link").symlink_to("../real")
-        plain = ["._alone", "folder/", "link", "mac", "typed"]
-        cases = {"never": [*plain, "._mac", "._typed"], "smart": [*plain, "._typed"], "always": plain}
-        for mode, names in cases.items():
-            with self.subTest(mode):
-                self.zip.unlink(missing_ok=True)
-                self.expect(0, "create", "-q", "--follow-links", "--macbinary", mode, self.zip, ".",
-                            cwd=self.root / "src")
-                self.assertEqual(self.names(), sorted(names))
-                self.expect(0, "test", "-q", self.zip)
-                self.assertEqual(self.cat("mac"), b"data fork " * 20)
-                subprocess.run(["unar", "-q", "-o", f"unar-{mode}", self.zip], cwd=self.root, check=True)
-                self.expect(0, "extract", "-q", self.zip, "-d", mode)
-                self.assertEqual(self.files_below(self.root / mode),
-                                 ["._alone", "._link", "._mac", "._typed", "link", "mac", "typed"])
-                self.assertIn(b"resource fork " * 20, (self.root / mode / "._mac").read_bytes())
-                if mode == "never":
-                    continue
-                listed = subprocess.run(["lsar", "-j", self.zip], capture_output=True, check=True).stdout
-                self.assertIn(b"XADIsResourceFork", listed)
-                self.assertIn(b"XADFileType", listed)
-                self.assertIn(b"a link's fork", (self.root / mode / "._link").read_bytes())
-        self.root.chmod(0o777)
-        (self.root / "src/typed").chmod(0)
-        self.expect(3, "create", "-q", "--macbinary", "always", "b.zip", "src",
-                    says="cannot be read: Permission denied", preexec_fn=lambda: os.geteuid() or os.setuid(65534))
 
     def test_names_in_the_encoding_of_the_archive(self):
         """(encoding, a name, what is stored of it or None, whether it is marked as UTF-8)"""
@@ -478,23 +275,16 @@ class Editing(ForkzipTest):
                     self.assertEqual(record[42:end], stored + b"2" * (verb == "duplicate"), result.stderr)
                     self.assertEqual(record[5] & 8 != 0, marked)
 
-    def test_archives_of_other_kinds(self):
-        """Each goes through edits in both ways, and then another tool reads what is left."""
+    def test_encrypted_members(self):
         self.write("a", "secret " * 100)
-        self.write("new", "new")
         subprocess.run(["zip", "-qP", "pw", "encrypted.zip", "a"], cwd=self.root, check=True)
-        cases = [("encrypted", (self.root / "encrypted.zip").read_bytes()),
-                 ("with a Zip64 record", archive(Member("a", b"1"), zip64=True)),
-                 ("behind bytes of something else", archive(Member("other", b"2" * 99, hole=True), Member("a", b"1")))]
-        for what, content in cases:
-            for way in WAYS:
-                with self.subTest(what, way=way):
-                    self.zip.write_bytes(content)
-                    for edit in (["duplicate", "a", "b"], ["add", "new"], ["delete", "a"], ["comment", "c"]):
-                        self.expect(0, edit[0], "-q", *way, self.zip, *edit[1:])
-                    self.assertEqual(self.names(), ["b", "new"])
-                    for command in (["unzip", "-P", "pw", "-tqq"], ["7zz", "t", "-ppw"]):
-                        subprocess.run([*command, self.zip], check=True, capture_output=True)
+        for way in WAYS:
+            self.zip.write_bytes((self.root / "encrypted.zip").read_bytes())
+            self.expect(0, "duplicate", "-q", *way, self.zip, "a", "b")
+            self.expect(0, "delete", "-q", *way, self.zip, "a")
+            self.assertEqual(self.names(), ["b"])
+            for command in (["unzip", "-P", "pw", "-tqq"], ["7zz", "t", "-ppw"]):
+                subprocess.run([*command, self.zip], check=True, capture_output=True)
 
     def test_up_to_two_gibibytes(self):
         """A sparse archive grows in place until the format ends, and one beyond it is not touched."""
@@ -512,15 +302,6 @@ class Editing(ForkzipTest):
                     self.assertEqual(self.cat("new"), (self.root / "new").read_bytes())
                 else:
                     self.assertEqual(self.zip.stat().st_size, length)
-
-    def test_memory_stays_flat(self):
-        peaks = []
-        for size in (1 << 16, 1 << 29):
-            os.truncate(self.write("large", ""), size)
-            self.zip.unlink(missing_ok=True)
-            peaks.append(self.peak("create", "-q", self.zip, "large"))
-            self.assertEqual(self.names(), ["large"])
-        self.assertLess(peaks[1] - peaks[0], 16, "MiB more for half a gibibyte")
 
     def test_the_new_archive_takes_the_place_of_the_old_one(self):
         precious = self.write("precious", "of someone else")
