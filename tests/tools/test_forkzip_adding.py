@@ -142,20 +142,17 @@ class Adding(ForkzipTest):
         os.mkfifo(self.root / "t/fifo")
         (self.root / "t/to a folder").symlink_to("sub")
         (self.root / "t/dangling").symlink_to("nowhere")
-        archive_inside = self.root / "t/inside.zip"
-        self.expect(3, "create", "-q", "--follow-links", archive_inside, "t", says="fifo: left out")
-        names = self.expect(0, "list", archive_inside).decode().splitlines()
-        self.assertEqual([n for n in names if n in ("t/link", "t/to a folder", "t/dangling", "t/inside.zip")], ["t/link"])
-        self.expect(0, "test", "-q", archive_inside)
+        self.zip = self.root / "t/inside.zip"
+        self.expect(3, "create", "-q", "--follow-links", self.zip, "t", says="fifo: left out")
+        names = {"t/link", "t/to a folder", "t/dangling", "t/inside.zip"}.intersection(self.names())
+        self.assertEqual(names, {"t/link"})
         (self.root / "t/fifo").unlink()
-        self.expect(0, "add", "-q", archive_inside, "t", says="inside.zip: left out, it is the archive itself")
-        self.assertNotIn("t/inside.zip", self.expect(0, "list", archive_inside).decode().splitlines())
-        self.expect(3, "create", archive_inside, "t", says="exists already")
-        archive_inside.unlink()
+        self.expect(3, "create", self.zip, "t", says="exists already")
+        self.zip.unlink()
         for verb in ("create", "add"):
             self.write("t/.inside.zip.forkzip-new", "left by a run that was killed")
-            self.expect(0, verb, "-q", archive_inside, "t", says="left out" if verb == "add" else "")
-            self.assertFalse([n for n in self.expect(0, "list", archive_inside).split() if b"inside" in n])
+            self.expect(0, verb, "-q", self.zip, "t", says="left out, it is the archive itself" if verb == "add" else "")
+            self.assertFalse([name for name in self.names() if "inside" in name])
         self.root.chmod(0o777)
         self.expect(3, "create", "t/new.zip", "t/a", says="t/.new.zip.forkzip-new: Permission denied",
                     preexec_fn=lambda: os.geteuid() or os.setuid(65534))
@@ -192,7 +189,6 @@ class Adding(ForkzipTest):
                 self.assertEqual(self.names(), sorted(names))
                 self.expect(0, "test", "-q", self.zip)
                 self.assertEqual(self.cat("mac"), b"data fork " * 20)
-                subprocess.run(["unar", "-q", "-o", f"unar-{mode}", self.zip], cwd=self.root, check=True)
                 self.expect(0, "extract", "-q", self.zip, "-d", mode)
                 self.assertEqual(self.files_below(self.root / mode),
                                  ["._alone", "._link", "._mac", "._typed", "link", "mac", "typed"])
