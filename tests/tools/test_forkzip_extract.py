@@ -6,10 +6,8 @@ import json
 import os
 import re
 import resource
-import signal
 import struct
 import subprocess
-import time
 import unittest
 
 from forkzip import DEFLATED, PROGRAM, UNIX_TIMES, ForkzipTest, Member, apple_double, archive, mac_binary
