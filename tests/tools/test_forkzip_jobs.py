@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """forkzip --jobs: the same outcome for any number of them, whatever happens to them; and --level."""
 
+import contextlib
 import os
 import pathlib
 import random
@@ -78,18 +79,37 @@ class Jobs(ForkzipTest):
                     self.assertEqual(stored & few, few if level else set())
                     self.assertEqual(len(stored) > 200, level == ["--level", "0"])
 
-    def test_a_file_that_changes_while_it_is_read(self):
-        """As with one job it is left out, and the others are not."""
-        self.source_tree()
-        os.truncate(self.root / "t/large", 1 << 30)
-        process = subprocess.Popen([PROGRAM, "create", "-qj3", self.zip, "t"], cwd=self.root, stderr=subprocess.PIPE)
-        while not any(path.stat().st_size for path in self.strays()):
+    def wait_until_read(self, process, path):
+        """Until the process has read a part of a file."""
+        while True:
+            for file in pathlib.Path(f"/proc/{process.pid}/fd").iterdir():
+                with contextlib.suppress(FileNotFoundError):
+                    position = (file.parent.parent / "fdinfo" / file.name).read_text().split()[1]
+                    if os.readlink(file) == str(path) and position != "0":
+                        return
+            self.assertIsNone(process.poll())
             time.sleep(0.001)
-        os.truncate(self.root / "t/large", 1 << 20)
-        errors = process.communicate()[1]
-        self.assertIn(b"t/large: left out, it shrank while it was read", errors)
-        self.assertIn("t/last", self.names())
-        self.expect(0, "test", "-q", self.zip)
+
+    def test_a_file_that_changes_while_it_is_read(self):
+        """It is left out if it shrinks; of what grows the size counts that it had when it was opened."""
+        self.source_tree()
+        shrank, more = "left out, it shrank while it was read", f"it holds more than the {1 << 28} bytes that were its"
+        for jobs, size, says in (("-j3", 1 << 20, shrank), ("-j1", 1 << 30, more), ("-j3", 1 << 30, more)):
+            with self.subTest(jobs, size=size):
+                self.zip.unlink(missing_ok=True)
+                self.write("t/last", "data")
+                os.truncate(self.root / "t/large", 1 << 28)
+                process = subprocess.Popen([PROGRAM, "create", "-q", jobs, self.zip, "t"], cwd=self.root, stderr=subprocess.PIPE)
+                self.wait_until_read(process, self.root / "t/large")
+                os.truncate(self.root / "t/large", size)
+                self.write("t/last", "data that came before it was opened")
+                self.assertIn(f"t/large: {says}", process.communicate()[1].decode())
+                self.assertEqual(process.returncode, 3)
+                self.assertEqual([m["size"] for m in self.members() if m["name"] == "t/large"], [1 << 28] * (says == more))
+                self.assertIn(self.cat("t/last"), [b"data"] * (jobs == "-j3") + [b"data that came before it was opened"])
+                self.expect(0, "test", "-q", self.zip)
+        for jobs in JOBS:
+            self.expect(3, "create", jobs, f"proc{jobs}.zip", "/proc/meminfo", "t/last", says="more than the 0 bytes that were")
 
     def test_reading_comes_to_the_same(self):
         bad, mac = many("bad", crc=1), mac_binary(b"data", b"fork", name=b"A\\b")

@@ -27,8 +27,7 @@ constexpr std::uint64_t kWorthAThread = 1U << 20U;
 // A file that one of the threads has taken up, and what has come of it.
 class FilePacker::Packed : public IStreamWriter {
  public:
-  Packed(FilePacker& packer, const PlannedItem& planned)
-      : item(planned), to_come(planned.size), left(planned.size), packer_(packer) {}
+  Packed(FilePacker& packer, const PlannedItem& planned) : item(planned), packer_(packer) {}
 
   void Write(const String& data) override {
     Lock lock(packer_.mutex_);
@@ -41,13 +40,15 @@ class FilePacker::Packed : public IStreamWriter {
   std::int32_t LastError() override { return 0; }
 
   const PlannedItem& item;
-  std::uint64_t to_come;            // bytes that the engine has not asked for; only the calling thread looks
-  std::uint64_t left;               // bytes that are not deflated yet
+  std::uint64_t to_come = 0;        // bytes that the engine has not asked for; only the calling thread looks
+  std::uint64_t left = 0;           // bytes that are not deflated yet
   std::vector<std::string> pieces;  // of the gzip member, to be written
   std::uint64_t waiting = 0;        // bytes in them
   int error = 0;                    // of the system
   std::exception_ptr fault;         // what else went wrong
+  bool grew = false;
   bool stored = false;
+  bool opened = false;
   bool done = false;
 
  private:
@@ -58,7 +59,7 @@ class FilePacker::Packed : public IStreamWriter {
 class FilePacker::Source : public FileSource {
  public:
   Source(FilePacker& packer, std::shared_ptr<Packed> file)
-      : FileSource(file->item.Source(), file->item.size), packer_(packer), file_(std::move(file)) {}
+      : FileSource(file->to_come), packer_(packer), file_(std::move(file)) {}
 
   bool Open() override { return true; }
   String Read(std::int32_t count) override {
@@ -67,7 +68,7 @@ class FilePacker::Source : public FileSource {
   }
   void Close() override {
     const Lock lock(packer_.mutex_);
-    SetOutcome(file_->error, file_->left);
+    SetOutcome(file_->error, file_->left, file_->grew);
   }
 
  private:
@@ -129,30 +130,35 @@ FilePacker::~FilePacker() {
 
 Ref<FileSource> FilePacker::SourceOf(const PlannedItem& item) {
   deflater_ = nullptr;
-  if (threads_.empty() || asked_ == files_.size() || files_[asked_] != &item) {
-    auto source = New<FileSource>(item.Source(), item.size);
-    if (ways_.may_store && source->Open()) deflater_ = DeflaterFor(*source, item);
-    return source;
+  if (!threads_.empty() && asked_ < files_.size() && files_[asked_] == &item) {
+    if (const auto file = NextAhead()) {
+      deflater_ = std::make_unique<Deflater>(*this, file);
+      return New<Source>(*this, file);
+    }
   }
+  auto source = New<FileSource>(item.Source());
+  if (source->Open() && ways_.may_store) deflater_ = DeflaterFor(*source);
+  return source;
+}
+
+std::shared_ptr<FilePacker::Packed> FilePacker::NextAhead() {
   Lock lock(mutex_);
   if (asked_++ != 0) {
     Take(*ahead_.front());
     ahead_.pop_front();
   }
-  WaitUntil(lock, [this] { return !ahead_.empty(); });
+  WaitUntil(lock, [this] { return !ahead_.empty() && (ahead_.front()->opened || ahead_.front()->done); });
   if (IsStopped()) throw Interrupted();
-  deflater_ = std::make_unique<Deflater>(*this, ahead_.front());
-  return New<Source>(*this, ahead_.front());
+  return ahead_.front()->opened ? ahead_.front() : nullptr;
 }
 
 std::unique_ptr<MemberDeflater> FilePacker::NewDeflater() {
   return deflater_ ? std::move(deflater_) : vantorel::NewDeflater(ways_);
 }
 
-std::unique_ptr<MemberDeflater> FilePacker::DeflaterFor(const FileSource& source,
-                                                        const PlannedItem& item) const {
+std::unique_ptr<MemberDeflater> FilePacker::DeflaterFor(const FileSource& source) const {
   DeflateWays ways = ways_;
-  if (ways.may_store && GainsNothing(source.File(), item.size)) ways.level = 0;
+  if (ways.may_store && GainsNothing(source.File(), source.Size())) ways.level = 0;
   return vantorel::NewDeflater(ways);
 }
 
@@ -178,9 +184,15 @@ void FilePacker::Run() {
 }
 
 int FilePacker::Pack(Packed& file) {
-  FileSource source(file.item.Source(), file.item.size);
-  if (!source.Open()) return source.Error();
-  const auto deflater = DeflaterFor(source, file.item);
+  FileSource source(file.item.Source());
+  if (!source.Open() || source.Size() == 0) return 0;
+  const auto deflater = DeflaterFor(source);
+  {
+    const Lock lock(mutex_);
+    file.to_come = file.left = source.Size();
+    file.opened = true;
+    Tell(file);
+  }
   while (file.left != 0 && !IsStopped()) {
     const String bytes = source.Read(kReadSize);
     if (bytes.empty()) break;
@@ -189,6 +201,8 @@ int FilePacker::Pack(Packed& file) {
     file.left -= bytes.size();
   }
   if (file.left == 0) deflater->Finish(file);
+  source.Close();
+  file.grew = source.Grew();
   file.stored = deflater->Stored();
   return source.Error();
 }

@@ -32,7 +32,8 @@ class FilePacker {
   FilePacker& operator=(const FilePacker&) = delete;
   ~FilePacker();
 
-  // The data of a file, which the next deflater is for. Raises Interrupted.
+  // The data of a file, opened, or with the error that opening gave. The next deflater is for them. Raises
+  // Interrupted.
   Ref<FileSource> SourceOf(const PlannedItem& item);
   std::unique_ptr<MemberDeflater> NewDeflater();
 
@@ -42,9 +43,11 @@ class FilePacker {
   class Deflater;
   using Lock = std::unique_lock<std::mutex>;
 
-  std::unique_ptr<MemberDeflater> DeflaterFor(const FileSource& source, const PlannedItem& item) const;
+  std::unique_ptr<MemberDeflater> DeflaterFor(const FileSource& source) const;
+  // The next one of the files, opened by a thread; nil if it is left to the calling one.
+  std::shared_ptr<Packed> NextAhead();
   void Run();
-  // Returns the system's error.
+  // Returns the system's error. What cannot be opened is left to the calling thread.
   int Pack(Packed& file);
   // For the calling thread: until that holds, or a signal ends the run.
   void WaitUntil(Lock& lock, const std::function<bool()>& holds);

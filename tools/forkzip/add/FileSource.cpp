@@ -1,11 +1,13 @@
 #include "tools/forkzip/add/FileSource.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <utility>
 
 #include "platform/base/Ref.h"
@@ -15,8 +17,25 @@ namespace vantorel::forkzip {
 bool FileSource::Open() {
   if (file_.IsOpen()) return true;
   file_ = Descriptor(open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
-  if (!file_.IsOpen()) error_ = errno;
-  return file_.IsOpen();
+  struct stat status {};
+  if (!file_.IsOpen() || fstat(file_.Number(), &status) != 0) {
+    error_ = errno;
+  } else if (status.st_size > INT32_MAX) {
+    error_ = EFBIG;
+  } else {
+    size_ = left_ = static_cast<std::uint64_t>(status.st_size);
+  }
+  return error_ == 0;
+}
+
+void FileSource::Close() {
+  if (file_.IsOpen() && error_ == 0 && left_ == 0) {
+    char next = 0;
+    const ssize_t got = pread(file_.Number(), &next, 1, static_cast<off_t>(size_));
+    if (got < 0) error_ = errno;
+    grew_ = got > 0;
+  }
+  file_.Close();
 }
 
 String FileSource::Read(std::int32_t count) {
@@ -41,16 +60,16 @@ void FileSource::GetErrorDescription(std::int32_t& code, String& text) {
   text = error_ == 0 ? String() : String("file error");
 }
 
-LinkSource::LinkSource(const std::string& path) : FileSource(path, 0) {
+LinkSource::LinkSource(const std::string& path) : FileSource(std::uint64_t{0}) {
   std::array<char, 4096> target{};
   const ssize_t length = readlink(path.c_str(), target.data(), target.size());
   const int error = length < 0 ? errno : 0;
   target_ = String::Bytes({target.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))});
-  SetOutcome(error, target_.size());
+  SetOutcome(error, target_.size(), false);
 }
 
 String LinkSource::Read(std::int32_t /*count*/) {
-  SetOutcome(0, 0);
+  SetOutcome(0, 0, false);
   return std::exchange(target_, {});
 }
 

@@ -1,5 +1,6 @@
-// The data fork of a file, or the target of a symbolic link, on its way into an archive. Remembers whether as
-// much came as was promised, which the engine does not look at.
+// The data fork of a file, or the target of a symbolic link, on its way into an archive: as many bytes as the
+// file has when it is opened. Remembers whether they came, and whether the file has more of them by then,
+// which the engine does not look at.
 #pragma once
 
 #include <cstdint>
@@ -12,13 +13,14 @@ namespace vantorel::forkzip {
 
 class FileSource : public SeqDataInputStream {
  public:
-  FileSource(std::string path, std::uint64_t promised) : path_(std::move(path)), left_(promised) {}
+  explicit FileSource(std::string path) : path_(std::move(path)) {}
 
   String Read(std::int32_t count) override;
   bool AtEOF() override { return left_ == 0; }
   bool HadError() override { return error_ != 0; }
+  // Refuses a file that is too large for a member (EFBIG).
   bool Open() override;
-  void Close() override { file_.Close(); }
+  void Close() override;
   void GetErrorDescription(std::int32_t& code, String& text) override;
   bool Skip(std::int32_t count) override;
   void ClearError() override { error_ = 0; }
@@ -27,20 +29,28 @@ class FileSource : public SeqDataInputStream {
   int File() const { return file_.Number(); }
   // The system's error, 0 if there was none.
   int Error() const { return error_; }
-  // How many of the promised bytes have not come.
+  // How many bytes it had when it was opened, and how many of them have not come.
+  std::uint64_t Size() const { return size_; }
   std::uint64_t Left() const { return left_; }
+  // Whether all of them came, and the file had more when it was closed.
+  bool Grew() const { return grew_; }
 
  protected:
-  void SetOutcome(int error, std::uint64_t left) {
+  // For data that come another way.
+  explicit FileSource(std::uint64_t size) : size_(size), left_(size) {}
+  void SetOutcome(int error, std::uint64_t left, bool grew) {
     error_ = error;
     left_ = left;
+    grew_ = grew;
   }
 
  private:
   std::string path_;
-  std::uint64_t left_;
+  std::uint64_t size_ = 0;
+  std::uint64_t left_ = 0;
   Descriptor file_;
   int error_ = 0;
+  bool grew_ = false;
 };
 
 // The target of a symbolic link, or why it cannot be read.

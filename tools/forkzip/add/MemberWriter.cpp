@@ -170,7 +170,7 @@ Ref<FileSource> MemberWriter::SourceOf(const PlannedItem& item) {
 
 void MemberWriter::AddPlain(const PlannedItem& item, const FinderInfo& info) {
   const Ref<FileSource> source = SourceOf(item);
-  const std::uint64_t size = item.kind == PlannedItem::Kind::kLink ? source->Left() : item.size;
+  const std::uint64_t size = source ? source->Left() : 0;
   const std::string extra = TypeRecord(archive_, info) + TimestampRecord(item.modified);
   const std::int32_t index =
       archive_->AddItemByStreams(source, ToSInt32(size), nil, 0, nil, NameOf(item),
@@ -181,13 +181,15 @@ void MemberWriter::AddPlain(const PlannedItem& item, const FinderInfo& info) {
 // The engine adds files in MacBinary by itself too, but tells less of what goes wrong, and knows the file by
 // no other name than its own.
 void MemberWriter::AddWrapped(const PlannedItem& item, const Ref<FolderItem>& file, const MacData& mac) {
-  const auto source = New<FileSource>(item.Source(), item.size);
+  const auto source = New<FileSource>(item.Source());
+  if (!source->Open()) return Settle(item, source, 0);
+  const auto size = ToSInt32(source->Size());
   const auto fork = mac.fork_length > 0 ? New<RsrcForkReader>(file) : Ref<RsrcForkReader>();
   const Ref<MemoryBlock> header = archive_->MakeMacBinaryHeader(
-      file, ToSInt32(item.size), mac.fork_length,
-      DefineEncoding(String::Bytes(LeafOf(item.name)), Encodings::UTF8()), mac.finder);
+      file, size, mac.fork_length, DefineEncoding(String::Bytes(LeafOf(item.name)), Encodings::UTF8()),
+      mac.finder);
   const std::int32_t index = archive_->AddItemByStreams(
-      source, ToSInt32(item.size), fork, mac.fork_length, header, NameOf(item),
+      source, size, fork, mac.fork_length, header, NameOf(item),
       archive_->MakeZipExtraField(mac.finder.TypeText(), mac.finder.CreatorText(), file->Name()),
       TimeOf(item));
   if (fork && fork->errCode != 0) return TakeBack(item, WithCause(kNoMacData, -fork->errCode));
@@ -195,6 +197,7 @@ void MemberWriter::AddWrapped(const PlannedItem& item, const Ref<FolderItem>& fi
 }
 
 void MemberWriter::Settle(const PlannedItem& item, const Ref<FileSource>& source, std::int32_t index) {
+  if (source) source->Close();
   if (source && source->Error() != 0)
     return TakeBack(item, WithCause("left out, cannot be read", source->Error()));
   if (index <= 0) return TakeBack(item, Utf8(archive_->ErrorMessage()));
@@ -202,6 +205,11 @@ void MemberWriter::Settle(const PlannedItem& item, const Ref<FileSource>& source
   const Ref<ZipEntry> entry = archive_->Entry(index);
   SetAttributes(item, entry);
   MarkName(entry);
+  if (source && source->Grew()) {
+    problems_.Add(ExitCode::kFileError, item.path,
+                  "it holds more than the " + Count(source->Size(), "byte") +
+                      " that were its size when it was opened; only those are stored");
+  }
 }
 
 void MemberWriter::TakeBack(const PlannedItem& item, const std::string& why) {

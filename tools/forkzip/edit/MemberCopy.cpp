@@ -152,8 +152,8 @@ std::string_view WithoutSlash(std::string_view name) {
   return name.substr(0, name.size() - (name.ends_with('/') ? 1 : 0));
 }
 
-// The copies are called `name`, lie in that folder, or are companions. Neither may there be such a folder:
-// its members would get into the company of others.
+// The copies are called `name`, lie in that folder, or are companions. A folder of that name counts as taken
+// too, since the copies would mix with what lies in it.
 void CheckNamesAreFree(const std::vector<RawRecord>& kept, const std::vector<Source>& sources,
                        const std::string& name) {
   std::unordered_set<std::string_view> taken;
