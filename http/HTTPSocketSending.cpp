@@ -1,8 +1,9 @@
-// The sending half: from a URL to the request on the wire.
+// The sending half: from a URL, and a form, to the request on the wire.
 #include <utility>
 
 #include "http/HTTPSocket.h"
 #include "platform/base/Arithmetic.h"
+#include "platform/run/BackgroundTask.h"
 #include "platform/text/TextFunctions.h"
 
 namespace vantorel {
@@ -85,6 +86,28 @@ void HTTPSocket::_SendRequest(const String& action) {
   // Content left from an earlier request goes out after a GET or HEAD too, unannounced; the caller clears it.
   request += crlf + crlf + _postContent;
   Write(request);
+}
+
+String HTTPSocket::EncodeFormData(const Ref<Dictionary>& form) const {
+  String pairs;
+  for (std::int32_t i = 0; i < form->Count(); ++i) {
+    const String key = form->Key(i);
+    pairs += "&" + _EncodeURLString(key) + "=" + _EncodeURLString(VariantToString(form->Value(key)));
+    RuntimeBackgroundTask();
+  }
+  return MidB(pairs, 2);
+}
+
+String HTTPSocket::_EncodeURLString(const String& text) const {
+  // The percent sign stands first, so that no escape already made is escaped again.
+  const String escaped_characters = "%&=,/\\][{}`~-_()*^$#!+;<>\r\n";
+  String encoded = text;
+  for (std::int32_t i = 1; i <= Len(escaped_characters); ++i) {
+    const String character = Mid(escaped_characters, i, 1);
+    encoded = ReplaceAll(encoded, character, "%" + Right("00" + Hex(Asc(character)), 2));
+    RuntimeBackgroundTask();
+  }
+  return ReplaceAll(encoded, " ", "+");
 }
 
 bool HTTPSocket::_SetAuthentication() {

@@ -6,16 +6,12 @@
 namespace vantorel {
 namespace {
 
+// The last line has no line end.
 void AddLine(String& lines, const String& name, const String& value) {
-  lines += "\r\n";
+  if (!lines.empty()) lines += "\r\n";
   lines += name;
   lines += ": ";
   lines += value;
-}
-
-// Every line was added behind a line end; the first has none to stand behind.
-String WithoutFirstLineEnd(const String& lines) {
-  return MidB(lines, 3);
 }
 
 // The names that a mail message begins with, and BCC, which is never sent.
@@ -35,7 +31,7 @@ String InternetHeaders::_FormatHTTPHeaders() const {
     AddLine(lines, Name(i), Value(i));
     RuntimeBackgroundTask();
   }
-  return WithoutFirstLineEnd(lines);
+  return lines;
 }
 
 String InternetHeaders::_FormatEmailHeaders() const {
@@ -62,7 +58,7 @@ String InternetHeaders::_FormatEmailHeaders() const {
     if (!HasPlaceInMail(name)) AddLine(lines, name, Value(i));
     RuntimeBackgroundTask();
   }
-  return WithoutFirstLineEnd(lines);
+  return lines;
 }
 
 }  // namespace vantorel
