@@ -26,10 +26,7 @@ std::string_view Between(const char* begin, const char* end) {
   return {begin, static_cast<std::size_t>(end - begin)};
 }
 
-Ref<Picture>& KeptSplash() {
-  static Ref<Picture> picture;
-  return picture;
-}
+Ref<Picture> kept_splash;
 
 }  // namespace
 
@@ -41,12 +38,12 @@ void AddProgramPictures() {
 }
 
 Ref<Picture> splash() {
-  if (KeptSplash() == nil) KeptSplash() = GetPicture(kSplash);
-  return KeptSplash();
+  if (kept_splash == nil) kept_splash = GetPicture(kSplash);
+  return kept_splash;
 }
 
 void ReleaseSplash() {
-  KeptSplash() = nil;
+  kept_splash = nil;
 }
 
 Ref<Picture> ProgramIcon() {

@@ -45,7 +45,14 @@ bool RunMinisign(std::vector<std::string> arguments) {
 
 }  // namespace
 
-void CheckFollows(const std::string& published, const std::string& version, std::int64_t serial) {
+void CheckFollows(const std::string& published, const std::string& version, std::int64_t serial,
+                  const Signing& signing) {
+  // A signature that stays beside another archive would have launchers refuse the update.
+  if (signing.key_file.empty() && std::filesystem::exists(published)) {
+    throw PublishError(
+        ExitCode::kBadInput,
+        published + ": the last update was signed, and this one is not; sign it, or remove that file");
+  }
   std::ifstream stream(published, std::ios::binary);
   std::string line;
   while (std::getline(stream, line) && !line.starts_with("trusted comment: ")) {

@@ -13,9 +13,10 @@ struct Signing {
   std::string public_key;  // what the signature is checked against, a key or a file; empty: nothing
 };
 
-// Raises PublishError unless an update of this version with this serial number may follow the one whose
-// signature lies at `published`, if one does.
-void CheckFollows(const std::string& published, const std::string& version, std::int64_t serial);
+// Raises PublishError unless an update of this version with this serial number, signed or not, may follow the
+// one whose signature lies at `published`, if one does.
+void CheckFollows(const std::string& published, const std::string& version, std::int64_t serial,
+                  const Signing& signing);
 
 // Signs the archive: writes the file `signature`, for launchers that hold the public key. minisign asks for
 // the key's password on the terminal. Raises PublishError.

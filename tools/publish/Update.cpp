@@ -55,15 +55,6 @@ void CheckApart(const std::string& output, const std::string& application) {
   if (*way.begin() != "..") Refuse(output + ": lies inside the application that is to be published");
 }
 
-// A signature that stays beside another archive would have launchers refuse the update.
-void CheckSigning(const std::string& published, const Update& update, std::int64_t serial) {
-  if (!update.signing.key_file.empty()) {
-    CheckFollows(published, update.version, serial);
-  } else if (std::filesystem::exists(published)) {
-    Refuse(published + ": the last update was signed, and this one is not; sign it, or remove that file");
-  }
-}
-
 }  // namespace
 
 void Publish(const Update& update) {
@@ -79,7 +70,7 @@ void Publish(const Update& update) {
   const std::string prefix = update.platform + "_Vantorel";
   const std::string signature = prefix + "_signature";
   const std::int64_t serial = update.signing.serial.value_or(std::time(nullptr));
-  CheckSigning(update.output_folder + "/" + signature, update, serial);
+  CheckFollows(update.output_folder + "/" + signature, update.version, serial, update.signing);
 
   const std::string archive = folder.Draft(prefix + "_update");
   MakeArchive(archive, files);
