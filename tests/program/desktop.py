@@ -71,9 +71,6 @@ class Desktop:
     def click(self, window, x, y):
         self._run("xdotool", "mousemove", "--window", window, str(x), str(y), "click", "1")
 
-    def screenshot(self, path):
-        self._run("import", "-window", "root", str(path))
-
     def pixel(self, x, y):
         """The colour at a place of the screen as (red, green, blue)."""
         text = self._run("import", "-window", "root", "-crop", f"1x1+{x}+{y}", "-depth", "8", "txt:-")

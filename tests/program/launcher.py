@@ -19,14 +19,9 @@ VERSION = "/mac_Vantorel_version"
 CHANGELOG = "/mac_Vantorel_changelog"
 UPDATE = "/mac_Vantorel_update"
 
-# Where the notice's buttons stand (left, top, width, height), and so where a person would click.
-BUTTON_ACCEPT = (475, 424, 145, 20)
-BUTTON_CANCEL = (366, 424, 97, 20)
-
-
-def centre(box):
-    left, top, width, height = box
-    return left + width // 2, top + height // 2
+# The middle of the notice's buttons, where a person would click.
+BUTTON_ACCEPT = (547, 434)
+BUTTON_CANCEL = (414, 434)
 
 
 def bundle_files(label):

@@ -138,6 +138,7 @@ class Installation(unittest.TestCase):
 
 MORE = update_archive("new", [("Data/a", "new"), ("Data/b", "new"), ("splash", "no picture")])
 UPDATE_OF_MORE = release(MORE)
+TARGET = ("Vantorel.app/Contents/MacOS/Vantorel", members(MORE)["Vantorel.app/Contents/MacOS/Vantorel"])
 INSTALLED_MORE = {"version": b"mac_18", "serial": b"6", **members(MORE)}
 
 
@@ -185,15 +186,18 @@ class Faults(unittest.TestCase):
             with SealedLauncher() as launcher:
                 old = (prepare(launcher), "old") if installed else ({}, None)
                 ended_by_itself = launcher.run(UPDATE_OF_MORE, **fault("KILL", **settings)) == 0
+                placed = [item for item in members(MORE).items() if item in contents(launcher.folder).items()]
                 if installed:
                     # The next starts have a bad disk, and are killed too, somewhere on their way.
                     launcher.run(None, **fault("FAIL", 1, settings["old_system"]))
                     launcher.run(UPDATE_OF_MORE, **fault("KILL", settings["call"] * 7 % 11 + 1, settings["old_system"]))
-                return ended_by_itself, old, next_start(launcher), next_start(launcher, UPDATE_OF_MORE)
+                return ended_by_itself, placed, old, next_start(launcher), next_start(launcher, UPDATE_OF_MORE)
 
         for installed, systems in ((True, (False, True)), (False, [False])):
-            for settings, (_, old, offline, online) in at_every_call(functools.partial(killed, installed), systems):
+            for settings, (_, placed, old, offline, online) in at_every_call(functools.partial(killed, installed), systems):
                 with self.subTest(installed=installed, **settings):
+                    if TARGET in placed:
+                        self.assertEqual(placed, list(members(MORE).items()), "the target does not come last")
                     self.assertIn(offline, [old, (INSTALLED_MORE, "new")])
                     self.assertEqual(online, (INSTALLED_MORE, "new"))
 

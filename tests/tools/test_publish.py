@@ -40,6 +40,20 @@ class Publish(unittest.TestCase):
         return subprocess.run(command, capture_output=True, text=True, check=False, input=password,
                               env={**os.environ, **dict(environment)})
 
+    def published(self, folder=None):
+        return {file.name: file.read_bytes() for file in (folder or self.out).iterdir()}
+
+    def expect_refusals(self, cases):
+        """Each case: what would be broken, options, exit code, a word of the reason."""
+        for name, options, code, reason in cases:
+            with self.subTest(name):
+                options.pop("before", lambda: None)()
+                before = self.published()
+                result = self.publish(**options)
+                self.assertEqual(result.returncode, code, result.stderr)
+                self.assertIn(reason, result.stderr)
+                self.assertEqual(self.published(), before)
+
     def key(self, name, password=None):
         """Makes a key pair of minisign; gives the secret key's file."""
         words = {"input": f"{password}\n{password}\n"} if password else {"stdin": subprocess.DEVNULL}
@@ -75,7 +89,7 @@ class Publish(unittest.TestCase):
         (no_program / "Contents/MacOS").mkdir(parents=True)
         a_file = self.root / "a file"
         a_file.write_text("")
-        cases = [  # what would be broken, options, exit code, a word of the reason
+        cases = [
             ("underscore", {"version": "1_8"}, 1, "underscore"),
             ("no version", {"version": ""}, 1, "empty"),
             ("line end", {"version": "18\n"}, 1, "control character"),
@@ -91,14 +105,7 @@ class Publish(unittest.TestCase):
             ("symbolic link", {"before": link}, 1, "symbolic link"),
         ]
         self.assertEqual(self.publish(version="17").returncode, 0)
-        before = {p.name: p.read_bytes() for p in self.out.iterdir()}
-        for name, options, code, reason in cases:
-            with self.subTest(name):
-                options.pop("before", lambda: None)()
-                result = self.publish(**options)
-                self.assertEqual(result.returncode, code, result.stderr)
-                self.assertIn(reason, result.stderr)
-                self.assertEqual({p.name: p.read_bytes() for p in self.out.iterdir()}, before)
+        self.expect_refusals(cases)
 
     def test_the_signature_follows_its_archive_and_the_version_comes_last(self):
         self.out.mkdir()
@@ -118,7 +125,7 @@ class Publish(unittest.TestCase):
         sign = {"sign": self.key("key")}
         published = self.root / "published"
         self.assertEqual(self.publish(version="17", out=published, serial=1, **sign).returncode, 0)
-        before = {p.name: p.read_bytes() for p in published.iterdir()}
+        before = self.published(published)
         self.notes.write_text("other notes")
         (self.app / "Contents/new").write_text("new")
         for kind, old_system in (("FAIL", "0"), ("FAIL", "1"), ("FULL", "0")):
@@ -129,7 +136,7 @@ class Publish(unittest.TestCase):
                                "WRITE_COUNTER_OLD": old_system, "ASAN_OPTIONS": "verify_asan_link_order=0"}
                 result = self.publish(environment=environment, **sign)
                 codes.append(result.returncode)
-                now = {p.name: p.read_bytes() for p in self.out.iterdir() if p.name in before}
+                now = self.published()
                 changed = {name for name in before if now[name] != before[name]}
                 told = {name for name in before if f"{name}: cannot be taken back" in result.stderr}
                 with self.subTest(kind, old_system=old_system, call=call):
@@ -156,7 +163,7 @@ class Publish(unittest.TestCase):
     def test_a_signature_that_launchers_would_refuse_is_not_published(self):
         sign = {"sign": self.key("one")}
         self.key("other")
-        cases = [  # what would be broken, options, exit code, a word of the reason
+        cases = [
             ("no key", {"sign": self.root / "none"}, 1, "none"),
             ("another public key", {**sign, "serial": 7, "verify-with": self.root / "other.pub"}, 1, "is not the public key"),
             ("an older number", {**sign, "serial": 5}, 1, "does not follow 6"),
@@ -173,14 +180,7 @@ class Publish(unittest.TestCase):
         for serial in (6, 6):  # the same release may be published again
             self.assertEqual(self.publish(version="17", serial=serial, **sign).returncode, 0)
         self.assertEqual(len(list(self.out.iterdir())), 4)
-        for name, options, code, reason in cases:
-            with self.subTest(name):
-                options.pop("before", lambda: None)()
-                before = {p.name: p.read_bytes() for p in self.out.iterdir()}
-                result = self.publish(**options)
-                self.assertEqual(result.returncode, code, result.stderr)
-                self.assertIn(reason, result.stderr)
-                self.assertEqual({p.name: p.read_bytes() for p in self.out.iterdir()}, before)
+        self.expect_refusals(cases)
 
     def test_one_run_at_a_time(self):
         self.out.mkdir()
