@@ -42,18 +42,11 @@ int Main(int argc, char** argv) {
   app.footer(kFooter);
   app.set_version_flag("--version", "forkzip " FORKZIP_VERSION);
   app.require_subcommand(1);
-  AddListVerb(app, exit_code);
-  AddInfoVerb(app, exit_code);
-  AddTestVerb(app, exit_code);
-  AddExtractVerb(app, exit_code);
-  AddCatVerb(app, exit_code);
-  AddCreateVerb(app, exit_code);
-  AddAddVerb(app, exit_code);
-  AddDeleteVerb(app, exit_code);
-  AddDuplicateVerb(app, exit_code);
-  AddRenameVerb(app, exit_code);
-  AddCommentVerb(app, exit_code);
-  AddCompactVerb(app, exit_code);
+  for (const auto add_verb : {AddListVerb, AddInfoVerb, AddTestVerb, AddExtractVerb, AddCatVerb,
+                              AddCreateVerb, AddAddVerb, AddDeleteVerb, AddDuplicateVerb, AddRenameVerb,
+                              AddCommentVerb, AddCompactVerb}) {
+    add_verb(app, exit_code);
+  }
   try {
     Parse(app, argc, argv);
   } catch (const CLI::Success& asked) {  // --help, --version

@@ -1,9 +1,12 @@
 #include "tools/forkzip/cli/Interruption.h"
 
+#include <algorithm>
 #include <csignal>
 #include <initializer_list>
 
-namespace vantorel::forkzip::Interruption {
+#include "platform/files/FileCalls.h"
+
+namespace vantorel::forkzip {
 
 namespace {
 volatile std::sig_atomic_t noted = 0;
@@ -13,7 +16,7 @@ void Note(int signal) {
 }
 }  // namespace
 
-void Watch() {
+void Interruption::Watch() {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
     struct sigaction present {};
     sigaction(signal, nullptr, &present);
@@ -26,18 +29,27 @@ void Watch() {
   }
 }
 
-bool Requested() {
+bool Interruption::Requested() {
   return noted != 0;
 }
 
-void Check() {
+void Interruption::Check() {
   if (Requested()) throw Interrupted();
 }
 
-void Obey() {
+void Interruption::Obey() {
   if (noted == 0) return;
   std::signal(noted, SIG_DFL);
   std::raise(noted);
 }
 
-}  // namespace vantorel::forkzip::Interruption
+void CopyBytes(int from, std::uint64_t from_position, int to, std::uint64_t to_position,
+               std::uint64_t count) {
+  constexpr std::uint64_t kPiece = 16U << 20U;
+  for (std::uint64_t done = 0; done < count; done += kPiece) {
+    vantorel::CopyBytes(from, from_position + done, to, to_position + done, std::min(count - done, kPiece));
+    Interruption::Check();
+  }
+}
+
+}  // namespace vantorel::forkzip

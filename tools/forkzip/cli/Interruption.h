@@ -2,6 +2,7 @@
 // up, and then the process ends by that very signal.
 #pragma once
 
+#include <cstdint>
 #include <exception>
 
 namespace vantorel::forkzip {
@@ -22,5 +23,8 @@ void Check();
 void Obey();
 
 }  // namespace Interruption
+
+// As vantorel::CopyBytes, but raises Interrupted if such a signal comes meanwhile.
+void CopyBytes(int from, std::uint64_t from_position, int to, std::uint64_t to_position, std::uint64_t count);
 
 }  // namespace vantorel::forkzip

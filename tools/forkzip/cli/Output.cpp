@@ -5,7 +5,6 @@
 #include <cerrno>
 
 #include "platform/files/FileCalls.h"
-#include "tools/forkzip/cli/Color.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Problems.h"
 

@@ -1,7 +1,11 @@
 #include "tools/forkzip/cli/Printable.h"
 
+#include <unistd.h>
+
 #include <array>
+#include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 
 #include "platform/text/TextFunctions.h"
 #include "platform/text/Utf8.h"
@@ -28,16 +32,22 @@ std::string Printable(std::string_view text) {
     if (character.length != 0 && MayBeShown(character.code)) {
       shown += text.substr(0, length);
     } else {
-      for (const char c : text.substr(0, length)) {
-        std::array<char, 5> escape{};
-        std::snprintf(escape.data(), escape.size(), "\\x%02X",
-                      static_cast<unsigned>(static_cast<std::uint8_t>(c)));
-        shown += escape.data();
-      }
+      for (const char c : text.substr(0, length)) shown += Formatted("\\x%02X", static_cast<std::uint8_t>(c));
     }
     text.remove_prefix(length);
   }
   return shown;
+}
+
+bool ShowsColors(int stream) {
+  const char* unwanted = std::getenv("NO_COLOR");
+  const char* terminal = std::getenv("TERM");
+  return isatty(stream) == 1 && (unwanted == nullptr || *unwanted == '\0') && terminal != nullptr &&
+         *terminal != '\0' && std::string_view(terminal) != "dumb";
+}
+
+std::string Colored(std::string_view text, const char* color) {
+  return "\x1B[" + std::string(color) + "m" + std::string(text) + "\x1B[0m";
 }
 
 bool IsInUtf8(const String& text) {
@@ -47,6 +57,15 @@ bool IsInUtf8(const String& text) {
 
 std::string Utf8(const String& text) {
   return std::string((IsInUtf8(text) ? text : ConvertEncoding(text, Encodings::UTF8())).view());
+}
+
+std::string Formatted(const char* format, ...) {
+  std::array<char, 120> text{};
+  std::va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(text.data(), text.size(), format, arguments);
+  va_end(arguments);
+  return text.data();
 }
 
 std::string Count(unsigned long long number, std::string_view singular) {
@@ -59,9 +78,7 @@ std::string HumanSize(unsigned long long bytes) {
   auto value = static_cast<double>(bytes) / 1024;
   std::size_t unit = 0;
   for (; value >= 1000 && unit + 1 < kUnits.size(); ++unit) value /= 1024;
-  std::array<char, 32> text{};
-  std::snprintf(text.data(), text.size(), "%.1f %s", value, kUnits.at(unit));
-  return text.data();
+  return Formatted("%.1f %s", value, kUnits.at(unit));
 }
 
 }  // namespace vantorel::forkzip

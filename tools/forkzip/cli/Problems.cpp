@@ -7,7 +7,6 @@
 #include <new>
 #include <system_error>
 
-#include "tools/forkzip/cli/Color.h"
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Progress.h"

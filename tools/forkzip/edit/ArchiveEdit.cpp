@@ -7,7 +7,6 @@
 
 #include "platform/base/LittleEndian.h"
 #include "platform/files/FileCalls.h"
-#include "tools/forkzip/cli/FileBytes.h"
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/cli/StandardStreams.h"

@@ -7,7 +7,7 @@
 #include "platform/base/LittleEndian.h"
 #include "platform/files/FileCalls.h"
 #include "platform/text/TextFunctions.h"
-#include "tools/forkzip/cli/FileBytes.h"
+#include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/edit/Preflight.h"

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "platform/files/FileCalls.h"
-#include "tools/forkzip/cli/FileBytes.h"
+#include "tools/forkzip/cli/Interruption.h"
 
 namespace vantorel::forkzip {
 

@@ -96,8 +96,9 @@ std::string CompanionExtra(std::string_view extra) {
 // Puts one record after another right.
 class Correction {
  public:
-  Correction(int file, const Ref<TextEncoding>& encoding, std::uint64_t shift)
-      : file_(file), encoding_(encoding), shift_(shift) {
+  // Patches go to `patches`.
+  Correction(int file, const Ref<TextEncoding>& encoding, std::uint64_t shift, Patches& patches)
+      : file_(file), encoding_(encoding), shift_(shift), patches_(patches) {
     struct stat status {};
     fstat(file, &status);
     length_ = static_cast<std::uint64_t>(status.st_size);
@@ -122,8 +123,6 @@ class Correction {
     if (folder) record.SetName(std::string(record.Name()) + "/");
     if (companion) record.SetExtra(CompanionExtra(record.Extra()));
   }
-
-  std::map<std::uint64_t, std::string> TakePatches() { return std::move(patches_); }
 
  private:
   // A local header whose sizes are in a Zip64 record gets them where the engine looks.
@@ -163,7 +162,7 @@ class Correction {
   const Ref<TextEncoding>& encoding_;
   std::uint64_t shift_;
   std::uint64_t length_ = 0;
-  std::map<std::uint64_t, std::string> patches_;
+  Patches& patches_;
 };
 
 std::string DirectoryOf(std::vector<RawRecord> records, std::string comment) {
@@ -174,17 +173,10 @@ std::string DirectoryOf(std::vector<RawRecord> records, std::string comment) {
   return directory.Bytes();
 }
 
-std::string WhatIsUnusual(int file, const FoundDirectory& found) {
-  constexpr auto kNewest = static_cast<std::uint32_t>(kZipFormatVersion);
-  for (const RawRecord& record : found.records) {
-    const std::uint32_t version = record.Field16(CentralHeader::kVersionNeeded);
-    if (version <= kNewest) continue;
-    return "its member " + Printable(record.Name()) + " needs version " + std::to_string(version / 10) + "." +
-           std::to_string(version % 10) + " of the format";
-  }
-  if (found.zip64) return "it is in Zip64 format";
-  const bool in_front = found.shift != 0 || Get32(ReadAt(file, 0, 4), 0) != LocalHeader::kMagic;
-  return in_front ? "other data stands in front of its first member" : "";
+FoundDirectory FindDirectory(int file) {
+  FoundDirectory found = FoundDirectory::Find(file);
+  if (found.records.empty()) throw FormatError("the directory is empty");
+  return found;
 }
 
 }  // namespace
@@ -209,16 +201,26 @@ bool CorrectedArchive::IsNeeded(const Ref<ZipArchive>& archive, const std::strin
 }
 
 CorrectedArchive CorrectedArchive::Make(int file, const Ref<TextEncoding>& encoding) {
-  FoundDirectory found = FoundDirectory::Find(file);
-  if (found.records.empty()) throw FormatError("the directory is empty");
+  FoundDirectory found = FindDirectory(file);
   CorrectedArchive corrected;
-  corrected.what_is_unusual = WhatIsUnusual(file, found);
   corrected.count_is_wrong = found.announced < found.records.size();
-  Correction correction(file, encoding, found.shift);
+  Correction correction(file, encoding, found.shift, corrected.patches);
   for (RawRecord& record : found.records) correction.Apply(record);
-  corrected.patches = correction.TakePatches();
   corrected.directory = DirectoryOf(std::move(found.records), std::move(found.comment));
   return corrected;
+}
+
+std::string WhatIsUnusual(int file) {
+  const FoundDirectory found = FindDirectory(file);
+  for (const RawRecord& record : found.records) {
+    const std::uint32_t version = record.Field16(CentralHeader::kVersionNeeded);
+    if (version <= kZipFormatVersion) continue;
+    return "its member " + Printable(record.Name()) + " needs version " + std::to_string(version / 10) + "." +
+           std::to_string(version % 10) + " of the format";
+  }
+  if (found.zip64) return "it is in Zip64 format";
+  const bool in_front = found.shift != 0 || Get32(ReadAt(file, 0, 4), 0) != LocalHeader::kMagic;
+  return in_front ? "other data stands in front of its first member" : "";
 }
 
 bool CorrectedArchive::HasForeignCompanions(const Ref<ZipArchive>& archive) {

@@ -16,12 +16,13 @@
 
 namespace vantorel::forkzip {
 
+// By position: bytes to be read in place of those in a file.
+using Patches = std::map<std::uint64_t, std::string>;
+
 struct CorrectedArchive {
   std::string directory;  // behind the four bytes that an archive begins with
   bool count_is_wrong = false;
-  std::string what_is_unusual;  // for a message
-  // By position: bytes to be read in place of those in the file.
-  std::map<std::uint64_t, std::string> patches;
+  Patches patches;
 
   // Whether the engine, which has read this archive, has misread it. `encoding` as on the command line.
   static bool IsNeeded(const Ref<ZipArchive>& archive, const std::string& encoding);
@@ -40,18 +41,20 @@ struct CorrectedArchive {
 std::optional<std::string> CorrectedName(ZipEntry& entry);
 // The name by which reading knows it in any case.
 std::string ListedName(ZipEntry& entry);
+// For a message: what an archive that must be corrected to be read has of its own. Raises as above.
+std::string WhatIsUnusual(int file);
 
 // The archive's file, with patches.
 class PatchedStream : public BinaryStream {
  public:
-  PatchedStream(int descriptor, std::uint64_t length, std::map<std::uint64_t, std::string> patches)
+  PatchedStream(int descriptor, std::uint64_t length, Patches patches)
       : BinaryStream(descriptor, false, length), patches_(std::move(patches)) {}
 
  protected:
   std::int64_t ReadAt(char* buffer, std::size_t count, std::uint64_t position) override;
 
  private:
-  std::map<std::uint64_t, std::string> patches_;
+  Patches patches_;
 };
 
 }  // namespace vantorel::forkzip

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
+#include <nlohmann/json.hpp>
 
 #include "platform/base/LittleEndian.h"
 #include "tools/forkzip/cli/Printable.h"
@@ -54,17 +54,8 @@ std::string AboutMethod(std::int32_t method) {
   return {};
 }
 
-}  // namespace
-
-std::uint64_t SizeOf(const Ref<ZipEntry>& entry) {
-  return SizesOf(entry)[0];
-}
-
-std::uint64_t CompressedSizeOf(const Ref<ZipEntry>& entry) {
-  return SizesOf(entry)[1];
-}
-
-std::string WhyNotUnpacked(const Ref<ZipEntry>& entry) {
+// What keeps the data of a member from being had; empty if nothing does.
+std::string Obstacle(const Ref<ZipEntry>& entry) {
   const std::int32_t method = entry->CompressionMethod();
   if (entry->IsEncrypted()) {
     return method == ZipMethod::kAes
@@ -86,8 +77,26 @@ std::string WhyNotUnpacked(const Ref<ZipEntry>& entry) {
   return {};
 }
 
+nlohmann::ordered_json OrNull(const std::string& text) {
+  return text.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(text);
+}
+
+}  // namespace
+
+std::uint64_t SizeOf(const Ref<ZipEntry>& entry) {
+  return SizesOf(entry)[0];
+}
+
+std::uint64_t CompressedSizeOf(const Ref<ZipEntry>& entry) {
+  return SizesOf(entry)[1];
+}
+
+std::string WhyNotUnpacked(const Ref<ZipEntry>& entry) {
+  return entry->IsDirectory() ? "" : Obstacle(entry);
+}
+
 void RefuseIfNotUnpacked(const Ref<ZipEntry>& entry) {
-  if (const std::string why = WhyNotUnpacked(entry); !why.empty()) throw Failure(ExitCode::kBadArchive, why);
+  if (const std::string why = Obstacle(entry); !why.empty()) throw Failure(ExitCode::kBadArchive, why);
 }
 
 std::uint32_t CrcOf(const Ref<ZipEntry>& entry) {
@@ -122,16 +131,12 @@ std::string TimeText(const Ref<ZipEntry>& entry, char between) {
   const Ref<Date> date = entry->Time();
   if (!date) return {};
   date->SetTotalSeconds(date->TotalSeconds());  // 11:59:62, which a header may state, is 12:00:02
-  std::array<char, 80> text{};
-  std::snprintf(text.data(), text.size(), "%04d-%02d-%02d%c%02d:%02d:%02d", date->Year(), date->Month(),
-                date->Day(), between, date->Hour(), date->Minute(), date->Second());
-  return text.data();
+  return Formatted("%04d-%02d-%02d%c%02d:%02d:%02d", date->Year(), date->Month(), date->Day(), between,
+                   date->Hour(), date->Minute(), date->Second());
 }
 
 std::string CrcText(const Ref<ZipEntry>& entry) {
-  std::array<char, 12> text{};
-  std::snprintf(text.data(), text.size(), "%08x", CrcOf(entry));
-  return text.data();
+  return Formatted("%08x", CrcOf(entry));
 }
 
 std::string ModeText(std::uint32_t mode) {
@@ -147,6 +152,27 @@ std::string MethodText(const Ref<ZipEntry>& entry) {
   if (method == ZipMethod::kStored) return "stored";
   if (method == ZipMethod::kDeflated) return "deflated";
   return std::to_string(method);
+}
+
+nlohmann::ordered_json MemberAsJson(const Ref<ZipEntry>& entry, std::int32_t index) {
+  const auto mode = ModeOf(entry);
+  return {{"index", index},
+          {"name", Utf8(entry->RawPath())},
+          {"folder", entry->IsDirectory()},
+          {"method", entry->CompressionMethod()},
+          {"size", SizeOf(entry)},
+          {"compressedSize", CompressedSizeOf(entry)},
+          {"crc32", CrcText(entry)},
+          {"time", OrNull(TimeText(entry))},
+          {"encrypted", entry->IsEncrypted()},
+          {"mode", OrNull(mode ? Formatted("%o", *mode) : "")},
+          {"comment", Utf8(entry->Comment())},
+          {"hasCompanion", static_cast<bool>(entry->appleDoubleEntry)},
+          {"notUnpacked", OrNull(WhyNotUnpacked(entry))}};
+}
+
+std::string JsonText(const nlohmann::ordered_json& value, int indent) {
+  return value.dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
 }  // namespace vantorel::forkzip

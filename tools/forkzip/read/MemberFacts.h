@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <ctime>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 
@@ -16,9 +17,11 @@ std::uint64_t SizeOf(const Ref<ZipEntry>& entry);
 std::uint64_t CompressedSizeOf(const Ref<ZipEntry>& entry);
 std::uint32_t CrcOf(const Ref<ZipEntry>& entry);
 
-// Why its data cannot be had, as far as the directory tells, and what would unpack it; empty if it can.
+// Why a file's data cannot be had, as far as the directory tells, and what would unpack it; empty if it can,
+// and for folders.
 std::string WhyNotUnpacked(const Ref<ZipEntry>& entry);
-// Raises Failure (kBadArchive) with that. Comes before any unpacking: the engine would take the wrong sizes.
+// Raises Failure (kBadArchive) with that, for a folder that has data too. Comes before any unpacking: the
+// engine would take the wrong sizes.
 void RefuseIfNotUnpacked(const Ref<ZipEntry>& entry);
 
 // The 16-bit Unix mode; none if the member was made where there are no such modes.
@@ -38,5 +41,10 @@ std::string CrcText(const Ref<ZipEntry>& entry);
 std::string ModeText(std::uint32_t mode);
 // "stored", "deflated", or the method's number.
 std::string MethodText(const Ref<ZipEntry>& entry);
+
+// All of it for programs; `index` is the member's number in the archive, from 1.
+nlohmann::ordered_json MemberAsJson(const Ref<ZipEntry>& entry, std::int32_t index);
+// On one line; or indented where `indent` is 0 or more. What is no UTF-8 comes out as U+FFFD.
+std::string JsonText(const nlohmann::ordered_json& value, int indent = -1);
 
 }  // namespace vantorel::forkzip

@@ -3,7 +3,10 @@
 #include <fnmatch.h>
 
 #include <algorithm>
+#include <deque>
 #include <numeric>
+#include <string_view>
+#include <utility>
 
 #include "platform/text/TextFunctions.h"
 #include "tools/forkzip/cli/Printable.h"
@@ -13,6 +16,8 @@
 namespace vantorel::forkzip {
 
 namespace {
+
+using Found = std::vector<std::int32_t>;
 
 bool IsPattern(const std::string& text) {
   return text.find_first_of("*?[") != std::string::npos;
@@ -28,93 +33,111 @@ std::string InsideOf(const std::string& pattern) {
   return pattern + (pattern.ends_with('/') ? "*" : "/*");
 }
 
+// The names of an archive in UTF-8, sorted, for many look-ups. The archive must outlive it: members that
+// share a name in it share it here too.
+class MemberIndex {
+ public:
+  MemberIndex(const Ref<ZipArchive>& archive, LetterCase letter_case) : letter_case_(letter_case) {
+    const std::int32_t count = archive->EntryCount();
+    names_.reserve(static_cast<std::size_t>(count));
+    String previous;
+    std::string_view stored;
+    std::string_view listed;
+    for (std::int32_t i = 1; i <= count; ++i) {
+      const Ref<ZipEntry> entry = archive->Entry(i);
+      const String name = entry->RawPath();
+      if (i == 1 || !IsCarriedOver(name, previous)) {
+        stored = IsInUtf8(name) ? name.view() : converted_.emplace_back(Utf8(name));
+        const auto other = letter_case_ == LetterCase::kExact ? CorrectedName(*entry) : std::nullopt;
+        listed = other ? converted_.emplace_back(*other) : stored;
+      }
+      names_.emplace_back(stored, i);
+      if (!IsShared(listed, stored)) names_.emplace_back(listed, i);
+      previous = name;
+    }
+    std::sort(names_.begin(), names_.end(), IsBefore);
+  }
+
+  // The members that `argument` means, some of them twice: those of that name, and what lies in the folder of
+  // that name. If there are none, the same in other letter case if that may be. If there are none either,
+  // those that match it as a shell pattern, in which "*" also stands for "/".
+  Found Find(const std::string& argument) const {
+    Found found = Named(argument);
+    const Found inside = Named(WithoutSlash(argument) + "/", true);
+    found.insert(found.end(), inside.begin(), inside.end());
+    if (found.empty()) found = Caseless(argument, true);
+    return found.empty() ? Matching(argument) : found;
+  }
+
+  // The one member of that name, the first where there are several, with letter case as above; else all that
+  // the pattern matches.
+  Found FindItself(const std::string& argument) const {
+    Found found = Named(argument);
+    if (found.empty()) found = Named(argument + "/");
+    if (found.empty()) found = Caseless(argument, false);
+    if (!found.empty()) return {*std::min_element(found.begin(), found.end())};
+    found = Matching(argument);
+    std::sort(found.begin(), found.end());
+    found.erase(std::unique(found.begin(), found.end()), found.end());
+    return found;
+  }
+
+ private:
+  using Entry = std::pair<std::string_view, std::int32_t>;
+
+  // Whether two names are the same bytes in memory, which may be very long ones.
+  static bool IsShared(std::string_view a, std::string_view b) {
+    return a.data() == b.data() && a.size() == b.size();
+  }
+
+  static bool IsBefore(const Entry& a, const Entry& b) {
+    const int order = IsShared(a.first, b.first) ? 0 : a.first.compare(b.first);
+    return order < 0 || (order == 0 && a.second < b.second);
+  }
+
+  // Members of this name; or all whose names begin with it.
+  Found Named(const std::string& name, bool and_longer = false) const {
+    Found found;
+    auto at = std::lower_bound(names_.begin(), names_.end(), Entry(name, 0), IsBefore);
+    const auto fits = [&] { return and_longer ? at->first.starts_with(name) : at->first == name; };
+    for (; at != names_.end() && fits(); ++at) found.push_back(at->second);
+    return found;
+  }
+
+  Found Caseless(const std::string& argument, bool and_inside) const {
+    Found found;
+    if (letter_case_ == LetterCase::kExact) return found;
+    const std::string name = WithoutSlash(argument);
+    for (const auto& [candidate, index] : names_) {
+      const std::size_t end = std::min(candidate.find('/', name.size()), candidate.size());
+      const bool fits = end == name.size() && (and_inside || candidate.size() <= end + 1);
+      if (fits && SameText(String::Bytes(name), String::Bytes(candidate.substr(0, end))))
+        found.push_back(index);
+    }
+    return found;
+  }
+
+  Found Matching(const std::string& pattern) const {
+    Found found;
+    if (!IsPattern(pattern)) return found;
+    std::string_view previous;
+    bool matches = false;
+    for (const auto& [candidate, index] : names_) {
+      if (!IsShared(candidate, previous)) {
+        matches = fnmatch(pattern.c_str(), std::string(candidate).c_str(), 0) == 0;
+      }
+      previous = candidate;
+      if (matches) found.push_back(index);
+    }
+    return found;
+  }
+
+  LetterCase letter_case_;
+  std::deque<std::string> converted_;  // names that stand otherwise in the archive
+  std::vector<Entry> names_;
+};
+
 }  // namespace
-
-MemberIndex::MemberIndex(const Ref<ZipArchive>& archive, LetterCase letter_case) : letter_case_(letter_case) {
-  const std::int32_t count = archive->EntryCount();
-  names_.reserve(static_cast<std::size_t>(count));
-  String previous;
-  for (std::int32_t i = 1; i <= count; ++i) {
-    const String name = archive->Entry(i)->RawPath();
-    if (i > 1 && IsCarriedOver(name, previous)) {
-      names_.emplace_back(names_.back().first, i);
-    } else if (IsInUtf8(name)) {
-      names_.emplace_back(name.view(), i);
-    } else {
-      names_.emplace_back(converted_.emplace_back(Utf8(name)), i);
-    }
-    previous = name;
-    if (letter_case_ == LetterCase::kLenient) continue;
-    if (const auto other = CorrectedName(*archive->Entry(i))) {
-      names_.emplace_back(converted_.emplace_back(*other), i);
-    }
-  }
-  std::sort(names_.begin(), names_.end(), IsBefore);
-}
-
-bool MemberIndex::IsBefore(const Named& a, const Named& b) {
-  const bool same = a.first.data() == b.first.data() && a.first.size() == b.first.size();
-  const int order = same ? 0 : a.first.compare(b.first);
-  return order < 0 || (order == 0 && a.second < b.second);
-}
-
-std::vector<std::int32_t> MemberIndex::Find(const std::string& argument) const {
-  std::vector<std::int32_t> found;
-  AddNamed(argument, found);
-  AddInside(WithoutSlash(argument) + "/", found);
-  if (found.empty()) AddCaseless(argument, true, found);
-  if (found.empty()) AddMatching(argument, found);
-  std::sort(found.begin(), found.end());
-  found.erase(std::unique(found.begin(), found.end()), found.end());
-  return found;
-}
-
-std::vector<std::int32_t> MemberIndex::FindItself(const std::string& argument) const {
-  std::vector<std::int32_t> found;
-  AddNamed(argument, found);
-  if (found.empty()) AddNamed(argument + "/", found);
-  if (found.empty()) AddCaseless(argument, false, found);
-  if (!found.empty()) return {*std::min_element(found.begin(), found.end())};
-  AddMatching(argument, found);
-  std::sort(found.begin(), found.end());
-  found.erase(std::unique(found.begin(), found.end()), found.end());
-  return found;
-}
-
-void MemberIndex::AddNamed(const std::string& name, std::vector<std::int32_t>& found) const {
-  auto at = std::lower_bound(names_.begin(), names_.end(), Named(name, 0), IsBefore);
-  for (; at != names_.end() && at->first == name; ++at) found.push_back(at->second);
-}
-
-void MemberIndex::AddInside(const std::string& folder, std::vector<std::int32_t>& found) const {
-  auto at = std::lower_bound(names_.begin(), names_.end(), Named(folder, 0), IsBefore);
-  for (; at != names_.end() && at->first.starts_with(folder); ++at) found.push_back(at->second);
-}
-
-void MemberIndex::AddCaseless(const std::string& argument, bool inside,
-                              std::vector<std::int32_t>& found) const {
-  if (letter_case_ == LetterCase::kExact) return;
-  const std::string name = WithoutSlash(argument);
-  for (const auto& [candidate, index] : names_) {
-    const std::size_t end = std::min(candidate.find('/', name.size()), candidate.size());
-    const bool fits = end == name.size() && (inside || candidate.size() <= end + 1);
-    if (fits && SameText(String::Bytes(name), String::Bytes(candidate.substr(0, end))))
-      found.push_back(index);
-  }
-}
-
-void MemberIndex::AddMatching(const std::string& pattern, std::vector<std::int32_t>& found) const {
-  if (!IsPattern(pattern)) return;
-  std::string_view previous;
-  bool matches = false;
-  for (const auto& [candidate, index] : names_) {
-    if (candidate.data() != previous.data() || candidate.size() != previous.size()) {
-      matches = fnmatch(pattern.c_str(), std::string(candidate).c_str(), 0) == 0;
-    }
-    previous = candidate;
-    if (matches) found.push_back(index);
-  }
-}
 
 MemberSelection SelectMembers(const Ref<ZipArchive>& archive, const Options& options, Problems& problems,
                               LetterCase letter_case) {
@@ -128,7 +151,7 @@ MemberSelection SelectMembers(const Ref<ZipArchive>& archive, const Options& opt
   const MemberIndex index(archive, letter_case);
   std::vector<bool> wanted(static_cast<std::size_t>(count) + 1, options.members.empty());
   for (const std::string& argument : options.members) {
-    const std::vector<std::int32_t> found = index.Find(argument);
+    const Found found = index.Find(argument);
     if (found.empty()) {
       problems.Add(ExitCode::kBadArchive, argument, "no such member");
       selected.missing.push_back(argument);
@@ -158,7 +181,7 @@ bool IsExcluded(const std::string& name, const std::vector<std::string>& pattern
 
 std::int32_t SelectOneMember(const Ref<ZipArchive>& archive, const std::string& argument,
                              LetterCase letter_case) {
-  const std::vector<std::int32_t> found = MemberIndex(archive, letter_case).FindItself(argument);
+  const Found found = MemberIndex(archive, letter_case).FindItself(argument);
   if (found.empty()) throw Failure(ExitCode::kBadArchive, argument + ": no such member");
   if (found.size() > 1) {
     throw Failure(ExitCode::kBadArchive, argument + ": means " + Count(found.size(), "member") + ", not one");

@@ -4,7 +4,6 @@
 #include <string>
 #include <string_view>
 
-#include "tools/forkzip/cli/Color.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/read/MemberFacts.h"
 

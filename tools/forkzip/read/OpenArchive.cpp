@@ -8,11 +8,11 @@
 
 #include "platform/base/LittleEndian.h"
 #include "platform/files/FileCalls.h"
+#include "platform/text/Utf8.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "tools/forkzip/cli/StandardStreams.h"
 #include "tools/forkzip/read/CorrectedArchive.h"
-#include "tools/forkzip/read/NameEncoding.h"
 #include "zip/records/FormatError.h"
 #include "zip/records/RawDirectory.h"
 #include "zip/records/ZipRecords.h"
@@ -29,6 +29,38 @@ Ref<TextEncoding> EncodingByName(ZipArchive& archive, const std::string& name) {
   if (name == "cp437") return archive.EncodedAsDOSLatinUS();
   if (name == "mac-roman") return archive.EncodedAsMacDefault();
   return archive.EncodedAsUnicode();
+}
+
+// Letters of European languages; in the other encoding the same byte is a sign or part of a box, as a rule.
+bool IsLetterInCp437(unsigned char byte) {
+  constexpr unsigned char kSharpS = 0xE1;
+  return (byte >= 0x80 && byte <= 0xA5) || byte == kSharpS;
+}
+bool IsLetterInWindows1252(unsigned char byte) {
+  return byte >= 0xC0;
+}
+
+// The most plausible of the encodings, by the bytes of the names that are not marked as UTF-8.
+std::string GuessEncoding(const Ref<ZipArchive>& archive) {
+  bool all_utf8 = true;
+  bool from_mac = false;
+  std::size_t cp437 = 0;
+  std::size_t windows1252 = 0;
+  for (std::int32_t i = 1; i <= archive->EntryCount(); ++i) {
+    const Ref<ZipEntry> entry = archive->Entry(i);
+    const std::string_view name = entry->zipEncName.view();
+    if ((entry->HeaderUShort(CentralHeader::kFlags) & ZipFlags::kUtf8Name) != 0 || IsUtf8(name)) continue;
+    all_utf8 = false;
+    from_mac = from_mac || entry->OSMadeBy() == ZipHost::kMacintosh;
+    for (const char each : name) {
+      const auto byte = static_cast<unsigned char>(each);
+      if (IsLetterInCp437(byte)) ++cp437;
+      if (IsLetterInWindows1252(byte)) ++windows1252;
+    }
+  }
+  if (all_utf8) return "utf-8";
+  if (from_mac) return "mac-roman";
+  return windows1252 > cp437 ? "windows-1252" : "cp437";
 }
 
 // An archive of no members, as other programs write it, is an end record and nothing else. The engine wants a
@@ -138,7 +170,7 @@ Ref<ZipArchive> OpenForEditing(int file, const std::string& path, const std::str
   if (archive->entriesRead || ReadEndRecordAlone(*archive, file)) return archive;
   std::string why;
   try {
-    why = CorrectedArchive::Make(file, archive->d->archiveEncoding).what_is_unusual;
+    why = WhatIsUnusual(file);
   } catch (const SplitArchiveError& split) {
     throw Failure(ExitCode::kBadArchive, split.what());
   } catch (const FormatError&) {
@@ -158,7 +190,7 @@ Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encod
     const Ref<ZipArchive> corrected = good ? nil : OpenCorrected(file.Number(), path, names);
     return corrected ? corrected : plain;
   };
-  const bool guessing = encoding == kGuessEncoding;
+  const bool guessing = encoding == "auto";
   Ref<ZipArchive> archive = open(guessing ? "utf-8" : encoding);
   if (!archive->entriesRead) throw Failure(ExitCode::kBadArchive, Utf8(archive->ErrorMessage()));
   if (guessing) {

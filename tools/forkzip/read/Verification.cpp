@@ -1,7 +1,5 @@
 #include "tools/forkzip/read/Verification.h"
 
-#include <array>
-#include <cstdio>
 #include <string>
 #include <utility>
 
@@ -46,9 +44,7 @@ std::uint32_t SumOf(const Ref<ZipEntry>& entry) {
 
 void CheckSum(const Ref<ZipEntry>& entry, std::uint32_t found) {
   if (found == CrcOf(entry)) return;
-  std::array<char, 40> sums{};
-  std::snprintf(sums.data(), sums.size(), "%08x instead of %08x", found, CrcOf(entry));
-  Fail(entry, std::string("the checksum of its data is wrong: ") + sums.data());
+  Fail(entry, Formatted("the checksum of its data is wrong: %08x instead of %08x", found, CrcOf(entry)));
 }
 
 // A member's data without its companion's.

@@ -5,7 +5,6 @@
 #include "tools/forkzip/cli/Output.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/read/MemberFacts.h"
-#include "tools/forkzip/read/MemberJson.h"
 #include "tools/forkzip/read/MemberSelection.h"
 #include "tools/forkzip/read/OpenArchive.h"
 
@@ -18,6 +17,9 @@ constexpr const char* kHelp =
     "  forkzip info photos.zip               counts, sizes and comment of the archive\n"
     "  forkzip info photos.zip beach.jpg     all that is known of one member\n"
     "  forkzip info --json photos.zip | jq .members";
+
+constexpr const char* kDamage =
+    "the directory holds more members than it announces; the archive is read-only";
 
 struct InfoOptions : Options {
   std::string member;
@@ -35,7 +37,7 @@ Totals AddUp(const Ref<ZipArchive>& archive) {
     const Ref<ZipEntry> entry = archive->Entry(i);
     ++(entry->IsDirectory() ? totals.folders : totals.files);
     if (entry->IsEncrypted()) ++totals.encrypted;
-    if (!entry->IsDirectory() && !WhyNotUnpacked(entry).empty()) ++totals.not_unpacked;
+    if (!WhyNotUnpacked(entry).empty()) ++totals.not_unpacked;
     if (entry->appleDoubleEntry) ++totals.companions;
     totals.size += SizeOf(entry);
     totals.compressed_size += CompressedSizeOf(entry);
@@ -46,6 +48,15 @@ Totals AddUp(const Ref<ZipArchive>& archive) {
 std::string Line(const std::string& label, const std::string& value) {
   constexpr std::size_t kColumn = 18;
   return label + ":" + std::string(kColumn - label.size(), ' ') + value + "\n";
+}
+
+// Labels and values; where there is nothing to say there is no line.
+using Facts = std::initializer_list<std::pair<const char*, std::string>>;
+
+void WriteFacts(Facts facts, Output& output) {
+  for (const auto& [label, value] : facts) {
+    if (!value.empty()) output.Write(Line(label, value));
+  }
 }
 
 std::string MembersText(const Ref<ZipArchive>& archive, const Totals& totals) {
@@ -74,22 +85,20 @@ void DescribeArchive(const Ref<ZipArchive>& archive, const Options& options, con
     output.Write(JsonText(value, 2) + "\n");
     return;
   }
-  output.Write(Line("Archive", Printable(options.archive)));
-  output.Write(Line("Members", MembersText(archive, totals)));
-  output.Write(Line("Size", HumanSize(totals.size) + ", compressed " + HumanSize(totals.compressed_size)));
-  if (totals.encrypted != 0) output.Write(Line("Encrypted", Count(totals.encrypted, "member")));
-  if (totals.not_unpacked != 0) {
-    output.Write(Line("Not unpacked", Count(totals.not_unpacked, "member") + "; `list --long` tells why"));
-  }
-  if (!guess.empty()) output.Write(Line("Encoding", guess + ", as a guess"));
-  if (totals.companions != 0) output.Write(Line("With Mac data", Count(totals.companions, "member")));
-  if (archive->centralDirCorrupted) {
-    output.Write(
-        Line("Damage", "the directory holds more members than it announces; the archive is read-only"));
-  }
-  if (!archive->Comment().empty()) {
-    output.Write(Line("Comment", Printable(archive->Comment().view())));
-  }
+  const auto count_if_any = [](std::uint64_t members) {
+    return members == 0 ? "" : Count(members, "member");
+  };
+  const std::string not_unpacked = count_if_any(totals.not_unpacked);
+  WriteFacts({{"Archive", Printable(options.archive)},
+              {"Members", MembersText(archive, totals)},
+              {"Size", HumanSize(totals.size) + ", compressed " + HumanSize(totals.compressed_size)},
+              {"Encrypted", count_if_any(totals.encrypted)},
+              {"Not unpacked", not_unpacked.empty() ? "" : not_unpacked + "; `list --long` tells why"},
+              {"Encoding", guess.empty() ? "" : guess + ", as a guess"},
+              {"With Mac data", count_if_any(totals.companions)},
+              {"Damage", archive->centralDirCorrupted ? kDamage : ""},
+              {"Comment", Printable(archive->Comment().view())}},
+             output);
 }
 
 void DescribeMember(const Ref<ZipArchive>& archive, const InfoOptions& options, Output& output) {
@@ -101,23 +110,21 @@ void DescribeMember(const Ref<ZipArchive>& archive, const InfoOptions& options, 
   }
   const auto mode = ModeOf(entry);
   const std::string time = TimeText(entry, ' ');
+  const char* kind = IsSymbolicLink(entry) ? "symbolic link" : entry->IsDirectory() ? "folder" : "file";
+  const Ref<ZipEntry>& companion = entry->appleDoubleEntry;
   output.Write(Line("Name", Printable(Utf8(entry->RawPath()))));
-  output.Write(Line("Kind", IsSymbolicLink(entry)  ? "symbolic link"
-                            : entry->IsDirectory() ? "folder"
-                                                   : "file"));
-  output.Write(Line("Number", std::to_string(index)));
-  output.Write(Line("Size", Count(SizeOf(entry), "byte")));
-  output.Write(Line("Compressed", Count(CompressedSizeOf(entry), "byte") + ", " + MethodText(entry)));
-  output.Write(Line("CRC-32", CrcText(entry)));
-  output.Write(Line("Changed", time.empty() ? "unknown" : time));
-  output.Write(Line("Mode", mode ? ModeText(*mode) : "unknown"));
-  if (entry->IsEncrypted()) output.Write(Line("Encrypted", "yes"));
-  const std::string why_not = entry->IsDirectory() ? "" : WhyNotUnpacked(entry);
-  if (!why_not.empty()) output.Write(Line("Not unpacked", why_not));
-  if (entry->appleDoubleEntry) {
-    output.Write(Line("Mac data", Count(SizeOf(entry->appleDoubleEntry), "byte") + " in a companion"));
-  }
-  if (!entry->Comment().empty()) output.Write(Line("Comment", Printable(Utf8(entry->Comment()))));
+  WriteFacts({{"Kind", kind},
+              {"Number", std::to_string(index)},
+              {"Size", Count(SizeOf(entry), "byte")},
+              {"Compressed", Count(CompressedSizeOf(entry), "byte") + ", " + MethodText(entry)},
+              {"CRC-32", CrcText(entry)},
+              {"Changed", time.empty() ? "unknown" : time},
+              {"Mode", mode ? ModeText(*mode) : "unknown"},
+              {"Encrypted", entry->IsEncrypted() ? "yes" : ""},
+              {"Not unpacked", WhyNotUnpacked(entry)},
+              {"Mac data", companion ? Count(SizeOf(companion), "byte") + " in a companion" : ""},
+              {"Comment", Printable(Utf8(entry->Comment()))}},
+             output);
 }
 
 void Info(const InfoOptions& options) {

@@ -1,15 +1,10 @@
-#include <array>
-#include <cstdio>
-#include <memory>
 #include <nlohmann/json.hpp>
 
 #include "tools/forkzip/Verbs.h"
-#include "tools/forkzip/cli/Color.h"
 #include "tools/forkzip/cli/Options.h"
 #include "tools/forkzip/cli/Output.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/read/MemberFacts.h"
-#include "tools/forkzip/read/MemberJson.h"
 #include "tools/forkzip/read/MemberSelection.h"
 #include "tools/forkzip/read/MemberTree.h"
 #include "tools/forkzip/read/OpenArchive.h"
@@ -57,13 +52,10 @@ void ListFacts(const Ref<ZipArchive>& archive, const Members& members, Output& o
     const auto mode = ModeOf(entry);
     const std::string mode_text =
         mode ? ModeText(*mode) : std::string(entry->IsDirectory() ? "d" : "-") + "---------";
-    std::array<char, 120> facts{};
-    std::snprintf(facts.data(), facts.size(), "%s%c %11llu  %-16.16s  ", mode_text.c_str(),
-                  entry->appleDoubleEntry ? '@' : ' ', static_cast<unsigned long long>(SizeOf(entry)),
-                  TimeText(entry, ' ').c_str());
-    output.Write(facts.data());
+    output.Write(Formatted("%s%c %11llu  %-16.16s  ", mode_text.c_str(), entry->appleDoubleEntry ? '@' : ' ',
+                           static_cast<unsigned long long>(SizeOf(entry)), TimeText(entry, ' ').c_str()));
     WriteName(entry, output);
-    const std::string why_not = entry->IsDirectory() ? "" : WhyNotUnpacked(entry);
+    const std::string why_not = WhyNotUnpacked(entry);
     output.Write(why_not.empty() ? "\n" : "  [" + why_not + "]\n");
     total += SizeOf(entry);
   }

@@ -9,7 +9,6 @@
 #include "tools/forkzip/jobs/JobCount.h"
 #include "tools/forkzip/jobs/SharedWork.h"
 #include "tools/forkzip/read/MemberFacts.h"
-#include "tools/forkzip/read/MemberJson.h"
 #include "tools/forkzip/read/MemberSelection.h"
 #include "tools/forkzip/read/OpenArchive.h"
 #include "tools/forkzip/read/Overlaps.h"
@@ -26,19 +25,13 @@ constexpr const char* kHelp =
     "  forkzip test backup.zip 'letters/*.txt' photos\n"
     "  forkzip test -q backup.zip && echo good";
 
-std::uint64_t SizeOfAll(const Ref<ZipArchive>& archive, const std::vector<std::int32_t>& members) {
-  return std::accumulate(members.begin(), members.end(), std::uint64_t{0},
-                         [&](std::uint64_t sum, std::int32_t i) { return sum + SizeOf(archive->Entry(i)); });
-}
-
 // Tells what is tested as it goes, so that nothing is kept of an archive whose members are all bad.
 class Report {
  public:
-  explicit Report(bool json) : json_(json) {}
-
-  void Begin(const std::string& archive, const MemberSelection& selected, bool count_is_wrong) {
+  Report(const Options& options, const MemberSelection& selected, bool count_is_wrong)
+      : json_(options.json), selected_(selected) {
     if (!json_) return;
-    const nlohmann::ordered_json head = {{"archive", archive},
+    const nlohmann::ordered_json head = {{"archive", options.archive},
                                          {"tested", selected.members.size()},
                                          {"missing", selected.missing},
                                          {"countIsWrong", count_is_wrong}};
@@ -46,30 +39,30 @@ class Report {
     output_.Write(text.substr(0, text.rfind("\n}")) + ",\n  \"failed\": [");
   }
 
-  void Add(std::int32_t index, const std::string& name, const std::string& fault) {
+  void Add(std::size_t unit, std::string_view name, std::string_view fault) {
     if (json_) {
       output_.Write(failed_ == 0 ? "\n    " : ",\n    ");
-      output_.Write(JsonText({{"index", index}, {"name", name}, {"error", fault}}));
+      output_.Write(JsonText({{"index", selected_.members[unit]}, {"name", name}, {"error", fault}}));
     }
     ++failed_;
   }
 
-  void End(const MemberSelection& selected, bool quiet) {
+  void End(bool quiet) {
+    const std::size_t missing = selected_.missing.size();
     if (json_) {
       output_.Write(failed_ == 0 ? "]\n}\n" : "\n  ]\n}\n");
     } else if (!quiet) {
-      const std::string missing =
-          selected.missing.empty() ? "" : ", " + std::to_string(selected.missing.size()) + " missing";
-      const std::string state = failed_ != 0      ? ", " + std::to_string(failed_) + " damaged"
-                                : missing.empty() ? ", all sound"
-                                                  : "";
-      output_.Write(Count(selected.members.size(), "member") + " tested" + state + missing + "\n");
+      output_.Write(Count(selected_.members.size(), "member") + " tested");
+      if (failed_ != 0) output_.Write(", " + std::to_string(failed_) + " damaged");
+      if (missing != 0) output_.Write(", " + std::to_string(missing) + " missing");
+      output_.Write(failed_ + missing == 0 ? ", all sound\n" : "\n");
     }
     output_.Flush();
   }
 
  private:
   bool json_;
+  const MemberSelection& selected_;
   std::size_t failed_ = 0;
   Output output_;
 };
@@ -81,13 +74,13 @@ void Test(const Options& options, Problems& problems) {
   if (archive->centralDirCorrupted) {
     problems.Add(ExitCode::kBadArchive, "the directory holds more members than it announces");
   }
-  Interruption::Watch();
-  const auto progress = New<Progress>(options.ShowProgress(), SizeOfAll(archive, selected.members));
-  archive->SetProgressMonitor(progress);
-  Report report(options.json);
-  report.Begin(options.archive, selected, archive->centralDirCorrupted);
   SharedWork work;
   for (const std::int32_t i : selected.members) work.sizes.push_back(SizeOf(archive->Entry(i)));
+  const std::uint64_t total = std::accumulate(work.sizes.begin(), work.sizes.end(), std::uint64_t{0});
+  Interruption::Watch();
+  const auto progress = New<Progress>(options.ShowProgress(), total);
+  archive->SetProgressMonitor(progress);
+  Report report(options, selected, archive->centralDirCorrupted);
   ShareOut(work);
   work.run = [&](std::size_t unit, Problems& told) -> std::size_t {
     const Ref<ZipEntry> entry = archive->Entry(selected.members[unit]);
@@ -101,13 +94,12 @@ void Test(const Options& options, Problems& problems) {
   };
   work.take = [&](std::size_t unit, ExitCode code, std::string_view member, std::string_view message) {
     problems.Add(code, member, message);
-    report.Add(selected.members[unit], std::string(member), std::string(message));
+    report.Add(unit, member, message);
   };
-  DoShared(JobCount(options.jobs, work.sizes.size(), SizeOfAll(archive, selected.members), kWorthAProcess),
-           work, *progress);
+  DoShared(JobCount(options.jobs, work.sizes.size(), total, kWorthAProcess), work, *progress);
   if (Interruption::Requested()) return;
   Progress::ClearLine();
-  report.End(selected, options.quiet);
+  report.End(options.quiet);
 }
 
 }  // namespace
