@@ -1,8 +1,10 @@
 """What the tests of forkzip share: running it, and archives made byte by byte or by other tools."""
 
+import binascii
 import json
 import os
 import pathlib
+import shlex
 import struct
 import subprocess
 import tempfile
@@ -21,21 +23,15 @@ class Member:
 
     def __init__(self, name, data=b"", method=STORED, mode=0o100644, **fields):
         self.name = name if isinstance(name, bytes) else name.encode()
-        self.data = data
-        self.method = method
-        self.mode = mode
+        self.data, self.method, self.mode = data, method, mode
         self.packed = data if method != DEFLATED else zlib.compress(data, wbits=-15)
-        self.flags = self.local_flags = 0
-        self.crc = zlib.crc32(data)
-        self.size = len(data)
+        self.crc, self.size = zlib.crc32(data), len(data)
+        self.flags = self.local_flags = self.attributes = 0
         self.extra = self.comment = b""
-        self.descriptor = False
-        self.hole = False  # no record in the directory
+        self.version, self.host = 20, 3  # of the format; Unix
+        self.descriptor = self.hole = False  # a hole has no record in the directory
         self.offset = None  # of the local header, if not where it is
-        self.version = 20
-        self.host = 3  # Unix
-        for field, value in fields.items():
-            setattr(self, field, value)
+        vars(self).update(fields)
         if self.descriptor:
             self.flags = self.local_flags = 8
 
@@ -49,7 +45,7 @@ class Member:
     def central(self, offset):
         return struct.pack("<IBBHHHHHIIIHHHHHII", 0x02014B50, 20, self.host, self.version, self.flags, self.method, 0, 0x5821,
                            self.crc, len(self.packed), self.size, len(self.name), len(self.extra),
-                           len(self.comment), 0, 0, self.mode << 16,
+                           len(self.comment), 0, 0, self.mode << 16 | self.attributes,
                            offset if self.offset is None else self.offset) + self.name + self.extra + self.comment
 
 
@@ -81,12 +77,7 @@ def mac_binary(data, fork, name=b"mac"):
     header[65:73] = b"TEXTttxt"
     header[83:91] = len(data).to_bytes(4, "big") + len(fork).to_bytes(4, "big")
     header[122:124] = bytes((129, 129))
-    crc = 0
-    for byte in header[:124]:
-        crc ^= byte << 8
-        for _ in range(8):
-            crc = (crc << 1 ^ (0x1021 if crc & 0x8000 else 0)) & 0xFFFF
-    header[124:126] = crc.to_bytes(2, "big")
+    header[124:126] = binascii.crc_hqx(header[:124], 0).to_bytes(2, "big")
     return bytes(header) + data + bytes(-len(data) % 128) + fork + bytes(-len(fork) % 128)
 
 
@@ -107,7 +98,7 @@ class ForkzipTest(unittest.TestCase):
 
     def run_tool(self, *arguments, **options):
         """Runs forkzip in the scratch folder."""
-        options = {"capture_output": True, "cwd": self.root, **options}
+        options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "cwd": self.root, **options}
         return subprocess.run([PROGRAM, *map(str, arguments)], check=False, timeout=300, **options)
 
     def expect(self, code, *arguments, says="", **options):
@@ -118,6 +109,12 @@ class ForkzipTest(unittest.TestCase):
         if code == 0 and not says:
             self.assertEqual(errors, "", arguments)
         return result.stdout
+
+    def shown(self, *runs, **options):
+        """What runs of forkzip, each a list of arguments, write to a terminal."""
+        line = "; ".join(shlex.join([PROGRAM, *map(str, arguments)]) for arguments in runs)
+        return subprocess.run(["script", "-qc", line, "/dev/null"], cwd=self.root, check=False, timeout=300,
+                              stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, **options).stdout
 
     def peak(self, *arguments):
         """The most memory, in MiB, that a run of forkzip holds, however it ends."""

@@ -1,14 +1,10 @@
 #!/usr/bin/env python3
 """Completion in bash, zsh and fish: what is offered, and what is inserted into a real command line."""
 
-import fcntl
 import os
 import pathlib
-import pty
 import re
 import subprocess
-import termios
-import threading
 import time
 import unittest
 
@@ -35,22 +31,18 @@ class Completion(ForkzipTest):
         self.environment = {"PATH": f"{os.path.dirname(PROGRAM)}:/usr/bin:/bin", "LC_ALL": "C.UTF-8", "HOME": "/root",
                             "TERM": "dumb", "PS1": "", "INPUTRC": "/dev/null"}
 
-    def offered(self, *words):
-        script = SOURCE + r"""
-            COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)) COMP_LINE="$*"
-            COMP_POINT=${#COMP_LINE}
-            _forkzip
-            eval printf "'%s\n'" "${COMPREPLY[@]}" """
-        result = subprocess.run(["bash", "-c", script, "bash", "forkzip", *words], env=self.environment, cwd=self.root,
-                                capture_output=True, check=True)
-        self.assertEqual(result.stderr, b"")
-        return sorted(result.stdout.decode().splitlines())
-
     def script(self, *command):
-        """The first field of each line that a script of another shell prints."""
+        """The first field of each line that a script of a shell prints."""
         result = subprocess.run(command, env=self.environment, cwd=self.root, capture_output=True, check=True)
         self.assertEqual(result.stderr, b"")
         return sorted(line.split("\t")[0] for line in result.stdout.decode().splitlines())
+
+    def offered(self, *words):
+        return self.script("bash", "-c", SOURCE + r"""
+            COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)) COMP_LINE="$*"
+            COMP_POINT=${#COMP_LINE}
+            _forkzip
+            eval printf "'%s\n'" "${COMPREPLY[@]}" """, "bash", "forkzip", *words)
 
     def offered_by_zsh(self, verb):
         """The long options, as they are given to the shell's own function."""
@@ -74,49 +66,33 @@ class Completion(ForkzipTest):
         self.assertEqual(sorted(self.offered_by_fish("forkzip ") + ["-h"]), verbs)
         for verb in [verb for verb in verbs if not verb.startswith("-")]:
             help_text = self.expect(0, verb, "--help").decode()
-            options = re.findall(r"^  (?:-\w,)?(--[\w-]+)", help_text, re.MULTILINE)
-            self.assertEqual(self.offered(verb, "--"), sorted(options), verb)
-            self.assertEqual(self.offered_by_zsh(verb), sorted(options), verb)
-            self.assertEqual(self.offered_by_fish(f"forkzip {verb} --"), sorted(options), verb)
+            options = sorted(re.findall(r"^  (?:-\w,)?(--[\w-]+)", help_text, re.MULTILINE))
+            for offered in self.offered(verb, "--"), self.offered_by_zsh(verb), self.offered_by_fish(f"forkzip {verb} --"):
+                self.assertEqual(offered, options, verb)
             self.assertEqual([option for option in options if option not in manual], [], verb)
 
     def inserted(self, shell, source):
         """What each typed name comes to on a command line of that shell, which reads `source` first."""
-        master, terminal = pty.openpty()
-        process = subprocess.Popen(shell, env=self.environment, cwd=self.root, stdin=terminal, stdout=terminal,
-                                   stderr=terminal, start_new_session=True,
-                                   preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0))
-
-        def drain():
-            try:
-                while os.read(master, 65536):
-                    pass
-            except OSError:  # the shell has ended
-                pass
-        reader = threading.Thread(target=drain)
-        reader.start()
-        os.write(master, source.encode())
         found, done = {}, self.root / "done"
-        for typed in NAMES:
-            os.write(master, f"forkzip cat an\\ archive.zip {typed}\t >out\nmv out done\n".encode())
-            deadline = time.monotonic() + 60
-            while not done.exists() and time.monotonic() < deadline:
-                time.sleep(0.005)
-            found[typed] = done.read_text() if done.exists() else None
-            done.unlink(missing_ok=True)
-        process.kill()
-        process.wait()
-        os.close(terminal)
-        reader.join()
-        os.close(master)
+        with subprocess.Popen(["script", "-qc", shell, "/dev/null"], env=self.environment, cwd=self.root, bufsize=0,
+                              stdin=subprocess.PIPE, stdout=subprocess.DEVNULL) as terminal:
+            terminal.stdin.write(source.encode())
+            for typed in NAMES:
+                terminal.stdin.write(f"forkzip cat an\\ archive.zip {typed}\t >out\nmv out done\n".encode())
+                deadline = time.monotonic() + 60
+                while not done.exists() and time.monotonic() < deadline:
+                    time.sleep(0.005)
+                found[typed] = done.read_text() if done.exists() else None
+                done.unlink(missing_ok=True)
+            terminal.kill()
         return found
 
     def test_what_is_inserted_means_the_member(self):
-        for shell, source in ((["bash", "--norc", "--noprofile", "-i"], SOURCE),
-                              (["zsh", "-f", "-i"], f"autoload -Uz compinit; compinit -D -u; functions[_forkzip]=$(<'{ZSH}'); "
+        for shell, source in (("bash --norc --noprofile -i", SOURCE),
+                              ("zsh -f -i", f"autoload -Uz compinit; compinit -D -u; functions[_forkzip]=$(<'{ZSH}'); "
                                "compdef _forkzip forkzip\n"),
-                              (["fish", "--no-config", "-i"], f"source '{FISH}'\n")):
-            with self.subTest(shell[0]):
+                              ("fish --no-config -i", f"source '{FISH}'\n")):
+            with self.subTest(shell):
                 self.assertEqual(self.inserted(shell, source), NAMES)
                 self.assertFalse((self.root / "RAN").exists())
 
