@@ -42,9 +42,9 @@ int Main(int argc, char** argv) {
   app.footer(kFooter);
   app.set_version_flag("--version", "forkzip " FORKZIP_VERSION);
   app.require_subcommand(1);
-  for (const auto add_verb : {AddListVerb, AddInfoVerb, AddTestVerb, AddExtractVerb, AddCatVerb,
-                              AddCreateVerb, AddAddVerb, AddDeleteVerb, AddDuplicateVerb, AddRenameVerb,
-                              AddCommentVerb, AddCompactVerb}) {
+  for (const auto add_verb :
+       {AddListVerb, AddInfoVerb, AddTestVerb, AddExtractVerb, AddCatVerb, AddCreateVerb, AddAddVerb,
+        AddDeleteVerb, AddDuplicateVerb, AddRenameVerb, AddCommentVerb, AddCompactVerb}) {
     add_verb(app, exit_code);
   }
   try {
