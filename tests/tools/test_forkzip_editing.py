@@ -84,6 +84,8 @@ class Editing(ForkzipTest):
             ("and by its stored name", archive(Member(b"\x81x", b"old")), "add", ["--encoding", "cp437", "üx"], ["üx"]),
             ("the same stays", nameless, "duplicate", ["b", "c"], ["a", "", "b", "c"]),
             ("none of its own under a new name either", nameless, "rename", ["a", "c"], ["c", "", "b"]),
+            ("a folder stays one under a second name", archive(Member("d/")), "duplicate", ["d", "e"], ["d/", "e/"]),
+            ("three bytes between members go", archive(Member("a"), Member("b"), gap=b"gap"), "compact", [], ["a", "b"]),
             ("a data descriptor moves with its member", archive(hole, Member("f", b"f" * 99, DEFLATED, descriptor=True)),
              "compact", [], ["f"]),
             ("and so does a header that disagrees", archive(hole, Member("f", local_flags=2)), "compact", [], ["f"]),

@@ -151,6 +151,8 @@ class Extract(ForkzipTest):
             ("a fork is kept", [mac, Member("._mac", b"text")], {}, over, "data of another", {"mac": b"data", "._mac": b"fork"}),
             ("kept out where its name is too long", [Member(long, b"data", extra=UNIX_TIMES),
              Member("__MACOSX/._" + long, apple_double(b""), extra=UNIX_TIMES)], {}, [], "data cannot be written to ._nnn", {}),
+            ("kept out by a companion that is damaged", [Member("mac", b"1", extra=UNIX_TIMES),
+             Member("__MACOSX/._mac", apple_double(b"f"), extra=UNIX_TIMES, crc=1)], {}, [], "its companion: the checksum", {}),
             ("kept by a folder", [Member("mac/", mac_binary(b"", b""))], {"._mac": old}, [], "._mac, where", {"._mac": old}),
         ]
         for what, members, before, arguments, says, after in cases:

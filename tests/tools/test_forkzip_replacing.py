@@ -140,12 +140,14 @@ class Replacing(ForkzipTest):
         for way in WAYS:
             self.expect(3, "comment", *way, self.zip, "read-only", says="cannot be opened for writing", **user)
 
-    def test_an_archive_of_the_longest_name(self):
+    def test_archives_of_long_names(self):
+        """Of which the draft's name is too long by one letter, and by as much as can be."""
         self.write("f", "1")
-        name = "n" * 251 + ".zip"
-        self.expect(0, "create", "-q", name, "f")
-        self.expect(0, "comment", "-q", name, "x")
-        self.assertEqual(sorted(os.listdir(self.root)), ["f", name])
+        names = ["n" * length + ".zip" for length in (239, 251)]
+        for name in names:
+            self.expect(0, "create", "-q", name, "f")
+            self.expect(0, "comment", "-q", name, "x")
+        self.assertEqual(sorted(os.listdir(self.root)), sorted(["f", *names]))
 
     def test_two_runs_do_not_change_an_archive_at_once(self):
         self.zip.write_bytes(archive(Member("f", b"1")))

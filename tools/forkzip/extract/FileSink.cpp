@@ -46,11 +46,7 @@ FileSink::FileSink(int folder, std::string name, std::optional<mode_t> mode, IfT
   if (size <= kMadeAtOnce) return;  // to make it will tell
   const mode_t kind = KindOf(folder_, name_);
   if (IsUnfinished(kind)) if_taken_ = IfTaken::kReplace;
-  if (S_ISDIR(kind)) {
-    Expect(EISDIR);
-  } else if (kind != 0 && if_taken_ == IfTaken::kRefuse) {
-    Expect(EEXIST);
-  }
+  if (S_ISDIR(kind) || (kind != 0 && if_taken_ == IfTaken::kRefuse)) Expect(EEXIST);
 }
 
 FileSink::~FileSink() {

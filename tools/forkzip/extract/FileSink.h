@@ -21,8 +21,8 @@ bool IsUnfinished(mode_t kind);
 class FileSink : public PlainSink {
  public:
   // The file `name` in an open folder, for about `size` bytes. What is there gives way to it if it is a file
-  // or link that is to be replaced, or what a killed run left unfinished; else that is an error (EEXIST,
-  // EISDIR). `mode`: the permissions, whatever the umask; none: as for any new file.
+  // or link that is to be replaced, or what a killed run left unfinished; else that is an error (EEXIST or,
+  // of a folder, EISDIR). `mode`: the permissions, whatever the umask; none: as for any new file.
   FileSink(int folder, std::string name, std::optional<mode_t> mode, IfTaken if_taken, std::uint64_t size);
   // Takes the file away unless Keep was called.
   ~FileSink() override;
