@@ -5,11 +5,10 @@ namespace vantorel::testing {
 namespace {
 
 TEST(Names, AreSplitIntoComponents) {
-  enum Form { kPlain, kCompanion };
   const struct {
     std::string name;
     Strings components;
-    Form form = kPlain;
+    bool of_a_companion = false;
   } cases[] = {
       {"a/b/", {"a", "b"}},
       {"./a/./b", {"a", "b"}},
@@ -21,14 +20,14 @@ TEST(Names, AreSplitIntoComponents) {
       {"/a//b", {"", "a", "", "b"}},
       {"../x", {"..", "x"}},
       {":.:/a", {"a"}},
-      {"./__MAC:OSX/", {"__MACOSX"}, kCompanion},
+      {"./__MAC:OSX/", {"__MACOSX"}, true},
       {"__macosx/x", {"__macosx", "x"}},
-      {"dir/._x", {"dir", "._x"}, kCompanion},
+      {"dir/._x", {"dir", "._x"}, true},
       {"._dir/", {"._dir"}},
       {"._a/:", {"._a"}},
-      {"a:/:._b", {"a", "._b"}, kCompanion},
+      {"a:/:._b", {"a", "._b"}, true},
   };
-  for (const auto& [name, components, form] : cases) {
+  for (const auto& [name, components, of_a_companion] : cases) {
     const OpenedZip zip({{name}});
     const Ref<ZipEntry> e = zip.First();
     std::vector<String> path(5, String("left over"));
@@ -38,7 +37,7 @@ TEST(Names, AreSplitIntoComponents) {
     EXPECT_EQ(found, components) << name;
     EXPECT_EQ(e->Name().view(), components.back()) << name;
     EXPECT_EQ(e->IsDirectory(), name.ends_with('/')) << name;
-    EXPECT_EQ(e->z_hasDittoName, form == kCompanion) << name;
+    EXPECT_EQ(e->z_hasDittoName, of_a_companion) << name;
     EXPECT_EQ(e->RawPath().view(), name);
   }
   for (const char* nothing : {"", ":", "./", "./:./"}) {

@@ -89,34 +89,31 @@ TEST(Extract, AFailureLeavesNoFile) {
 }
 
 TEST(Extract, Permissions) {
-  enum Kind { kBinary, kText };
-  enum Execute { kLeave, kMakeExecutable };
   const struct {
     const char* name;
     std::uint32_t os;
     std::uint32_t attributes;
     int mode;
-    Kind kind = kBinary;
-    Execute execute = kMakeExecutable;
+    bool make_executable = true;
+    std::uint32_t is_text = 0;
   } cases[] = {
       {"Unix mode", 3, 0x81A40000, 0100644},
       {"Unix mode replaces the present one whole", 3, 0x81400000, 0100500},
       {"Unix mode on a Mac", 7, 0x81ED0000, 0100755},
       {"Unix mode under DOS", 0, 0x89C00000, 0104700},
-      {"Unix mode under another system is none", 1, 0x81ED0000, 0100600, kBinary, kLeave},
+      {"Unix mode under another system is none", 1, 0x81ED0000, 0100600, false},
       {"no mode: execute bits", 1, 0x81ED0000, 0100711},
       {"not the mode of a regular file", 3, 0x01ED0000, 0100711},
-      {"text gets no execute bits", 0, 0, 0100600, kText},
-      {"execute bits not asked for", 0, 0, 0100600, kBinary, kLeave},
+      {"text gets no execute bits", 0, 0, 0100600, true, 1},
+      {"execute bits not asked for", 0, 0, 0100600, false},
   };
   const mode_t before = umask(077);
-  for (const auto& [name, os, attributes, mode, kind, execute] : cases) {
+  for (const auto& [name, os, attributes, mode, make_executable, is_text] : cases) {
     const ScratchFolder folder;
-    const auto archive = OpenZip(folder, {{.name = "f",
-                                           .os_made_by = os,
-                                           .internal_attributes = kind == kText ? 1U : 0U,
-                                           .external_attributes = attributes}});
-    EXPECT_TRUE(archive->Entry(1)->Extract(folder.Item("f"), true, execute == kMakeExecutable)) << name;
+    const auto archive = OpenZip(
+        folder,
+        {{.name = "f", .os_made_by = os, .internal_attributes = is_text, .external_attributes = attributes}});
+    EXPECT_TRUE(archive->Entry(1)->Extract(folder.Item("f"), true, make_executable)) << name;
     std::uint16_t found = 0;
     folder.Item("f")->GetUnixMode(found);
     EXPECT_EQ(found, mode) << name;
@@ -135,8 +132,11 @@ TEST(Extract, MacBinaryMetadata) {
   EXPECT_EQ(folder.Item("a\\b")->ModificationDate()->TotalSeconds(), 3221225472.0) << "dates are unsigned";
   EXPECT_FALSE(folder.Item("a\\b")->Locked());
 
-  EXPECT_EQ(ExtractTo(folder, "other", member), "");
-  EXPECT_EQ(folder.Read("other"), "data") << "a name that is not the member's stays";
+  const ZipMember renamed{.name = "other", .data = MacBinaryMember("c\\d", "more", "")};
+  for (const char* name : {"other", "c-d"}) {
+    EXPECT_EQ(ExtractTo(folder, name, renamed), "");
+    EXPECT_EQ(folder.Read(name), "more") << "a name that is not the member's stays";
+  }
 
   archive->Entry(1)->EnableFileLocking(true);
   folder.Run("touch x; mkdir ._x");
@@ -177,26 +177,25 @@ TEST(Extract, TypeAndCreatorFromTheExtraField) {
 TEST(MakeDestination, WalksBelowTheRoot) {
   const ScratchFolder folder;
   folder.Run("mkdir target; ln -s target link; mkdir in; ln -s ../target in/link");
-  enum Links { kRefused, kFollowed };
   const struct {
     const char* root;
     const char* member;
-    Links links;
     std::string place;  // empty: none
     const char* made;
+    bool follow_links = false;
   } cases[] = {
-      {"new", "root/f", kRefused, "new/root/f", "new/root"},
-      {"new", "a//f", kRefused, "new/a/f", "new/a"},
-      {"new/deeper", "../../f", kRefused, "f", "new"},
-      {"new", "../link/f", kFollowed, "target/f", "target"},
-      {"in", "link/f", kRefused, "", "in"},
-      {"in", "link/../f", kRefused, "in/f", "in"},
-      {"in", "link/a/b", kRefused, "", "in"},
-      {"link", "f", kRefused, "link/f", "link"},
+      {"new", "root/f", "new/root/f", "new/root"},
+      {"new", "a//f", "new/a/f", "new/a"},
+      {"new/deeper", "../../f", "f", "new"},
+      {"new", "../link/f", "target/f", "target", true},
+      {"in", "link/f", "", "in"},
+      {"in", "link/../f", "in/f", "in"},
+      {"in", "link/a/b", "", "in"},
+      {"link", "f", "link/f", "link"},
   };
-  for (const auto& [root, member, links, place, made] : cases) {
+  for (const auto& [root, member, place, made, follow_links] : cases) {
     const auto archive = OpenZip(folder, {{.name = member}});
-    const Ref<FolderItem> found = archive->Entry(1)->MakeDestination(folder.Item(root), links == kFollowed);
+    const Ref<FolderItem> found = archive->Entry(1)->MakeDestination(folder.Item(root), follow_links);
     EXPECT_EQ(found ? found->Path() : "", place.empty() ? "" : folder.Path(place)) << root << " " << member;
     EXPECT_TRUE(folder.Has(made)) << member;
     EXPECT_FALSE(!place.empty() && folder.Has(place)) << member;

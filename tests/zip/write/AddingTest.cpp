@@ -28,19 +28,12 @@ TEST(Sizes, CountWhatTheCompressorWouldBeFed) {
 }
 
 TEST(AddingFolders, NamesOrderAndLinks) {
-  enum Links { kDropped, kFollowed };
-  struct Walk {
-    const char* prefix;
-    Links links;
-    std::vector<std::string> names;
+  const std::tuple<const char*, bool, std::vector<std::string>> cases[] = {
+      {"", false, {"2", "b-c", "a/1", "a/x/3", "z/4"}},
+      {"p", false, {"p/2", "p/b-c", "p/a/1", "p/a/x/3", "p/z/4"}},
+      {"p/", true, {"p/2", "p/b-c", "p/target", "p/a/1", "p/a/x/3", "p/z/4"}},
   };
-  const Walk cases[] = {
-      {"", kDropped, {"2", "b-c", "a/1", "a/x/3", "z/4"}},
-      {"p", kDropped, {"p/2", "p/b-c", "p/a/1", "p/a/x/3", "p/z/4"}},
-      {"p/", kFollowed, {"p/2", "p/b-c", "p/target", "p/a/1", "p/a/x/3", "p/z/4"}},
-  };
-  for (const auto& [prefix, links, names] : cases) {
-    const bool follow = links == kFollowed;
+  for (const auto& [prefix, follow, names] : cases) {
     const ScratchFolder scratch;
     scratch.Run(
         "mkdir -p t/a/x t/z t/empty d; touch t/2 't/b\\c' t/a/1 t/a/x/3 t/z/4; echo data > target;"
@@ -70,28 +63,19 @@ struct WalkMonitor : RecordingMonitor {
 };
 
 TEST(AddingFolders, TheMonitorDecidesBehindAFailure) {
-  enum Watch { kNoMonitor, kMonitor };
-  enum End { kEarly, kWhole };
-  struct Walk {
-    Watch watch;
-    const char* stop_before;
-    std::vector<std::string> names;
-    End end;
-  };
-  const Walk cases[] = {{kNoMonitor, "", {"a"}, kEarly},
-                        {kMonitor, "", {"a", "c", "d/e"}, kWhole},
-                        {kMonitor, "b", {"a"}, kEarly},
-                        {kMonitor, "e", {"a", "c"}, kEarly}};
-  for (const auto& [watch, stop_before, names, end] : cases) {
+  const std::tuple<const char*, std::vector<std::string>> cases[] = {
+      {"no monitor", {"a"}}, {"", {"a", "c", "d/e"}}, {"b", {"a"}}, {"e", {"a", "c"}}};
+  for (const auto& [stop_before, names] : cases) {
     const ScratchFolder scratch;
     scratch.Run("mkdir -p t/d; echo text | tee t/a t/c t/d/e");
     scratch.Write("t/b", Noise(500000));
     const auto archive = Open(scratch);
     const auto monitor = New<WalkMonitor>();
     monitor->stop_before = stop_before;
-    if (watch == kMonitor) archive->SetProgressMonitor(monitor);
+    if (monitor->stop_before != "no monitor") archive->SetProgressMonitor(monitor);
     const ResourceLimit limit(RLIMIT_FSIZE, 100000);
-    EXPECT_EQ(archive->AddFolderContents(scratch.Item("t"), "", 0, false), end == kWhole) << stop_before;
+    const bool whole = monitor->stop_before.empty();
+    EXPECT_EQ(archive->AddFolderContents(scratch.Item("t"), "", 0, false), whole) << stop_before;
     EXPECT_TRUE(archive->Close());
     EXPECT_EQ(NamesOf(scratch), names) << stop_before;
   }

@@ -98,15 +98,9 @@ TEST(Compact, LeavesOverlappingMembersAlone) {
   const auto archive = Open(scratch);
   EXPECT_FALSE(archive->Compact());
   EXPECT_EQ(MembersOf(*archive), (Members{{"a", inner}, {"b", "inner"}}));
-}
-
-TEST(Compact, SurvivesAnEntryThatIsNone) {
-  const ScratchFolder scratch;
-  scratch.Write("a.zip", MakeZip({{.name = "a", .data = "x"}}));
-  const auto archive = Open(scratch);
   archive->ReplaceEntry(1, nil);
   EXPECT_FALSE(archive->Compact());
-  EXPECT_EQ(Text(archive->errmsg), "Compact() encountered an unexpected error");
+  EXPECT_EQ(Text(archive->errmsg), "Compact() encountered an unexpected error") << "an entry that is none";
 }
 
 TEST(Compact, GivesAMemberWithADescriptorAValidHeaderAndWrongBytes) {
@@ -165,6 +159,9 @@ TEST(Rollback, GoesBackToAMarkThatStillHolds) {
     EXPECT_THROW(archive->RemoveEntry(0), OutOfBoundsException);
     EXPECT_TRUE(archive->Close());
     EXPECT_EQ(NamesOf(scratch), names) << name;
+    if (possible) {
+      EXPECT_EQ(scratch.Read("a.zip"), ArchiveOf({{"a", "a"}, {"b", "b"}})) << name;
+    }
   }
 }
 
@@ -175,7 +172,10 @@ TEST(FakeDuplicates, AreRecordsOfTheirOwn) {
   EXPECT_EQ(archive->AddFakeDuplicate(nil, "b", New<Date>(), nil), 0);
   EXPECT_EQ(Text(archive->errmsg), "no entry reference given");
   EXPECT_THROW(archive->AddFakeDuplicate(archive->Entry(1), "b", nil, nil), NilObjectException);
-  EXPECT_EQ(archive->AddFakeDuplicate(archive->Entry(1), "/b", New<Date>(), nil), 2);
+  const auto date = New<Date>();
+  date->SetTotalSeconds(3818534398.0);
+  EXPECT_EQ(archive->AddFakeDuplicate(archive->Entry(1), "/b", date, nil), 2);
+  EXPECT_EQ(archive->Entry(2)->Time()->TotalSeconds(), 3818534398.0);
   EXPECT_TRUE(archive->Flush());
   EXPECT_EQ(archive->AddFakeDuplicate(archive->Entry(1), "lost", New<Date>(), nil), 3);
   EXPECT_TRUE(archive->Close()) << "nothing has marked the directory as dirty";

@@ -15,7 +15,6 @@ Ref<MemoryBlock> Header(ZipArchive& archive, std::int32_t data_length, std::int3
 TEST(EntryWriter, RefusesWithoutATrace) {
   constexpr const char* kUnexpected = "An unexpected error occured while storing an item";
   enum Source { kOpen, kClosedData, kClosedFork };
-  enum Archive { kClean, kDirty };
   struct Refusal {
     const char* name;            // of the member
     Source source;               // what it has and whether that opens
@@ -23,16 +22,16 @@ TEST(EntryWriter, RefusesWithoutATrace) {
     std::int32_t header_length;  // as a MacBinary header states it
     std::int32_t result;
     const char* message;
-    Archive archive;  // afterwards
+    bool dirty = true;  // the archive, afterwards
   };
   const Refusal cases[] = {
-      {"", kOpen, 3, kNone, -50, "Name must not be empty", kClean},
-      {"data", kClosedData, 3, kNone, -38, "Opening the source data stream failed", kDirty},
-      {"empty data", kClosedData, 0, 0, -38, "Opening the source data stream failed", kDirty},
-      {"fork", kClosedFork, 3, 3, -38, "Opening the source rsrc stream failed", kDirty},
-      {"header of another length", kOpen, 3, 4, -2, kUnexpected, kClean},
-      {"negative", kOpen, -5, kNone, -2, kUnexpected, kDirty},
-      {"runs short", kOpen, 4, 4, -2, "Read error, the archived item may be corrupted", kDirty},
+      {"", kOpen, 3, kNone, -50, "Name must not be empty", false},
+      {"data", kClosedData, 3, kNone, -38, "Opening the source data stream failed"},
+      {"empty data", kClosedData, 0, 0, -38, "Opening the source data stream failed"},
+      {"fork", kClosedFork, 3, 3, -38, "Opening the source rsrc stream failed"},
+      {"header of another length", kOpen, 3, 4, -2, kUnexpected, false},
+      {"negative", kOpen, -5, kNone, -2, kUnexpected},
+      {"runs short", kOpen, 4, 4, -2, "Read error, the archived item may be corrupted"},
   };
   for (const Refusal& c : cases) {
     const ScratchFolder scratch;
@@ -44,7 +43,7 @@ TEST(EntryWriter, RefusesWithoutATrace) {
     EXPECT_EQ(archive->AddItemByStreams(data, c.length, rsrc, 3, header, c.name, nil, nil), c.result)
         << c.name;
     EXPECT_EQ(Text(archive->errmsg), c.message) << c.name;
-    EXPECT_EQ(archive->d->dirty, c.archive == kDirty) << c.name;
+    EXPECT_EQ(archive->d->dirty, c.dirty) << c.name;
     EXPECT_EQ(Add(*archive, "next", "text"), 1) << c.name;
     EXPECT_TRUE(archive->Close());
     EXPECT_EQ(MembersOf(scratch), (Members{{"next", "text"}})) << c.name;
