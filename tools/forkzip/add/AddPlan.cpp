@@ -41,6 +41,10 @@ bool IsIn(const std::vector<std::string>& names, const std::string& name) {
   return std::binary_search(names.begin(), names.end(), name);
 }
 
+FileId IdOf(const struct stat& status) {
+  return {status.st_dev, status.st_ino};
+}
+
 bool HasSideFile(const std::string& path) {
   struct stat status {};
   return lstat(SideFile::PathFor(path).c_str(), &status) == 0;
@@ -90,16 +94,8 @@ void AddPlan::AddItem(const std::string& path, const std::string& name, bool has
   if (link && !options_.follow_links && options_.no_permissions) {
     return problems_.Note(path + ": left out, a symbolic link; --follow-links adds what it points to");
   }
-  PlannedItem item = {PlannedItem::Kind::kFile,
-                      path,
-                      name,
-                      0,
-                      status.st_mtim,
-                      status.st_mode,
-                      status.st_dev,
-                      status.st_ino,
-                      has_side_file,
-                      ""};
+  PlannedItem item = {PlannedItem::Kind::kFile, path,         name,          0, status.st_mtim,
+                      status.st_mode,           IdOf(status), has_side_file, ""};
   if (S_ISDIR(status.st_mode)) {
     item.kind = PlannedItem::Kind::kFolder;
     item.name += '/';
@@ -110,7 +106,7 @@ void AddPlan::AddItem(const std::string& path, const std::string& name, bool has
   if (!S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) {
     return problems_.Add(ExitCode::kFileError, path, "left out, neither a file nor a folder");
   }
-  if (IsLeftOut(status)) return problems_.Note(path + ": left out, it is the archive itself");
+  if (left_out_.contains(item.id)) return problems_.Note(path + ": left out, it is the archive itself");
   if (S_ISLNK(status.st_mode)) item.kind = PlannedItem::Kind::kLink;
   if (link && options_.follow_links) {
     item.target = TargetOf(path);
@@ -165,8 +161,7 @@ void AddPlan::TakeUp(PlannedItem item) {
   }
   // Two folders of one name become one.
   const PlannedItem& other = *taken->second;
-  const bool same = other.device == item.device && other.inode == item.inode;
-  if (same || item.kind == PlannedItem::Kind::kFolder) return;
+  if (other.id == item.id || item.kind == PlannedItem::Kind::kFolder) return;
   problems_.Add(ExitCode::kFileError, item.path,
                 "left out, another file has the name " + item.name + " already");
 }
@@ -177,14 +172,8 @@ bool AddPlan::HasSideFileOf(const PlannedItem& item) const {
 
 void AddPlan::LeaveOut(const std::string& path) {
   struct stat status {};
-  if (lstat(path.c_str(), &status) == 0) left_out_.push_back(status);
-  if (S_ISLNK(status.st_mode) && stat(path.c_str(), &status) == 0) left_out_.push_back(status);
-}
-
-bool AddPlan::IsLeftOut(const struct stat& status) const {
-  return std::any_of(left_out_.begin(), left_out_.end(), [&](const struct stat& each) {
-    return each.st_dev == status.st_dev && each.st_ino == status.st_ino;
-  });
+  if (lstat(path.c_str(), &status) == 0) left_out_.insert(IdOf(status));
+  if (S_ISLNK(status.st_mode) && stat(path.c_str(), &status) == 0) left_out_.insert(IdOf(status));
 }
 
 }  // namespace vantorel::forkzip

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -17,6 +18,8 @@
 
 namespace vantorel::forkzip {
 
+using FileId = std::pair<dev_t, ino_t>;
+
 struct PlannedItem {
   enum class Kind { kFile, kFolder, kLink };
 
@@ -26,8 +29,7 @@ struct PlannedItem {
   std::uint64_t size;
   struct timespec modified;
   std::uint32_t mode;
-  dev_t device;
-  ino_t inode;
+  FileId id;
   bool has_side_file;  // "._name" lies beside it
   std::string target;  // what a link leads to that is followed, else empty
 
@@ -63,13 +65,12 @@ class AddPlan {
   // the file it belongs to. One that cannot be read is a problem.
   bool GoesWithItsFile(const std::string& path_prefix, const std::vector<std::string>& names,
                        const std::string& name);
-  bool IsLeftOut(const struct stat& status) const;
   // Takes the item up if no other bears its name yet. Another file of the same name is a problem.
   void TakeUp(PlannedItem item);
 
   const AddingOptions& options_;
   Problems& problems_;
-  std::vector<struct stat> left_out_;
+  std::set<FileId> left_out_;
   std::function<bool(const PlannedItem&)> wanted_;
   std::deque<PlannedItem> items_;  // which stay where they are
   std::unordered_map<std::string_view, const PlannedItem*> by_name_;
