@@ -223,6 +223,19 @@ class Jobs(ForkzipTest):
             self.assertEqual(process.wait(), -signal.SIGINT)
             self.assertEqual((self.strays(), self.zip.exists()), ([], False))
 
+    def test_where_memory_or_open_files_run_short_there_are_fewer_threads(self):
+        noise = random.Random(1)
+        for i in range(80):
+            self.write(f"t/{i}", noise.randbytes(200000))
+        for what, limits in ((resource.RLIMIT_AS, range(68 << 20, 400 << 20, 64 << 20)), (resource.RLIMIT_NOFILE, (12, 40))):
+            for limit in limits:
+                limited = {"preexec_fn": lambda what=what, limit=limit: resource.setrlimit(what, (limit, limit))}
+                if self.run_tool("--version", **limited).returncode != 0:
+                    continue  # a build with checks, which takes address space for itself
+                with self.subTest((what, limit)):
+                    self.zip.unlink(missing_ok=True)
+                    self.expect(0, "create", "-qj64", self.zip, "t", **limited)
+
     def test_memory_does_not_grow_with_the_files(self):
         noise = random.Random(2)
         for i in range(24):

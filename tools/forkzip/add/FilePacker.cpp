@@ -1,10 +1,11 @@
 #include "tools/forkzip/add/FilePacker.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <exception>
+#include <new>
 #include <string>
-#include <system_error>
 #include <utility>
 
 #include "platform/compress/IStreamWriter.h"
@@ -45,7 +46,6 @@ class FilePacker::Packed : public IStreamWriter {
   std::vector<std::string> pieces;  // of the gzip member, to be written
   std::uint64_t waiting = 0;        // bytes in them
   int error = 0;                    // of the system
-  std::exception_ptr fault;         // what else went wrong
   bool grew = false;
   bool stored = false;
   bool opened = false;
@@ -86,7 +86,6 @@ class FilePacker::Deflater : public MemberDeflater {
   }
   void Finish(IStreamWriter& writer) override {
     WriteUntil([] { return false; }, writer);
-    if (file_->fault) std::rethrow_exception(file_->fault);
   }
   bool Stored() const override { return file_->stored; }
 
@@ -112,11 +111,15 @@ FilePacker::FilePacker(const AddingOptions& options, std::vector<const PlannedIt
     : ways_(options.Deflating()), files_(std::move(files)) {
   std::uint64_t bytes = 0;
   for (const PlannedItem* file : files_) bytes += file->size;
-  jobs_ = JobCount(options.jobs, files_.size(), bytes, kWorthAThread);
+  jobs_ = ThreadCount(JobCount(options.jobs, files_.size(), bytes, kWorthAThread));
+  const Lock lock(mutex_);
   try {
-    while (jobs_ > 1 && threads_.size() < jobs_) threads_.emplace_back([this] { Run(); });
-  } catch (const std::system_error&) {
-    // There are no more; fewer will do.
+    while (jobs_ > 1 && running_ < jobs_) {
+      threads_.emplace_back([this] { Run(); });
+      ++running_;
+    }
+  } catch (const std::exception&) {
+    // There are no more, or there is no memory for them; fewer will do.
   }
 }
 
@@ -143,13 +146,15 @@ Ref<FileSource> FilePacker::SourceOf(const PlannedItem& item) {
 
 std::shared_ptr<FilePacker::Packed> FilePacker::NextAhead() {
   Lock lock(mutex_);
-  if (asked_++ != 0) {
+  if (asked_++ != 0 && !ahead_.empty()) {
     Take(*ahead_.front());
     ahead_.pop_front();
   }
-  WaitUntil(lock, [this] { return !ahead_.empty() && (ahead_.front()->opened || ahead_.front()->done); });
+  WaitUntil(lock, [this] {
+    return ahead_.empty() ? running_ == 0 : ahead_.front()->opened || ahead_.front()->done;
+  });
   if (IsStopped()) throw Interrupted();
-  return ahead_.front()->opened ? ahead_.front() : nullptr;
+  return !ahead_.empty() && ahead_.front()->opened ? ahead_.front() : nullptr;
 }
 
 std::unique_ptr<MemberDeflater> FilePacker::NewDeflater() {
@@ -165,22 +170,27 @@ std::unique_ptr<MemberDeflater> FilePacker::DeflaterFor(const FileSource& source
 void FilePacker::Run() {
   Lock lock(mutex_);
   while (next_ < files_.size() && !IsStopped()) {
-    const auto file = ahead_.emplace_back(std::make_shared<Packed>(*this, *files_[next_++]));
-    Tell(*file);
+    std::shared_ptr<Packed> file;
+    try {
+      file = ahead_.emplace_back(std::make_shared<Packed>(*this, *files_[next_]));
+    } catch (const std::bad_alloc&) {
+      break;  // the other threads will do, or the calling one
+    }
+    ++next_;
     lock.unlock();
     int error = 0;
-    std::exception_ptr fault;
     try {
       error = Pack(*file);
-    } catch (...) {
-      fault = std::current_exception();
+    } catch (const std::exception&) {
+      error = ENOMEM;  // nothing else can be lacking here
     }
     lock.lock();
     file->error = error;
-    file->fault = fault;
     file->done = true;
     Tell(*file);
   }
+  --running_;
+  changed_.notify_one();
 }
 
 int FilePacker::Pack(Packed& file) {

@@ -63,6 +63,7 @@ class FilePacker {
   std::unique_ptr<MemberDeflater> deflater_;   // the next one, if not the usual
   std::size_t asked_ = 0;                      // how many of the files the engine has asked for
   std::mutex mutex_;                           // guards what follows, and what is in Packed
+  std::size_t running_ = 0;                    // threads that may still take up a file
   std::size_t next_ = 0;                       // the first that nobody has taken up
   std::deque<std::shared_ptr<Packed>> ahead_;  // those up to next_; the first is written, or is to be
   std::uint64_t waiting_ = 0;                  // bytes to be written

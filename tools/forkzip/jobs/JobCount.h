@@ -10,4 +10,7 @@ namespace vantorel::forkzip {
 // job; a member counts as some of them, whatever its size.
 std::size_t JobCount(std::size_t asked, std::size_t members, std::uint64_t bytes, std::uint64_t least);
 
+// How many threads, each with a file open, the limits of the process allow: `wanted` or fewer. 1 at least.
+std::size_t ThreadCount(std::size_t wanted);
+
 }  // namespace vantorel::forkzip
