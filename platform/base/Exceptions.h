@@ -47,8 +47,15 @@ class EndException : public std::exception {
   int exit_code_;
 };
 
-[[noreturn]] void RaiseNilObjectException();
-[[noreturn]] void RaiseOutOfBoundsException();
-[[noreturn]] void RaiseOutOfMemoryException();
+// Each in one place, so that the checks of small inline operations stay small.
+[[noreturn, gnu::noinline]] inline void RaiseNilObjectException() {
+  throw NilObjectException();
+}
+[[noreturn, gnu::noinline]] inline void RaiseOutOfBoundsException() {
+  throw OutOfBoundsException();
+}
+[[noreturn, gnu::noinline]] inline void RaiseOutOfMemoryException() {
+  throw OutOfMemoryException();
+}
 
 }  // namespace vantorel
