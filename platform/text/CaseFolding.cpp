@@ -24,14 +24,9 @@ std::uint64_t Fold(std::uint64_t word) {
   return word | (capital >> 2);
 }
 
-std::uint64_t Load8(const char* bytes) {
-  std::uint64_t word = 0;
-  std::memcpy(&word, bytes, sizeof word);
-  return word;
-}
-
-std::uint64_t Load4(const char* bytes) {
-  std::uint32_t word = 0;
+template <typename Word>
+std::uint64_t Load(const char* bytes) {
+  Word word = 0;
   std::memcpy(&word, bytes, sizeof word);
   return word;
 }
@@ -40,7 +35,7 @@ std::uint64_t Load4(const char* bytes) {
 // then.
 std::uint64_t LoadShort(const char* bytes, std::size_t count) {
   const auto at = [&](std::size_t i) { return std::uint64_t{static_cast<unsigned char>(bytes[i])}; };
-  if (count >= 4) return Load4(bytes) << 32 | Load4(bytes + count - 4);
+  if (count >= 4) return Load<std::uint32_t>(bytes) << 32 | Load<std::uint32_t>(bytes + count - 4);
   return count == 0 ? 0 : at(0) << 16 | at(count / 2) << 8 | at(count - 1);
 }
 
@@ -66,7 +61,7 @@ std::uint64_t HashOf(std::string_view text, const Map& map) {
   std::uint64_t hash = seeds[0] ^ text.size();
   std::size_t at = 0;
   for (; text.size() - at >= kWord; at += kWord) {
-    hash = Mix(hash ^ map(Load8(text.data() + at)), seeds[1]);
+    hash = Mix(hash ^ map(Load<std::uint64_t>(text.data() + at)), seeds[1]);
   }
   return Mix(hash ^ map(LoadShort(text.data() + at, text.size() - at)), seeds[1]);
 }
@@ -77,8 +72,8 @@ bool EqualIgnoringCase(std::string_view a, std::string_view b) {
   if (a.size() != b.size()) return false;
   std::size_t at = 0;
   for (; a.size() - at >= kWord; at += kWord) {
-    const std::uint64_t x = Load8(a.data() + at);
-    const std::uint64_t y = Load8(b.data() + at);
+    const std::uint64_t x = Load<std::uint64_t>(a.data() + at);
+    const std::uint64_t y = Load<std::uint64_t>(b.data() + at);
     if (x != y && Fold(x) != Fold(y)) return false;
   }
   const std::size_t rest = a.size() - at;

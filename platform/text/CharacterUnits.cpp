@@ -1,9 +1,6 @@
 #include "platform/text/CharacterUnits.h"
 
 #include <algorithm>
-#include <bit>
-#include <cstdint>
-#include <cstring>
 
 #include "platform/text/CaseFolding.h"
 
@@ -16,38 +13,16 @@ bool ContinuesUtf8(char c) {
   return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
 }
 
-// How many of the eight bytes at `bytes` begin a UTF-8 character.
-std::size_t Utf8StartsInWord(const char* bytes) {
-  std::uint64_t word = 0;
-  std::memcpy(&word, bytes, sizeof word);
-  const std::uint64_t continues = (word >> 7) & ~(word >> 6) & UINT64_C(0x0101010101010101);
-  return sizeof word - static_cast<std::size_t>(std::popcount(continues));
-}
-
 std::size_t CountUtf8(std::string_view bytes) {
   if (bytes.empty()) return 0;
-  std::size_t count = 1;  // the first byte begins a character whatever it is
-  std::size_t at = 1;
-  for (; bytes.size() - at >= sizeof(std::uint64_t); at += sizeof(std::uint64_t)) {
-    count += Utf8StartsInWord(bytes.data() + at);
-  }
-  for (; at < bytes.size(); ++at) count += ContinuesUtf8(bytes[at]) ? 0 : 1;
-  return count;
+  const auto continuing = std::count_if(bytes.begin() + 1, bytes.end(), ContinuesUtf8);
+  return bytes.size() - static_cast<std::size_t>(continuing);  // the first begins one whatever it is
 }
 
 std::size_t SkipUtf8(std::string_view bytes, std::size_t count) {
   if (count == 0 || bytes.empty()) return 0;
   std::size_t at = 1;
-  std::size_t begun = 1;
-  while (bytes.size() - at >= sizeof(std::uint64_t)) {
-    const std::size_t starts = Utf8StartsInWord(bytes.data() + at);
-    if (begun + starts > count) break;
-    begun += starts;
-    at += sizeof(std::uint64_t);
-  }
-  for (; at < bytes.size(); ++at) {
-    if (!ContinuesUtf8(bytes[at]) && ++begun > count) break;
-  }
+  while (at < bytes.size() && (ContinuesUtf8(bytes[at]) || --count > 0)) ++at;
   return at;
 }
 
@@ -68,10 +43,6 @@ std::size_t WidthAfterLeadByte(unsigned char lead, Units units) {
 // Byte offset of the character after the one at `at`, in units that only a walk from the front can tell.
 std::size_t NextByWalking(std::string_view bytes, Units units, std::size_t at) {
   return std::min(bytes.size(), at + WidthAfterLeadByte(static_cast<unsigned char>(bytes[at]), units));
-}
-
-bool NeedsWalking(Units units) {
-  return units != Units::kOneByte && units != Units::kUtf8;
 }
 
 }  // namespace
@@ -100,7 +71,7 @@ std::size_t BytesOfCharacters(std::string_view bytes, Units units, std::size_t c
 std::size_t FindCharacters(std::string_view bytes, Units units, std::string_view pattern, std::size_t from) {
   std::size_t found = FindIgnoringCase(bytes, pattern, from);
   if (units == Units::kUtf8 && ContinuesUtf8(pattern[0])) return found == 0 ? 0 : std::string_view::npos;
-  if (!NeedsWalking(units)) return found;
+  if (units == Units::kOneByte || units == Units::kUtf8) return found;
   // The second byte of a character may look like the pattern's first.
   for (std::size_t start = from; found != std::string_view::npos;) {
     while (start < found) start = NextByWalking(bytes, units, start);

@@ -102,20 +102,25 @@ const Correction* FindByte(std::span<const Correction> corrections, char byte) {
   return found == corrections.end() ? nullptr : &*found;
 }
 
-// From an encoding with corrections, which has one byte to a character, to UTF-8.
+// From an encoding to UTF-8.
 std::string Decode(std::string_view bytes, const TextEncoding& from) {
-  std::string text;
+  if (from.units() == TextEncoding::Units::kUtf8) return std::string(bytes);
+  Converter& converter = ConverterFor(from, *Encodings::UTF8());
+  const std::span<const Correction> corrections = CorrectionsOf(from);
+  if (corrections.empty()) return converter.Convert(bytes);
+  std::string text;  // an encoding with corrections has one byte to a character
   for (const char& byte : bytes) {
-    const Correction* correction = FindByte(CorrectionsOf(from), byte);
-    text += correction != nullptr ? correction->character
-                                  : ConverterFor(from, *Encodings::UTF8()).Convert({&byte, 1});
+    const Correction* correction = FindByte(corrections, byte);
+    text += correction != nullptr ? correction->character : converter.Convert({&byte, 1});
   }
   return text;
 }
 
 // The other way.
 std::string Encode(std::string_view text, const TextEncoding& to) {
+  Converter& converter = ConverterFor(*Encodings::UTF8(), to);
   const std::span<const Correction> corrections = CorrectionsOf(to);
+  if (corrections.empty()) return converter.Convert(text);
   std::string bytes;
   while (!text.empty()) {
     const std::string_view character = text.substr(0, BytesOfCharacters(text, TextEncoding::Units::kUtf8, 1));
@@ -127,7 +132,7 @@ std::string Encode(std::string_view text, const TextEncoding& to) {
       bytes += found->byte;
       continue;
     }
-    const std::string converted = ConverterFor(*Encodings::UTF8(), to).Convert(character);
+    const std::string converted = converter.Convert(character);
     bytes += FindByte(corrections, converted[0]) == nullptr ? converted : "?";
   }
   return bytes;
@@ -139,14 +144,9 @@ String ConvertEncoding(const String& text, const Ref<TextEncoding>& encoding) {
   if (encoding == nil) return text;
   const Ref<TextEncoding> from = Encoding(text) ? Encoding(text) : Encodings::SystemDefault();
   if (from->Equals(encoding) || IsAscii(text.view())) return DefineEncoding(text, encoding);
-  if (CorrectionsOf(*from).empty() && CorrectionsOf(*encoding).empty()) {
-    return String::Adopt(ConverterFor(*from, *encoding).Convert(text.view()), encoding);
-  }
-  const String middle = CorrectionsOf(*from).empty()
-                            ? ConvertEncoding(text, Encodings::UTF8())
-                            : String::Adopt(Decode(text.view(), *from), Encodings::UTF8());
-  if (CorrectionsOf(*encoding).empty()) return ConvertEncoding(middle, encoding);
-  return String::Adopt(Encode(middle.view(), *encoding), encoding);
+  const std::string in_utf8 = Decode(text.view(), *from);
+  const bool is_there = encoding->units() == TextEncoding::Units::kUtf8;
+  return String::Adopt(is_there ? in_utf8 : Encode(in_utf8, *encoding), encoding);
 }
 
 }  // namespace vantorel

@@ -9,36 +9,32 @@ bool IsIn(char c, unsigned char low, unsigned char high) {
   return byte >= low && byte <= high;
 }
 
-// Each of these takes a well-formed character off the front of `rest`, or says no.
+// Each of these tells how long the well-formed character at the front of `rest` is; 0 if there is none.
 
-bool TakeEucJp(std::string_view& rest) {
+std::size_t EucJpLength(std::string_view rest) {
   const char lead = rest[0];
-  const std::size_t width = IsIn(lead, 0, 0x7F) ? 1 : lead == '\x8F' ? 3 : 2;
-  if (width > 1 && lead != '\x8E' && lead != '\x8F' && !IsIn(lead, 0xA1, 0xFE)) return false;
-  if (rest.size() < width) return false;
+  if (IsIn(lead, 0, 0x7F)) return 1;
+  if (lead != '\x8E' && lead != '\x8F' && !IsIn(lead, 0xA1, 0xFE)) return 0;
+  const std::size_t length = lead == '\x8F' ? 3 : 2;
   const unsigned char last = lead == '\x8E' ? 0xDF : 0xFE;  // 8E goes before a half-width katakana
-  for (std::size_t i = 1; i < width; ++i) {
-    if (!IsIn(rest[i], 0xA1, last)) return false;
+  for (std::size_t i = 1; i < length; ++i) {
+    if (i >= rest.size() || !IsIn(rest[i], 0xA1, last)) return 0;
   }
-  rest.remove_prefix(width);
-  return true;
+  return length;
 }
 
-bool TakeShiftJis(std::string_view& rest) {
+std::size_t ShiftJisLength(std::string_view rest) {
   const char lead = rest[0];
-  if (IsIn(lead, 0, 0x7F) || IsIn(lead, 0xA1, 0xDF)) {
-    rest.remove_prefix(1);
-    return true;
-  }
-  if (!IsIn(lead, 0x81, 0x9F) && !IsIn(lead, 0xE0, 0xFC)) return false;
-  if (rest.size() < 2 || rest[1] == 0x7F || !IsIn(rest[1], 0x40, 0xFC)) return false;
-  rest.remove_prefix(2);
-  return true;
+  if (IsIn(lead, 0, 0x7F) || IsIn(lead, 0xA1, 0xDF)) return 1;
+  const bool leads_two = IsIn(lead, 0x81, 0x9F) || IsIn(lead, 0xE0, 0xFC);
+  return leads_two && rest.size() > 1 && rest[1] != 0x7F && IsIn(rest[1], 0x40, 0xFC) ? 2 : 0;
 }
 
-bool IsWholly(std::string_view rest, bool (*take)(std::string_view&)) {
+bool IsWholly(std::string_view rest, std::size_t (*length_of)(std::string_view)) {
   while (!rest.empty()) {
-    if (!take(rest)) return false;
+    const std::size_t length = length_of(rest);
+    if (length == 0) return false;
+    rest.remove_prefix(length);
   }
   return true;
 }
@@ -50,8 +46,8 @@ Ref<TextEncoding> GuessJapaneseEncoding(const String& text) {
   constexpr std::int32_t kShiftJis = 2561;
   if (IsAscii(text.view())) return nil;
   if (IsUtf8(text.view())) return Encodings::UTF8();
-  if (IsWholly(text.view(), TakeEucJp)) return GetTextEncoding(kEucJp, 0, 0);
-  if (IsWholly(text.view(), TakeShiftJis)) return GetTextEncoding(kShiftJis, 0, 0);
+  if (IsWholly(text.view(), EucJpLength)) return GetTextEncoding(kEucJp, 0, 0);
+  if (IsWholly(text.view(), ShiftJisLength)) return GetTextEncoding(kShiftJis, 0, 0);
   return nil;
 }
 

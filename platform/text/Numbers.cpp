@@ -1,7 +1,9 @@
 // The text functions between numbers and text. None depends on the locale.
 #include <array>
 #include <charconv>
+#include <cinttypes>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <limits>
 
@@ -48,14 +50,9 @@ String Format(double number, const String& /*pattern*/) {
 }
 
 String Hex(std::int64_t number) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  auto rest = static_cast<std::uint64_t>(number);
-  std::string text;
-  do {
-    text.insert(text.begin(), kDigits[rest & 0xF]);
-    rest >>= 4;
-  } while (rest != 0);
-  return Labelled(std::move(text));
+  std::array<char, 2 * sizeof number + 1> digits;
+  std::snprintf(digits.data(), digits.size(), "%" PRIX64, static_cast<std::uint64_t>(number));
+  return Labelled(digits.data());
 }
 
 }  // namespace vantorel
