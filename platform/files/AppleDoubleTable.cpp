@@ -44,6 +44,15 @@ AppleDoubleEntry* AppleDoubleTable::Find(std::uint32_t id) {
   return found == entries_.end() || found->offset < Size() ? nullptr : &*found;
 }
 
+AppleDoubleEntry* AppleDoubleTable::FinderInfo() {
+  AppleDoubleEntry* entry = Find(AppleDouble::kFinderInfoId);
+  return entry != nullptr && entry->length >= AppleDouble::Finder::kSize ? entry : nullptr;
+}
+
+AppleDoubleEntry* AppleDoubleTable::Fork() {
+  return Find(AppleDouble::kResourceForkId);
+}
+
 std::uint32_t AppleDoubleTable::Size() const {
   return Header::kSize + static_cast<std::uint32_t>(entries_.size()) * Entry::kSize;
 }
@@ -63,17 +72,11 @@ void AppleDoubleTable::Write(BinaryStream& file) const {
   Store16(&header[Header::kCount], static_cast<std::uint16_t>(entries_.size()), ByteOrder::kBig);
   file.SetPosition(0);
   file.WriteBytes({header.data(), header.size()});
-  for (std::size_t i = 0; i < entries_.size(); ++i) WriteEntryAt(file, i);
+  for (const AppleDoubleEntry& entry : entries_) WriteEntry(file, entry);
 }
 
-void AppleDoubleTable::WriteEntry(BinaryStream& file, std::uint32_t id) const {
-  std::size_t index = 0;
-  while (index < entries_.size() && entries_[index].id != id) ++index;
-  if (index < entries_.size()) WriteEntryAt(file, index);
-}
-
-void AppleDoubleTable::WriteEntryAt(BinaryStream& file, std::size_t index) const {
-  const AppleDoubleEntry& entry = entries_[index];
+void AppleDoubleTable::WriteEntry(BinaryStream& file, const AppleDoubleEntry& entry) const {
+  const auto index = static_cast<std::size_t>(&entry - entries_.data());
   std::array<char, Entry::kSize> bytes{};
   Store32(&bytes[Entry::kId], entry.id, ByteOrder::kBig);
   Store32(&bytes[Entry::kOffset], entry.offset, ByteOrder::kBig);

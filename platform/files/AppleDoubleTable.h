@@ -28,8 +28,10 @@ class AppleDoubleTable {
   static std::optional<AppleDoubleTable> Read(BinaryStream& file);
 
   std::vector<AppleDoubleEntry>& Entries() { return entries_; }
-  // The first entry of an id if its data begins behind the table; nullptr otherwise.
-  AppleDoubleEntry* Find(std::uint32_t id);
+  // The first entry of that kind if its data begins behind the table; nullptr otherwise, or for a Finder info
+  // that is too short to be one.
+  AppleDoubleEntry* FinderInfo();
+  AppleDoubleEntry* Fork();
   // Size of header and table.
   std::uint32_t Size() const;
   // Where the table and the data of all other entries end.
@@ -37,11 +39,11 @@ class AppleDoubleTable {
 
   // Writes header and table to the front of a file.
   void Write(BinaryStream& file) const;
-  // Writes the first entry of an id in its place in the table.
-  void WriteEntry(BinaryStream& file, std::uint32_t id) const;
+  // Writes an entry of this table in its place there.
+  void WriteEntry(BinaryStream& file, const AppleDoubleEntry& entry) const;
 
  private:
-  void WriteEntryAt(BinaryStream& file, std::size_t index) const;
+  AppleDoubleEntry* Find(std::uint32_t id);
   explicit AppleDoubleTable(std::vector<AppleDoubleEntry> entries) : entries_(std::move(entries)) {}
 
   std::vector<AppleDoubleEntry> entries_;

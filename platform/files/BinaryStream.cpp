@@ -1,5 +1,6 @@
 #include "platform/files/BinaryStream.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -73,20 +74,34 @@ std::size_t BinaryStream::ReadInto(char* buffer, std::size_t count) {
   count = std::min<std::uint64_t>(count, length_ - position_);
   std::size_t done = 0;
   while (done < count) {
-    if (Buffered(1) == nullptr) {
-      Flush();
-      if (count - done >= kDirect) return done + ReadDirect(buffer + done, count - done);
-      Fill();
-    }
-    const char* bytes = Buffered(1);
-    if (bytes == nullptr) break;
-    const auto left = static_cast<std::size_t>(window_.get() + window_size_ - bytes);
-    const std::size_t part = std::min(left, count - done);
-    std::memcpy(buffer + done, bytes, part);
+    const std::size_t part = ReadPart(buffer + done, count - done);
+    if (part == 0) break;
     done += part;
     position_ += part;
   }
   return done;
+}
+
+std::size_t BinaryStream::ReadPart(char* buffer, std::size_t count) {
+  if (Buffered(1) == nullptr) {
+    Flush();
+    if (count >= kDirect) return ReadFile(buffer, count);
+    Fill();
+  }
+  const char* bytes = Buffered(1);
+  if (bytes == nullptr) return 0;
+  const std::size_t part = std::min(static_cast<std::size_t>(window_.get() + window_size_ - bytes), count);
+  std::memcpy(buffer, bytes, part);
+  return part;
+}
+
+std::size_t BinaryStream::ReadFile(char* buffer, std::size_t count) {
+  std::int64_t got = 0;
+  do {
+    got = ReadAt(buffer, count, position_);
+  } while (got < 0 && errno == EINTR);
+  if (got < 0 && read_error_ == 0) read_error_ = errno;
+  return static_cast<std::size_t>(std::max<std::int64_t>(got, 0));
 }
 
 std::int64_t BinaryStream::ReadAt(char* buffer, std::size_t count, std::uint64_t position) {
@@ -99,25 +114,7 @@ void BinaryStream::Fill() {
   next_fill_ = goes_on ? std::min(next_fill_ * 2, kWindow) : kFirstFill;
   window_start_ = position_;
   window_size_ = 0;
-  std::int64_t got = 0;
-  do {
-    got = ReadAt(window_.get(), next_fill_, position_);
-  } while (got < 0 && errno == EINTR);
-  if (got < 0) NoteReadError(errno);
-  if (got > 0) window_size_ = static_cast<std::size_t>(got);
-}
-
-std::size_t BinaryStream::ReadDirect(char* buffer, std::size_t count) {
-  std::size_t done = 0;
-  while (done < count) {
-    const std::int64_t got = ReadAt(buffer + done, count - done, position_);
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) NoteReadError(errno);
-    if (got <= 0) break;
-    done += static_cast<std::size_t>(got);
-    position_ += static_cast<std::uint64_t>(got);
-  }
-  return done;
+  window_size_ = ReadFile(window_.get(), next_fill_);
 }
 
 const char* BinaryStream::TakeUnbuffered(char* scratch, std::size_t count) {
@@ -209,10 +206,6 @@ void BinaryStream::NoteError(int error) {
   if (first_error_ == 0) first_error_ = error;
 }
 
-void BinaryStream::NoteReadError(int error) {
-  if (read_error_ == 0) read_error_ = error;
-}
-
 // Forgets what a failed write left unwritten.
 void BinaryStream::ShowFileAsItIs() {
   window_size_ = 0;
@@ -228,6 +221,26 @@ void BinaryStream::Close() {
   writable_ = false;
   window_size_ = 0;
   length_ = 0;
+}
+
+Ref<BinaryStream> OpenRegularFile(const std::string& path, int flags, mode_t mode) {
+  // Without O_NONBLOCK a pipe in the file's place would keep us waiting for its other end.
+  const int descriptor = open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, mode);
+  if (descriptor < 0) return nil;
+  struct stat info {};
+  if (fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode)) {
+    close(descriptor);
+    errno = S_ISDIR(info.st_mode) ? EISDIR : EINVAL;
+    return nil;
+  }
+  const bool writable = (flags & O_ACCMODE) != O_RDONLY;
+  return New<BinaryStream>(descriptor, writable, static_cast<std::uint64_t>(info.st_size));
+}
+
+Ref<BinaryStream> MakeFile(const std::string& path, mode_t mode) {
+  const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+  if (descriptor < 0) return nil;
+  return New<BinaryStream>(descriptor, true, std::uint64_t{0});
 }
 
 }  // namespace vantorel

@@ -4,10 +4,13 @@
 // sees what was written before it on the same stream. The file is taken to change through this stream only.
 #pragma once
 
+#include <sys/types.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "platform/base/ByteOrder.h"
@@ -102,13 +105,15 @@ class BinaryStream : public Object {
   void Advance(std::uint64_t count) { position_ += std::min(count, ~position_); }
   // Reads the window anew from the position on.
   void Fill();
-  std::size_t ReadDirect(char* buffer, std::size_t count);
+  // Some of the bytes at the position, at least one; none at the end of the file or if the system refuses.
+  // ReadPart takes them from the window where it can.
+  std::size_t ReadFile(char* buffer, std::size_t count);
+  std::size_t ReadPart(char* buffer, std::size_t count);
   void WriteBuffered(std::string_view bytes);
   void WriteDirect(std::string_view bytes);
   // Writes all of `bytes`, or says no after having written what could be.
   bool Put(std::string_view bytes, std::uint64_t position);
   void NoteError(int error);
-  void NoteReadError(int error);
   void ShowFileAsItIs();
 
   int descriptor_;
@@ -129,5 +134,11 @@ class BinaryStream : public Object {
   std::size_t dirty_end_ = 0;
   std::size_t next_fill_;
 };
+
+// Opens a file with the flags of open(2), never waiting; links are followed unless the flags say otherwise.
+// nil, with errno set, if it cannot be opened or is no regular file.
+Ref<BinaryStream> OpenRegularFile(const std::string& path, int flags, mode_t mode = 0666);
+// Makes a file that was not there, open for reading and writing. nil, with errno set, if it cannot be made.
+Ref<BinaryStream> MakeFile(const std::string& path, mode_t mode = 0666);
 
 }  // namespace vantorel

@@ -82,10 +82,6 @@ String FolderItem::Name() const {
   return String::Adopt(path_ == "/" ? path_ : path_.substr(path_.rfind('/') + 1), Encodings::SystemDefault());
 }
 
-String FolderItem::DisplayName() const {
-  return Name();
-}
-
 void FolderItem::SetName(const String& name) {
   const Ref<FolderItem> parent = Parent();
   const Ref<FolderItem> renamed = parent ? parent->TrueChild(name) : nil;
@@ -107,18 +103,9 @@ String FolderItem::AbsolutePath() const {
 String FolderItem::ShellPath() const {
   constexpr std::string_view kPlain =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789/._-+,:=@%";
-  if (path_.find_first_not_of(kPlain) == std::string::npos) {
-    return String::Adopt(path_, Encodings::SystemDefault());
-  }
-  std::string quoted = "'";
-  for (const char c : path_) {
-    if (c == '\'') {
-      quoted += "'\\''";
-    } else {
-      quoted += c;
-    }
-  }
-  return String::Adopt(quoted + '\'', Encodings::SystemDefault());
+  const String path = String::Adopt(path_, Encodings::SystemDefault());
+  if (path_.find_first_not_of(kPlain) == std::string::npos) return path;
+  return "'" + ReplaceAll(path, "'", "'\\''") + "'";
 }
 
 }  // namespace vantorel

@@ -7,6 +7,7 @@
 // listed as a member of its folder and left alone.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -53,14 +54,14 @@ class FolderItem : public Object {
   // Renames on disk; the item then refers to the new name. A side file goes along. Nothing happens on
   // failure, if the name is taken, or if a side file of that name would become the item's.
   void SetName(const String& name);
-  String DisplayName() const;
+  String DisplayName() const { return Name(); }
   // The POSIX path; that of an existing folder ends in a slash.
   String AbsolutePath() const;
   // The path without a trailing slash, escaped for /bin/sh.
   String ShellPath() const;
 
   std::uint64_t Length() const;
-  std::int32_t ResourceForkLength() const;
+  std::int32_t ResourceForkLength() const { return MacDataOrNone().fork_length; }
 
   // Of the item itself where it is a link. nil if it does not exist; a creation date that the file system
   // does not tell is the modification date. Setting the creation date does nothing on this system, nor does
@@ -72,10 +73,10 @@ class FolderItem : public Object {
 
   // 4 bytes, or empty where the file has none, as where the side file cannot be read. A shorter one is filled
   // up with blanks, a longer one cut. Those that give a number give 0, or a negative error code (-errno).
-  String MacType() const;
-  std::int32_t SetMacType(const String& type);
-  String MacCreator() const;
-  std::int32_t SetMacCreator(const String& creator);
+  String MacType() const { return MacDataOrNone().finder.TypeText(); }
+  std::int32_t SetMacType(const String& type) { return SetCode(&FinderInfo::type, type); }
+  String MacCreator() const { return MacDataOrNone().finder.CreatorText(); }
+  std::int32_t SetMacCreator(const String& creator) { return SetCode(&FinderInfo::creator, creator); }
   std::int32_t SetFinderInfo(const FinderInfo& info);
   // All of it at once, and whether the side file could be read. Leaves `data` untouched on an error.
   std::int32_t GetMacData(MacData& data) const;
@@ -125,6 +126,10 @@ class FolderItem : public Object {
   std::optional<struct stat> Status() const;
   // The path of a member of this folder, empty if the name could not be one.
   std::string MemberPath(const String& name) const;
+
+  // What the side file holds; nothing set if it cannot be read.
+  MacData MacDataOrNone() const;
+  std::int32_t SetCode(std::array<char, 4> FinderInfo::*field, const String& text);
 
   std::string path_;
   std::optional<std::vector<std::string>> listing_;  // names

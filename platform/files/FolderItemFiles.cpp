@@ -11,7 +11,6 @@
 
 #include "platform/base/Failures.h"
 #include "platform/files/FolderItem.h"
-#include "platform/files/OpenFile.h"
 #include "platform/files/SideFile.h"
 
 namespace vantorel {

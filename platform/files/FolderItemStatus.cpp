@@ -1,12 +1,14 @@
-// FolderItem: what the file system says of an item, and changes of it.
+// FolderItem: what the file system and the side file say of an item, and changes of it.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <optional>
 
+#include "platform/files/FileCalls.h"
 #include "platform/files/FolderItem.h"
 #include "platform/files/SideFile.h"
 
@@ -28,6 +30,15 @@ std::int32_t ClassicId(std::uint64_t number) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(number ^ number >> 32));
 }
 
+// A type or creator in its 4 bytes.
+std::array<char, 4> CodeOf(const String& text) {
+  std::array<char, 4> code{};
+  if (!text.empty()) code.fill(' ');
+  const std::string_view bytes = text.view().substr(0, code.size());
+  std::copy(bytes.begin(), bytes.end(), code.begin());
+  return code;
+}
+
 }  // namespace
 
 std::optional<struct stat> FolderItem::Status() const {
@@ -37,17 +48,15 @@ std::optional<struct stat> FolderItem::Status() const {
 }
 
 bool FolderItem::Exists() const {
-  return Status().has_value();
+  return KindOf(AT_FDCWD, path_) != 0;
 }
 
 bool FolderItem::Directory() const {
-  const auto status = Status();
-  return status && S_ISDIR(status->st_mode);
+  return S_ISDIR(KindOf(AT_FDCWD, path_));
 }
 
 bool FolderItem::Alias() const {
-  const auto status = Status();
-  return status && S_ISLNK(status->st_mode);
+  return S_ISLNK(KindOf(AT_FDCWD, path_));
 }
 
 std::uint64_t FolderItem::Length() const {
@@ -115,6 +124,32 @@ std::int32_t FolderItem::SetUnixMode(std::uint16_t mode) {
   if (chmod(path_.c_str(), mode & kPermissionBits) != 0) return -errno;
   SideFile::FollowMode(path_, mode);
   return 0;
+}
+
+std::int32_t FolderItem::GetMacData(MacData& data) const {
+  SideFile side_file(path_, SideFile::Access::kRead);
+  const MacData present{side_file.GetFinderInfo(), side_file.ForkLength()};
+  if (side_file.Error() == 0) data = present;
+  return side_file.Error();
+}
+
+MacData FolderItem::MacDataOrNone() const {
+  MacData data;
+  GetMacData(data);
+  return data;
+}
+
+std::int32_t FolderItem::SetFinderInfo(const FinderInfo& info) {
+  SideFile side_file(path_, SideFile::Access::kReadWrite);
+  side_file.SetFinderInfo(info);
+  return side_file.Close();
+}
+
+std::int32_t FolderItem::SetCode(std::array<char, 4> FinderInfo::*field, const String& text) {
+  MacData data;
+  if (const std::int32_t error = GetMacData(data)) return error;
+  data.finder.*field = CodeOf(text);
+  return SetFinderInfo(data.finder);
 }
 
 }  // namespace vantorel

@@ -6,16 +6,11 @@
 
 namespace vantorel {
 
-// calloc maps a large block without touching it; asked for no bytes, it might give nothing.
-std::unique_ptr<std::uint8_t, MemoryBlock::Free> MemoryBlock::Allocate(std::size_t size) {
-  void* bytes =
-      std::calloc(std::max<std::size_t>(size, 1), 1);  // NOLINT(cppcoreguidelines-owning-memory): see there
-  return std::unique_ptr<std::uint8_t, Free>(static_cast<std::uint8_t*>(bytes));
-}
-
 MemoryBlock::MemoryBlock(std::int32_t size, ByteOrder order) : size_(std::max(size, 0)), byte_order_(order) {
-  if (size >= 0) bytes_ = Allocate(static_cast<std::size_t>(size));
-  if (!bytes_) RaiseOutOfMemoryException();
+  // calloc maps a large block without touching it; asked for no bytes, it might give nothing.
+  void* bytes = std::calloc(std::max<std::size_t>(static_cast<std::size_t>(size_), 1), 1);
+  bytes_.reset(static_cast<std::uint8_t*>(bytes));
+  if (size < 0 || !bytes_) RaiseOutOfMemoryException();
 }
 
 Ref<MemoryBlock> NewMemoryBlock(std::int64_t size) {
@@ -25,39 +20,6 @@ Ref<MemoryBlock> NewMemoryBlock(std::int64_t size) {
   } catch (const OutOfMemoryException&) {
     return nil;
   }
-}
-
-std::uint8_t* MemoryBlock::At(std::int32_t offset, std::int32_t count) const {
-  if (offset < 0 || count < 0 || count > size_ || offset > size_ - count) RaiseOutOfBoundsException();
-  return bytes_.get() + offset;
-}
-
-std::uint8_t MemoryBlock::Byte(std::int32_t offset) const {
-  return *At(offset, 1);
-}
-void MemoryBlock::SetByte(std::int32_t offset, std::int32_t value) {
-  *At(offset, 1) = static_cast<std::uint8_t>(value);
-}
-
-std::int16_t MemoryBlock::Short(std::int32_t offset) const {
-  return static_cast<std::int16_t>(UShort(offset));
-}
-void MemoryBlock::SetShort(std::int32_t offset, std::int32_t value) {
-  SetUShort(offset, value);
-}
-
-std::uint16_t MemoryBlock::UShort(std::int32_t offset) const {
-  return Load16(At(offset, 2), byte_order_);
-}
-void MemoryBlock::SetUShort(std::int32_t offset, std::int32_t value) {
-  Store16(At(offset, 2), static_cast<std::uint16_t>(value), byte_order_);
-}
-
-std::int32_t MemoryBlock::Long(std::int32_t offset) const {
-  return static_cast<std::int32_t>(Load32(At(offset, 4), byte_order_));
-}
-void MemoryBlock::SetLong(std::int32_t offset, std::int32_t value) {
-  Store32(At(offset, 4), static_cast<std::uint32_t>(value), byte_order_);
 }
 
 String MemoryBlock::StringValue(std::int32_t offset, std::int32_t length,
@@ -84,10 +46,6 @@ void MemoryBlock::SetPString(std::int32_t offset, const String& text) {
   At(offset, length + 1);
   SetByte(offset, length);
   SetStringValue(offset + 1, length, text);
-}
-
-std::string_view MemoryBlock::View() const {
-  return {reinterpret_cast<const char*>(bytes_.get()), static_cast<std::size_t>(size_)};
 }
 
 }  // namespace vantorel

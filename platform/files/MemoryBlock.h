@@ -25,14 +25,20 @@ class MemoryBlock : public Object {
   bool LittleEndian() const { return byte_order_ == ByteOrder::kLittle; }
   void SetLittleEndian(bool value) { byte_order_ = value ? ByteOrder::kLittle : ByteOrder::kBig; }
 
-  std::uint8_t Byte(std::int32_t offset) const;
-  void SetByte(std::int32_t offset, std::int32_t value);
-  std::int16_t Short(std::int32_t offset) const;
-  void SetShort(std::int32_t offset, std::int32_t value);
-  std::uint16_t UShort(std::int32_t offset) const;
-  void SetUShort(std::int32_t offset, std::int32_t value);
-  std::int32_t Long(std::int32_t offset) const;
-  void SetLong(std::int32_t offset, std::int32_t value);
+  std::uint8_t Byte(std::int32_t offset) const { return *At(offset, 1); }
+  void SetByte(std::int32_t offset, std::int32_t value) { *At(offset, 1) = static_cast<std::uint8_t>(value); }
+  std::int16_t Short(std::int32_t offset) const { return static_cast<std::int16_t>(UShort(offset)); }
+  void SetShort(std::int32_t offset, std::int32_t value) { SetUShort(offset, value); }
+  std::uint16_t UShort(std::int32_t offset) const { return Load16(At(offset, 2), byte_order_); }
+  void SetUShort(std::int32_t offset, std::int32_t value) {
+    Store16(At(offset, 2), static_cast<std::uint16_t>(value), byte_order_);
+  }
+  std::int32_t Long(std::int32_t offset) const {
+    return static_cast<std::int32_t>(Load32(At(offset, 4), byte_order_));
+  }
+  void SetLong(std::int32_t offset, std::int32_t value) {
+    Store32(At(offset, 4), static_cast<std::uint32_t>(value), byte_order_);
+  }
   // `length` bytes as a string with the given label.
   String StringValue(std::int32_t offset, std::int32_t length, const Ref<TextEncoding>& encoding = nil) const;
   // Copies `text` in: `length` bytes, cut or filled up with zeros.
@@ -43,7 +49,9 @@ class MemoryBlock : public Object {
   void SetPString(std::int32_t offset, const String& text);
 
   // The block's bytes, valid while it lives.
-  std::string_view View() const;
+  std::string_view View() const {
+    return {reinterpret_cast<const char*>(bytes_.get()), static_cast<std::size_t>(size_)};
+  }
 
  private:
   static constexpr ByteOrder kMachineOrder =
@@ -53,9 +61,11 @@ class MemoryBlock : public Object {
     // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): calloc's counterpart
     void operator()(std::uint8_t* p) const { std::free(p); }
   };
-  static std::unique_ptr<std::uint8_t, Free> Allocate(std::size_t size);
   // The `count` bytes at `offset`, after the bounds check.
-  std::uint8_t* At(std::int32_t offset, std::int32_t count) const;
+  std::uint8_t* At(std::int32_t offset, std::int32_t count) const {
+    if (offset < 0 || count < 0 || count > size_ || offset > size_ - count) RaiseOutOfBoundsException();
+    return bytes_.get() + offset;
+  }
 
   std::unique_ptr<std::uint8_t, Free> bytes_;
   std::int32_t size_ = 0;

@@ -16,6 +16,8 @@ class ResourceFork : public Object {
  public:
   using Access = SideFile::Access;
 
+  // For Open, which tells whether it went well.
+  ResourceFork(const std::string& item_path, Access access);
   // Opens the fork of `item`, which must exist; a file without one offers an empty fork. With kReadWrite the
   // side file is made on the first write. On failure `error` holds the code and the result is nil.
   static Ref<ResourceFork> Open(const Ref<FolderItem>& item, Access access, std::int32_t& error);
@@ -35,10 +37,6 @@ class ResourceFork : public Object {
   std::int32_t Close();
 
  private:
-  template <typename T, typename... Args>
-  friend Ref<T> New(Args&&... args);
-  ResourceFork(const std::string& item_path, Access access);
-
   SideFile side_file_;
   bool writable_;
   std::int32_t position_ = 0;

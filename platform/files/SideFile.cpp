@@ -13,7 +13,6 @@
 
 #include "platform/files/AppleDouble.h"
 #include "platform/files/FileCalls.h"
-#include "platform/files/OpenFile.h"
 
 namespace vantorel {
 namespace {
@@ -30,16 +29,6 @@ mode_t ModeFor(mode_t item_mode) {
 }
 
 using FinderBytes = std::array<char, AppleDouble::Finder::kSize>;
-
-// The Finder info that a table names; nullptr if it is missing or too short to be one.
-AppleDoubleEntry* FindFinderInfo(AppleDoubleTable& table) {
-  AppleDoubleEntry* entry = table.Find(AppleDouble::kFinderInfoId);
-  return entry != nullptr && entry->length >= AppleDouble::Finder::kSize ? entry : nullptr;
-}
-
-AppleDoubleEntry* FindFork(AppleDoubleTable& table) {
-  return table.Find(AppleDouble::kResourceForkId);
-}
 
 FinderBytes ReadFinderBytes(BinaryStream& file, const AppleDoubleEntry& entry) {
   FinderBytes bytes{};
@@ -109,20 +98,21 @@ SideFile::~SideFile() {
   Close();
 }
 
-void SideFile::Fail(std::int32_t error) {
+bool SideFile::Fail(std::int32_t error) {
   if (error_ == 0) error_ = error;
+  return false;
 }
 
 FinderInfo SideFile::GetFinderInfo() {
-  const AppleDoubleEntry* entry = stream_ ? FindFinderInfo(table_) : nullptr;
+  const AppleDoubleEntry* entry = stream_ ? table_.FinderInfo() : nullptr;
   if (entry == nullptr) return {};
   return FinderInfo::Load(ReadFinderBytes(*stream_, *entry).data());
 }
 
 void SideFile::SetFinderInfo(const FinderInfo& info) {
   if (error_ != 0 || info == GetFinderInfo()) return;
-  if (!EnsureFile() || !EnsureEntries()) return;
-  const AppleDoubleEntry* entry = FindFinderInfo(table_);
+  if (!EnsureEntries()) return;
+  const AppleDoubleEntry* entry = table_.FinderInfo();
   FinderBytes bytes = ReadFinderBytes(*stream_, *entry);
   if (stream_->ReadError()) return;  // nor would it be known what else is written over
   info.Store(bytes.data());
@@ -132,14 +122,14 @@ void SideFile::SetFinderInfo(const FinderInfo& info) {
 }
 
 std::int32_t SideFile::ForkLength() {
-  const AppleDoubleEntry* fork = stream_ ? FindFork(table_) : nullptr;
+  const AppleDoubleEntry* fork = stream_ ? table_.Fork() : nullptr;
   return fork == nullptr ? 0 : static_cast<std::int32_t>(std::min<std::uint64_t>(fork->length, kLongestFork));
 }
 
 void SideFile::SetForkLength(std::int32_t length) {
   if (error_ != 0 || length == ForkLength()) return;
   if (!EnsureForkIsLast()) return;
-  AppleDoubleEntry* fork = FindFork(table_);
+  AppleDoubleEntry* fork = table_.Fork();
   fork->length = static_cast<std::uint32_t>(std::max(length, 0));
   stream_->SetLength(fork->End());
   changed_ = true;
@@ -148,31 +138,26 @@ void SideFile::SetForkLength(std::int32_t length) {
 std::size_t SideFile::ReadFork(std::int32_t position, char* buffer, std::size_t count) {
   const std::int32_t length = ForkLength();
   if (position < 0 || position >= length) return 0;
-  stream_->SetPosition(FindFork(table_)->offset + static_cast<std::uint64_t>(position));
+  stream_->SetPosition(table_.Fork()->offset + static_cast<std::uint64_t>(position));
   return stream_->ReadInto(buffer, std::min(count, static_cast<std::size_t>(length - position)));
 }
 
 void SideFile::WriteFork(std::int32_t position, std::string_view bytes) {
   if (error_ != 0 || bytes.empty()) return;
   const std::uint64_t end = static_cast<std::uint64_t>(position) + bytes.size();
-  if (position < 0 || end > kLongestFork) return Fail(position < 0 ? -EINVAL : -EFBIG);
+  if (position < 0 || end > kLongestFork) Fail(position < 0 ? -EINVAL : -EFBIG);
   if (!EnsureForkIsLast()) return;
-  AppleDoubleEntry* fork = FindFork(table_);
+  AppleDoubleEntry* fork = table_.Fork();
   stream_->SetPosition(fork->offset + static_cast<std::uint64_t>(position));
   stream_->WriteBytes(bytes);
   fork->length = std::max(fork->length, static_cast<std::uint32_t>(end));
   changed_ = true;
 }
 
-bool SideFile::EnsureFile() {
-  if (error_ != 0) return false;
-  if (stream_) return true;
+bool SideFile::MakeNew() {
   struct stat item {};
   if (lstat(item_path_.c_str(), &item) == 0) stream_ = MakeFile(path_, ModeFor(item.st_mode));
-  if (!stream_) {
-    Fail(-errno);
-    return false;
-  }
+  if (!stream_) return Fail(-errno);
   is_new_ = true;
   table_.Write(*stream_);
   const FinderBytes nothing{};
@@ -181,22 +166,22 @@ bool SideFile::EnsureFile() {
 }
 
 bool SideFile::EnsureEntries() {
-  return (FindFinderInfo(table_) != nullptr && FindFork(table_) != nullptr) || Rebuild();
+  if (error_ != 0 || (!stream_ && !MakeNew())) return false;
+  return (table_.FinderInfo() != nullptr && table_.Fork() != nullptr) || Rebuild();
 }
 
 // The fork grows and shrinks in place, so it has to lie behind all else.
 bool SideFile::EnsureForkIsLast() {
-  if (error_ != 0) return false;
-  if (fork_is_last_) return true;
-  if (!EnsureFile() || !EnsureEntries()) return false;
-  if (FindFork(table_)->offset < table_.EndOfOthers(*FindFork(table_)) && !Rebuild()) return false;
-  stream_->SetLength(FindFork(table_)->End());
+  if (fork_is_last_) return error_ == 0;
+  if (!EnsureEntries()) return false;
+  if (table_.Fork()->offset < table_.EndOfOthers(*table_.Fork()) && !Rebuild()) return false;
+  stream_->SetLength(table_.Fork()->End());
   fork_is_last_ = true;
   return true;
 }
 
 bool SideFile::HoldsNothing() {
-  const AppleDoubleEntry* finder = FindFinderInfo(table_);
+  const AppleDoubleEntry* finder = table_.FinderInfo();
   for (const AppleDoubleEntry& entry : table_.Entries()) {
     const bool is_finder_info = &entry == finder && entry.length == AppleDouble::Finder::kSize;
     if (is_finder_info ? ReadFinderBytes(*stream_, entry) != FinderBytes{} : entry.length != 0) return false;
@@ -206,7 +191,7 @@ bool SideFile::HoldsNothing() {
 
 std::int32_t SideFile::Close() {
   if (!stream_) return error_;
-  if (changed_ && !HoldsNothing()) table_.WriteEntry(*stream_, AppleDouble::kResourceForkId);
+  if (changed_ && !HoldsNothing()) table_.WriteEntry(*stream_, *table_.Fork());
   const bool is_half_made = is_new_ && !stream_->Flush();
   if (changed_ && (is_half_made || HoldsNothing())) unlink(path_.c_str());
   Fail(stream_->ReadErrorCode());

@@ -60,9 +60,10 @@ class SideFile {
   std::int32_t Close();
 
  private:
-  void Fail(std::int32_t error);
+  // Keeps the first error. Gives false.
+  bool Fail(std::int32_t error);
   // Each of these makes sure of something before a write; false, with the error set, if it cannot be had.
-  bool EnsureFile();
+  bool MakeNew();
   bool EnsureEntries();
   bool EnsureForkIsLast();
   // Writes the file anew with both entries, the fork last.

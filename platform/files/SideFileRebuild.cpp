@@ -23,24 +23,16 @@ struct EntryMove {
 // The entries in their new order: those of the old table but for a damaged Finder info, and the two that are
 // needed; the fork last.
 std::vector<EntryMove> PlanMoves(AppleDoubleTable& old_table) {
-  const AppleDoubleEntry* finder = old_table.Find(AppleDouble::kFinderInfoId);
-  const AppleDoubleEntry* fork = old_table.Find(AppleDouble::kResourceForkId);
-  const bool finder_is_whole = finder != nullptr && finder->length >= AppleDouble::Finder::kSize;
+  const AppleDoubleEntry* finder = old_table.FinderInfo();
+  const AppleDoubleEntry* fork = old_table.Fork();
   std::vector<EntryMove> moves;
-  if (!finder_is_whole) {
-    moves.push_back({{}, {AppleDouble::kFinderInfoId, 0, AppleDouble::Finder::kSize}});
-  }
+  if (finder == nullptr) moves.push_back({{}, {AppleDouble::kFinderInfoId, 0, AppleDouble::Finder::kSize}});
   for (const AppleDoubleEntry& entry : old_table.Entries()) {
-    if (entry.id == AppleDouble::kResourceForkId) continue;
-    if (entry.id == AppleDouble::kFinderInfoId && &entry != finder) continue;
-    if (&entry == finder && !finder_is_whole) continue;
-    moves.push_back({entry, entry});
+    const bool has_own_place =
+        entry.id == AppleDouble::kFinderInfoId || entry.id == AppleDouble::kResourceForkId;
+    if (!has_own_place || &entry == finder) moves.push_back({entry, entry});
   }
-  if (fork != nullptr) {
-    moves.push_back({*fork, *fork});
-  } else {
-    moves.push_back({{}, {AppleDouble::kResourceForkId, 0, 0}});
-  }
+  moves.push_back(fork != nullptr ? EntryMove{*fork, *fork} : EntryMove{{}, {AppleDouble::kResourceForkId}});
   return moves;
 }
 
@@ -70,17 +62,11 @@ bool SideFile::Rebuild() {
   }
   // Entries that share their data would make the new file larger than all that there is to hold.
   const std::uint64_t added = AppleDouble::Finder::kSize + 2 * AppleDouble::Entry::kSize;
-  if (moves.size() > 0xFFFF || end > stream_->Length() + added) {
-    Fail(-EINVAL);
-    return false;
-  }
+  if (moves.size() > 0xFFFF || end > stream_->Length() + added) return Fail(-EINVAL);
 
   std::string path = path_.substr(0, path_.rfind('/') + 1) + ".vantorel-XXXXXX";
   const int descriptor = mkostemp(path.data(), O_CLOEXEC);
-  if (descriptor < 0) {
-    Fail(-errno);
-    return false;
-  }
+  if (descriptor < 0) return Fail(-errno);
   struct stat old_file {};
   if (stat(path_.c_str(), &old_file) == 0) fchmod(descriptor, old_file.st_mode);
   const Ref<BinaryStream> file = New<BinaryStream>(descriptor, true, std::uint64_t{0});
