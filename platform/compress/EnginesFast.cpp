@@ -1,12 +1,16 @@
 // The build with the faster engines, and which of them takes what.
 #include <isa-l/crc.h>
+#include <isa-l/igzip_lib.h>
 #include <libdeflate.h>
+
+#include <utility>
 
 #include "platform/base/Exceptions.h"
 #include "platform/compress/Crc32.h"
 #include "platform/compress/GzipFraming.h"
 #include "platform/compress/MemberDeflater.h"
 #include "platform/compress/MemberInflater.h"
+#include "platform/compress/PooledState.h"
 
 namespace vantorel {
 namespace {
@@ -23,17 +27,49 @@ bool LooksSmall(std::string_view first) {
   return size <= kAtOnceLimit && size <= first.size() * kMostPerByte;
 }
 
-struct FreeDecompressor {
-  void operator()(libdeflate_decompressor* decompressor) const { libdeflate_free_decompressor(decompressor); }
-};
-
 // One for all members: it carries nothing from one call to the next.
 libdeflate_decompressor* Decompressor() {
-  static const std::unique_ptr<libdeflate_decompressor, FreeDecompressor> decompressor(
-      libdeflate_alloc_decompressor());
+  static const std::unique_ptr<libdeflate_decompressor, void (*)(libdeflate_decompressor*)> decompressor(
+      libdeflate_alloc_decompressor(), libdeflate_free_decompressor);
   if (decompressor == nullptr) RaiseOutOfMemoryException();
   return decompressor.get();
 }
+
+struct IsalState {
+  IsalState() { Reset(); }
+  // Raw deflate data with a gzip trailer that is checked.
+  void Reset() {
+    isal_inflate_init(&state);
+    state.crc_flag = ISAL_GZIP_NO_HDR_VER;
+  }
+  inflate_state state;
+};
+
+// For members whose header has no optional fields and lies whole in the first input.
+class IsalInflater : public MemberInflater {
+ public:
+  MemberStatus Inflate(std::string_view& input, char* output, std::size_t room,
+                       std::size_t& produced) override {
+    input.remove_prefix(std::exchange(header_left_, 0));
+    inflate_state& state = state_->state;
+    const auto offered = static_cast<std::uint32_t>(input.size());
+    const auto wanted = static_cast<std::uint32_t>(room);
+    // The library reads its input only, but does not say so.
+    state.next_in = const_cast<std::uint8_t*>(reinterpret_cast<const std::uint8_t*>(input.data()));
+    state.avail_in = offered;
+    state.next_out = reinterpret_cast<std::uint8_t*>(output);
+    state.avail_out = wanted;
+    const int result = isal_inflate(&state);
+    input.remove_prefix(offered - state.avail_in);
+    produced = wanted - state.avail_out;
+    if (result != ISAL_DECOMP_OK) return MemberStatus::kBadData;
+    return state.block_state == ISAL_BLOCK_FINISH ? MemberStatus::kEnd : MemberStatus::kGoing;
+  }
+
+ private:
+  PooledState<IsalState> state_;
+  std::size_t header_left_ = kGzipHeaderLength;
+};
 
 }  // namespace
 
@@ -50,7 +86,8 @@ std::optional<std::string> InflateAtOnce(std::string_view first) {
 // zlib knows every kind of header; and where a small member could not be inflated at once, zlib is to say
 // what is wrong with it.
 std::unique_ptr<MemberInflater> NewInflater(std::string_view first) {
-  return HasPlainGzipHeader(first) && !LooksSmall(first) ? NewIsalInflater() : NewZlibInflater();
+  if (!HasPlainGzipHeader(first) || LooksSmall(first)) return NewZlibInflater();
+  return std::make_unique<IsalInflater>();
 }
 
 std::unique_ptr<MemberDeflater> NewDeflater(const DeflateWays& ways) {

@@ -19,13 +19,10 @@ namespace {
 // What the library takes for each of zlib's levels: archives are a little smaller than zlib's.
 constexpr std::array<int, 10> kLevels = {0, 4, 4, 5, 5, 5, 5, 6, 8, 12};
 
-struct FreeCompressor {
-  void operator()(libdeflate_compressor* compressor) const { libdeflate_free_compressor(compressor); }
-};
-
 // One for all members of a thread: it carries nothing from one call to the next.
 libdeflate_compressor* Compressor(int level) {
-  thread_local std::unique_ptr<libdeflate_compressor, FreeCompressor> compressor;
+  thread_local std::unique_ptr<libdeflate_compressor, void (*)(libdeflate_compressor*)> compressor(
+      nullptr, libdeflate_free_compressor);
   thread_local int its_level = -1;
   if (std::exchange(its_level, level) != level) {
     compressor.reset(libdeflate_alloc_compressor(kLevels.at(static_cast<std::size_t>(level))));
@@ -40,6 +37,7 @@ void WriteInPieces(std::string_view bytes, IStreamWriter& writer) {
     writer.Write(String::Bytes(bytes.substr(0, kOutputPiece)));
   }
 }
+
 // Room for the largest member that is held, and for what becomes of it. Memory that no member needs is never
 // touched, and what one has needed serves the next.
 struct HeldMember {
@@ -54,8 +52,33 @@ struct HeldMember {
 class LibdeflateDeflater : public MemberDeflater {
  public:
   explicit LibdeflateDeflater(const DeflateWays& ways) : ways_(ways) {}
-  void Write(std::string_view data, IStreamWriter& writer) override;
-  void Finish(IStreamWriter& writer) override;
+
+  void Write(std::string_view data, IStreamWriter& writer) override {
+    if (stream_ == nullptr) {
+      if (data.size() <= kHeldUpTo - held_->size) {
+        std::copy(data.begin(), data.end(), held_->data.get() + held_->size);
+        held_->size += data.size();
+        return;
+      }
+      stream_ = NewZlibDeflater(ways_.level);
+      stream_->Write({held_->data.get(), held_->size}, writer);
+    }
+    stream_->Write(data, writer);
+  }
+
+  void Finish(IStreamWriter& writer) override {
+    if (stream_ != nullptr) return stream_->Finish(writer);
+    const std::size_t length = libdeflate_gzip_compress(Compressor(ways_.level), held_->data.get(),
+                                                        held_->size, held_->packed.get(), held_->packed_room);
+    if (length == 0) throw RuntimeException("the compression library did not keep to its own bound");
+    const std::string_view packed(held_->packed.get(), length);
+    const std::string_view data(held_->data.get(), held_->size);
+    stored_ = ways_.may_store && packed.size() >= data.size() + kGzipHeaderLength + kGzipTrailerLength;
+    if (!stored_) return WriteInPieces(packed, writer);
+    writer.Write(String::Bytes(packed.substr(0, kGzipHeaderLength)));
+    WriteInPieces(data, writer);
+    writer.Write(String::Bytes(packed.substr(packed.size() - kGzipTrailerLength)));
+  }
   bool Stored() const override { return stored_; }
 
  private:
@@ -65,36 +88,6 @@ class LibdeflateDeflater : public MemberDeflater {
   // Set once the member has grown past the limit.
   std::unique_ptr<MemberDeflater> stream_;
 };
-
-void LibdeflateDeflater::Write(std::string_view data, IStreamWriter& writer) {
-  if (stream_ == nullptr) {
-    if (data.size() <= kHeldUpTo - held_->size) {
-      std::copy(data.begin(), data.end(), held_->data.get() + held_->size);
-      held_->size += data.size();
-      return;
-    }
-    stream_ = NewZlibDeflater(ways_.level);
-    stream_->Write({held_->data.get(), held_->size}, writer);
-  }
-  stream_->Write(data, writer);
-}
-
-void LibdeflateDeflater::Finish(IStreamWriter& writer) {
-  if (stream_ != nullptr) {
-    stream_->Finish(writer);
-    return;
-  }
-  const std::size_t length = libdeflate_gzip_compress(Compressor(ways_.level), held_->data.get(), held_->size,
-                                                      held_->packed.get(), held_->packed_room);
-  if (length == 0) throw RuntimeException("the compression library did not keep to its own bound");
-  const std::string_view packed(held_->packed.get(), length);
-  const std::string_view data(held_->data.get(), held_->size);
-  stored_ = ways_.may_store && packed.size() >= data.size() + kGzipHeaderLength + kGzipTrailerLength;
-  if (!stored_) return WriteInPieces(packed, writer);
-  writer.Write(String::Bytes(packed.substr(0, kGzipHeaderLength)));
-  WriteInPieces(data, writer);
-  writer.Write(String::Bytes(packed.substr(packed.size() - kGzipTrailerLength)));
-}
 
 }  // namespace
 

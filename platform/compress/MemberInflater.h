@@ -27,7 +27,8 @@ class MemberInflater {
 
   // Takes bytes from the front of `input` and puts at most `room` inflated ones at `output`; `produced` tells
   // how many. kGoing: the room is full or the input used up. kEnd: the trailer has been checked and is right.
-  // kBadData: `produced` bytes in front of the fault are good.
+  // kBadData: `produced` bytes in front of the fault are good. REQUIRES: both are below 4 GiB, as the
+  // libraries count in 32 bits.
   virtual MemberStatus Inflate(std::string_view& input, char* output, std::size_t room,
                                std::size_t& produced) = 0;
 };
@@ -45,7 +46,5 @@ std::optional<std::string> InflateAtOnce(std::string_view first);
 std::unique_ptr<MemberInflater> NewInflater(std::string_view first);
 
 std::unique_ptr<MemberInflater> NewZlibInflater();
-// For members whose header has no optional fields and lies whole in the first input.
-std::unique_ptr<MemberInflater> NewIsalInflater();
 
 }  // namespace vantorel

@@ -1,11 +1,9 @@
-// An engine's working state, taken from a small store of used ones and given back to it: the states are large
-// and an archive has many small members. Each thread has a store of its own.
+// An engine's working state. The one that was used last is kept for the next member, since the states are
+// large and an archive has many small members. Each thread keeps its own.
 #pragma once
 
-#include <cstddef>
 #include <memory>
 #include <utility>
-#include <vector>
 
 namespace vantorel {
 
@@ -13,33 +11,23 @@ namespace vantorel {
 template <typename State>
 class PooledState {
  public:
-  PooledState() {
-    if (Store().empty()) {
-      state_ = std::make_unique<State>();
-    } else {
-      state_ = std::move(Store().back());
-      Store().pop_back();
+  PooledState() : state_(std::move(Spare())) {
+    if (state_ != nullptr) {
       state_->Reset();
+    } else {
+      state_ = std::make_unique<State>();
     }
   }
-  ~PooledState() {
-    if (Store().size() < kKept) Store().push_back(std::move(state_));
-  }
+  ~PooledState() { Spare() = std::move(state_); }
   PooledState(const PooledState&) = delete;
   PooledState& operator=(const PooledState&) = delete;
 
   State* operator->() const { return state_.get(); }
 
  private:
-  static constexpr std::size_t kKept = 2;
-
-  static std::vector<std::unique_ptr<State>>& Store() {
-    thread_local std::vector<std::unique_ptr<State>> store = [] {
-      std::vector<std::unique_ptr<State>> empty;
-      empty.reserve(kKept);  // so that giving back cannot fail
-      return empty;
-    }();
-    return store;
+  static std::unique_ptr<State>& Spare() {
+    thread_local std::unique_ptr<State> spare;
+    return spare;
   }
 
   std::unique_ptr<State> state_;

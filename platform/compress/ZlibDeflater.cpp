@@ -56,37 +56,32 @@ class ZlibDeflater : public MemberDeflater {
  public:
   // The levels below the fourth save little time for what they cost in size.
   explicit ZlibDeflater(int level) { state_->SetLevel(std::max(level, 4)); }
-  void Write(std::string_view data, IStreamWriter& writer) override;
-  void Finish(IStreamWriter& writer) override;
+
+  void Write(std::string_view data, IStreamWriter& writer) override {
+    constexpr std::size_t kMost = 1U << 30;  // zlib counts in 32 bits
+    for (; !data.empty(); data.remove_prefix(std::min(data.size(), kMost))) {
+      Run(data.substr(0, kMost), Z_NO_FLUSH, writer);
+    }
+  }
+  void Finish(IStreamWriter& writer) override {
+    Run({}, Z_FINISH, writer);
+    state_->Empty(writer);
+  }
 
  private:
-  void Run(std::string_view data, int flush, IStreamWriter& writer);
+  void Run(std::string_view data, int flush, IStreamWriter& writer) {
+    z_stream& stream = state_->stream;
+    stream.next_in = reinterpret_cast<const Bytef*>(data.data());
+    stream.avail_in = static_cast<uInt>(data.size());
+    for (;;) {
+      deflate(&stream, flush);
+      if (stream.avail_out != 0) break;
+      state_->Empty(writer);
+    }
+  }
 
   PooledState<State> state_;
 };
-
-void ZlibDeflater::Write(std::string_view data, IStreamWriter& writer) {
-  constexpr std::size_t kMost = 1U << 30;  // zlib counts in 32 bits
-  for (; !data.empty(); data.remove_prefix(std::min(data.size(), kMost))) {
-    Run(data.substr(0, kMost), Z_NO_FLUSH, writer);
-  }
-}
-
-void ZlibDeflater::Finish(IStreamWriter& writer) {
-  Run({}, Z_FINISH, writer);
-  state_->Empty(writer);
-}
-
-void ZlibDeflater::Run(std::string_view data, int flush, IStreamWriter& writer) {
-  z_stream& stream = state_->stream;
-  stream.next_in = reinterpret_cast<const Bytef*>(data.data());
-  stream.avail_in = static_cast<uInt>(data.size());
-  for (;;) {
-    deflate(&stream, flush);
-    if (stream.avail_out != 0) break;
-    state_->Empty(writer);
-  }
-}
 
 }  // namespace
 

@@ -11,11 +11,6 @@ namespace {
 // The largest window, and a gzip member around the data.
 constexpr int kGzipWindowBits = 15 + 16;
 
-// zlib counts in 32 bits.
-uInt Clip(std::size_t count) {
-  constexpr std::size_t kMost = 1U << 30;
-  return static_cast<uInt>(count < kMost ? count : kMost);
-}
 struct State {
   State() {
     if (inflateInit2(&stream, kGzipWindowBits) != Z_OK) RaiseOutOfMemoryException();
@@ -31,36 +26,33 @@ struct State {
 class ZlibInflater : public MemberInflater {
  public:
   MemberStatus Inflate(std::string_view& input, char* output, std::size_t room,
-                       std::size_t& produced) override;
+                       std::size_t& produced) override {
+    z_stream& stream = state_->stream;
+    const auto offered = static_cast<uInt>(input.size());
+    const auto wanted = static_cast<uInt>(room);
+    stream.next_in = reinterpret_cast<const Bytef*>(input.data());
+    stream.avail_in = offered;
+    stream.next_out = reinterpret_cast<Bytef*>(output);
+    stream.avail_out = wanted;
+    const int result = inflate(&stream, Z_NO_FLUSH);
+    input.remove_prefix(offered - stream.avail_in);
+    produced = wanted - stream.avail_out;
+    switch (result) {
+      case Z_STREAM_END:
+        return MemberStatus::kEnd;
+      case Z_OK:
+      case Z_BUF_ERROR:  // neither input nor room was left to do anything with
+        return MemberStatus::kGoing;
+      case Z_MEM_ERROR:
+        return MemberStatus::kOutOfMemory;
+      default:
+        return MemberStatus::kBadData;
+    }
+  }
 
  private:
   PooledState<State> state_;
 };
-
-MemberStatus ZlibInflater::Inflate(std::string_view& input, char* output, std::size_t room,
-                                   std::size_t& produced) {
-  z_stream& stream = state_->stream;
-  const uInt offered = Clip(input.size());
-  const uInt wanted = Clip(room);
-  stream.next_in = reinterpret_cast<const Bytef*>(input.data());
-  stream.avail_in = offered;
-  stream.next_out = reinterpret_cast<Bytef*>(output);
-  stream.avail_out = wanted;
-  const int result = inflate(&stream, Z_NO_FLUSH);
-  input.remove_prefix(offered - stream.avail_in);
-  produced = wanted - stream.avail_out;
-  switch (result) {
-    case Z_STREAM_END:
-      return MemberStatus::kEnd;
-    case Z_OK:
-    case Z_BUF_ERROR:  // neither input nor room was left to do anything with
-      return MemberStatus::kGoing;
-    case Z_MEM_ERROR:
-      return MemberStatus::kOutOfMemory;
-    default:
-      return MemberStatus::kBadData;
-  }
-}
 
 }  // namespace
 
