@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <system_error>
 #include <utility>
 
@@ -21,12 +22,8 @@ constexpr int kRepeatedCalls = 3;
 constexpr std::int32_t kLargestPort = 65535;
 
 void SetPort(SocketAddress& address, std::int32_t port) {
-  const in_port_t network_port = htons(static_cast<std::uint16_t>(port));
-  if (address.storage.ss_family == AF_INET6) {
-    reinterpret_cast<sockaddr_in6&>(address.storage).sin6_port = network_port;
-  } else {
-    reinterpret_cast<sockaddr_in&>(address.storage).sin_port = network_port;
-  }
+  static_assert(offsetof(sockaddr_in, sin_port) == offsetof(sockaddr_in6, sin6_port));
+  reinterpret_cast<sockaddr_in&>(address.storage).sin_port = htons(static_cast<std::uint16_t>(port));
 }
 
 // True once the attempt has ended; `error_number` is then 0 or says why it failed.

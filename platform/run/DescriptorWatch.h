@@ -22,6 +22,8 @@ class DescriptorWatch {
 
   // Changes what is waited for.
   void SetEvents(std::uint32_t events);
+  // For the handler: lets the descriptor be reported again before it has returned.
+  void Rearm();
 
  private:
   std::shared_ptr<EventLoop::WatchState> state_;

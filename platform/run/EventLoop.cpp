@@ -1,18 +1,15 @@
 #include "platform/run/EventLoop.h"
 
 #include <sys/epoll.h>
-#include <sys/timerfd.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
-#include <ctime>
+#include <memory>
 #include <system_error>
 #include <utility>
 
 #include "platform/run/BackgroundTask.h"
 #include "platform/run/DescriptorWatch.h"
-#include "platform/run/EventLoopState.h"
 #include "platform/run/LoopTimer.h"
 
 namespace vantorel {
@@ -21,16 +18,40 @@ namespace {
 
 constexpr std::size_t kReportsAtOnce = 64;
 
-int Checked(int result, const char* what) {
-  if (result < 0) throw std::system_error(errno, std::generic_category(), what);
-  return result;
-}
-
-bool Never() {
-  return false;
-}
-
 }  // namespace
+
+// Kept alive by its DescriptorWatch and by a queued call of its handler.
+struct EventLoop::WatchState : std::enable_shared_from_this<WatchState> {
+  int descriptor = -1;
+  std::uint32_t events = 0;
+  Handler handler;
+  // False once the watch is gone.
+  bool alive = true;
+  // The kernel reported the descriptor and, until the handler has returned, will not report it again.
+  bool reported = false;
+
+  void Run() {
+    if (!alive) return;
+    // Also when the handler throws, so that the loop it unwinds to still hears of the descriptor.
+    struct RearmAtExit {
+      WatchState& state;
+      ~RearmAtExit() { state.Rearm(); }
+    } const rearm{*this};
+    handler();
+  }
+  // Asks the kernel for the next report.
+  void Rearm() {
+    reported = false;
+    if (alive) Ask(EPOLL_CTL_MOD);  // needs no memory, and so cannot fail
+  }
+  // Tells epoll_ctl. False if it cannot; errno says why.
+  bool Ask(int operation) {
+    epoll_event request{};
+    request.events = events | EPOLLONESHOT;
+    request.data.ptr = this;
+    return epoll_ctl(EventLoop::Current().epoll_, operation, descriptor, &request) == 0;
+  }
+};
 
 EventLoop& EventLoop::Current() {
   // Never destroyed, since what hangs on it may live in static storage.
@@ -38,14 +59,8 @@ EventLoop& EventLoop::Current() {
   return loop;
 }
 
-EventLoop::EventLoop()
-    : epoll_(Checked(epoll_create1(EPOLL_CLOEXEC), "epoll_create1")),
-      timer_descriptor_(
-          Checked(timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC), "timerfd_create")) {
-  epoll_event report{};
-  report.events = EPOLLIN;
-  report.data.ptr = nullptr;  // stands for the timer descriptor
-  Checked(epoll_ctl(epoll_, EPOLL_CTL_ADD, timer_descriptor_, &report), "epoll_ctl");
+EventLoop::EventLoop() : epoll_(epoll_create1(EPOLL_CLOEXEC)) {
+  if (epoll_ < 0) throw std::system_error(errno, std::generic_category(), "epoll_create1");
 }
 
 void EventLoop::Queue(Handler handler) {
@@ -68,7 +83,7 @@ void EventLoop::RunPending(std::int32_t milliseconds) {
     limit.StartIn(milliseconds);
     WaitAndCollect(true);
   }
-  RunQueued(queue_.size(), Never);
+  RunQueued(queue_.size(), [] { return false; });
 }
 
 void EventLoop::WaitAndCollect(bool may_block) {
@@ -79,10 +94,6 @@ void EventLoop::WaitAndCollect(bool may_block) {
   if (may_block) background::AfterWait();
   for (int i = 0; i < count; ++i) {
     auto* watch = static_cast<WatchState*>(reports[static_cast<std::size_t>(i)].data.ptr);
-    if (watch == nullptr) {
-      CollectTimers();
-      continue;
-    }
     watch->reported = true;
     Queue([state = watch->shared_from_this()] { state->Run(); });
   }
@@ -98,41 +109,26 @@ void EventLoop::RunQueued(std::size_t count, const std::function<bool()>& done) 
   }
 }
 
-void EventLoop::CollectTimers() {
-  std::uint64_t expirations;
-  [[maybe_unused]] const ssize_t got = read(timer_descriptor_, &expirations, sizeof expirations);
-  armed_for_ = {};
-  const Clock::time_point now = Clock::now();
-  while (!timers_.empty() && timers_.begin()->first <= now) {
-    const std::shared_ptr<TimerState> timer = timers_.begin()->second;
-    RemoveTimer(*timer);
-    timer->due = true;
-    Queue([timer] { timer->Run(); });
-  }
-  ArmTimerDescriptor();
+DescriptorWatch::DescriptorWatch(int descriptor, std::uint32_t events, EventLoop::Handler handler)
+    : state_(std::make_shared<EventLoop::WatchState>()) {
+  state_->descriptor = descriptor;
+  state_->events = events;
+  state_->handler = std::move(handler);
+  if (!state_->Ask(EPOLL_CTL_ADD)) throw std::system_error(errno, std::generic_category(), "epoll_ctl");
 }
 
-void EventLoop::AddTimer(TimerState& timer, Clock::time_point deadline) {
-  timer.place = timers_.emplace(deadline, timer.shared_from_this());
-  timer.waiting = true;
-  ArmTimerDescriptor();
+DescriptorWatch::~DescriptorWatch() {
+  state_->alive = false;
+  epoll_ctl(EventLoop::Current().epoll_, EPOLL_CTL_DEL, state_->descriptor, nullptr);
 }
 
-// The timer descriptor may stay set for it: an expiry with nothing due is harmless.
-void EventLoop::RemoveTimer(TimerState& timer) {
-  timers_.erase(timer.place);
-  timer.waiting = false;
+void DescriptorWatch::Rearm() {
+  state_->Rearm();
 }
 
-void EventLoop::ArmTimerDescriptor() {
-  if (timers_.empty() || timers_.begin()->first == armed_for_) return;
-  armed_for_ = timers_.begin()->first;
-  const auto since_boot = armed_for_.time_since_epoch();
-  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(since_boot);
-  itimerspec setting{};
-  setting.it_value.tv_sec = seconds.count();
-  setting.it_value.tv_nsec = std::chrono::nanoseconds(since_boot - seconds).count();
-  timerfd_settime(timer_descriptor_, TFD_TIMER_ABSTIME, &setting, nullptr);
+void DescriptorWatch::SetEvents(std::uint32_t events) {
+  state_->events = events;
+  if (!state_->reported) state_->Rearm();
 }
 
 }  // namespace vantorel

@@ -12,8 +12,6 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <map>
-#include <memory>
 
 namespace vantorel {
 
@@ -56,28 +54,17 @@ class EventLoop {
 
  private:
   friend class DescriptorWatch;
-  friend class LoopTimer;
   struct WatchState;
-  struct TimerState;
-  using Timers = std::multimap<Clock::time_point, std::shared_ptr<TimerState>>;
 
   EventLoop();
   ~EventLoop() = default;
 
-  // Waits if it may, then queues the handlers of descriptors that are ready and of timers that are due.
+  // Waits if it may, then queues the handlers of descriptors that are ready.
   void WaitAndCollect(bool may_block);
-  void CollectTimers();
-  void AddTimer(TimerState& timer, Clock::time_point deadline);
-  void RemoveTimer(TimerState& timer);
-  // Sets the timer descriptor to the earliest deadline.
-  void ArmTimerDescriptor();
   // Runs up to `count` queued handlers; stops when `done`.
   void RunQueued(std::size_t count, const std::function<bool()>& done);
 
   int epoll_;
-  int timer_descriptor_;
-  Timers timers_;
-  Clock::time_point armed_for_{};
   std::deque<Handler> queue_;
   LoopWaiter* waiter_ = nullptr;
 };

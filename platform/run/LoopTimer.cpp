@@ -1,28 +1,44 @@
 #include "platform/run/LoopTimer.h"
 
+#include <sys/epoll.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <ctime>
+#include <system_error>
 #include <utility>
 
-#include "platform/run/EventLoopState.h"
-
 namespace vantorel {
+namespace {
 
-void EventLoop::TimerState::Run() {
-  if (!due) return;
-  due = false;
-  handler();
+int NewTimer() {
+  const int timer = timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
+  if (timer < 0) throw std::system_error(errno, std::generic_category(), "timerfd_create");
+  return timer;
 }
 
-LoopTimer::LoopTimer(EventLoop::Handler handler) : state_(std::make_shared<EventLoop::TimerState>()) {
-  state_->handler = std::move(handler);
-}
+}  // namespace
 
-LoopTimer::~LoopTimer() {
-  Stop();
-}
+LoopTimer::LoopTimer(EventLoop::Handler handler)
+    : timer_(NewTimer()), watch_(timer_.Number(), EPOLLIN, [this, handler = std::move(handler)] {
+        std::uint64_t expirations = 0;
+        // Nothing is there to read if it was stopped or started anew since it was reported.
+        if (read(timer_.Number(), &expirations, sizeof expirations) < 0) return;
+        watch_.Rearm();
+        handler();
+      }) {}
 
 void LoopTimer::StartAt(EventLoop::Clock::time_point deadline) {
-  Stop();
-  EventLoop::Current().AddTimer(*state_, deadline);
+  // The time 0 would stop it.
+  const auto since_boot = std::max(deadline.time_since_epoch(), EventLoop::Clock::duration(1));
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(since_boot);
+  itimerspec setting{};
+  setting.it_value.tv_sec = seconds.count();
+  setting.it_value.tv_nsec = std::chrono::nanoseconds(since_boot - seconds).count();
+  timerfd_settime(timer_.Number(), TFD_TIMER_ABSTIME, &setting, nullptr);
 }
 
 void LoopTimer::StartIn(std::int64_t milliseconds) {
@@ -30,8 +46,8 @@ void LoopTimer::StartIn(std::int64_t milliseconds) {
 }
 
 void LoopTimer::Stop() {
-  if (state_->waiting) EventLoop::Current().RemoveTimer(*state_);
-  state_->due = false;
+  const itimerspec never{};
+  timerfd_settime(timer_.Number(), 0, &never, nullptr);
 }
 
 }  // namespace vantorel

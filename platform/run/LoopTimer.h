@@ -2,18 +2,17 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 
-#include "platform/run/EventLoop.h"
+#include "platform/base/Descriptor.h"
+#include "platform/run/DescriptorWatch.h"
 
 namespace vantorel {
 
 class LoopTimer {
  public:
-  // Not running yet.
+  // Not running yet. The handler may start the timer again, run a loop in which it runs again, or destroy it.
+  // Raises std::system_error where the process has no descriptor left.
   explicit LoopTimer(EventLoop::Handler handler);
-  // Stops. The handler may destroy its own timer.
-  ~LoopTimer();
   LoopTimer(const LoopTimer&) = delete;
   LoopTimer& operator=(const LoopTimer&) = delete;
 
@@ -23,7 +22,8 @@ class LoopTimer {
   void Stop();
 
  private:
-  std::shared_ptr<EventLoop::TimerState> state_;
+  Descriptor timer_;
+  DescriptorWatch watch_;  // goes before its descriptor
 };
 
 }  // namespace vantorel

@@ -53,7 +53,11 @@ Resolver::Resolver(const std::string& host, EventLoop::Handler wake)
     : wake_(std::move(wake)), timer_(wake_), give_up_at_(EventLoop::Clock::now() + kLookUpLimit) {
   ares_options options{};
   options.timeout = kQueryTimeout;
-  options.sock_state_cb = OnSocketState;
+  // Called for each of its sockets when what it waits for changes; for nothing before it closes one.
+  options.sock_state_cb = [](void* self, int descriptor, int readable, int writable) {
+    const int events = (readable != 0 ? POLLIN : 0) | (writable != 0 ? POLLOUT : 0);
+    static_cast<Resolver*>(self)->Watch(descriptor, static_cast<short>(events));
+  };
   options.sock_state_cb_data = this;
   if (ares_init_options(&channel_, &options, ARES_OPT_TIMEOUTMS | ARES_OPT_SOCK_STATE_CB) == ARES_SUCCESS) {
     ares_addrinfo_hints hints{};
@@ -105,12 +109,6 @@ std::vector<SocketAddress> Resolver::TakeAddresses() {
 
 void Resolver::DescribeWait(std::vector<pollfd>& descriptors) const {
   for (const Watched& one : watched_) descriptors.push_back({one.descriptor, one.events, 0});
-}
-
-// Called by c-ares for each of its sockets when what it waits for changes; for nothing before it closes one.
-void Resolver::OnSocketState(void* self, int descriptor, int readable, int writable) {
-  const int events = (readable != 0 ? POLLIN : 0) | (writable != 0 ? POLLOUT : 0);
-  static_cast<Resolver*>(self)->Watch(descriptor, static_cast<short>(events));
 }
 
 void Resolver::Watch(int descriptor, short events) {

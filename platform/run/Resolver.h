@@ -54,7 +54,6 @@ class Resolver {
     std::unique_ptr<DescriptorWatch> watch;
   };
 
-  static void OnSocketState(void* self, int descriptor, int readable, int writable);
   static void OnResult(void* self, int status, int timeouts, ares_addrinfo* result);
   void Watch(int descriptor, short events);
   void ArmTimer();

@@ -14,11 +14,7 @@ namespace vantorel {
 namespace {
 
 int exit_value = 0;
-
-Ref<Application>& AppObject() {
-  static Ref<Application> app;
-  return app;
-}
+Ref<Application> app_object;
 
 std::string ProgramName() {
   const std::string& path = System::ExecutablePath();
@@ -33,16 +29,16 @@ void RuntimeInit(int argc, char** argv) {
 }
 
 void _RuntimeRegisterAppObject(const Ref<Application>& app) {
-  AppObject() = app;
+  app_object = app;
 }
 
 Ref<Application> _GetAppObject() {
-  return AppObject();
+  return app_object;
 }
 
 void RuntimeRun() {
   try {
-    AppObject()->Event_Open();
+    app_object->Event_Open();
     EventLoop::Current().RunUntil([] { return false; });
   } catch (const EndException&) {
     // The application has quit; Quit has set the exit value.
@@ -70,7 +66,7 @@ std::vector<Failure> FailuresBehind(const std::exception& fault) {
 }
 
 int RuntimeExit() {
-  AppObject() = nil;
+  app_object = nil;
   return exit_value;
 }
 

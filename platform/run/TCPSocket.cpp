@@ -22,14 +22,8 @@ constexpr std::chrono::milliseconds kPollWait(10);
 
 }  // namespace
 
-TCPSocket::TCPSocket() = default;
-
 TCPSocket::~TCPSocket() {
   DropConnection();
-}
-
-void TCPSocket::SetAddress(const String& address) {
-  address_ = address;
 }
 
 void TCPSocket::Connect() {

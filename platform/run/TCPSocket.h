@@ -19,11 +19,10 @@ namespace vantorel {
 
 class TCPSocket : public SocketCore {
  public:
-  TCPSocket();
   ~TCPSocket() override;
 
   // Host name or numeric address (IPv6 without brackets), used at Connect.
-  void SetAddress(const String& address);
+  void SetAddress(const String& address) { address_ = address; }
 
   void Close() override;
   void Poll() override;
