@@ -40,25 +40,14 @@ struct Reader {
     }
     --depth;
   }
+
+  void Text(std::string_view part) {
+    if (collecting && depth == kItsEntries) text.append(part);
+  }
 };
 
 Reader& ReaderOf(void* data) {
   return *static_cast<Reader*>(data);
-}
-
-void OnStart(void* data, const XML_Char* name, const XML_Char** /*attributes*/) {
-  ReaderOf(data).Start(name);
-}
-
-void OnEnd(void* data, const XML_Char* name) {
-  ReaderOf(data).End(name);
-}
-
-void OnText(void* data, const XML_Char* text, int length) {
-  Reader& reader = ReaderOf(data);
-  if (reader.collecting && reader.depth == kItsEntries) {
-    reader.text.append(text, static_cast<std::size_t>(length));
-  }
 }
 
 }  // namespace
@@ -76,8 +65,13 @@ std::optional<InfoPlist> ParseInfoPlist(std::string_view text, std::string& erro
                                                                        XML_ParserFree);
   Reader reader;
   XML_SetUserData(parser.get(), &reader);
-  XML_SetElementHandler(parser.get(), OnStart, OnEnd);
-  XML_SetCharacterDataHandler(parser.get(), OnText);
+  XML_SetElementHandler(
+      parser.get(),
+      [](void* data, const XML_Char* name, const XML_Char** /*attributes*/) { ReaderOf(data).Start(name); },
+      [](void* data, const XML_Char* name) { ReaderOf(data).End(name); });
+  XML_SetCharacterDataHandler(parser.get(), [](void* data, const XML_Char* part, int length) {
+    ReaderOf(data).Text({part, static_cast<std::size_t>(length)});
+  });
   if (XML_Parse(parser.get(), text.data(), static_cast<int>(text.size()), XML_TRUE) == XML_STATUS_ERROR) {
     error = "line " + std::to_string(XML_GetCurrentLineNumber(parser.get())) + ": " +
             XML_ErrorString(XML_GetErrorCode(parser.get()));

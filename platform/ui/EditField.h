@@ -5,7 +5,7 @@
 
 namespace vantorel {
 
-class EditField : public RectControl, public InertFieldProperties {
+class EditField : public RectControl {
  public:
   explicit EditField(const Bounds& bounds) : RectControl(bounds) {}
 
@@ -15,6 +15,15 @@ class EditField : public RectControl, public InertFieldProperties {
   bool Border = true;
   bool ScrollbarVertical = false;
   bool ScrollbarHorizontal = false;
+  // Without effect, see Window.
+  std::int32_t Alignment = 0;  // left
+  bool Multiline = false;
+  bool Styled = false;
+  bool Password = false;
+  bool UseFocusRing = true;
+  bool ReadOnly = true;
+  bool AcceptTabs = false;
+  std::int32_t LimitText = 0;
 
   // The text; invalid parts of it show as replacement characters.
   String Text() const { return text_; }

@@ -8,20 +8,17 @@ namespace vantorel {
 
 namespace {
 
-std::map<std::int32_t, std::vector<PictureDrawing>>& Resources() {
-  static std::map<std::int32_t, std::vector<PictureDrawing>> resources;
-  return resources;
-}
+std::map<std::int32_t, std::vector<PictureDrawing>> resources;
 
 }  // namespace
 
 void AddPictureResource(std::int32_t id, const std::vector<PictureDrawing>& drawings) {
-  Resources()[id] = drawings;
+  resources[id] = drawings;
 }
 
 Ref<Picture> GetPicture(std::int32_t id) {
-  const auto found = Resources().find(id);
-  if (found == Resources().end() || found->second.empty()) return nil;
+  const auto found = resources.find(id);
+  if (found == resources.end() || found->second.empty()) return nil;
   return BackEnd::Current().MakePicture(found->second);
 }
 

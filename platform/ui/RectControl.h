@@ -8,7 +8,6 @@
 #include "platform/base/Ref.h"
 #include "platform/text/String.h"
 #include "platform/ui/BackEnd.h"
-#include "platform/ui/InertProperties.h"
 
 namespace vantorel {
 
@@ -32,12 +31,14 @@ struct TextStyle {
   bool Underline = false;
 };
 
-class RectControl : public Object, public Bounds, public InertControlProperties {
+class RectControl : public Object, public Bounds {
  public:
   std::int32_t TabIndex = 0;  // order in which the keyboard reaches the controls
   bool Enabled = true;
   // What a screen reader calls a control that has no text of its own.
   String AccessibleName;
+  bool LockLeft = false, LockTop = false, LockRight = false,
+       LockBottom = false;  // without effect, see Window
 
   bool Visible() const { return visible_; }
   void SetVisible(bool visible) { Change(visible_, visible); }

@@ -11,25 +11,12 @@ namespace vantorel {
 namespace {
 
 // What keeps windows alive: one is here from Open to Close.
-std::vector<Ref<Window>>& OpenWindows() {
-  static std::vector<Ref<Window>> windows;
-  return windows;
-}
+std::vector<Ref<Window>> open_windows;
 
 }  // namespace
 
-void Window::SetTitle(const String& title) {
-  title_ = title;
-  if (view_ != nullptr) view_->Update();
-}
-
-void Window::SetBackdrop(const Ref<Picture>& picture) {
-  backdrop_ = picture;
-  if (view_ != nullptr) view_->Update();
-}
-
 void Window::Open() {
-  OpenWindows().push_back(Ref<Window>(this));
+  open_windows.push_back(Ref<Window>(this));
   view_ = BackEnd::Current().Open(*this);
   for (const NamedControl& each : controls_) {
     if (const auto control = Cast<RectControl>(each.control)) control->view_ = view_->Add(*control);
@@ -60,14 +47,13 @@ void Window::Close() {
     if (const auto timer = Cast<Timer>(each.control)) timer->SetMode(0);
   }
   view_.reset();
-  std::erase_if(OpenWindows(), [&](const Ref<Window>& window) { return window == self; });
+  std::erase_if(open_windows, [&](const Ref<Window>& window) { return window == self; });
 }
 
 Ref<Window> _GetImplicitWindow(const std::string& name) {
-  const auto& windows = OpenWindows();
-  const auto found =
-      std::find_if(windows.begin(), windows.end(), [&](const auto& window) { return window->name_ == name; });
-  return found == windows.end() ? nil : *found;
+  const auto found = std::find_if(open_windows.begin(), open_windows.end(),
+                                  [&](const auto& window) { return window->name_ == name; });
+  return found == open_windows.end() ? nil : *found;
 }
 
 Ref<Object> RuntimeWindowControlByName(const Ref<Window>& window, const String& name) {
@@ -78,8 +64,8 @@ Ref<Object> RuntimeWindowControlByName(const Ref<Window>& window, const String& 
 }
 
 void CloseAllWindows() {
-  while (!OpenWindows().empty()) {
-    const Ref<Window> last = OpenWindows().back();
+  while (!open_windows.empty()) {
+    const Ref<Window> last = open_windows.back();
     last->Close();
   }
 }

@@ -17,7 +17,7 @@
 
 namespace vantorel {
 
-class Window : public Object, public InertWindowProperties {
+class Window : public Object {
  public:
   // Values of Placement.
   static constexpr std::int32_t kPlacedOverParent = 1;
@@ -34,12 +34,26 @@ class Window : public Object, public InertWindowProperties {
   bool HasBackColor = false;
   Color BackColor = 0xffffff;
   bool Visible = true;
+  // Said by the layouts, and without effect here: no window can be resized, closed by its frame or filled
+  // with a menu. Kept so that a layout can be held against its description; likewise in the controls.
+  std::int32_t MinWidth = 64;
+  std::int32_t MinHeight = 64;
+  std::int32_t MaxWidth = 32000;
+  std::int32_t MaxHeight = 32000;
+  bool Composite = false;
+  bool FullScreen = false;
+  bool MenuBarVisible = true;
+  bool CloseButton = false;
+  bool Resizeable = false;
+  bool LiveResize = false;
+  bool MaximizeButton = false;
+  bool MinimizeButton = false;
 
   String Title() const { return title_; }
-  void SetTitle(const String& title);
+  void SetTitle(const String& title) { Change(title_, title); }
   // Drawn under the controls from the top left corner, unscaled. nil: the window's colour alone.
   Ref<Picture> Backdrop() const { return backdrop_; }
-  void SetBackdrop(const Ref<Picture>& picture);
+  void SetBackdrop(const Ref<Picture>& picture) { Change(backdrop_, picture); }
 
   // Makes the window known, raises Open, and lets a window with `Visible` appear at the next turn of the
   // event loop, so that whoever opened it can still fill it or show it modally. ImplicitWindow calls it once.
@@ -80,6 +94,11 @@ class Window : public Object, public InertWindowProperties {
     Ref<Object> control;
   };
 
+  template <typename T>
+  void Change(T& property, const T& value) {
+    property = value;
+    if (view_ != nullptr) view_->Update();
+  }
   void ShowOnce(bool modal);
 
   std::string name_;

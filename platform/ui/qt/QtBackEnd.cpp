@@ -1,14 +1,21 @@
-#include "platform/ui/qt/QtBackEnd.h"
-
-#include <QAbstractEventDispatcher>
-#include <QStyle>
+// The back end over Qt 6 Widgets.
+#include <QApplication>
+#include <QMessageBox>
+#include <QPointer>
+#include <QPushButton>
+#include <QSocketNotifier>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <utility>
+#include <vector>
 
+#include "platform/run/BackgroundTask.h"
+#include "platform/run/EventLoop.h"
 #include "platform/run/Runtime.h"
-#include "platform/ui/qt/QtMessage.h"
+#include "platform/ui/BackEnd.h"
 #include "platform/ui/qt/QtPicture.h"
+#include "platform/ui/qt/QtText.h"
 #include "platform/ui/qt/QtWindow.h"
 
 namespace vantorel {
@@ -49,64 +56,102 @@ std::vector<char*> ProgramArguments() {
   return {name, nullptr};
 }
 
+class Box : public QMessageBox {
+ public:
+  using QMessageBox::QMessageBox;
+
+ private:
+  // The box takes its size only now; the toolkit has placed it before, by a size that it does not have.
+  void showEvent(QShowEvent* event) override {
+    QMessageBox::showEvent(event);
+    if (parentWidget() == nullptr) return;
+    QRect place = rect();
+    place.moveCenter(parentWidget()->geometry().center());
+    move(place.topLeft());
+  }
+};
+
+class QtMessage : public View {
+ public:
+  QtMessage(const String& text, QWidget* parent, const std::function<void()>& dismissed)
+      : box_(new Box(parent)) {  // NOLINT(cppcoreguidelines-owning-memory): see ~QtMessage
+    box_->setIcon(QMessageBox::Warning);
+    box_->setWindowTitle(QApplication::applicationName());
+    box_->setTextFormat(Qt::PlainText);
+    box_->setText(ToQString(text));
+    box_->addButton(QMessageBox::Ok)->setIcon(QIcon());
+    box_->setWindowModality(Qt::ApplicationModal);
+    QObject::connect(box_, &QMessageBox::finished, box_, [dismissed](int) { dismissed(); });
+    box_->show();
+    box_->activateWindow();
+  }
+  ~QtMessage() override {
+    delete box_;  // NOLINT(cppcoreguidelines-owning-memory): shared with the parent, which may have gone
+                  // before
+  }
+
+ private:
+  QPointer<QMessageBox> box_;
+};
+
+class QtBackEnd : public BackEnd, private LoopWaiter, private Repainter, private QObject {
+ public:
+  QtBackEnd()
+      : arguments_(ProgramArguments()),
+        application_(argument_count_, arguments_.data()),
+        wake_(EventLoop::Current().Descriptor(), QSocketNotifier::Read) {
+    QApplication::setApplicationName(QLatin1String(kProgramName));
+    QApplication::setDesktopFileName(QLatin1String("vantorel-launcher"));
+    QApplication::setQuitOnLastWindowClosed(false);
+    application_.installEventFilter(this);
+    EventLoop::Current().SetWaiter(this);
+    SetRepainter(this);
+  }
+  ~QtBackEnd() override {
+    SetRepainter(nullptr);
+    EventLoop::Current().SetWaiter(nullptr);
+  }
+
+  std::unique_ptr<WindowView> Open(Window& window) override {
+    return std::make_unique<QtWindow>(window, TopWindow());
+  }
+  std::unique_ptr<View> ShowMessage(const String& text, std::function<void()> dismissed) override {
+    return std::make_unique<QtMessage>(text, TopWindow(), dismissed);
+  }
+  Ref<Picture> MakePicture(const std::vector<PictureDrawing>& drawings) override {
+    return QtPicture::FromDrawings(drawings);
+  }
+  Ref<Picture> ReadPicture(const Ref<FolderItem>& file) override { return QtPicture::FromFile(file); }
+  void SetProgramIcon(const Ref<Picture>& icon) override {
+    const auto picture = Cast<QtPicture>(icon);
+    QApplication::setWindowIcon(picture ? picture->Icon() : QIcon());
+  }
+
+ private:
+  void Wait(bool may_block) override {
+    QCoreApplication::processEvents(may_block ? QEventLoop::WaitForMoreEvents : QEventLoop::AllEvents);
+  }
+  void Repaint() override {
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents | QEventLoop::ExcludeSocketNotifiers);
+  }
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    const bool session_ends = watched == &application_ && event->type() == QEvent::Quit;
+    if (session_ends) EventLoop::Current().Queue([] { Quit(0); });
+    return session_ends || QObject::eventFilter(watched, event);
+  }
+
+  // Qt keeps references to both.
+  int argument_count_ = 1;
+  std::vector<char*> arguments_;
+  QApplication application_;
+  // Does nothing but wake the wait when the loop has something to collect.
+  QSocketNotifier wake_;
+};
+
 }  // namespace
 
 std::unique_ptr<BackEnd> MakeDesktopBackEnd() {
   return std::make_unique<QtBackEnd>();
-}
-
-QtBackEnd::QtBackEnd()
-    : arguments_(ProgramArguments()),
-      application_(argument_count_, arguments_.data()),
-      wake_(EventLoop::Current().Descriptor(), QSocketNotifier::Read) {
-  QApplication::setApplicationName(QLatin1String(kProgramName));
-  QApplication::setDesktopFileName(QLatin1String("vantorel-launcher"));
-  QApplication::setQuitOnLastWindowClosed(false);
-  application_.installEventFilter(this);
-  EventLoop::Current().SetWaiter(this);
-  SetRepainter(this);
-}
-
-QtBackEnd::~QtBackEnd() {
-  SetRepainter(nullptr);
-  EventLoop::Current().SetWaiter(nullptr);
-}
-
-std::unique_ptr<WindowView> QtBackEnd::Open(Window& window) {
-  return std::make_unique<QtWindow>(window, TopWindow());
-}
-
-std::unique_ptr<View> QtBackEnd::ShowMessage(const String& text, std::function<void()> dismissed) {
-  return std::make_unique<QtMessage>(text, TopWindow(), dismissed);
-}
-
-Ref<Picture> QtBackEnd::MakePicture(const std::vector<PictureDrawing>& drawings) {
-  return QtPicture::FromDrawings(drawings);
-}
-
-Ref<Picture> QtBackEnd::ReadPicture(const Ref<FolderItem>& file) {
-  return QtPicture::FromFile(file);
-}
-
-void QtBackEnd::SetProgramIcon(const Ref<Picture>& icon) {
-  const auto picture = Cast<QtPicture>(icon);
-  QApplication::setWindowIcon(picture ? picture->Icon() : QIcon());
-}
-
-void QtBackEnd::Wait(bool may_block) {
-  QCoreApplication::processEvents(may_block ? QEventLoop::WaitForMoreEvents : QEventLoop::AllEvents);
-}
-
-void QtBackEnd::Repaint() {
-  QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents | QEventLoop::ExcludeSocketNotifiers);
-}
-
-bool QtBackEnd::eventFilter(QObject* watched, QEvent* event) {
-  if (watched == &application_ && event->type() == QEvent::Quit) {
-    EventLoop::Current().Queue([] { Quit(0); });
-    return true;
-  }
-  return QObject::eventFilter(watched, event);
 }
 
 }  // namespace vantorel

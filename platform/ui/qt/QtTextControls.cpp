@@ -1,5 +1,8 @@
+// The controls that fit a text of their own into their room: the label and the button.
 #include <QLabel>
+#include <QPushButton>
 
+#include "platform/ui/PushButton.h"
 #include "platform/ui/StaticText.h"
 #include "platform/ui/qt/QtControls.h"
 
@@ -63,10 +66,30 @@ class StaticTextView : public QtControl<QLabel, StaticText> {
   QRect place_;
 };
 
+// What a style needs for the frame and the focus mark, on both sides together.
+constexpr QSize kFrame(12, 4);
+
+class PushButtonView : public QtControl<QPushButton, PushButton> {
+ public:
+  PushButtonView(PushButton& control, QWidget& window, const QRect& place)
+      : QtControl(control, window, place) {
+    const QString caption = ToQString(control.Caption);
+    setText(QString(caption).replace(QLatin1Char('&'), QLatin1String("&&")));
+    setFont(FittedFont(ToQFont(control.Style), caption, place.size() - kFrame, false, kLeastPixels));
+    setAutoDefault(true);
+    setDefault(control.Default);
+    QObject::connect(this, &QPushButton::clicked, this, [this] { control_.Press(); });
+  }
+};
+
 }  // namespace
 
 std::unique_ptr<ControlView> MakeQtView(StaticText& control, QWidget& window, const QRect& place) {
   return std::make_unique<StaticTextView>(control, window, place);
+}
+
+std::unique_ptr<ControlView> MakeQtView(PushButton& control, QWidget& window, const QRect& place) {
+  return std::make_unique<PushButtonView>(control, window, place);
 }
 
 }  // namespace vantorel
