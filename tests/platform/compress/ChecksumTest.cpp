@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 #include <zlib.h>
 
 #include "GzipSamples.h"

@@ -1,12 +1,12 @@
-// Bytes to compress, and gzip members made and undone by zlib itself, for tests that run over both builds.
+// Bytes to compress, and gzip members made and undone by gzip itself, for tests that run over both builds.
 #pragma once
-
-#include <zlib.h>
 
 #include <cstddef>
 #include <random>
 #include <string>
 #include <string_view>
+
+#include "tests/support/ScratchFolder.h"
 
 namespace vantorel::testing {
 
@@ -33,32 +33,16 @@ inline std::string Noise(std::size_t size, unsigned seed = 2) {
 }
 
 inline std::string Gzip(std::string_view contents) {
-  z_stream stream{};
-  deflateInit2(&stream, 6, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
-  std::string member(deflateBound(&stream, contents.size()) + 1024, '\0');
-  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(contents.data()));
-  stream.avail_in = static_cast<uInt>(contents.size());
-  stream.next_out = reinterpret_cast<Bytef*>(member.data());
-  stream.avail_out = static_cast<uInt>(member.size());
-  deflate(&stream, Z_FINISH);
-  member.resize(stream.total_out);
-  deflateEnd(&stream);
-  return member;
+  const ScratchFolder folder;
+  folder.Write("contents", contents);
+  return folder.Run("gzip -n < contents");
 }
 
 // The contents of a member that must be whole and right; otherwise "(bad)".
-inline std::string Gunzip(std::string_view member, std::size_t size) {
-  z_stream stream{};
-  inflateInit2(&stream, 15 + 16);
-  std::string contents(size + 1, '\0');
-  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(member.data()));
-  stream.avail_in = static_cast<uInt>(member.size());
-  stream.next_out = reinterpret_cast<Bytef*>(contents.data());
-  stream.avail_out = static_cast<uInt>(contents.size());
-  const bool good = inflate(&stream, Z_FINISH) == Z_STREAM_END && stream.avail_in == 0;
-  contents.resize(stream.total_out);
-  inflateEnd(&stream);
-  return good ? contents : "(bad)";
+inline std::string Gunzip(std::string_view member) {
+  const ScratchFolder folder;
+  folder.Write("member", member);
+  return folder.Run("gunzip < member > contents 2> /dev/null && cat contents || printf '(bad)'");
 }
 
 }  // namespace vantorel::testing

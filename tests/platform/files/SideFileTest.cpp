@@ -6,38 +6,34 @@
 #include <map>
 
 #include "platform/base/ByteOrder.h"
-#include "platform/files/FolderItem.h"
 #include "tests/support/Forks.h"
+#include "tests/support/MacBytes.h"
 #include "tests/support/ResourceLimit.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace vantorel::testing {
 namespace {
 
-std::string Big(std::size_t value, int bytes = 4) {
-  std::string text;
-  while (bytes-- > 0) text += static_cast<char>(value >> (8 * bytes));
-  return text;
+std::string Big(std::size_t value, int size = 4) {
+  return BigEndian(static_cast<std::uint32_t>(value), size);
 }
 
-using Entry = std::pair<std::uint32_t, std::string>;
-
-const std::string kHeader = Big(0x00051607) + Big(0x00020000) + std::string(16, '\0');
+using Entries = std::vector<std::pair<std::uint32_t, std::string>>;
 
 // An AppleDouble file with these entries, their data in the same order.
-std::string AppleDoubleOf(const std::vector<Entry>& entries) {
+std::string AppleDoubleOf(const Entries& entries) {
   std::string table;
   std::string data;
   for (const auto& [id, bytes] : entries) {
     table += Big(id) + Big(26 + 12 * entries.size() + data.size()) + Big(bytes.size());
     data += bytes;
   }
-  return kHeader + Big(entries.size(), 2) + table + data;
+  return Big(0x00051607) + Big(0x00020000) + std::string(16, '\0') + Big(entries.size(), 2) + table + data;
 }
 
 // The other way.
 std::map<std::uint32_t, std::string> EntriesOf(const std::string& file) {
-  EXPECT_EQ(file.substr(0, 8), kHeader.substr(0, 8));
+  EXPECT_EQ(file.substr(0, 8), AppleDoubleOf({}).substr(0, 8));
   std::map<std::uint32_t, std::string> entries;
   const auto number = [&](std::size_t at) { return Load32(&file.at(at), ByteOrder::kBig); };
   for (std::size_t at = 26, end = at + 12U * Load16(&file.at(24), ByteOrder::kBig); at < end; at += 12) {
@@ -47,114 +43,104 @@ std::map<std::uint32_t, std::string> EntriesOf(const std::string& file) {
   return entries;
 }
 
-TEST(SideFile, HoldsWhatWasSetAndNothingMore) {
-  const ScratchFolder scratch;
-  const Ref<FolderItem> item = scratch.Write("name", "data");
+class SideFileTest : public ::testing::Test {
+ protected:
+  std::string SideFile() const { return scratch_.Read("._name"); }
+  bool HasSideFile() const { return scratch_.Has("._name"); }
+  Ref<ResourceFork> OpenFork(const Ref<FolderItem>& item, std::int32_t expected) const {
+    std::int32_t error = 0;
+    const Ref<ResourceFork> fork = ResourceFork::Open(item, ResourceFork::Access::kReadWrite, error);
+    EXPECT_EQ(error, expected);
+    EXPECT_EQ(fork == nil, error != 0);
+    return fork;
+  }
+
+  const ScratchFolder scratch_;
+  const Ref<FolderItem> item_ = scratch_.Write("name", "data");
+};
+
+TEST_F(SideFileTest, HoldsWhatWasSetAndNothingMore) {
   const FinderInfo info{{'T', 'E', 'X', 'T'}, {'R', '*', ' ', ' '}, 0x4A0B, -2, 3, 4, 0x81, 0x20};
-  EXPECT_EQ(item->SetFinderInfo(info), 0);
-  WithFork(item, "fork");
+  EXPECT_EQ(item_->SetFinderInfo(info), 0);
+  WithFork(item_, "fork");
   const std::string finder = std::string("TEXTR*  \x4A\x0B\xFF\xFE\0\3\0\4", 16) + std::string(8, '\0') +
                              "\x81\x20" + std::string(6, '\0');
-  EXPECT_EQ(scratch.Read("._name"), AppleDoubleOf({{9, finder}, {2, "fork"}}));
+  EXPECT_EQ(SideFile(), AppleDoubleOf({{9, finder}, {2, "fork"}}));
   MacData data;
   {
     const ResourceLimit no_more_files(RLIMIT_NOFILE, 0);
-    EXPECT_EQ(item->GetMacData(data), -EMFILE);
+    EXPECT_EQ(item_->GetMacData(data), -EMFILE);
     EXPECT_EQ(data.fork_length, 0);
   }
-  EXPECT_EQ(item->GetMacData(data), 0) << "a refusal is told for ever";
+  EXPECT_EQ(item_->GetMacData(data), 0) << "a refusal is told for ever";
   EXPECT_EQ(data.finder, info);
-  EXPECT_EQ(ForkOf(item), "fork");
+  EXPECT_EQ(ForkOf(item_), "fork");
 }
 
-TEST(SideFile, MayBeReadByNoOneElseThanTheItemAndByItsOwner) {
-  const struct {
-    std::uint16_t item;
-    const char* side_file;
-  } cases[] = {{0600, "600\n"}, {0200, "600\n"}, {0000, "600\n"}, {0444, "644\n"}, {0755, "644\n"}};
+TEST_F(SideFileTest, MayBeReadByNoOneElseThanTheItemAndByItsOwner) {
+  const std::pair<std::uint16_t, const char*> cases[] = {
+      {0600, "600\n"}, {0200, "600\n"}, {0000, "600\n"}, {0444, "644\n"}, {0755, "644\n"}};
   for (const auto& [mode, expected] : cases) {
     SCOPED_TRACE(mode);
-    const ScratchFolder scratch;
-    const Ref<FolderItem> item = scratch.Write("name", "");
-    item->SetUnixMode(mode);
-    WithFork(item, "secret");
-    EXPECT_EQ(scratch.Run("stat -c %a ._name"), expected) << "made after the mode was set";
-    scratch.Run("chmod 666 ._name");
-    scratch.Item("name")->SetUnixMode(mode);
-    EXPECT_EQ(scratch.Run("stat -c %a ._name"), expected) << "made by another, before the mode was set";
+    scratch_.Run("rm -f ._name");
+    item_->SetUnixMode(mode);
+    WithFork(item_, "secret");
+    EXPECT_EQ(scratch_.Run("stat -c %a ._name"), expected) << "made after the mode was set";
+    scratch_.Run("chmod 666 ._name");
+    item_->SetUnixMode(mode);
+    EXPECT_EQ(scratch_.Run("stat -c %a ._name"), expected) << "made by another, before the mode was set";
   }
-  const ScratchFolder scratch;
-  const Ref<FolderItem> item = scratch.Write("name", "");
-  WithFork(item, "shared");
-  scratch.Run("chmod 664 name ._name");
-  scratch.Item("name")->SetLocked(true);
-  EXPECT_EQ(scratch.Run("stat -c %a ._name"), "644\n") << "others may still write the fork of a locked item";
+  scratch_.Run("chmod 664 name ._name");
+  item_->SetLocked(true);
+  EXPECT_EQ(scratch_.Run("stat -c %a ._name"), "644\n") << "others may still write the fork of a locked item";
 }
 
-// Takes minutes if the whole table is walked for each entry.
-TEST(SideFile, MayHaveAFullTableOfEmptyEntries) {
-  const ScratchFolder scratch;
-  const Ref<FolderItem> item = scratch.Write("name", "data");
-  std::vector<Entry> entries(0xFFFD, {50, ""});
-  entries.push_back({9, std::string(32, '\0')});
-  entries.push_back({2, ""});
-  scratch.Write("._name", AppleDoubleOf(entries));
-  item->SetMacType("TEXT");
-  EXPECT_EQ(item->MacType().view(), "TEXT");
-  item->SetMacType("");
-  EXPECT_FALSE(scratch.Has("._name"));
-}
-
-TEST(SideFile, IsThereOnlyWhileItHoldsSomething) {
-  const ScratchFolder scratch;
-  const Ref<FolderItem> item = scratch.Write("name", "data");
-  item->SetMacType("");
-  WithFork(item, "");
-  EXPECT_FALSE(scratch.Has("._name"));
-  item->SetMacType("TEXT");
-  WithFork(item, "fork");
-  item->SetMacType("");
-  EXPECT_TRUE(scratch.Has("._name"));
-  WithFork(item, "");
-  EXPECT_FALSE(scratch.Has("._name"));
+TEST_F(SideFileTest, IsThereOnlyWhileItHoldsSomething) {
+  item_->SetMacType("");
+  WithFork(item_, "");
+  EXPECT_FALSE(HasSideFile());
+  item_->SetMacType("TEXT");
+  WithFork(item_, "fork");
+  item_->SetMacType("");
+  EXPECT_TRUE(HasSideFile());
+  WithFork(item_, "");
+  EXPECT_FALSE(HasSideFile());
 
   // What no field here stands for is something too: an icon number, say.
-  scratch.Write("._name",
-                AppleDoubleOf({{9, "TEXT" + std::string(13, '\0') + '\7' + std::string(14, '\0')}}));
-  item->SetMacType("");
-  EXPECT_TRUE(scratch.Has("._name"));
-
-  std::int32_t error = 0;
-  EXPECT_EQ(ResourceFork::Open(scratch.Item("absent"), ResourceFork::Access::kReadWrite, error), nil);
-  EXPECT_EQ(error, -ENOENT);
+  const std::string icon = "TEXT" + std::string(13, '\0') + '\7' + std::string(14, '\0');
+  scratch_.Write("._name", AppleDoubleOf({{9, icon}}));
+  item_->SetMacType("");
+  EXPECT_TRUE(HasSideFile());
+  OpenFork(scratch_.Item("absent"), -ENOENT);
 }
 
-TEST(SideFile, GoesWithItsItem) {
-  const ScratchFolder scratch;
-  const Ref<FolderItem> folder = scratch.Item();
-  const Ref<FolderItem> item = scratch.Write("old", "data");
-  item->SetMacType("TEXT");
+TEST_F(SideFileTest, GoesWithItsItem) {
+  const Ref<FolderItem> folder = scratch_.Item();
+  item_->SetMacType("TEXT");
   EXPECT_EQ(folder->TrueItem(2), nil);
-  scratch.Write("._taken", "another's");
-  item->SetName("taken");
-  EXPECT_TRUE(scratch.Has("old") && scratch.Has("._old"));
-  item->SetName("new");
-  EXPECT_FALSE(scratch.Has("old") || scratch.Has("._old"));
-  EXPECT_EQ(item->MacType().view(), "TEXT");
-  std::filesystem::remove(scratch.Path("new"));
+  scratch_.Write("._taken", "another's");
+  item_->SetName("taken");
+  EXPECT_TRUE(scratch_.Has("name") && HasSideFile());
+  item_->SetName("new");
+  EXPECT_FALSE(scratch_.Has("name") || HasSideFile());
+  EXPECT_EQ(item_->MacType().view(), "TEXT");
+  std::filesystem::remove(scratch_.Path("new"));
   EXPECT_EQ(folder->TrueItem(1)->Name().view(), "._new") << "alone it is shown";
-  scratch.Write("new", "");
-  item->Delete();
-  EXPECT_FALSE(scratch.Has("._new"));
+  scratch_.Write("new", "");
+  item_->Delete();
+  EXPECT_FALSE(scratch_.Has("._new"));
+  for (const std::size_t length : {254U, 255U, 9U}) {  // of the longest names there is none
+    const std::string name(length, 'x');
+    const Ref<FolderItem> renamed = scratch_.Write("short", "");
+    renamed->SetName(String::Bytes(name));
+    EXPECT_TRUE(scratch_.Has(name) && renamed->MacType().empty()) << length;
+  }
 }
 
-TEST(SideFile, RenamingTouchesNothingElse) {
+TEST_F(SideFileTest, RenamingTouchesNothingElse) {
   const std::string side_file = AppleDoubleOf({{9, "TEXT" + std::string(28, '\0')}, {2, ""}});
-  const struct {
-    const char* name;
-    const char* before;  // the shell makes this state
-    const char* after;
-  } cases[] = {
+  const std::tuple<const char*, const char*, const char*> cases[] = {
+      // name, the shell makes the state before, the state after
       {"a text that is only named like a side file stays", "echo text > ._old", "._old new"},
       {"another's side file is not adopted", "cp s ._new", "._new old"},
       {"a text in the way of the side file stays", "cp s ._old; echo text > ._new", "._new ._old old"},
@@ -170,58 +156,45 @@ TEST(SideFile, RenamingTouchesNothingElse) {
   }
 }
 
-TEST(SideFile, ThereIsNoneForTheLongestNames) {
-  const ScratchFolder scratch;
-  const Ref<FolderItem> item = scratch.Write("name", "data");
-  for (const std::size_t length : {254U, 255U, 9U}) {
-    const std::string name(length, 'x');
-    item->SetName(String::Bytes(name));
-    EXPECT_EQ(item->Name().view(), name);
-    EXPECT_TRUE(scratch.Has(name) && item->MacType().empty());
-  }
-}
-
-TEST(SideFile, ForeignEntriesAreKept) {
+TEST_F(SideFileTest, ForeignEntriesAreKept) {
   const std::string finder = "TEXTttxt" + std::string(24, '\1');
   const std::string attributes = finder + std::string(3728, 'A');  // as other systems add them
-  const std::string long_fork(40'000, 'f');
-  const std::tuple<const char*, std::vector<Entry>> cases[] = {
-      {"fork before others", {{3, "real name"}, {2, long_fork}, {9, finder}, {8, "dates"}}},
+  Entries full_table(0xFFFD, {50, ""});  // takes minutes if the whole of it is walked for each entry
+  full_table.insert(full_table.end(), {{9, std::string(32, '\0')}, {2, ""}});
+  const std::tuple<const char*, Entries> cases[] = {
+      {"fork before others", {{3, "real name"}, {2, std::string(40'000, 'f')}, {9, finder}, {8, "dates"}}},
       {"fork last", {{9, attributes}, {2, "fork"}}},
       {"no Finder info", {{2, "fork"}, {4, "comment"}}},
       {"no fork", {{4, "comment"}, {9, finder}}},
       {"Finder info too short", {{9, "TEXT"}, {4, "comment"}, {2, "fork"}}},
+      {"a full table", full_table},
   };
   for (const auto& [name, entries] : cases) {
     SCOPED_TRACE(name);
-    const ScratchFolder scratch;
-    const Ref<FolderItem> item = scratch.Write("name", "");
-    scratch.Write("._name", AppleDoubleOf(entries));
-    std::map<std::uint32_t, std::string> expected = EntriesOf(scratch.Read("._name"));
-    EXPECT_EQ(ForkOf(item), expected[2]);
+    std::map<std::uint32_t, std::string> expected(entries.begin(), entries.end());
+    scratch_.Write("._name", AppleDoubleOf(entries));
+    EXPECT_EQ(ForkOf(item_), expected[2]);
 
-    expected[9].resize(std::max(expected[9].size(), std::size_t{32}));
-    if (std::string_view(name) == "Finder info too short") expected[9].assign(32, '\0');
+    if (expected[9].size() < 32) expected[9].assign(32, '\0');
     expected[9].replace(0, 4, "APPL");
-    item->SetMacType("APPL");
-    EXPECT_EQ(EntriesOf(scratch.Read("._name")), expected);
+    item_->SetMacType("APPL");
+    EXPECT_EQ(EntriesOf(SideFile()), expected);
 
-    std::int32_t error = 0;
-    const Ref<ResourceFork> fork = ResourceFork::Open(item, ResourceFork::Access::kReadWrite, error);
+    const Ref<ResourceFork> fork = OpenFork(item_, 0);
     fork->SetFPos(2);
     fork->Write(std::string(50'000, 'w'));
     EXPECT_EQ(fork->Close(), 0);
     expected[2].resize(50'002);
     expected[2].replace(2, 50'000, 50'000, 'w');
-    EXPECT_EQ(EntriesOf(scratch.Read("._name")), expected);
-    WithFork(item, "short");
+    EXPECT_EQ(EntriesOf(SideFile()), expected);
+    WithFork(item_, "short");
     expected[2] = "short";
-    EXPECT_EQ(EntriesOf(scratch.Read("._name")), expected);
-    EXPECT_EQ(scratch.Run("ls -A"), "._name\nname\n");
+    EXPECT_EQ(EntriesOf(SideFile()), expected);
+    EXPECT_EQ(scratch_.Run("ls -A"), "._name\nname\n");
   }
 }
 
-TEST(SideFile, WhatIsNoAppleDoubleFileIsLeftAlone) {
+TEST_F(SideFileTest, WhatIsNoAppleDoubleFileIsLeftAlone) {
   const std::string good = AppleDoubleOf({{9, std::string(32, 'x')}, {2, "fork"}});
   const std::tuple<const char*, std::string> cases[] = {
       {"AppleSingle", Big(0x00051600) + good.substr(4)},
@@ -232,32 +205,25 @@ TEST(SideFile, WhatIsNoAppleDoubleFileIsLeftAlone) {
   };
   for (const auto& [name, content] : cases) {
     SCOPED_TRACE(name);
-    const ScratchFolder scratch;
-    const Ref<FolderItem> item = scratch.Write("name", "");
-    scratch.Write("._name", content);
-    EXPECT_TRUE(item->MacType().empty());
-    EXPECT_EQ(ForkOf(item), "");
-    EXPECT_EQ(item->SetFinderInfo({.script = 1}), -EEXIST);
-    std::int32_t error = 0;
-    EXPECT_EQ(ResourceFork::Open(item, ResourceFork::Access::kReadWrite, error), nil);
-    EXPECT_EQ(error, -EEXIST);
-    EXPECT_EQ(scratch.Read("._name"), content);
+    scratch_.Write("._name", content);
+    EXPECT_TRUE(item_->MacType().empty());
+    EXPECT_EQ(ForkOf(item_), "");
+    EXPECT_EQ(item_->SetFinderInfo({.script = 1}), -EEXIST);
+    OpenFork(item_, -EEXIST);
+    EXPECT_EQ(SideFile(), content);
   }
-  const ScratchFolder scratch;
-  scratch.Run("touch name; mkdir ._name; ln -s other ._link; touch link other");
-  EXPECT_EQ(ForkOf(scratch.Item("name")), "");
-  scratch.Item("link")->SetMacType("TEXT");
-  EXPECT_EQ(scratch.Read("other"), "") << "a link is not written through";
+  scratch_.Run("rm ._name; mkdir ._name; ln -s other ._link; touch link other");
+  EXPECT_EQ(ForkOf(item_), "");
+  scratch_.Item("link")->SetMacType("TEXT");
+  EXPECT_EQ(scratch_.Read("other"), "") << "a link is not written through";
 }
 
-TEST(ResourceFork, AFullDiskShowsAtCloseAndLeavesNoHalfFile) {
-  const ScratchFolder scratch;
-  std::int32_t error = 0;
-  const auto fork = ResourceFork::Open(scratch.Write("name", ""), ResourceFork::Access::kReadWrite, error);
+TEST_F(SideFileTest, AFullDiskShowsAtCloseAndLeavesNoHalfFile) {
+  const Ref<ResourceFork> fork = OpenFork(item_, 0);
   const ResourceLimit full_disk(RLIMIT_FSIZE, 100);
   fork->Write(std::string(200, 'x'));
   EXPECT_EQ(fork->Close(), -EFBIG);
-  EXPECT_FALSE(scratch.Has("._name"));
+  EXPECT_FALSE(HasSideFile());
 }
 
 }  // namespace
