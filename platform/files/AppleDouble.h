@@ -14,7 +14,7 @@ namespace Header {
 constexpr std::uint32_t kMagic = 0;    // 4 bytes
 constexpr std::uint32_t kVersion = 4;  // 4 bytes
 // 8: a filler of 16 bytes
-constexpr std::uint32_t kCount = 24;   // 2 bytes: entries in the table
+constexpr std::uint32_t kCount = 24;  // 2 bytes: entries in the table
 constexpr std::uint32_t kSize = 26;
 }  // namespace Header
 

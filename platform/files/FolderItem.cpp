@@ -103,7 +103,7 @@ String FolderItem::AbsolutePath() const {
 String FolderItem::ShellPath() const {
   constexpr std::string_view kPlain =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789/._-+,:=@%";
-  const String path = String::Adopt(path_, Encodings::SystemDefault());
+  String path = String::Adopt(path_, Encodings::SystemDefault());
   if (path_.find_first_not_of(kPlain) == std::string::npos) return path;
   return "'" + ReplaceAll(path, "'", "'\\''") + "'";
 }
