@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <vector>
 
@@ -30,6 +31,18 @@ std::optional<std::uint64_t> SizeBehind(const RawDirectory& directory, int file)
   const auto size = static_cast<std::uint64_t>(status.st_size);
   if (size < end || ReadAt(file, directory.start, bytes.size()) != bytes) return std::nullopt;
   return size - end;
+}
+
+// Where the last member ends. As a rule that is where the directory begins, and one look is enough.
+std::uint32_t EndOfMembers(int file, const RawDirectory& directory) {
+  const auto last = std::max_element(directory.records.begin(), directory.records.end(),
+                                     [](const auto& a, const auto& b) { return a.Offset() < b.Offset(); });
+  if (last == directory.records.end()) return 0;
+  RawDirectory of_last;
+  of_last.start = directory.start;
+  of_last.records = {*last};
+  if (ExtentsOf(file, of_last).back().end == directory.start) return directory.start;
+  return ExtentsOf(file, directory).back().end;
 }
 
 }  // namespace
@@ -74,8 +87,7 @@ RawDirectory ArchiveEdit::MakeRoomBehindMembers() {
       MoveTogether(all);
       return all;
     }
-    const std::vector<MemberExtent> extents = ExtentsOf(From(), all);
-    before_.start = all.start = extents.empty() ? 0 : extents.back().end;
+    before_.start = all.start = EndOfMembers(From(), all);
   } catch (const FormatError&) {
     // Of damaged members it cannot be told where they end.
   }
