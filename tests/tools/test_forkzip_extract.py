@@ -185,6 +185,7 @@ class Extract(ForkzipTest):
             ("1", [], 1, ["leads out of the destination by", "the symbolic link leads out"],
              {**one, "._mac": None, "._c": None}),
             ("1", ["--raw", "-x", "*/x", "-x", "*/out"], 0, [], {**one, "mac": wrapped, "r/._c": companion}),
+            ("1", ["-x", "t", "-x", "[!r]*", "-x", "*/._*"], 0, [], {"c": b"8"}),
             ("2", [], 1, ["t/x/../y: refused"], {"b": b"2"}),
             ("2", ["--raw", "-x", "*/x", "-x", "*/out"], 0, [], {"b": b"2", "._c": companion}),
             ("9", ["--raw"], 0, [], {}),

@@ -207,6 +207,8 @@ class Listing(ForkzipTest):
             ("a name that looks like a pattern", ["[x]"], b"[x]"),
             ("no member twice, and all in the archive's order", ["dir/two.c", "*.txt", "dir", "A"],
              b"Adir/one.txtdir/two.cother/one.txt"),
+            ("what is left out is so in its own letter case", ["a", "A", "-x", "A", "-x", "DIR"], b"a"),
+            ("and by pattern though a name is like it", ["[x]", "x", "-x", "[x]"], b""),
         ]
         for what, arguments, expected in cases:
             with self.subTest(what):
@@ -214,6 +216,8 @@ class Listing(ForkzipTest):
         self.expect(1, "cat", self.zip, "*.txt", says="means 2 members")
         self.assertEqual(self.expect(0, "cat", self.zip, "dir/two.c", "[x]", "a", "a"), b"dir/two.c[x]aa")
         self.assertEqual(self.expect(1, "cat", self.zip, "missing", "a", says="missing: no such member"), b"a")
+        self.zip.write_bytes(archive(Member("a", b"1"), Member("b"), Member("a", b"2")))
+        self.assertEqual(self.expect(0, "cat", self.zip, "a"), b"12")
         self.assertEqual(os.listdir(self.root), ["a.zip"])
         self.expect(2, "extract", "--stdout", "-d", "x", self.zip, says="--destination has no meaning with --stdout")
         self.assertIn(b"0 members tested, 1 missing", self.expect(1, "test", self.zip, "y", says="y: no such member"))

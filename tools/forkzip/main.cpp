@@ -40,6 +40,7 @@ int Main(int argc, char** argv) {
   ExitCode exit_code = ExitCode::kDone;
   CLI::App app(kAbout, "forkzip");
   app.footer(kFooter);
+  app.get_formatter()->label("SUBCOMMAND", "VERB");
   app.set_version_flag("--version", "forkzip " FORKZIP_VERSION);
   app.require_subcommand(1);
   for (const auto add_verb :
@@ -47,6 +48,7 @@ int Main(int argc, char** argv) {
         AddDeleteVerb, AddDuplicateVerb, AddRenameVerb, AddCommentVerb, AddCompactVerb}) {
     add_verb(app, exit_code);
   }
+  for (CLI::App* verb : app.get_subcommands([](CLI::App*) { return true; })) verb->group("Verbs");
   try {
     Parse(app, argc, argv);
   } catch (const CLI::Success& asked) {  // --help, --version
@@ -60,7 +62,8 @@ int Main(int argc, char** argv) {
     const std::string first = argc > 1 ? argv[1] : "-";
     const auto verbs = app.get_subcommands([&](const CLI::App* verb) { return verb->check_name(first); });
     const bool unknown_verb = first[0] != '-' && verbs.empty();
-    std::cerr << MessagePrefix() << (unknown_verb ? "there is no verb `" + first + "`" : error.what())
+    const std::string why = argc < 2 ? "a verb is missing" : error.what();
+    std::cerr << MessagePrefix() << (unknown_verb ? "there is no verb `" + first + "`" : why)
               << "\nTry `forkzip --help`, or `forkzip VERB --help`.\n";
     return static_cast<int>(ExitCode::kUsage);
   }

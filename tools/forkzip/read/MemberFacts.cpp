@@ -58,6 +58,10 @@ std::string AboutMethod(std::int32_t method) {
 std::string Obstacle(const Ref<ZipEntry>& entry) {
   const std::int32_t method = entry->CompressionMethod();
   if (entry->IsEncrypted()) {
+    constexpr std::uint32_t kStrongly = 1U << 6U;
+    if ((entry->HeaderUShort(CentralHeader::kFlags) & kStrongly) != 0) {
+      return "Unsupported format (strong encryption)";
+    }
     return method == ZipMethod::kAes
                ? "Unsupported format (encrypted by AES); 7zz unpacks it with its password"
                : "Unsupported format (encrypted); unzip unpacks it with its password";

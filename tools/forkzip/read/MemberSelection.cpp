@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <functional>
 #include <numeric>
 #include <string_view>
 #include <utility>
@@ -69,17 +70,24 @@ class MemberIndex {
     return found.empty() ? Matching(argument) : found;
   }
 
-  // The one member of that name, the first where there are several, with letter case as above; else all that
+  // All members of that name, in order, with letter case as above, but then the first alone; else all that
   // the pattern matches.
-  Found FindItself(const std::string& argument) const {
+  Found FindItself(const std::string& argument, bool& by_name) const {
     Found found = Named(argument);
     if (found.empty()) found = Named(argument + "/");
-    if (found.empty()) found = Caseless(argument, false);
-    if (!found.empty()) return {*std::min_element(found.begin(), found.end())};
-    found = Matching(argument);
+    if (found.empty()) {
+      found = Caseless(argument, false);
+      if (!found.empty()) found = {*std::min_element(found.begin(), found.end())};
+    }
+    by_name = !found.empty();
+    if (!by_name) found = Matching(argument);
     std::sort(found.begin(), found.end());
     found.erase(std::unique(found.begin(), found.end()), found.end());
     return found;
+  }
+
+  Found Excluded(const std::vector<std::string>& patterns) const {
+    return Where([&](const std::string& name) { return IsExcluded(name, patterns); });
   }
 
  private:
@@ -118,16 +126,18 @@ class MemberIndex {
   }
 
   Found Matching(const std::string& pattern) const {
+    if (!IsPattern(pattern)) return {};
+    return Where([&](const std::string& name) { return fnmatch(pattern.c_str(), name.c_str(), 0) == 0; });
+  }
+
+  Found Where(const std::function<bool(const std::string&)>& is_meant) const {
     Found found;
-    if (!IsPattern(pattern)) return found;
     std::string_view previous;
-    bool matches = false;
+    bool meant = false;
     for (const auto& [candidate, index] : names_) {
-      if (!IsShared(candidate, previous)) {
-        matches = fnmatch(pattern.c_str(), std::string(candidate).c_str(), 0) == 0;
-      }
+      if (!IsShared(candidate, previous)) meant = is_meant(std::string(candidate));
       previous = candidate;
-      if (matches) found.push_back(index);
+      if (meant) found.push_back(index);
     }
     return found;
   }
@@ -158,13 +168,13 @@ MemberSelection SelectMembers(const Ref<ZipArchive>& archive, const Options& opt
     }
     for (const std::int32_t i : found) wanted[static_cast<std::size_t>(i)] = true;
   }
-  for (const std::string& pattern : options.excluded) {
-    for (const std::string& each : {pattern, InsideOf(pattern)}) {
-      for (const std::int32_t i : index.Find(each)) wanted[static_cast<std::size_t>(i)] = false;
-    }
-  }
+  for (const std::int32_t i : index.Excluded(options.excluded)) wanted[static_cast<std::size_t>(i)] = false;
   for (std::int32_t i = 1; i <= count; ++i) {
-    if (wanted[static_cast<std::size_t>(i)]) selected.members.push_back(i);
+    if (!wanted[static_cast<std::size_t>(i)]) continue;
+    selected.members.push_back(i);
+    Ref<ZipEntry>& companion = archive->Entry(i)->appleDoubleEntry;
+    const bool reading = letter_case == LetterCase::kLenient;
+    if (reading && companion && IsExcluded(Utf8(companion->RawPath()), options.excluded)) companion = nil;
   }
   return selected;
 }
@@ -179,14 +189,20 @@ bool IsExcluded(const std::string& name, const std::vector<std::string>& pattern
   });
 }
 
-std::int32_t SelectOneMember(const Ref<ZipArchive>& archive, const std::string& argument,
-                             LetterCase letter_case) {
-  const Found found = MemberIndex(archive, letter_case).FindItself(argument);
+std::vector<std::int32_t> SelectOneName(const Ref<ZipArchive>& archive, const std::string& argument,
+                                        LetterCase letter_case) {
+  bool by_name = false;
+  Found found = MemberIndex(archive, letter_case).FindItself(argument, by_name);
   if (found.empty()) throw Failure(ExitCode::kBadArchive, argument + ": no such member");
-  if (found.size() > 1) {
+  if (found.size() > 1 && !by_name) {
     throw Failure(ExitCode::kBadArchive, argument + ": means " + Count(found.size(), "member") + ", not one");
   }
-  return found.front();
+  return found;
+}
+
+std::int32_t SelectOneMember(const Ref<ZipArchive>& archive, const std::string& argument,
+                             LetterCase letter_case) {
+  return SelectOneName(archive, argument, letter_case).front();
 }
 
 }  // namespace vantorel::forkzip

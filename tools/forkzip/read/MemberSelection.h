@@ -24,6 +24,7 @@ struct MemberSelection {
 // The members that `options` asks for, each once, in the archive's order: those that its arguments mean, or
 // all if it has none, less those that are excluded. An argument that means none is a problem. Each means the
 // members of that name and what lies in the folder of that name, else what matches it as a shell pattern.
+// For reading, a companion that is excluded leaves its member.
 MemberSelection SelectMembers(const Ref<ZipArchive>& archive, const Options& options, Problems& problems,
                               LetterCase letter_case = LetterCase::kLenient);
 
@@ -31,8 +32,11 @@ MemberSelection SelectMembers(const Ref<ZipArchive>& archive, const Options& opt
 // lies in a folder that does.
 bool IsExcluded(const std::string& name, const std::vector<std::string>& patterns);
 
-// The one member that the argument means: the first of that name, or the one that it matches as a pattern.
-// Raises Failure if there is none or more than one.
+// The members of the one name that the argument means, in order: that name, or the one member that it matches
+// as a pattern. Raises Failure if there is none, or a pattern matches more than one member.
+std::vector<std::int32_t> SelectOneName(const Ref<ZipArchive>& archive, const std::string& argument,
+                                        LetterCase letter_case = LetterCase::kLenient);
+// The first of them.
 std::int32_t SelectOneMember(const Ref<ZipArchive>& archive, const std::string& argument,
                              LetterCase letter_case = LetterCase::kLenient);
 

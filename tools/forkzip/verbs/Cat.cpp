@@ -20,24 +20,28 @@ struct CatOptions : Options {
   bool raw = false;
 };
 
-// nil if the argument means no file, which is a problem.
-Ref<ZipEntry> FileIn(const Ref<ZipArchive>& archive, const std::string& argument, Problems& problems) {
+// All files of the name that is meant; none is a problem.
+std::vector<Ref<ZipEntry>> FilesIn(const Ref<ZipArchive>& archive, const std::string& argument,
+                                   Problems& problems) {
+  std::vector<Ref<ZipEntry>> files;
   try {
-    Ref<ZipEntry> entry = archive->Entry(SelectOneMember(archive, argument));
-    if (entry->IsDirectory()) throw Failure(ExitCode::kBadArchive, argument + ": is a folder");
-    return entry;
+    for (const std::int32_t i : SelectOneName(archive, argument)) {
+      if (archive->Entry(i)->IsDirectory()) throw Failure(ExitCode::kBadArchive, argument + ": is a folder");
+      files.push_back(archive->Entry(i));
+    }
   } catch (const Failure& failure) {
     problems.Add(failure.Code(), failure.what());
-    return nil;
   }
+  return files;
 }
 
 void Cat(const CatOptions& options, Problems& problems) {
   const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
   Output output;
   for (const std::string& argument : options.members) {
-    const Ref<ZipEntry> entry = FileIn(archive, argument, problems);
-    if (entry) WriteMember(entry, options.raw, output, problems);
+    for (const Ref<ZipEntry>& entry : FilesIn(archive, argument, problems)) {
+      WriteMember(entry, options.raw, output, problems);
+    }
   }
 }
 
