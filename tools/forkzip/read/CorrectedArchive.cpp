@@ -22,6 +22,7 @@ namespace {
 
 constexpr std::uint32_t kDosFolder = 0x10;
 constexpr std::uint64_t kFarthest = 0x7FFFFFFF;
+constexpr std::string_view kCompanionTree = "__MACOSX/";
 
 // What of a record bears on how it is to be read.
 struct Traits {
@@ -59,7 +60,7 @@ bool IsFolderWithoutSlash(const Traits& traits) {
 bool IsForeignCompanion(std::string_view name, std::string_view extra) {
   constexpr std::array<std::uint32_t, 3> kIds = {ExtendedTimestamp::kId, UnixOwnerRecord::kId,
                                                  NtfsTimes::kId};
-  return name.starts_with("__MACOSX/") && std::any_of(kIds.begin(), kIds.end(), [&](std::uint32_t id) {
+  return name.starts_with(kCompanionTree) && std::any_of(kIds.begin(), kIds.end(), [&](std::uint32_t id) {
            return !ExtraRecord::Find(extra, id).empty();
          });
 }
@@ -173,35 +174,22 @@ std::string DirectoryOf(std::vector<RawRecord> records, std::string comment) {
   return directory.Bytes();
 }
 
-FoundDirectory FindDirectory(int file) {
-  FoundDirectory found = FoundDirectory::Find(file);
-  if (found.records.empty()) throw FormatError("the directory is empty");
-  return found;
-}
-
 }  // namespace
 
-bool CorrectedArchive::IsNeeded(const Ref<ZipArchive>& archive, const std::string& encoding) {
-  if (archive->centralDirCorrupted) return true;  // the count may be in a Zip64 record
-  const bool all_utf8 = encoding == "utf-8";
+bool CorrectedArchive::IsNeeded(const Ref<ZipArchive>& archive) {
+  // The count may be in a Zip64 record.
+  if (archive->centralDirCorrupted || HasForeignCompanions(archive)) return true;
   const std::vector<Ref<ZipEntry>>& entries = archive->d->entries_1;
-  for (std::size_t i = 1; i < entries.size(); ++i) {
-    if (IsPlain(*entries[i], all_utf8)) continue;
-    const String extra = entries[i]->ExtraBytes();
-    const Traits traits = TraitsOf(*entries[i], extra);
-    if (IsFolderWithoutSlash(traits) || IsForeignCompanion(traits.name, traits.extra) ||
-        !UnicodeName(traits).empty()) {
-      return true;
-    }
-    if (!all_utf8 && IsMarkedUtf8(traits) && !IsAscii(traits.name)) return true;
-  }
+  const auto is_misread = [](const Ref<ZipEntry>& entry) { return CorrectedName(*entry).has_value(); };
+  if (std::any_of(entries.begin() + 1, entries.end(), is_misread)) return true;
   BinaryStream& stream = *archive->d->zipStream;
   stream.SetPosition(LocalHeader::kVersionNeeded);
   return entries.size() > 1 && stream.ReadShort() > kZipFormatVersion;
 }
 
 CorrectedArchive CorrectedArchive::Make(int file, const Ref<TextEncoding>& encoding) {
-  FoundDirectory found = FindDirectory(file);
+  FoundDirectory found = FoundDirectory::Find(file);
+  if (found.records.empty()) throw FormatError("the directory is empty");
   CorrectedArchive corrected;
   corrected.count_is_wrong = found.announced < found.records.size();
   Correction correction(file, encoding, found.shift, corrected.patches);
@@ -210,24 +198,11 @@ CorrectedArchive CorrectedArchive::Make(int file, const Ref<TextEncoding>& encod
   return corrected;
 }
 
-std::string WhatIsUnusual(int file) {
-  const FoundDirectory found = FindDirectory(file);
-  for (const RawRecord& record : found.records) {
-    const std::uint32_t version = record.Field16(CentralHeader::kVersionNeeded);
-    if (version <= kZipFormatVersion) continue;
-    return "its member " + Printable(record.Name()) + " needs version " + std::to_string(version / 10) + "." +
-           std::to_string(version % 10) + " of the format";
-  }
-  if (found.zip64) return "it is in Zip64 format";
-  const bool in_front = found.shift != 0 || Get32(ReadAt(file, 0, 4), 0) != LocalHeader::kMagic;
-  return in_front ? "other data stands in front of its first member" : "";
-}
-
 bool CorrectedArchive::HasForeignCompanions(const Ref<ZipArchive>& archive) {
   const std::vector<Ref<ZipEntry>>& entries = archive->d->entries_1;
   return std::any_of(entries.begin() + 1, entries.end(), [](const Ref<ZipEntry>& entry) {
-    return entry->HeaderUShort(CentralHeader::kExtraLength) != 0 &&
-           IsForeignCompanion(entry->zipEncName.view(), entry->ExtraBytes().view());
+    const std::string_view name = entry->zipEncName.view();
+    return name.starts_with(kCompanionTree) && IsForeignCompanion(name, entry->ExtraBytes().view());
   });
 }
 
@@ -246,10 +221,14 @@ std::optional<std::string> CorrectedName(ZipEntry& entry) {
   if (IsPlain(entry, all_utf8)) return std::nullopt;
   const String extra = entry.ExtraBytes();
   const Traits traits = TraitsOf(entry, extra);
+  const std::string_view unicode_name = UnicodeName(traits);
+  const bool marked = !all_utf8 && IsMarkedUtf8(traits);
+  const bool folder = IsFolderWithoutSlash(traits);
+  if (unicode_name.empty() && !marked && !folder) return std::nullopt;  // as nearly all are
   const std::string stored = Utf8(entry.RawPath());
-  std::string name(UnicodeName(traits));
-  if (name.empty()) name = IsMarkedUtf8(traits) ? std::string(traits.name) : stored;
-  if (IsFolderWithoutSlash(traits)) name += '/';
+  std::string name(unicode_name);
+  if (name.empty()) name = marked ? std::string(traits.name) : stored;
+  if (folder) name += '/';
   if (name == stored) return std::nullopt;
   return name;
 }
@@ -257,22 +236,6 @@ std::optional<std::string> CorrectedName(ZipEntry& entry) {
 std::string ListedName(ZipEntry& entry) {
   const std::optional<std::string> corrected = CorrectedName(entry);
   return corrected ? *corrected : Utf8(entry.RawPath());
-}
-
-std::int64_t PatchedStream::ReadAt(char* buffer, std::size_t count, std::uint64_t position) {
-  const std::int64_t got = BinaryStream::ReadAt(buffer, count, position);
-  if (got <= 0 || patches_.empty()) return got;
-  const std::uint64_t end = position + static_cast<std::uint64_t>(got);
-  constexpr std::uint64_t kLongest = 8;
-  for (auto at = patches_.lower_bound(position - std::min(position, kLongest));
-       at != patches_.end() && at->first < end; ++at) {
-    const std::uint64_t first = std::max(at->first, position);
-    const std::uint64_t last = std::min(at->first + at->second.size(), end);
-    if (first < last) {
-      std::copy_n(at->second.data() + (first - at->first), last - first, buffer + (first - position));
-    }
-  }
-  return got;
 }
 
 }  // namespace vantorel::forkzip

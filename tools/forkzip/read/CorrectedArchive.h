@@ -4,28 +4,23 @@
 // in a slash, and companions bear the extra field that the engine knows them by.
 #pragma once
 
-#include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 
 #include "platform/base/Ref.h"
-#include "platform/files/BinaryStream.h"
+#include "tools/forkzip/read/PatchedStream.h"
 #include "zip/archive/ZipArchive.h"
 #include "zip/records/RawDirectory.h"
 
 namespace vantorel::forkzip {
-
-// By position: bytes to be read in place of those in a file.
-using Patches = std::map<std::uint64_t, std::string>;
 
 struct CorrectedArchive {
   std::string directory;  // behind the four bytes that an archive begins with
   bool count_is_wrong = false;
   Patches patches;
 
-  // Whether the engine, which has read this archive, has misread it. `encoding` as on the command line.
-  static bool IsNeeded(const Ref<ZipArchive>& archive, const std::string& encoding);
+  // Whether the engine, which has read this archive, has misread it.
+  static bool IsNeeded(const Ref<ZipArchive>& archive);
   // Names and comments that are not known to be UTF-8 are taken for text in `encoding`. Raises FormatError,
   // std::system_error.
   static CorrectedArchive Make(int file, const Ref<TextEncoding>& encoding);
@@ -36,25 +31,10 @@ struct CorrectedArchive {
   static CorrectedArchive WithCompanions(RawDirectory directory);
 };
 
-// The name in UTF-8 by which reading knows a member of an archive that is opened for editing, where that is
+// The name in UTF-8 by which reading knows a member of an archive that is opened as it stands, where that is
 // another one than is stored.
 std::optional<std::string> CorrectedName(ZipEntry& entry);
 // The name by which reading knows it in any case.
 std::string ListedName(ZipEntry& entry);
-// For a message: what an archive that must be corrected to be read has of its own. Raises as above.
-std::string WhatIsUnusual(int file);
-
-// The archive's file, with patches.
-class PatchedStream : public BinaryStream {
- public:
-  PatchedStream(int descriptor, std::uint64_t length, Patches patches)
-      : BinaryStream(descriptor, false, length), patches_(std::move(patches)) {}
-
- protected:
-  std::int64_t ReadAt(char* buffer, std::size_t count, std::uint64_t position) override;
-
- private:
-  Patches patches_;
-};
 
 }  // namespace vantorel::forkzip

@@ -119,6 +119,22 @@ Ref<ZipArchive> OpenCorrected(int file, const std::string& path, const std::stri
   }
 }
 
+// What an archive that the engine cannot read has of its own; empty if nothing. Raises FormatError if nothing
+// can be read of it.
+std::string WhatIsUnusual(int file) {
+  const FoundDirectory found = FoundDirectory::Find(file);
+  if (found.records.empty()) return {};
+  for (const RawRecord& record : found.records) {
+    const std::uint32_t version = record.Field16(CentralHeader::kVersionNeeded);
+    if (version <= kZipFormatVersion) continue;
+    return "its member " + Printable(record.Name()) + " needs version " + std::to_string(version / 10) + "." +
+           std::to_string(version % 10) + " of the format";
+  }
+  if (found.zip64) return "it is in Zip64 format";
+  const bool in_front = found.shift != 0 || Get32(ReadAt(file, 0, 4), 0) != LocalHeader::kMagic;
+  return in_front ? "other data stands in front of its first member" : "";
+}
+
 }  // namespace
 
 Ref<ZipArchive> NewArchive(const std::string& encoding) {
@@ -185,8 +201,8 @@ Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encod
   const Descriptor file = path == kStandardStream ? StandardInput() : OpenRegularFile(path, O_RDONLY);
   const auto open = [&](const std::string& names) {
     Ref<ZipArchive> plain = ReadDirectory(StreamOver(file.Number(), false), path, names);
-    const bool good = plain->entriesRead ? !CorrectedArchive::IsNeeded(plain, names)
-                                         : ReadEndRecordAlone(*plain, file.Number());
+    const bool good =
+        plain->entriesRead ? !CorrectedArchive::IsNeeded(plain) : ReadEndRecordAlone(*plain, file.Number());
     const Ref<ZipArchive> corrected = good ? nil : OpenCorrected(file.Number(), path, names);
     return corrected ? corrected : plain;
   };
