@@ -139,6 +139,7 @@ class Editing(ForkzipTest):
                     elif "disagrees" not in what and not {"/", "", "short", "fake"} & {*names}:
                         self.assert_others_accept()
                     self.assertNotIn(b"\0" * 99, self.zip.read_bytes())
+                    self.assertNotIn(b"gap", self.zip.read_bytes())
                     self.assertNotIn(path, self.zip.read_bytes())
         self.zip.write_bytes(archive(*shared))
         self.expect(0, "delete", "-q", self.zip, "x")
