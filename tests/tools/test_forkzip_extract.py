@@ -190,6 +190,7 @@ class Extract(ForkzipTest):
             ("2", ["--raw", "-x", "*/x", "-x", "*/out"], 0, [], {"b": b"2", "._c": companion}),
             ("9", ["--raw"], 0, [], {}),
         ]
+        self.extract(2, "--strip-components", "-1", says="Value -1 not in range 0 to 65535")
         for count, arguments, code, says, expected in cases:
             with self.subTest(count, arguments=arguments):
                 subprocess.run(["rm", "-rf", self.out], check=True)

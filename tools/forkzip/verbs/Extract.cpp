@@ -148,7 +148,7 @@ void AddExtractVerb(CLI::App& app, ExitCode& exit_code) {
   command
       .add_option("--strip-components", options.ways.strip,
                   "Leave out the first N components of names; members that have no more are passed over")
-      ->check(CLI::NonNegativeNumber)
+      ->check(CLI::Range(std::size_t{0}, std::size_t{65535}))
       ->type_name("N");
   command.add_flag("--raw", options.ways.raw, "Leave MacBinary and companions as they are");
   AddExcludeOption(command, options);
