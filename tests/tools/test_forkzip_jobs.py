@@ -48,6 +48,9 @@ class Jobs(ForkzipTest):
         self.write("t/large", b"".join(b"%d lines of text\n" % i for i in range(1 << 19)))
         self.write("t/noise", noise.randbytes(1 << 20))
         self.write("t/photo", b"\xff\xd8\xff\xe0" + b"words " * 1000)
+        self.write("t/film", b"\0\0\0\x18ftypmp42" + b"words " * 1000)
+        for mark in ("ID3 ", "BZh ", "GIF8 ", "OggS ", "fLaC ", "the ftyp", "the very WEBP"):
+            self.write(f"t/text {mark}", mark + "words " * 1000)
         for i in range(300):
             self.write(f"t/d{i % 7}/{i}", bytes(noise.choices(b"abc\n", k=noise.randint(0, 9000))))
         self.write("t/wrapped", b"data")
@@ -73,8 +76,9 @@ class Jobs(ForkzipTest):
                     self.assertEqual(subprocess.run(["unzip", "-tqq", self.zip], check=False).returncode, 0)
                     methods = {m["name"]: m["method"] for m in self.members() if m["size"]}
                     stored = {name for name, method in methods.items() if method == STORED} - {"old", "t/last"}
-                    few = {"t/noise", "t/photo"}
+                    few = {"t/noise", "t/photo", "t/film"}
                     self.assertEqual(stored & few, few if level else set())
+                    self.assertEqual(any("text" in name for name in stored), level == ["--level", "0"])
                     self.assertEqual(len(stored) > 200, level == ["--level", "0"])
 
     def wait_until_read(self, process, path):

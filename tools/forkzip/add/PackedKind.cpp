@@ -18,30 +18,33 @@ using namespace std::string_view_literals;
 
 constexpr std::size_t kPiece = 65536;
 
-struct Kind {
-  std::size_t offset;
-  std::string_view mark;
+// Long enough that no text begins with them by chance; "?" stands for any byte.
+constexpr std::array kKinds = {
+    "\xFF\xD8\xFF"sv,      // JPEG
+    "\x89PNG\r\n"sv,       //
+    "GIF87a"sv,            //
+    "GIF89a"sv,            //
+    "RIFF\?\?\?\?WEBP"sv,  //
+    "\0\0\0\?ftyp"sv,      // MPEG-4, HEIC, AVIF
+    "\x1A\x45\xDF\xA3"sv,  // Matroska, WebM
+    "OggS\0"sv,            //
+    "fLaC\0\0\0\x22"sv,    //
+    "ID3\2\0"sv,           // MP3
+    "ID3\3\0"sv,           //
+    "ID3\4\0"sv,           //
+    "\x1F\x8B\x08"sv,      // gzip
+    "BZh?1AY&SY"sv,        // bzip2
+    "\xFD"
+    "7zXZ\0"sv,              //
+    "\x28\xB5\x2F\xFD"sv,    // Zstandard
+    "7z\xBC\xAF\x27\x1C"sv,  //
+    "Rar!\x1A\x07"sv,        //
 };
 
-constexpr std::array kKinds = {
-    Kind{0, "\xFF\xD8\xFF"sv},      // JPEG
-    Kind{0, "\x89PNG\r\n"sv},       //
-    Kind{0, "GIF8"sv},              //
-    Kind{8, "WEBP"sv},              //
-    Kind{4, "ftyp"sv},              // MPEG-4, HEIC, AVIF
-    Kind{0, "\x1A\x45\xDF\xA3"sv},  // Matroska, WebM
-    Kind{0, "OggS"sv},              //
-    Kind{0, "fLaC"sv},              //
-    Kind{0, "ID3"sv},               // MP3
-    Kind{0, "\x1F\x8B\x08"sv},      // gzip
-    Kind{0, "BZh"sv},               //
-    Kind{0,
-         "\xFD"
-         "7zXZ\0"sv},                 //
-    Kind{0, "\x28\xB5\x2F\xFD"sv},    // Zstandard
-    Kind{0, "7z\xBC\xAF\x27\x1C"sv},  //
-    Kind{0, "Rar!\x1A\x07"sv},        //
-};
+bool BeginsWith(std::string_view bytes, std::string_view mark) {
+  return bytes.size() >= mark.size() && std::equal(mark.begin(), mark.end(), bytes.begin(),
+                                                   [](char a, char b) { return a == '?' || a == b; });
+}
 
 class Counter : public IStreamWriter {
  public:
@@ -71,9 +74,7 @@ bool GainsNothing(int file, std::uint64_t size) {
   // What is held shows for itself whether it shrinks.
   const bool tried = size > std::max(kHeldUpTo, kPiece);
   const std::string first = Piece(file, 0, tried ? kPiece : 16);
-  if (std::any_of(kKinds.begin(), kKinds.end(), [&](const Kind& kind) {
-        return std::string_view(first).substr(std::min(kind.offset, first.size())).starts_with(kind.mark);
-      })) {
+  if (std::any_of(kKinds.begin(), kKinds.end(), [&](auto mark) { return BeginsWith(first, mark); })) {
     return true;
   }
   return tried && !Shrinks(first) && !Shrinks(Piece(file, size / 2, kPiece)) &&
