@@ -39,12 +39,14 @@ class Report {
     output_.Write(text.substr(0, text.rfind("\n}")) + ",\n  \"failed\": [");
   }
 
-  void Add(std::size_t unit, std::string_view name, std::string_view fault) {
+  // `is_tested`: the member is damaged, and not only of a kind that cannot be unpacked here.
+  void Add(std::size_t unit, std::string_view name, std::string_view fault, bool is_tested) {
     if (json_) {
       output_.Write(failed_ == 0 ? "\n    " : ",\n    ");
       output_.Write(JsonText({{"index", selected_.members[unit]}, {"name", name}, {"error", fault}}));
     }
     ++failed_;
+    if (!is_tested) ++untested_;
   }
 
   void End(bool quiet) {
@@ -52,8 +54,9 @@ class Report {
     if (json_) {
       output_.Write(failed_ == 0 ? "]\n}\n" : "\n  ]\n}\n");
     } else if (!quiet) {
-      output_.Write(Count(selected_.members.size(), "member") + " tested");
-      if (failed_ != 0) output_.Write(", " + std::to_string(failed_) + " damaged");
+      output_.Write(Count(selected_.members.size() - untested_, "member") + " tested");
+      if (failed_ != untested_) output_.Write(", " + std::to_string(failed_ - untested_) + " damaged");
+      if (untested_ != 0) output_.Write(", " + std::to_string(untested_) + " not tested");
       if (missing != 0) output_.Write(", " + std::to_string(missing) + " missing");
       output_.Write(failed_ + missing == 0 ? ", all sound\n" : "\n");
     }
@@ -63,7 +66,8 @@ class Report {
  private:
   bool json_;
   const MemberSelection& selected_;
-  std::size_t failed_ = 0;
+  std::size_t failed_ = 0;  // damaged or not tested
+  std::size_t untested_ = 0;
   Output output_;
 };
 
@@ -94,7 +98,7 @@ void Test(const Options& options, Problems& problems) {
   };
   work.take = [&](std::size_t unit, ExitCode code, std::string_view member, std::string_view message) {
     problems.Add(code, member, message);
-    report.Add(unit, member, message);
+    report.Add(unit, member, message, message != WhyNotUnpacked(archive->Entry(selected.members[unit])));
   };
   DoShared(JobCount(options.jobs, work.sizes.size(), total, kWorthAProcess), work, *progress);
   if (Interruption::Requested()) return;
