@@ -74,12 +74,20 @@ std::string MemberNameOf(const std::string& path) {
   return name;
 }
 
+AddPlan::AddPlan(const AddingOptions& options, Problems& problems) : options_(options), problems_(problems) {
+  for (const std::string& pattern : options.excluded) {
+    excluded_.push_back(MemberNameOf(pattern) + (pattern.ends_with('/') ? "/" : ""));
+  }
+  std::erase(excluded_, "");
+}
+
 void AddPlan::Add(const std::string& path, const std::string& name) {
   AddItem(path, MemberNameOf(name.empty() ? path : name), HasSideFile(path));
 }
 
 void AddPlan::AddItem(const std::string& path, const std::string& name, bool has_side_file) {
-  if (IsExcluded(name, options_.excluded)) return;
+  if (IsExcluded(name, excluded_)) return;
+  const bool may_have_side_file = !IsExcluded(SideFile::PathFor(name), excluded_);
   struct stat status {};
   if (lstat(path.c_str(), &status) != 0)
     return problems_.Add(ExitCode::kFileError, path, WithCause("left out", errno));
@@ -94,12 +102,19 @@ void AddPlan::AddItem(const std::string& path, const std::string& name, bool has
   if (link && !options_.follow_links && options_.no_permissions) {
     return problems_.Note(path + ": left out, a symbolic link; --follow-links adds what it points to");
   }
-  PlannedItem item = {PlannedItem::Kind::kFile, path,         name,          0, status.st_mtim,
-                      status.st_mode,           IdOf(status), has_side_file, ""};
+  PlannedItem item = {PlannedItem::Kind::kFile,
+                      path,
+                      name,
+                      0,
+                      status.st_mtim,
+                      status.st_mode,
+                      IdOf(status),
+                      has_side_file && may_have_side_file,
+                      ""};
   if (S_ISDIR(status.st_mode)) {
     item.kind = PlannedItem::Kind::kFolder;
     item.name += '/';
-    if (IsExcluded(item.name, options_.excluded)) return;
+    if (IsExcluded(item.name, excluded_)) return;
     if (!name.empty()) TakeUp(std::move(item));  // the present folder has no name of its own
     return AddFolder(path, name);
   }
@@ -110,7 +125,7 @@ void AddPlan::AddItem(const std::string& path, const std::string& name, bool has
   if (S_ISLNK(status.st_mode)) item.kind = PlannedItem::Kind::kLink;
   if (link && options_.follow_links) {
     item.target = TargetOf(path);
-    item.has_side_file = HasSideFile(item.target);
+    item.has_side_file = may_have_side_file && HasSideFile(item.target);
   }
   item.size = static_cast<std::uint64_t>(status.st_size);
   TakeUp(std::move(item));

@@ -30,7 +30,7 @@ struct PlannedItem {
   struct timespec modified;
   std::uint32_t mode;
   FileId id;
-  bool has_side_file;  // "._name" lies beside it
+  bool has_side_file;  // "._name" lies beside it, and is not excluded
   std::string target;  // what a link leads to that is followed, else empty
 
   // The path of what is to be read.
@@ -40,7 +40,7 @@ struct PlannedItem {
 class AddPlan {
  public:
   // REQUIRES: both outlive the plan.
-  AddPlan(const AddingOptions& options, Problems& problems) : options_(options), problems_(problems) {}
+  AddPlan(const AddingOptions& options, Problems& problems);
 
   // The archive itself, or what is to become it, is not added to itself. There need be no such file yet.
   void LeaveOut(const std::string& path);
@@ -70,6 +70,7 @@ class AddPlan {
 
   const AddingOptions& options_;
   Problems& problems_;
+  std::vector<std::string> excluded_;  // patterns as names in the archive are
   std::set<FileId> left_out_;
   std::function<bool(const PlannedItem&)> wanted_;
   std::deque<PlannedItem> items_;  // which stay where they are

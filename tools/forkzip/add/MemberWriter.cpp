@@ -150,7 +150,8 @@ void MemberWriter::AddItem(const PlannedItem& item, bool side_file_is_member) {
   if (side_file_is_member || !MayHaveMacData(item)) return AddPlain(item, {});
   const Ref<FolderItem> file = GetFolderItem(String::Bytes(item.Source()));
   MacData mac;
-  if (const std::int32_t error = file->GetMacData(mac)) return TakeBack(item, WithCause(kNoMacData, -error));
+  if (const std::int32_t error = item.has_side_file ? file->GetMacData(mac) : 0)
+    return TakeBack(item, WithCause(kNoMacData, -error));
   return IsToBeWrapped(item, mac) ? AddWrapped(item, file, mac) : AddPlain(item, mac.finder);
 }
 

@@ -57,7 +57,9 @@ AddPlan PlanOf(const Ref<ZipArchive>& archive, const AddingOptions& options, Pro
   }
   plan.Restrict([members = std::move(members)](const PlannedItem& item) { return IsNewer(item, members); });
   for (const std::string& path : paths) plan.Add(path, options.name.value_or(""));
-  if (plan.Items().empty() && !options.newer) throw Failure(ExitCode::kFileError, "there is nothing to add");
+  const bool may_be_empty =
+      options.newer || (!options.excluded.empty() && problems.Code() == ExitCode::kDone);
+  if (plan.Items().empty() && !may_be_empty) throw Failure(ExitCode::kFileError, "there is nothing to add");
   return plan;
 }
 
@@ -117,7 +119,12 @@ void Preview(const RawDirectory& before, const AddPlan& plan) {
 
 std::optional<RawDirectory> Add(ArchiveEdit& edit, const AddingOptions& options, Problems& problems) {
   const AddPlan plan = PlanOf(edit.Archive(), options, problems);
-  if (plan.Items().empty()) return std::nullopt;
+  if (plan.Items().empty()) {
+    Output output;
+    if (!options.quiet && !options.newer) output.Write("nothing to add\n");
+    output.Flush();
+    return std::nullopt;
+  }
   Preflight::CheckCount(CountAfter(edit.Before(), plan));
   if (options.in_place) Preflight::CheckSize(edit.Before().end + MostBytes(plan));
   if (options.dry_run) {
