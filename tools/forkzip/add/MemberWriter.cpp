@@ -74,8 +74,6 @@ class MemberWriter {
   RawDirectory Finish();
 
  private:
-  // Why an item can be no member, or nothing.
-  std::string Refusal(const PlannedItem& item) const;
   // Whether there may be something to say of a file beyond its data.
   bool MayHaveMacData(const PlannedItem& item) const;
   bool IsToBeWrapped(const PlannedItem& item, const MacData& mac) const;
@@ -118,7 +116,7 @@ void MemberWriter::Add(const AddPlan& plan) {
   std::vector<const PlannedItem*> plain;
   for (const PlannedItem& item : plan.Items()) {
     const bool has_data = item.kind == PlannedItem::Kind::kFile && item.size != 0;
-    if (has_data && !MayHaveMacData(item) && Refusal(item).empty()) plain.push_back(&item);
+    if (has_data && !MayHaveMacData(item) && WhyLeftOut(item, archive_).empty()) plain.push_back(&item);
   }
   packer_ = std::make_unique<FilePacker>(options_, std::move(plain));
   for (const PlannedItem& item : plan.Items()) {
@@ -131,21 +129,13 @@ void MemberWriter::Add(const AddPlan& plan) {
   }
 }
 
-std::string MemberWriter::Refusal(const PlannedItem& item) const {
-  if (item.size > kLargestMember) return "left out, it is larger than 2 GiB";
-  if (!Preflight::FitsAsName(item.name)) return "left out, its name is longer than 65535 bytes";
-  if (!CanStore(archive_, item.name))
-    return "left out, its name has letters that the archive's encoding lacks";
-  return {};
-}
-
 bool MemberWriter::MayHaveMacData(const PlannedItem& item) const {
   return item.kind == PlannedItem::Kind::kFile &&
          (item.has_side_file || options_.mac_binary == MacBinary::kAlways);
 }
 
 void MemberWriter::AddItem(const PlannedItem& item, bool side_file_is_member) {
-  if (const std::string why = Refusal(item); !why.empty()) return TakeBack(item, why);
+  if (const std::string why = WhyLeftOut(item, archive_); !why.empty()) return TakeBack(item, why);
   // A side file that is a member itself says all there is to say.
   if (side_file_is_member || !MayHaveMacData(item)) return AddPlain(item, {});
   const Ref<FolderItem> file = GetFolderItem(String::Bytes(item.Source()));
@@ -260,6 +250,14 @@ void MemberWriter::MarkName(const Ref<ZipEntry>& entry) const {
 }
 
 }  // namespace
+
+std::string WhyLeftOut(const PlannedItem& item, const Ref<ZipArchive>& archive) {
+  if (item.size > kLargestMember) return "left out, it is larger than 2 GiB";
+  if (!Preflight::FitsAsName(item.name)) return "left out, its name is longer than 65535 bytes";
+  if (!CanStore(archive, item.name))
+    return "left out, its name has letters that the archive's encoding lacks";
+  return {};
+}
 
 RawDirectory WriteMembers(int file, std::uint32_t begin, const AddPlan& plan, const AddingOptions& options,
                           Problems& problems) {

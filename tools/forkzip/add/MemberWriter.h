@@ -3,12 +3,18 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
+#include "platform/base/Ref.h"
 #include "tools/forkzip/add/AddPlan.h"
 #include "tools/forkzip/cli/Problems.h"
+#include "zip/archive/ZipArchive.h"
 #include "zip/records/RawDirectory.h"
 
 namespace vantorel::forkzip {
+
+// Why an item can be no member of an archive with its encoding, or nothing.
+std::string WhyLeftOut(const PlannedItem& item, const Ref<ZipArchive>& archive);
 
 // Writes the items as members to `file` from `begin` on, over whatever is there. Returns their records, and
 // where the last one ends. An item that cannot be read is a problem and leaves no trace in the archive.

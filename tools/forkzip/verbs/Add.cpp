@@ -107,12 +107,26 @@ std::vector<bool> Replaced(const RawDirectory& before, const Ref<ZipArchive>& ar
   return goes;
 }
 
-void Preview(const RawDirectory& before, const AddPlan& plan) {
-  std::unordered_set<std::string_view> names;
-  for (const RawRecord& record : before.records) names.insert(record.Name());
+// The names of the items that can be added, as they will be stored.
+std::vector<std::string> StoredNames(const AddPlan& plan, const Ref<ZipArchive>& archive) {
+  std::vector<std::string> names;
+  for (const PlannedItem& item : plan.Items()) {
+    if (WhyLeftOut(item, archive).empty()) names.push_back(StoredName(archive, item.name));
+  }
+  return names;
+}
+
+void Preview(const ArchiveEdit& edit, const AddPlan& plan, bool quiet, Problems& problems) {
+  std::unordered_set<std::string> names;
+  for (const RawRecord& record : edit.Before().records) names.emplace(record.Name());
   Output output;
   for (const PlannedItem& item : plan.Items()) {
-    output.WriteAction(names.contains(item.name) ? "replace " : "add ", String::Bytes(item.name));
+    if (const std::string why = WhyLeftOut(item, edit.Archive()); !why.empty()) {
+      problems.Add(ExitCode::kFileError, item.path, why);
+    } else if (!quiet) {
+      const bool there = names.contains(StoredName(edit.Archive(), item.name));
+      output.WriteAction(there ? "replace " : "add ", String::Bytes(item.name));
+    }
   }
   output.Flush();
 }
@@ -126,9 +140,10 @@ std::optional<RawDirectory> Add(ArchiveEdit& edit, const AddingOptions& options,
     return std::nullopt;
   }
   Preflight::CheckCount(CountAfter(edit.Before(), plan));
+  Preflight::CheckPlaces(edit.Before().records, StoredNames(plan, edit.Archive()));
   if (options.in_place) Preflight::CheckSize(edit.Before().end + MostBytes(plan));
   if (options.dry_run) {
-    if (!options.quiet) Preview(edit.Before(), plan);
+    Preview(edit, plan, options.quiet, problems);
     return std::nullopt;
   }
   RawDirectory after = edit.MakeRoomBehindMembers();

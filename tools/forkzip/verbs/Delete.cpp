@@ -4,6 +4,7 @@
 #include "tools/forkzip/edit/ArchiveEdit.h"
 #include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/read/MemberSelection.h"
+#include "zip/records/MemberExtents.h"
 
 namespace vantorel::forkzip {
 
@@ -29,14 +30,13 @@ std::size_t Delete(ArchiveEdit& edit, const Options& options, Problems& problems
   const std::vector<std::int32_t> members =
       SelectMembers(edit.Archive(), options, problems, LetterCase::kExact).members;
   if (problems.Code() != ExitCode::kDone) throw Failure(problems.Code(), "nothing is deleted");
-  if (options.dry_run) {
-    Preview(edit.Archive(), members, options.quiet);
-    return members.size();
-  }
   RecordSet doomed;
   for (const std::int32_t i : members) doomed.Add(edit.Archive()->Entry(i));
   std::erase_if(directory.records, [&](const RawRecord& record) { return doomed.Contains(record); });
-  if (options.in_place) {
+  if (options.dry_run) {
+    if (!options.in_place) ExtentsOf(edit.From(), directory);  // which the others must have to be moved
+    Preview(edit.Archive(), members, options.quiet);
+  } else if (options.in_place) {
     edit.KeepMembers();
   } else {
     edit.MoveTogether(directory);
