@@ -21,6 +21,12 @@ class Replacing(ForkzipTest):
                                      Member("l/m"), Member("ü".encode("cp437"))))
         self.write("overlapping.zip", archive(Member("hole", b"x", hole=True), Member("f", packed=Member("g").local()),
                                               Member("g", offset=66), Member("x")))
+        self.write("odd.zip", archive(
+            Member("aes", b"1", flags=1, local_flags=1), Member("b"), Member("b"), Member("c"), Member("c/d"),
+            Member("k", b"b", mode=0o120777), Member("k"), Member("mac", b"1", extra=UNIX_TIMES),
+            Member("__MACOSX/._mac", apple_double(b"fork"), extra=UNIX_TIMES), Member("part", b"1")))
+        self.write("out/._mac", apple_double(b"old"))
+        self.write("out/part", "").chmod(0o1000)
         for name in ("日", "ü"):
             self.write(name, "new")
         self.write("out/f", "kept")
@@ -34,6 +40,15 @@ class Replacing(ForkzipTest):
             (["extract", self.zip, "f", "-d", "out", "--overwrite"], 0, "extract f\n1 member to be extracted\n", ""),
             (["extract", self.zip, "h", "-d", "out", "--overwrite"], 3, "0 members to be extracted\n", "a folder is there"),
             (["extract", self.zip, "l", "-d", "out", "--overwrite"], 1, "0 members to be extracted\n", "symbolic link"),
+            (["extract", "odd.zip", "aes", "-d", "out"], 1, "0 members to be extracted\n", "Unsupported format"),
+            (["extract", "odd.zip", "b", "-d", "out"], 3, "extract b\n1 member to be extracted\n", "b: exists already"),
+            (["extract", "odd.zip", "b", "-d", "out", "--overwrite"], 0, "extract b\nextract b\n2 members to be extracted\n", ""),
+            (["extract", "odd.zip", "c", "-d", "out"], 3, "extract c\n1 member to be extracted\n", "folder out/c: Not a"),
+            (["extract", "odd.zip", "k", "-d", "out"], 3, "extract k\n1 member to be extracted\n", "k: exists already"),
+            (["extract", "odd.zip", "mac", "-d", "out"], 3, "0 members to be extracted\n", "._mac, where its Mac data"),
+            (["extract", "odd.zip", "part", "-d", "out"], 0, "extract part\n1 member to be extracted\n", ""),
+            (["extract", "odd.zip", "b", "-d", "out/f"], 3, "", "destination out/f: Not a directory"),
+            (["extract", "odd.zip", "b", "-d", "out/f/x"], 3, "", "destination out/f/x: Not a directory"),
             (["add", self.zip, "out/f", "--as", "f"], 0, "replace f\n", ""),
             (["add", self.zip, "out/f", "missing"], 3, "add out/f\n", "No such file"),
             (["add", self.zip, "out/f", "--as", "n" * 70000], 3, "", "longer than 65535 bytes"),

@@ -173,24 +173,4 @@ bool Extraction::FinishFolder(const Ref<ZipEntry>& entry) {
   return true;
 }
 
-bool CheckPlace(const std::string& root, const Ref<ZipEntry>& entry, const ExtractionWays& ways) {
-  if (IsPassedOver(entry, ways.strip)) return false;
-  const std::vector<std::string> path = SafePath(entry, ways.strip);
-  std::string at = root;
-  for (std::size_t i = 0; i < path.size(); ++i) {
-    at += "/" + path[i];
-    const mode_t kind = KindOf(AT_FDCWD, at);
-    if (kind == 0) return true;
-    if (i + 1 == path.size() && !entry->IsDirectory()) {
-      if (S_ISDIR(kind) || !ways.overwrite) FailToPlace(AT_FDCWD, at, EEXIST, ways.overwrite);
-      return !ways.newer || IsNewerThanThere(entry, AT_FDCWD, at);
-    }
-    if (S_ISLNK(kind)) {
-      throw Failure(ExitCode::kBadArchive, "refused: a symbolic link is in the way: " + at);
-    }
-    if (!S_ISDIR(kind)) throw Failure(ExitCode::kFileError, WithCause("folder " + at, ENOTDIR));
-  }
-  return true;
-}
-
 }  // namespace vantorel::forkzip

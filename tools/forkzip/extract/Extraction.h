@@ -48,8 +48,4 @@ class Extraction {
   std::vector<Waiting> waiting_;
 };
 
-// Raises Failure if a member would be refused or could not take its place below the destination; false if it
-// would be passed over. Nothing is made, and what other members would leave in the way is not known.
-bool CheckPlace(const std::string& root, const Ref<ZipEntry>& entry, const ExtractionWays& ways);
-
 }  // namespace vantorel::forkzip

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <numeric>
 
 #include "tools/forkzip/Verbs.h"
@@ -7,6 +8,7 @@
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/extract/Extraction.h"
 #include "tools/forkzip/extract/FileShares.h"
+#include "tools/forkzip/extract/Rehearsal.h"
 #include "tools/forkzip/extract/SafePath.h"
 #include "tools/forkzip/jobs/JobCount.h"
 #include "tools/forkzip/read/MemberFacts.h"
@@ -75,19 +77,26 @@ std::size_t ExtractMembers(Extraction& extraction, const std::vector<Ref<ZipEntr
   }
 }
 
+// Links come last, as they are made, though all are told in the archive's order.
 void Preview(const std::vector<Ref<ZipEntry>>& entries, const ExtractOptions& options, Problems& problems) {
-  Output output;
-  std::size_t count = 0;
-  for (const Ref<ZipEntry>& entry : entries) {
-    try {
-      if (!CheckPlace(options.destination, entry, options.ways)) continue;
-      if (!options.quiet) output.WriteAction("extract ", entry->RawPath());
-      ++count;
-    } catch (const Failure& failure) {
-      problems.Add(failure.Code(), Utf8(entry->RawPath()), failure.what());
+  Rehearsal rehearsal(options.destination, options.ways);
+  std::vector<bool> extracted(entries.size());
+  for (const bool links : {false, true}) {
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      try {
+        if (IsSymbolicLink(entries[i]) == links) extracted[i] = rehearsal.Check(entries[i]);
+      } catch (const Failure& failure) {
+        problems.Add(failure.Code(), Utf8(entries[i]->RawPath()), failure.what());
+      }
     }
   }
-  if (!options.quiet) output.Write(Count(count, "member") + " to be extracted\n");
+  if (options.quiet) return;
+  Output output;
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    if (extracted[i]) output.WriteAction("extract ", entries[i]->RawPath());
+  }
+  const auto count = static_cast<std::size_t>(std::count(extracted.begin(), extracted.end(), true));
+  output.Write(Count(count, "member") + " to be extracted\n");
   output.Flush();
 }
 

@@ -1,0 +1,73 @@
+#include "tools/forkzip/extract/Rehearsal.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <vector>
+
+#include "platform/base/Descriptor.h"
+#include "platform/files/FileCalls.h"
+#include "tools/forkzip/cli/Problems.h"
+#include "tools/forkzip/extract/FileSink.h"
+#include "tools/forkzip/extract/SafePath.h"
+#include "tools/forkzip/extract/SideFileGuard.h"
+#include "tools/forkzip/read/MemberFacts.h"
+
+namespace vantorel::forkzip {
+
+Rehearsal::Rehearsal(const std::string& root, const ExtractionWays& ways) : root_(root), ways_(ways) {
+  struct stat status {};
+  const int error = stat(root.c_str(), &status) != 0 ? errno : S_ISDIR(status.st_mode) ? 0 : ENOTDIR;
+  if (error != 0 && error != ENOENT)
+    throw Failure(ExitCode::kFileError, WithCause("destination " + root, error));
+}
+
+bool Rehearsal::Check(const Ref<ZipEntry>& entry) {
+  if (IsPassedOver(entry, ways_.strip)) return false;
+  const std::vector<std::string> path = SafePath(entry, ways_.strip);
+  if (!entry->IsDirectory()) RefuseIfNotUnpacked(entry);
+  std::string at = root_;
+  for (std::size_t i = 0; i < path.size(); ++i) {
+    const std::string folder = at;
+    at += "/" + path[i];
+    const bool is_last = i + 1 == path.size();
+    if (is_last) CheckSideFile(entry, folder, path[i]);
+    if (is_last && !entry->IsDirectory()) {
+      if (!MayTake(entry, at)) return false;
+      taken_[at] = S_IFREG;
+      return true;
+    }
+    const mode_t kind = KindAt(at);
+    if (S_ISLNK(kind)) {
+      throw Failure(ExitCode::kBadArchive, "refused: a symbolic link is in the way: " + at);
+    }
+    if (kind != 0 && !S_ISDIR(kind)) throw Failure(ExitCode::kFileError, WithCause("folder " + at, ENOTDIR));
+    taken_[at] = S_IFDIR;
+  }
+  return true;
+}
+
+bool Rehearsal::MayTake(const Ref<ZipEntry>& entry, const std::string& place) const {
+  const mode_t kind = KindAt(place);
+  if (kind == 0 || (IsUnfinished(kind) && !IsSymbolicLink(entry))) return true;
+  if (S_ISDIR(kind) || !ways_.overwrite) {
+    FailToPlace(AT_FDCWD, place, S_ISDIR(kind) ? EISDIR : EEXIST, ways_.overwrite);
+  }
+  return !ways_.newer || IsNewerThanThere(entry, AT_FDCWD, place);
+}
+
+// Of members in MacBinary it does not show whether they have Mac data.
+void Rehearsal::CheckSideFile(const Ref<ZipEntry>& entry, const std::string& folder,
+                              const std::string& name) const {
+  if (ways_.raw || !entry->appleDoubleEntry) return;
+  const Descriptor there(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  if (there.IsOpen()) SideFileGuard(ways_.overwrite).CheckSideFile(there.Number(), folder, name);
+}
+
+mode_t Rehearsal::KindAt(const std::string& place) const {
+  const auto taken = taken_.find(place);
+  return taken == taken_.end() ? KindOf(AT_FDCWD, place) : taken->second;
+}
+
+}  // namespace vantorel::forkzip
