@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""forkzip list, info, test, cat: archives of other tools, damaged ones, and what is said about them."""
+"""forkzip list, info, test, cat: archives of other tools, and what is told of them."""
 
 import json
 import os
@@ -9,7 +9,7 @@ import unittest
 import zipfile
 import zlib
 
-from forkzip import DEFLATED, UNIX_TIMES, ForkzipTest, Member, apple_double, archive
+from forkzip import ForkzipTest, Member, apple_double, archive
 
 
 def true_name(info):
@@ -222,115 +222,6 @@ class Listing(ForkzipTest):
         self.expect(2, "extract", "--stdout", "-d", "x", self.zip, says="--destination has no meaning with --stdout")
         self.assertIn(b"0 members tested, 1 missing", self.expect(1, "test", self.zip, "y", says="y: no such member"))
         self.assertEqual(json.loads(self.run_tool("test", "--json", self.zip, "y").stdout)["missing"], ["y"])
-
-
-class Damage(ForkzipTest):
-    def test_archives_that_cannot_be_opened(self):
-        good = archive(Member("f", b"12345"))
-        cases = [
-            ("no archive", b"hello", "'PK' header missing"),
-            ("nothing", b"", "'PK' header missing"),
-            ("cut off", good[:-30], "Central Directory not found"),
-            ("one part of several", good[:-18] + b"\1" + good[-17:], "one part of a split"),
-            ("the first of several", b"PK\7\10" + good[:-30], "one part of a split"),
-        ]
-        for what, content, message in cases:
-            with self.subTest(what):
-                self.zip.write_bytes(content)
-                for verb in ("list", "info", "test", "extract"):
-                    self.expect(1, verb, self.zip, says=message)
-        self.expect(1, "list", "missing.zip", says="forkzip: missing.zip: cannot be opened: No such file")
-        self.expect(3, "list", ".", says="is a folder")
-        self.zip.write_bytes(archive(Member("f", b"1"), Member("g", b"2"), count=1))
-        self.expect(1, "test", self.zip, says="more members than it announces")
-
-    def test_members_that_are_not_sound(self):
-        text = b"words " * 1000
-        flipped = bytearray(Member("f", text, DEFLATED).packed)
-        flipped[len(flipped) // 2] ^= 0xFF
-        cases = [
-            ("sum of deflated data", Member("f", text, DEFLATED, crc=1), "An error -3 occured while deflation"),
-            ("sum of stored data", Member("f", text, crc=1), "the checksum of its data is wrong"),
-            ("deflated data", Member("f", text, DEFLATED, packed=bytes(flipped)), "An error"),
-            ("data that ends early", Member("f", text, DEFLATED, packed=bytes(flipped[:20])), "An error"),
-            ("more data than stated", Member("f", text, DEFLATED, size=3000), "it holds more data than the 3000 bytes"),
-            ("the same with a fitting sum", Member("f", text, DEFLATED, size=3000, crc=zlib.crc32(text[:3000])),
-             "it holds more data"),
-            ("data of a member stated as empty", Member("f", text, DEFLATED, size=0, crc=0), "it holds more data"),
-            ("sum of an empty member", Member("f", b"", DEFLATED, crc=1), "the checksum of its data is wrong"),
-            ("no end of an empty member", Member("f", b"", DEFLATED, packed=b""), "its data does not end soundly"),
-            ("stored in more than stated", Member("f", text, size=3000, crc=zlib.crc32(text[:3000])), "it is stored, but"),
-            ("headers that differ", Member("f", text, local_flags=2), "File Headers mismatch"),
-            ("encrypted", Member("f", text, flags=1, local_flags=1), "Unsupported format (encrypted)"),
-            ("another method", Member("f", text, 12), "Unsupported compression method (12)"),
-        ]
-        for what, member, message in cases:
-            with self.subTest(what):
-                self.zip.write_bytes(archive(Member("good", b"1"), member, Member("also good", b"2")))
-                counts = "2 members tested, 1 not tested" if "Unsupported" in message else "3 members tested, 1 damaged"
-                told = self.expect(1, "test", self.zip, says=f"forkzip: {self.zip}: f: {message}")
-                self.assertEqual(told.decode(), counts + "\n")
-                self.expect(0, "test", self.zip, "good", "also good")
-                self.expect(1, "cat", self.zip, "f", says=message)
-                self.expect(1, "extract", self.zip, "-d", "out", "--overwrite", says=message)
-                self.assertEqual(self.files_below(self.root / "out"), ["also good", "good"])
-        self.zip.write_bytes(archive(*(member for _, member, _ in cases)))
-        failed = json.loads(self.run_tool("test", "--json", self.zip).stdout)["failed"]
-        self.assertEqual([(each["index"], each["name"]) for each in failed], [(i + 1, "f") for i in range(len(cases))])
-
-    def test_companions_are_tested_too(self):
-        for method in (0, DEFLATED):
-            bad = Member("__MACOSX/._f", apple_double(b"fork"), method, crc=1, extra=UNIX_TIMES)
-            self.zip.write_bytes(archive(Member("f", b"1", extra=UNIX_TIMES), bad))
-            self.expect(1, "test", self.zip, says="f: its companion: ")
-            self.expect(1, "extract", self.zip, "-d", "out", says="f: its companion: ")
-            self.assertEqual(self.files_below(self.root / "out"), [])
-
-    def test_members_that_overlap(self):
-        inner = Member("g", b"12345")
-        first, shared = Member("f", b"12345"), {"offset": 0, "flags": 8}
-        cases = [
-            ("a member in the data of another", [Member("f", inner.local()), Member("g", b"12345", offset=31)], 1),
-            ("two records of one member", [first, Member("f", b"12345", offset=0)], 1),
-            ("a duplicate as the engine makes it", [first, Member("h", b"12345", **shared)], 0),
-            ("duplicates that claim 4 GiB", [first, *[Member("h", size=0x7FFFFFFF, packed=b"12345", **shared)] * 2], 1),
-        ]
-        for what, members, code in cases:
-            with self.subTest(what):
-                self.zip.write_bytes(archive(*members))
-                for verb in (["test"], ["extract", "-d", what]):
-                    self.expect(code, *verb, "-q", self.zip, says="overlaps another member's" if code else "")
-                self.assertEqual(self.files_below(self.root / what), [] if code else ["f", "h"])
-        self.zip.write_bytes(archive(*cases[0][1]))
-        self.expect(0, "test", "-q", "--allow-overlap", self.zip)
-        self.zip.write_bytes(archive(Member("f", inner.local()), Member("g" * 60000, b"12345", offset=31)))
-        self.assertLess(len(self.run_tool("test", self.zip).stderr), 2000, "a message is as long as a name")
-
-    def test_messages_stay_short_and_few(self):
-        self.zip.write_bytes(archive(Member(("a" * 200 + "/") * 300, crc=1), *[Member("", crc=1)] * 2999))
-        errors = self.run_tool("test", self.zip).stderr
-        self.assertIn(b"2000 more members", errors)
-        self.assertLess(len(errors), 1000 * 400)
-
-    def test_memory_stays_with_what_is_there(self):
-        claim = 0x7FFFFFFF
-        archives = {
-            "nothing large": archive(Member("f", b"1")),
-            "a record claims 2 GiB": archive(Member("f", b"words", DEFLATED, size=claim)),
-            "a stored record and its companion claim 2 GiB": archive(
-                Member("f", b"words", size=claim), Member("__MACOSX/._f", apple_double(b"fork"), size=claim)),
-            "a bomb": archive(Member("f", bytes(80 << 20), DEFLATED)),
-            "a long name that members take over": archive(Member(("a" * 200 + "/") * 320, crc=1),
-                                                          *[Member("", crc=1)] * 500),
-        }
-        small = None
-        for what, content in archives.items():
-            self.zip.write_bytes(content)
-            for verb, *arguments in (["list", "--json"], ["info", "f"], ["test", "--json"], ["cat", "f"], ["extract"]):
-                with self.subTest(what, verb=verb):
-                    peak = self.peak(verb, self.zip, *arguments)
-                    small = small or peak
-                    self.assertLess(peak, 4 * small)
 
     def test_wrong_usage(self):
         for arguments in ([], ["bla"], ["list"], ["list", "a", "--bla"], ["cat", "a"], ["list", "--encoding", "x", "a"],
