@@ -35,6 +35,15 @@ bool IsGood(std::int32_t http_status) {
   return http_status >= 200 && http_status <= 299;
 }
 
+void CheckSignaturePage(std::int32_t http_status, bool is_empty) {
+  if (http_status == kNotFound || http_status == kGone || (IsGood(http_status) && is_empty)) {
+    throw Refusal(Status::kNoSignature, "the server has no signature");
+  }
+  if (!IsGood(http_status)) {
+    throw Refusal(Status::kNotLoaded, "the server answers the request for the signature with an error");
+  }
+}
+
 std::vector<PublicKey> Keys() {
   std::vector<PublicKey> keys;
   for (const std::string_view line : kUpdateKeys) {
@@ -109,8 +118,10 @@ void SealedUpdate::Event_ReceiveProgress(std::int32_t bytesReceived, std::int32_
                                          const String& newData) {
   if (archive_is_whole_) {
     if (bytesReceived <= kMostSignatureBytes) return;
-    Refuse(Refusal(Status::kBadSignature, "the signature is longer than 4 KiB"));
-    return;
+    return Step([this] {
+      CheckSignaturePage(HTTPStatusCode(), false);
+      throw Refusal(Status::kBadSignature, "the signature is longer than 4 KiB");
+    });
   }
   received_ += static_cast<std::int64_t>(newData.size());
   if (received_ > kMostBytes) {
@@ -139,12 +150,7 @@ void SealedUpdate::Event_PageReceived(const String& /*url*/, std::int32_t httpSt
                                       const Ref<InternetHeaders>& /*headers*/, const String& content) {
   pace_->SetMode(0);
   Step([&] {
-    if (httpStatus == kNotFound || httpStatus == kGone || (IsGood(httpStatus) && content.empty())) {
-      throw Refusal(Status::kNoSignature, "the server has no signature");
-    }
-    if (!IsGood(httpStatus)) {
-      throw Refusal(Status::kNotLoaded, "the server answers the request for the signature with an error");
-    }
+    CheckSignaturePage(httpStatus, content.empty());
     InstallIfSigned(std::string(content.view()));
   });
 }

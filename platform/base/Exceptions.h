@@ -47,15 +47,8 @@ class EndException : public std::exception {
   int exit_code_;
 };
 
-// Each in one place, so that the checks of small inline operations stay small.
-[[noreturn, gnu::noinline]] inline void RaiseNilObjectException() {
-  throw NilObjectException();
-}
-[[noreturn, gnu::noinline]] inline void RaiseOutOfBoundsException() {
-  throw OutOfBoundsException();
-}
-[[noreturn, gnu::noinline]] inline void RaiseOutOfMemoryException() {
-  throw OutOfMemoryException();
-}
+[[noreturn]] void RaiseNilObjectException();
+[[noreturn]] void RaiseOutOfBoundsException();
+[[noreturn]] void RaiseOutOfMemoryException();
 
 }  // namespace vantorel

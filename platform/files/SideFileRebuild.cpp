@@ -62,7 +62,8 @@ bool SideFile::Rebuild() {
   }
   // Entries that share their data would make the new file larger than all that there is to hold.
   const std::uint64_t added = AppleDouble::Finder::kSize + 2 * AppleDouble::Entry::kSize;
-  if (moves.size() > 0xFFFF || end > stream_->Length() + added) return Fail(-EINVAL);
+  constexpr std::uint64_t kFarthest = 0xFFFFFFFF;
+  if (moves.size() > 0xFFFF || end > std::min(kFarthest, stream_->Length() + added)) return Fail(-EINVAL);
 
   std::string path = path_.substr(0, path_.rfind('/') + 1) + ".vantorel-XXXXXX";
   const int descriptor = mkostemp(path.data(), O_CLOEXEC);

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <string>
+#include <system_error>
 #include <utility>
 
 #include "platform/run/BackgroundTask.h"
@@ -30,7 +31,13 @@ void TCPSocket::Connect() {
   Close();
   Take(received_.size());
   last_error_code_ = kNoError;
-  connector_ = std::make_unique<Connector>(std::string(address_.view()), port_, [this] { Advance(); });
+  try {
+    connector_ = std::make_unique<Connector>(std::string(address_.view()), port_, [this] { Advance(); });
+  } catch (const std::system_error&) {  // no descriptor is left
+    EventLoop::Current().Queue([self = Ref<TCPSocket>(this), number = connection_number_] {
+      if (number == self->connection_number_) self->ReportEnd(kOpenFailed);
+    });
+  }
 }
 
 void TCPSocket::Close() {

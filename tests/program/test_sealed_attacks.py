@@ -73,7 +73,7 @@ def attacks():
     large = update_archive("new", [("Vantorel.app/big", random.Random(7).randbytes(100000).hex())])
     signatures = [
         ("no signature", (b"<html>gone</html>", "404 Not Found"), MISSING),
-        ("a signature that is gone", (b"gone", "410 Gone"), MISSING),
+        ("a signature that is gone", (b"gone " * 1000, "410 Gone"), MISSING),
         ("a faulty server", (b"", "500 Oops"), NOT_LOADED),
         ("closed at once", lambda connection: connection.close(), NOT_LOADED),
         ("an empty signature", b"", MISSING),

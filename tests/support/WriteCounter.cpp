@@ -5,7 +5,7 @@
 //   WRITE_COUNTER_FULL=n   from the n-th changing call on, what needs room fails as on a full disk
 //   WRITE_COUNTER_FAIL=n   the n-th changing call alone fails, as on a bad disk
 //   WRITE_COUNTER_READ=n   the n-th reading call alone fails, as on a bad disk
-//   WRITE_COUNTER_LOOK=n   the n-th lstat alone fails, as on a bad disk
+//   WRITE_COUNTER_LOOK=n   the n-th lstat or fstatat alone fails, as on a bad disk
 //   WRITE_COUNTER_CLOSE=n  the n-th close of a file fails, though it is closed
 //   WRITE_COUNTER_TERM=n   SIGTERM comes before the n-th changing call
 //   WRITE_COUNTER_LOSE=n   if the n-th changing call is pwrite, nothing is written, though it says so
@@ -73,6 +73,12 @@ Result Call(int error, const char* name, Result (*)(Parameters...), Arguments...
   return static_cast<Result>(-1);
 }
 
+int CountLook() {
+  static const long fail_at = Setting("WRITE_COUNTER_LOOK");
+  static long looks = 0;
+  return ++looks == fail_at ? EIO : 0;
+}
+
 }  // namespace
 
 extern "C" {
@@ -90,9 +96,11 @@ ssize_t readlink(const char* path, char* target, size_t size) noexcept {
 }
 
 int lstat(const char* path, struct stat* status) noexcept {
-  static const long fail_at = Setting("WRITE_COUNTER_LOOK");
-  static long looks = 0;
-  return Call(++looks == fail_at ? EIO : 0, "lstat", &lstat, path, status);
+  return Call(CountLook(), "lstat", &lstat, path, status);
+}
+
+int fstatat(int folder, const char* path, struct stat* status, int flags) noexcept {
+  return Call(CountLook(), "fstatat", &fstatat, folder, path, status, flags);
 }
 
 dirent* readdir(DIR* folder) {

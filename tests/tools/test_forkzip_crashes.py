@@ -1,16 +1,13 @@
 #!/usr/bin/env python3
-"""Every verb meets a fault at every single read or write: killed, out of room, interrupted, refused by the disk."""
+"""Every verb that makes or changes an archive meets a fault at every single call: killed, out of room, interrupted."""
 
 import itertools
-import os
 import resource
 import signal
-import shutil
-import subprocess
 import unittest
-import zipfile
 
-from forkzip import DEFLATED, PROGRAM, UNIX_TIMES, WRITE_COUNTER, ForkzipTest, Member, apple_double, archive
+from faults import FaultTest
+from forkzip import apple_double, archive
 
 # Verb, arguments: each is run on the same archive, with a gap and a Mac's data in it.
 EDITS = [
@@ -27,87 +24,8 @@ WAYS = ([], ["--in-place"])
 # The faults, and the exit codes that they lead to.
 ENDS = {"KILL": -signal.SIGKILL, "TERM": -signal.SIGTERM, "FULL": 3, "FAIL": 3, "READ": 3, "CLOSE": 3}
 
-# Verbs that only read, on the same archive.
-READERS = [("list", []), ("list", ["--json"]), ("info", []), ("info", ["second"]), ("test", []), ("cat", ["first"]),
-           ("extract", ["-d", "out"]), ("extract", ["-d", "out", "--overwrite"]), ("test", ["-j2"]),
-           ("extract", ["-j2", "-d", "out"])]
 
-
-def mac(name, fork):
-    """A member with its data as a Mac stores them."""
-    folder, _, leaf = name.rstrip("/").rpartition("/")
-    companion = f"__MACOSX/{folder}{'/' if folder else ''}._{leaf}"
-    return [Member(name, b"" if name[-1] == "/" else b"data", extra=UNIX_TIMES),
-            Member(companion, apple_double(fork), extra=UNIX_TIMES)]
-
-
-class Crashes(ForkzipTest):
-    def setUp(self):
-        super().setUp()
-        self.old = archive(Member("first", b"1" * 40000), Member("hole", b"x" * 30000, hole=True),
-                           Member("second", b"2" * 50000), *mac("third", b"fork"),
-                           Member("__MACOSX/", extra=UNIX_TIMES))
-        self.write("new", os.urandom(70000))
-        os.utime(self.root / "new", (1, 1600000000))
-
-    def counted(self, **settings):
-        """The environment in which forkzip's writes are counted, with faults."""
-        return {**os.environ, "LD_PRELOAD": WRITE_COUNTER, "WRITE_COUNTER_LOG": str(self.root / "count"),
-                "ASAN_OPTIONS": "verify_asan_link_order=0",
-                **{f"WRITE_COUNTER_{key}": str(value) for key, value in settings.items()}}
-
-    def run_counted(self, *arguments, **settings):
-        """Runs forkzip with its calls counted. Gives its result, and how many calls changed, read and closed files."""
-        log = self.write("count", "0 0 0")
-        result = self.run_tool(*arguments, env=self.counted(**settings))
-        return result, dict(zip(("KILL", "READ", "CLOSE"), map(int, log.read_text().split())))
-
-    def run_stopped(self, *arguments, meanwhile, **settings):
-        """Runs forkzip, which stops at a fault, calls `meanwhile`, and lets it go on. Gives its exit code."""
-        process = subprocess.Popen([PROGRAM, *map(str, arguments)], cwd=self.root, env=self.counted(**settings))
-        os.waitid(os.P_PID, process.pid, os.WSTOPPED | os.WEXITED | os.WNOWAIT)
-        try:
-            self.assertIsNone(process.poll(), "it did not stop")
-            meanwhile()
-        finally:
-            process.send_signal(signal.SIGCONT)
-        return process.wait()
-
-    def each_fault(self, kind, verb, arguments, way):
-        """Runs a verb with a fault at each of its calls in turn, from the old archive. Yields what each is and came to."""
-        self.put_back(*arguments)
-        result, calls = self.run_counted(verb, "-q", *way, self.zip, *arguments)
-        self.assertEqual(result.returncode, 0, result.stderr)
-        for n in range(1, calls.get(kind, calls["KILL"]) + 1):
-            self.put_back(*arguments)
-            result, _ = self.run_counted(verb, "-q", *way, self.zip, *arguments, **{kind: n})
-            yield f"{verb} {arguments} {way} {kind} {n}", result
-
-    def put_back(self, *arguments):
-        shutil.rmtree(self.root / "out", ignore_errors=True)
-        if "--overwrite" in arguments:
-            shutil.copytree(self.root / "there", self.root / "out")
-        if self.old is None:
-            self.zip.unlink(missing_ok=True)
-        else:
-            self.zip.write_bytes(self.old)
-
-    def content(self):
-        """The members as another program reads them."""
-        with zipfile.ZipFile(self.zip) as other:
-            return {info.filename: other.read(info) for info in other.infolist()}
-
-    def strays(self):
-        return [name for name in os.listdir(self.root) if "forkzip" in name]
-
-    def test_where_no_mode_is_stored_the_content_arrives(self):
-        self.zip.write_bytes(self.old)
-        result, _ = self.run_counted("extract", self.zip, "-d", "out", MODES=1)
-        self.assertEqual(result.returncode, 0, result.stderr)
-        self.assertEqual((self.root / "out/first").read_bytes(), b"1" * 40000)
-        for name in ("first", "third"):
-            self.assertIn(f"{name}: its mode or time cannot be stored here: Operation not permitted", str(result.stderr))
-
+class Crashes(FaultTest):
     def test_an_edit_leaves_the_old_archive_or_the_new_one(self):
         """Code 0 stands for the new one alone. What a failed edit in place has moved by then may lie elsewhere."""
         for way, (verb, arguments) in itertools.product(WAYS, EDITS):
@@ -159,77 +77,6 @@ class Crashes(ForkzipTest):
                     if self.zip.exists():
                         self.assertLessEqual(self.content().items(), new.items())
                         self.assertIn(b"left out", result.stderr)
-
-    def test_no_fault_of_the_disk_passes_for_what_an_archive_holds(self):
-        """Nor is what it cut short on disk under a name of the archive's."""
-        before = self.extracted_before().items()
-        for verb, arguments in READERS:
-            self.put_back(*arguments)
-            right = self.run_tool(verb, "-q", self.zip, *arguments).stdout, self.files_in("out")
-            for kind in ("READ", *(("FAIL", "CLOSE") if verb == "extract" else ())):
-                for fault, result in self.each_fault(kind, verb, arguments, []):
-                    with self.subTest(fault):
-                        if result.returncode == 0:
-                            self.assertEqual((result.stdout, self.files_in("out")), right)
-                        else:
-                            self.assert_told(result)
-                            self.assertLessEqual(self.files_in("out").items(), before | right[1].items())
-
-    def assert_told(self, result):
-        self.assertEqual(result.returncode, 3, result.stderr)
-        self.assertRegex(result.stderr, b"Input/output error|No space left|something else or cannot be read|process")
-
-    def files_in(self, folder):
-        return {name: (self.root / folder / name).read_bytes() for name in self.files_below(self.root / folder)}
-
-    def extracted_before(self):
-        """Puts one archive to disk in `there`, and makes another the one to extract. Gives what is on disk."""
-        def members(data):
-            fork = data * 300
-            return archive(Member("first", data * 40000, DEFLATED), Member("second", data * 50000), *mac("d/", fork),
-                           *mac("d/f", fork), *mac("e/", b""), *mac("e/f", b""))
-        self.zip.write_bytes(members(b"1"))
-        self.expect(0, "extract", "-q", self.zip, "-d", "there")
-        self.old = members(b"2")
-        return self.files_in("there")
-
-    def test_an_extraction_that_is_ended_leaves_old_or_new(self):
-        """Or, if it was killed outright, in a file of mode 1000, what the next run replaces."""
-        before = self.extracted_before()
-        for arguments in (["-d", "out"], ["-d", "out", "--overwrite"]):
-            self.put_back(*arguments)
-            self.expect(0, "extract", "-q", self.zip, *arguments)
-            right = self.files_in("out")
-            for kind in ("KILL", "TERM"):
-                for fault, _ in self.each_fault(kind, "extract", arguments, []):
-                    with self.subTest(fault):
-                        for name, data in self.files_in("out").items():
-                            mode = (self.root / "out" / name).stat().st_mode & 0o7777
-                            unfinished = kind == "KILL" and (".forkzip-" in name or mode == 0o1000)
-                            self.assertTrue(unfinished or data in (before.get(name), right[name]), name)
-                        self.expect(0, "extract", "-q", self.zip, "-d", "out", "--overwrite")
-                        self.assertEqual(self.files_in("out"), right)
-
-    def test_no_run_clears_away_what_another_is_making(self):
-        self.old = archive(*(Member(name, b"1" * 70000) for name in ("a", "d/a", "b", "d/b")))
-        self.put_back()
-        _, calls = self.run_counted("extract", "-q", "-j1", self.zip, "a", "d/a", "-d", "out")
-        for n in range(1, calls["KILL"] + 1):
-            self.put_back()
-            code = self.run_stopped("extract", "-q", "-j1", self.zip, "a", "d/a", "-d", "out", STOP=n,
-                                    meanwhile=lambda: self.expect(0, "extract", "-q", "-j1", self.zip, "b", "d/b",
-                                                                  "-d", "out", "--overwrite"))
-            self.assertEqual((code, len(self.files_in("out"))), (0, 4), n)
-
-    def test_the_run_after_a_killed_extraction_completes_it(self):
-        for what, fields in (("a Unix mode", {}), ("none, as from other systems", {"mode": 0, "host": 0})):
-            self.old = archive(Member("small", b"1" * 60000, **fields))
-            for fault, _ in self.each_fault("KILL", "extract", ["-d", "out"], []):
-                with self.subTest(fault, what=what):
-                    again = self.run_tool("extract", self.zip, "-d", "out")
-                    self.assertIn(again.returncode, (0, 3))
-                    self.assertEqual(self.files_in("out"), {"small": b"1" * 60000})
-                    self.assertEqual((self.root / "out/small").stat().st_mode & 0o7777, 0o644)
 
     def test_a_created_archive_is_whole_or_not_there(self):
         self.write("t/a", b"a" * 100)

@@ -11,6 +11,8 @@
 #include "platform/files/FolderItem.h"
 #include "platform/files/SideFile.h"
 #include "tools/forkzip/cli/Interruption.h"
+#include "tools/forkzip/edit/MemberRecords.h"
+#include "tools/forkzip/edit/Preflight.h"
 #include "tools/forkzip/read/MemberSelection.h"
 
 namespace vantorel::forkzip {
@@ -189,6 +191,15 @@ void AddPlan::LeaveOut(const std::string& path) {
   struct stat status {};
   if (lstat(path.c_str(), &status) == 0) left_out_.insert(IdOf(status));
   if (S_ISLNK(status.st_mode) && stat(path.c_str(), &status) == 0) left_out_.insert(IdOf(status));
+}
+
+std::string WhyLeftOut(const PlannedItem& item, const Ref<ZipArchive>& archive) {
+  constexpr std::uint64_t kLargest = 0x7FFFFFFF;
+  if (item.size > kLargest) return "left out, it is larger than 2 GiB";
+  if (!Preflight::FitsAsName(item.name)) return "left out, its name is longer than 65535 bytes";
+  if (!CanStore(archive, item.name))
+    return "left out, its name has letters that the archive's encoding lacks";
+  return {};
 }
 
 }  // namespace vantorel::forkzip

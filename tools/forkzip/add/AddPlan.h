@@ -15,6 +15,7 @@
 
 #include "tools/forkzip/add/AddingOptions.h"
 #include "tools/forkzip/cli/Problems.h"
+#include "zip/archive/ZipArchive.h"
 
 namespace vantorel::forkzip {
 
@@ -77,6 +78,9 @@ class AddPlan {
   std::unordered_map<std::string_view, const PlannedItem*> by_name_;
   std::uint64_t total_size_ = 0;
 };
+
+// Why an item can be no member of an archive with its encoding, or nothing.
+std::string WhyLeftOut(const PlannedItem& item, const Ref<ZipArchive>& archive);
 
 // "../a/./b" and "/a/b" as "a/b".
 std::string MemberNameOf(const std::string& path);

@@ -1,18 +1,11 @@
 #include "tools/forkzip/add/MemberWriter.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <memory>
-#include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "platform/base/Arithmetic.h"
-#include "platform/base/Descriptor.h"
 #include "platform/base/LittleEndian.h"
 #include "platform/base/Ref.h"
 #include "platform/files/FolderItem.h"
@@ -35,7 +28,6 @@ namespace {
 
 constexpr std::int32_t kDosFolder = 0x10;
 constexpr const char* kNoMacData = "left out, its resource fork or Finder data cannot be read";
-constexpr std::uint64_t kLargestMember = 0x7FFFFFFF;
 
 // The extended time stamp with the time of the last change; the same in the local and the central header.
 std::string TimestampRecord(const timespec& modified) {
@@ -250,14 +242,6 @@ void MemberWriter::MarkName(const Ref<ZipEntry>& entry) const {
 }
 
 }  // namespace
-
-std::string WhyLeftOut(const PlannedItem& item, const Ref<ZipArchive>& archive) {
-  if (item.size > kLargestMember) return "left out, it is larger than 2 GiB";
-  if (!Preflight::FitsAsName(item.name)) return "left out, its name is longer than 65535 bytes";
-  if (!CanStore(archive, item.name))
-    return "left out, its name has letters that the archive's encoding lacks";
-  return {};
-}
 
 RawDirectory WriteMembers(int file, std::uint32_t begin, const AddPlan& plan, const AddingOptions& options,
                           Problems& problems) {

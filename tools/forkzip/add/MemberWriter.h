@@ -13,9 +13,6 @@
 
 namespace vantorel::forkzip {
 
-// Why an item can be no member of an archive with its encoding, or nothing.
-std::string WhyLeftOut(const PlannedItem& item, const Ref<ZipArchive>& archive);
-
 // Writes the items as members to `file` from `begin` on, over whatever is there. Returns their records, and
 // where the last one ends. An item that cannot be read is a problem and leaves no trace in the archive.
 // Raises Failure if the archive itself cannot go on or not all has arrived, and Interrupted.
