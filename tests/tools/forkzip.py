@@ -81,6 +81,15 @@ def mac_binary(data, fork, name=b"mac"):
     return bytes(header) + data + bytes(-len(data) % 128) + fork + bytes(-len(fork) % 128)
 
 
+def read_by_lsar(side_file):
+    """Type and creator, and the resource fork, where lsar finds them."""
+    report = subprocess.run(["lsar", "-j", side_file], check=True, capture_output=True).stdout
+    fork = json.loads(report)["lsarContents"][0]
+    start = fork["XADDataOffset"]
+    kind = b"".join(fork[key].to_bytes(4, "big") for key in ("XADFileType", "XADFileCreator"))
+    return kind, side_file.read_bytes()[start:start + fork["XADDataLength"]]
+
+
 class ForkzipTest(unittest.TestCase):
     maxDiff = None
 

@@ -2,6 +2,7 @@
 """forkzip create and add: what goes into an archive, and that other tools read what comes out."""
 
 import os
+import random
 import stat
 import struct
 import subprocess
@@ -222,6 +223,14 @@ class Adding(ForkzipTest):
             peaks.append(self.peak("create", "-q", self.zip, "large"))
             self.assertEqual(self.names(), ["large"])
         self.assertLess(peaks[1] - peaks[0], 16, "MiB more for half a gibibyte")
+
+    def test_memory_does_not_grow_with_the_files(self):
+        noise = random.Random(2)
+        for i in range(24):
+            self.write(f"n/{i}", noise.randbytes(8 << 20))
+        self.write("n/large", noise.randbytes(1 << 20) * 60)
+        one, three = (self.peak("create", jobs, f"{jobs}.zip", "n") for jobs in ("-j1", "-j3"))
+        self.assertLess(three - one, 3 * 24 + 8)
 
 
 if __name__ == "__main__":

@@ -2,7 +2,6 @@
 """forkzip extract: what arrives on disk, what is refused, and what is left when it does not work out."""
 
 import fcntl
-import json
 import os
 import re
 import resource
@@ -10,18 +9,9 @@ import struct
 import subprocess
 import unittest
 
-from forkzip import DEFLATED, PROGRAM, UNIX_TIMES, ForkzipTest, Member, apple_double, archive, mac_binary
+from forkzip import DEFLATED, UNIX_TIMES, ForkzipTest, Member, apple_double, archive, mac_binary, read_by_lsar
 
 LINK = 0o120777
-
-
-def read_by_lsar(side_file):
-    """Type and creator, and the resource fork, where lsar finds them."""
-    report = subprocess.run(["lsar", "-j", side_file], check=True, capture_output=True).stdout
-    fork = json.loads(report)["lsarContents"][0]
-    start = fork["XADDataOffset"]
-    kind = b"".join(fork[key].to_bytes(4, "big") for key in ("XADFileType", "XADFileCreator"))
-    return kind, side_file.read_bytes()[start:start + fork["XADDataLength"]]
 
 
 class Extract(ForkzipTest):
@@ -248,15 +238,6 @@ class Extract(ForkzipTest):
         os.close(folder)
         self.extract(0, "-q", "--overwrite")
         self.assertEqual(self.files_below(self.out), new)
-
-    def test_the_bar_tells_how_far_it_is(self):
-        self.zip.write_bytes(archive(Member("f", b"12345"), *[Member(f"{i}") for i in range(2000)]))
-        self.extract(0, "--progress", says="100%")
-        errors = self.run_tool("extract", "--progress", "--overwrite", self.zip, "-d", self.out).stderr
-        self.assertLess(errors.count(b"["), 1000)
-        closed = '"$0" extract --progress --overwrite a.zip -d out <&- >&- 2>&-'
-        subprocess.run(["sh", "-c", closed, PROGRAM], cwd=self.root, check=False)
-        self.assertEqual((self.out / "f").read_bytes(), b"12345", "no file takes the place of a closed stream")
 
 
 if __name__ == "__main__":

@@ -2,12 +2,9 @@
 
 #include <algorithm>
 #include <memory>
-#include <utility>
-#include <vector>
 
 #include "platform/base/Arithmetic.h"
 #include "platform/base/LittleEndian.h"
-#include "platform/base/Ref.h"
 #include "platform/files/FolderItem.h"
 #include "platform/text/TextFunctions.h"
 #include "tools/forkzip/add/FilePacker.h"

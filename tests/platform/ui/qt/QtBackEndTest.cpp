@@ -1,5 +1,4 @@
-// The Qt back end without a screen (QT_QPA_PLATFORM=offscreen): what would be seen is looked at in the
-// toolkit.
+// The Qt back end without a screen (QT_QPA_PLATFORM=offscreen), looked at in the toolkit.
 #include <QAccessible>
 #include <QApplication>
 #include <QDialog>
