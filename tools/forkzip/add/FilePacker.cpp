@@ -18,7 +18,7 @@ namespace vantorel::forkzip {
 namespace {
 
 // What may wait to be written for each thread, and of the file that is being written besides.
-constexpr std::uint64_t kRoom = 8U << 20U;
+constexpr std::uint64_t kRoom = 6U << 20U;
 constexpr std::size_t kPieceCost = 256;  // beside its bytes
 constexpr std::size_t kReadSize = 65536;
 constexpr std::uint64_t kWorthAThread = 1U << 20U;
