@@ -11,6 +11,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -67,6 +68,18 @@ bool Read(int pipe, char* bytes, std::size_t count) {
     count -= static_cast<std::size_t>(got);
   }
   return true;
+}
+
+std::size_t DoHere(const SharedWork& work, const SharedWork::Units& units, InOrder& in_order,
+                   Progress& progress) {
+  const SharedWork::Take tell = std::bind_front(&InOrder::Tell, &in_order);
+  std::size_t tally = 0;
+  for (const std::uint32_t unit : units) {
+    tally += DoUnit(work, unit, tell, progress);
+    if (Interruption::Requested()) break;
+    in_order.End(unit);
+  }
+  return tally;
 }
 
 }  // namespace
@@ -186,6 +199,22 @@ void Crew::CheckEnd(Process& process) const {
   if (status == 0 || Interruption::Requested()) return;
   const std::string how = WIFSIGNALED(status) ? " by signal " + std::to_string(WTERMSIG(status)) : "";
   throw Failure(ExitCode::kFileError, "one of its processes was ended" + how);
+}
+
+std::size_t DoShared(std::size_t jobs, const SharedWork& work, Progress& progress) {
+  InOrder in_order(work);
+  Crew crew(work, progress, in_order);
+  std::size_t tally = 0;
+  if (jobs > 1 && work.shares.size() > 1) {
+    tally = DoHere(work, work.own, in_order, progress);
+    if (Interruption::Requested()) return tally;
+    if (crew.Start(std::min(jobs, work.shares.size()))) return tally + crew.Serve();
+  }
+  SharedWork::Units rest;
+  for (std::uint32_t unit = 0; unit < work.sizes.size(); ++unit) {
+    if (!in_order.HasEnded(unit)) rest.push_back(unit);
+  }
+  return tally + DoHere(work, rest, in_order, progress);
 }
 
 }  // namespace vantorel::forkzip

@@ -57,4 +57,8 @@ class Crew {
   std::size_t tally_ = 0;
 };
 
+// Does all units in `jobs` processes, or in this one if that is 1. Once a signal has come no more is begun.
+// Raises Failure if a process ends before its time, and whatever `run` raises; no process is left by then.
+std::size_t DoShared(std::size_t jobs, const SharedWork& work, Progress& progress);
+
 }  // namespace vantorel::forkzip

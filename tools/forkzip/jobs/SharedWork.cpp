@@ -1,13 +1,9 @@
 #include "tools/forkzip/jobs/SharedWork.h"
 
-#include <algorithm>
-#include <functional>
 #include <numeric>
 #include <unordered_map>
 
 #include "tools/forkzip/cli/Interruption.h"
-#include "tools/forkzip/jobs/Crew.h"
-#include "tools/forkzip/jobs/InOrder.h"
 
 namespace vantorel::forkzip {
 
@@ -25,18 +21,6 @@ class TellOf : public Problems {
   std::uint32_t unit_;
   const SharedWork::Take& tell_;
 };
-
-std::size_t DoHere(const SharedWork& work, const SharedWork::Units& units, InOrder& in_order,
-                   Progress& progress) {
-  const SharedWork::Take tell = std::bind_front(&InOrder::Tell, &in_order);
-  std::size_t tally = 0;
-  for (const std::uint32_t unit : units) {
-    tally += DoUnit(work, unit, tell, progress);
-    if (Interruption::Requested()) break;
-    in_order.End(unit);
-  }
-  return tally;
-}
 
 }  // namespace
 
@@ -67,22 +51,6 @@ void ShareOut(SharedWork& work, const std::vector<std::optional<std::uint64_t>>&
     work.shares[share].push_back(unit);
     gathered += work.sizes[unit] + kPerUnit;
   }
-}
-
-std::size_t DoShared(std::size_t jobs, const SharedWork& work, Progress& progress) {
-  InOrder in_order(work);
-  Crew crew(work, progress, in_order);
-  std::size_t tally = 0;
-  if (jobs > 1 && work.shares.size() > 1) {
-    tally = DoHere(work, work.own, in_order, progress);
-    if (Interruption::Requested()) return tally;
-    if (crew.Start(std::min(jobs, work.shares.size()))) return tally + crew.Serve();
-  }
-  SharedWork::Units rest;
-  for (std::uint32_t unit = 0; unit < work.sizes.size(); ++unit) {
-    if (!in_order.HasEnded(unit)) rest.push_back(unit);
-  }
-  return tally + DoHere(work, rest, in_order, progress);
 }
 
 }  // namespace vantorel::forkzip

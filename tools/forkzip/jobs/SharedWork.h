@@ -42,8 +42,4 @@ void ShareOut(SharedWork& work, const std::vector<std::optional<std::uint64_t>>&
 // A process takes about a millisecond to start.
 inline constexpr std::uint64_t kWorthAProcess = 8U << 20U;
 
-// Does all units in `jobs` processes, or in this one if that is 1. Once a signal has come no more is begun.
-// Raises Failure if a process ends before its time, and whatever `run` raises; no process is left by then.
-std::size_t DoShared(std::size_t jobs, const SharedWork& work, Progress& progress);
-
 }  // namespace vantorel::forkzip

@@ -10,6 +10,7 @@
 #include "tools/forkzip/extract/FileShares.h"
 #include "tools/forkzip/extract/Rehearsal.h"
 #include "tools/forkzip/extract/SafePath.h"
+#include "tools/forkzip/jobs/Crew.h"
 #include "tools/forkzip/jobs/JobCount.h"
 #include "tools/forkzip/read/MemberFacts.h"
 #include "tools/forkzip/read/MemberOutput.h"
