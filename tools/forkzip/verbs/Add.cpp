@@ -53,7 +53,7 @@ AddPlan PlanOf(const Ref<ZipArchive>& archive, const AddingOptions& options, Pro
   std::unordered_map<std::string, std::time_t> members;
   for (std::int32_t i = 1; options.newer && i <= archive->EntryCount(); ++i) {
     const Ref<ZipEntry> entry = archive->Entry(i);
-    if (const auto time = LatestTimeOf(entry)) members[Utf8(entry->RawPath())] = *time;
+    if (const auto time = LatestTimeOf(entry)) members[ListedName(*entry)] = *time;
   }
   plan.Restrict([members = std::move(members)](const PlannedItem& item) { return IsNewer(item, members); });
   for (const std::string& path : paths) plan.Add(path, options.name.value_or(""));
@@ -119,12 +119,16 @@ std::vector<std::string> StoredNames(const AddPlan& plan, const Ref<ZipArchive>&
 void Preview(const ArchiveEdit& edit, const AddPlan& plan, bool quiet, Problems& problems) {
   std::unordered_set<std::string> names;
   for (const RawRecord& record : edit.Before().records) names.emplace(record.Name());
+  std::unordered_set<std::string> listed;
+  for (std::int32_t i = 1; i <= edit.Archive()->EntryCount(); ++i) {
+    listed.insert(ListedName(*edit.Archive()->Entry(i)));
+  }
   Output output;
   for (const PlannedItem& item : plan.Items()) {
     if (const std::string why = WhyLeftOut(item, edit.Archive()); !why.empty()) {
       problems.Add(ExitCode::kFileError, item.path, why);
     } else if (!quiet) {
-      const bool there = names.contains(StoredName(edit.Archive(), item.name));
+      const bool there = listed.contains(item.name) || names.contains(StoredName(edit.Archive(), item.name));
       output.WriteAction(there ? "replace " : "add ", String::Bytes(item.name));
     }
   }
