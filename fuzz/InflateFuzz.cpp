@@ -11,7 +11,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/base/LittleEndian.h"
+#include "platform/base/ByteOrder.h"
 #include "platform/compress/Crc32.h"
 #include "platform/compress/MemberInflater.h"
 #include "platform/compress/ZStream.h"

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 namespace vantorel {
 
@@ -33,6 +35,26 @@ inline void Store32(void* bytes, std::uint32_t value, ByteOrder order) {
   const auto high = static_cast<std::uint16_t>(value >> 16);
   Store16(b, order == ByteOrder::kLittle ? low : high, order);
   Store16(b + 2, order == ByteOrder::kLittle ? high : low, order);
+}
+
+// Little-endian numbers in records that lie in strings.
+// REQUIRES: the number lies within `bytes`.
+inline std::uint32_t Get16(std::string_view bytes, std::int32_t offset) {
+  return Load16(bytes.data() + offset, ByteOrder::kLittle);
+}
+inline std::uint32_t Get32(std::string_view bytes, std::int32_t offset) {
+  return Load32(bytes.data() + offset, ByteOrder::kLittle);
+}
+inline std::uint64_t Get64(std::string_view bytes, std::int32_t offset) {
+  return std::uint64_t{Get32(bytes, offset + 4)} << 32U | Get32(bytes, offset);
+}
+
+// The low 16 bits.
+inline std::string LittleEndian16(std::uint32_t value) {
+  return {static_cast<char>(value & 0xFFU), static_cast<char>(value >> 8U & 0xFFU)};
+}
+inline std::string LittleEndian32(std::uint32_t value) {
+  return LittleEndian16(value) + LittleEndian16(value >> 16U);
 }
 
 }  // namespace vantorel

@@ -22,8 +22,6 @@ class Descriptor {
   bool IsOpen() const { return number_ >= 0; }
   // Negative if it is not open.
   int Number() const { return number_; }
-  // Gives the descriptor away.
-  int Release() { return std::exchange(number_, -1); }
   // 0, or the error that closing told.
   int Close() { return !IsOpen() || close(std::exchange(number_, -1)) == 0 ? 0 : errno; }
 

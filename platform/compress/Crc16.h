@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string_view>
 
 #include "platform/base/Ref.h"
 #include "platform/files/MemoryBlock.h"

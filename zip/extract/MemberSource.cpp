@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/base/LittleEndian.h"
+#include "platform/base/ByteOrder.h"
 #include "platform/text/TextFunctions.h"
 #include "zip/extract/ZipBinaryStreamReader.h"
 

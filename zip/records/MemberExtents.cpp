@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/base/LittleEndian.h"
+#include "platform/base/ByteOrder.h"
 #include "platform/files/FileCalls.h"
 #include "zip/records/FormatError.h"
 #include "zip/records/ZipRecords.h"

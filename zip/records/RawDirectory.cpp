@@ -9,7 +9,7 @@
 #include <optional>
 #include <system_error>
 
-#include "platform/base/LittleEndian.h"
+#include "platform/base/ByteOrder.h"
 #include "platform/files/FileCalls.h"
 #include "zip/records/FormatError.h"
 #include "zip/records/ZipRecords.h"

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "platform/base/LittleEndian.h"
+#include "platform/base/ByteOrder.h"
 
 namespace vantorel {
 

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "platform/base/Arithmetic.h"
-#include "platform/base/LittleEndian.h"
+#include "platform/base/ByteOrder.h"
 #include "platform/files/FolderItem.h"
 #include "platform/text/TextFunctions.h"
 #include "tools/forkzip/add/FilePacker.h"

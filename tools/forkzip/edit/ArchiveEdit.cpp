@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <vector>
 
-#include "platform/base/LittleEndian.h"
+#include "platform/base/ByteOrder.h"
 #include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Problems.h"

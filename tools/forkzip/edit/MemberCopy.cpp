@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/base/LittleEndian.h"
+#include "platform/base/ByteOrder.h"
 #include "platform/files/FileCalls.h"
 #include "platform/text/TextFunctions.h"
 #include "tools/forkzip/cli/Interruption.h"

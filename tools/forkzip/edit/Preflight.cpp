@@ -4,7 +4,7 @@
 
 #include <unordered_set>
 
-#include "platform/base/LittleEndian.h"
+#include "platform/base/ByteOrder.h"
 #include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Problems.h"

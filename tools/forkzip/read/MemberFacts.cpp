@@ -4,7 +4,7 @@
 #include <array>
 #include <nlohmann/json.hpp>
 
-#include "platform/base/LittleEndian.h"
+#include "platform/base/ByteOrder.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "zip/records/ExtraRecords.h"

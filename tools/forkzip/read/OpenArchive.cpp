@@ -6,7 +6,7 @@
 
 #include <cerrno>
 
-#include "platform/base/LittleEndian.h"
+#include "platform/base/ByteOrder.h"
 #include "platform/files/FileCalls.h"
 #include "platform/text/Utf8.h"
 #include "tools/forkzip/cli/Printable.h"
