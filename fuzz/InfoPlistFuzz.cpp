@@ -2,14 +2,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <string>
+#include <stdexcept>
 #include <string_view>
 
 #include "platform/bundle/InfoPlist.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  std::string error;
-  const std::string_view text(reinterpret_cast<const char*>(data), size);
-  if (!vantorel::ParseInfoPlist(text, error) && error.empty()) std::abort();
+  try {
+    vantorel::ExecutableNamedIn({reinterpret_cast<const char*>(data), size});
+  } catch (const std::runtime_error& fault) {
+    if (std::string_view(fault.what()).empty()) std::abort();
+  }
   return 0;
 }

@@ -40,10 +40,12 @@ std::string ProgramName(const fs::path& bundle, const std::string& bundle_name) 
   const fs::path info = bundle / "Contents" / "Info.plist";
   std::string name = bundle_name;
   if (fs::exists(info)) {
-    std::string error;
-    const std::optional<InfoPlist> parsed = ParseInfoPlist(ReadInfoPlist(info), error);
-    if (!parsed) Fail(info, error);
-    name = parsed->executable.value_or(name);
+    const std::string text = ReadInfoPlist(info);
+    try {
+      name = ExecutableNamedIn(text).value_or(name);
+    } catch (const std::runtime_error& fault) {
+      Fail(info, fault.what());
+    }
   }
   if (name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos) {
     Fail(info, "CFBundleExecutable is no file name: \"" + name + "\"");

@@ -3,7 +3,6 @@
 
 #include <filesystem>
 #include <stdexcept>
-#include <string>
 
 namespace vantorel {
 

@@ -4,6 +4,7 @@
 
 #include <limits>
 #include <memory>
+#include <stdexcept>
 
 namespace vantorel {
 
@@ -15,7 +16,7 @@ constexpr int kItsEntries = 3;
 
 // Follows the elements. Only what stands directly in the outermost dictionary counts: a key, then its value.
 struct Reader {
-  InfoPlist result;
+  std::optional<std::string> executable;
   int depth = 0;
   bool is_property_list = false;
   bool in_outermost_dictionary = false;
@@ -34,7 +35,7 @@ struct Reader {
 
   void End(std::string_view name) {
     if (depth == kItsEntries && in_outermost_dictionary) {
-      if (name == "string" && key == "CFBundleExecutable" && !result.executable) result.executable = text;
+      if (name == "string" && key == "CFBundleExecutable" && !executable) executable = text;
       key = name == "key" ? text : "";
       collecting = false;
     }
@@ -52,15 +53,11 @@ Reader& ReaderOf(void* data) {
 
 }  // namespace
 
-std::optional<InfoPlist> ParseInfoPlist(std::string_view text, std::string& error) {
-  if (text.substr(0, kBinaryMark.size()) == kBinaryMark) {
-    error = "it is a binary property list; convert it to XML";
-    return std::nullopt;
+std::optional<std::string> ExecutableNamedIn(std::string_view info_plist) {
+  if (info_plist.starts_with(kBinaryMark)) {
+    throw std::runtime_error("it is a binary property list; convert it to XML");
   }
-  if (text.size() > std::numeric_limits<int>::max()) {
-    error = "it is too large";
-    return std::nullopt;
-  }
+  if (info_plist.size() > std::numeric_limits<int>::max()) throw std::runtime_error("it is too large");
   const std::unique_ptr<XML_ParserStruct, void (*)(XML_Parser)> parser(XML_ParserCreate(nullptr),
                                                                        XML_ParserFree);
   Reader reader;
@@ -72,16 +69,13 @@ std::optional<InfoPlist> ParseInfoPlist(std::string_view text, std::string& erro
   XML_SetCharacterDataHandler(parser.get(), [](void* data, const XML_Char* part, int length) {
     ReaderOf(data).Text({part, static_cast<std::size_t>(length)});
   });
-  if (XML_Parse(parser.get(), text.data(), static_cast<int>(text.size()), XML_TRUE) == XML_STATUS_ERROR) {
-    error = "line " + std::to_string(XML_GetCurrentLineNumber(parser.get())) + ": " +
-            XML_ErrorString(XML_GetErrorCode(parser.get()));
-    return std::nullopt;
+  const auto size = static_cast<int>(info_plist.size());
+  if (XML_Parse(parser.get(), info_plist.data(), size, XML_TRUE) == XML_STATUS_ERROR) {
+    const std::string line = std::to_string(XML_GetCurrentLineNumber(parser.get()));
+    throw std::runtime_error("line " + line + ": " + XML_ErrorString(XML_GetErrorCode(parser.get())));
   }
-  if (!reader.is_property_list) {
-    error = "it is no property list";
-    return std::nullopt;
-  }
-  return reader.result;
+  if (!reader.is_property_list) throw std::runtime_error("it is no property list");
+  return reader.executable;
 }
 
 }  // namespace vantorel

@@ -8,12 +8,8 @@
 
 namespace vantorel {
 
-struct InfoPlist {
-  // The value of CFBundleExecutable in the outermost dictionary; none if it is not there or is no string.
-  std::optional<std::string> executable;
-};
-
-// Reads the text of the file. None, with the reason in `error`, if it is no XML property list.
-std::optional<InfoPlist> ParseInfoPlist(std::string_view text, std::string& error);
+// The value of CFBundleExecutable in the outermost dictionary of the file's text; none if it is not there or
+// is no string. Raises std::runtime_error, with the reason, if the text is no XML property list.
+std::optional<std::string> ExecutableNamedIn(std::string_view info_plist);
 
 }  // namespace vantorel
