@@ -1,7 +1,6 @@
 // The table of entries of an AppleDouble file, read with distrust: nothing in it need be true of the file.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <utility>

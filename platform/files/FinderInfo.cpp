@@ -9,20 +9,8 @@ namespace vantorel {
 
 namespace Finder = AppleDouble::Finder;
 
-namespace {
-
-String CodeText(const std::array<char, 4>& code) {
+String FinderInfo::CodeText(const std::array<char, 4>& code) {
   return code == std::array<char, 4>{} ? String() : String::Bytes({code.data(), code.size()});
-}
-
-}  // namespace
-
-String FinderInfo::TypeText() const {
-  return CodeText(type);
-}
-
-String FinderInfo::CreatorText() const {
-  return CodeText(creator);
 }
 
 FinderInfo FinderInfo::Load(const char* bytes) {

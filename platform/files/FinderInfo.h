@@ -20,8 +20,8 @@ struct FinderInfo {
 
   bool operator==(const FinderInfo&) const = default;
   // The 4 bytes, or the empty string where none is set.
-  String TypeText() const;
-  String CreatorText() const;
+  String TypeText() const { return CodeText(type); }
+  String CreatorText() const { return CodeText(creator); }
 
   // True if nothing is set, so that nothing need be stored.
   bool IsEmpty() const { return *this == FinderInfo{}; }
@@ -30,6 +30,9 @@ struct FinderInfo {
   // stands for as they are.
   static FinderInfo Load(const char* bytes);
   void Store(char* bytes) const;
+
+ private:
+  static String CodeText(const std::array<char, 4>& code);
 };
 
 }  // namespace vantorel

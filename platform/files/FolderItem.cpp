@@ -4,7 +4,6 @@
 #include <fcntl.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
 #include <utility>
 

@@ -1,7 +1,6 @@
 // FolderItem: what the file system and the side file say of an item, and changes of it.
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>

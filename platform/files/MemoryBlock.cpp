@@ -6,7 +6,8 @@
 
 namespace vantorel {
 
-MemoryBlock::MemoryBlock(std::int32_t size, ByteOrder order) : size_(std::max(size, 0)), byte_order_(order) {
+MemoryBlock::MemoryBlock(std::int32_t size, ByteOrder order)
+    : bytes_(nullptr, std::free), size_(std::max(size, 0)), byte_order_(order) {
   // calloc maps a large block without touching it; asked for no bytes, it might give nothing.
   void* bytes = std::calloc(std::max<std::size_t>(static_cast<std::size_t>(size_), 1), 1);
   bytes_.reset(static_cast<std::uint8_t*>(bytes));

@@ -57,17 +57,13 @@ class MemoryBlock : public Object {
   static constexpr ByteOrder kMachineOrder =
       std::endian::native == std::endian::little ? ByteOrder::kLittle : ByteOrder::kBig;
 
-  struct Free {
-    // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): calloc's counterpart
-    void operator()(std::uint8_t* p) const { std::free(p); }
-  };
   // The `count` bytes at `offset`, after the bounds check.
   std::uint8_t* At(std::int32_t offset, std::int32_t count) const {
     if (offset < 0 || count < 0 || count > size_ || offset > size_ - count) RaiseOutOfBoundsException();
     return bytes_.get() + offset;
   }
 
-  std::unique_ptr<std::uint8_t, Free> bytes_;
+  std::unique_ptr<std::uint8_t, void (*)(void*)> bytes_;
   std::int32_t size_ = 0;
   ByteOrder byte_order_;
 };

@@ -1,5 +1,4 @@
 #include <pwd.h>
-#include <sys/types.h>
 #include <unistd.h>
 
 #include <cerrno>

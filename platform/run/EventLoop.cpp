@@ -14,12 +14,6 @@
 
 namespace vantorel {
 
-namespace {
-
-constexpr std::size_t kReportsAtOnce = 64;
-
-}  // namespace
-
 // Kept alive by its DescriptorWatch and by a queued call of its handler.
 struct EventLoop::WatchState : std::enable_shared_from_this<WatchState> {
   int descriptor = -1;
@@ -88,7 +82,7 @@ void EventLoop::RunPending(std::int32_t milliseconds) {
 
 void EventLoop::WaitAndCollect(bool may_block) {
   if (waiter_ != nullptr) waiter_->Wait(may_block);
-  std::array<epoll_event, kReportsAtOnce> reports;
+  std::array<epoll_event, 64> reports;
   const int time_limit = may_block && waiter_ == nullptr ? -1 : 0;
   const int count = epoll_wait(epoll_, reports.data(), static_cast<int>(reports.size()), time_limit);
   if (may_block) background::AfterWait();

@@ -32,11 +32,6 @@ namespace {
   _exit(127);
 }
 
-void Await(pid_t child) {
-  while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-  }
-}
-
 }  // namespace
 
 void Shell::Execute(const String& command) {
@@ -48,7 +43,8 @@ void Shell::Execute(const String& command) {
     if (mode_ == 1 && fork() != 0) _exit(0);
     Become(helpers.c_str(), text.c_str());
   }
-  if (child > 0) Await(child);
+  while (child > 0 && waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+  }
 }
 
 std::string HelperFolder() {

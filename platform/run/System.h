@@ -1,7 +1,6 @@
 // What the program can learn of itself and of the system.
 #pragma once
 
-#include <cstdint>
 #include <string>
 
 #include "platform/text/String.h"

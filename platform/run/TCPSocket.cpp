@@ -15,14 +15,6 @@
 
 namespace vantorel {
 
-namespace {
-
-constexpr int kLargestReceive = 256 * 1024;
-constexpr int kSmallestReceive = 4096;
-constexpr std::chrono::milliseconds kPollWait(10);
-
-}  // namespace
-
 TCPSocket::~TCPSocket() {
   DropConnection();
 }
@@ -67,7 +59,7 @@ void TCPSocket::AbandonSending() {
 
 void TCPSocket::Poll() {
   std::vector<pollfd> descriptors;
-  std::chrono::milliseconds limit = kPollWait;
+  std::chrono::milliseconds limit(10);
   if (connector_ != nullptr) connector_->DescribeWait(descriptors, limit);
   if (descriptor_.IsOpen()) {
     const int events = send_complete_due_ ? POLLIN | POLLOUT : POLLIN;
@@ -124,6 +116,8 @@ void TCPSocket::ReportEnd(ErrorCode code) {
 // The end of the connection is told by receiving alone, once every byte has been received: also when the peer
 // has reset it, which makes sending fail at once.
 void TCPSocket::Receive() {
+  constexpr int kLargestReceive = 256 * 1024;
+  constexpr int kSmallestReceive = 4096;
   int available = 0;
   ioctl(descriptor_.Number(), FIONREAD, &available);
   const int room = std::clamp(available, kSmallestReceive, kLargestReceive);

@@ -73,7 +73,7 @@ Converter& ConverterFor(const TextEncoding& from, const TextEncoding& to) {
 // Where iconv's tables differ from the published ones.
 struct Correction {
   char byte;
-  const char* character;
+  std::string_view character;
 };
 constexpr Correction kMacRoman[] = {{'\xC6', "\u2206"}};
 constexpr Correction kMacIcelandic[] = {
@@ -96,9 +96,10 @@ std::span<const Correction> CorrectionsOf(const TextEncoding& encoding) {
   }
 }
 
-const Correction* FindByte(std::span<const Correction> corrections, char byte) {
-  const auto found = std::find_if(corrections.begin(), corrections.end(),
-                                  [&](const Correction& correction) { return correction.byte == byte; });
+// The correction whose `member` that is; nullptr if there is none.
+template <typename T>
+const Correction* Find(std::span<const Correction> corrections, T Correction::*member, const auto& value) {
+  const auto found = std::ranges::find(corrections, value, member);
   return found == corrections.end() ? nullptr : &*found;
 }
 
@@ -110,7 +111,7 @@ std::string Decode(std::string_view bytes, const TextEncoding& from) {
   if (corrections.empty()) return converter.Convert(bytes);
   std::string text;  // an encoding with corrections has one byte to a character
   for (const char& byte : bytes) {
-    const Correction* correction = FindByte(corrections, byte);
+    const Correction* correction = Find(corrections, &Correction::byte, byte);
     text += correction != nullptr ? correction->character : converter.Convert({&byte, 1});
   }
   return text;
@@ -125,15 +126,12 @@ std::string Encode(std::string_view text, const TextEncoding& to) {
   while (!text.empty()) {
     const std::string_view character = text.substr(0, BytesOfCharacters(text, TextEncoding::Units::kUtf8, 1));
     text.remove_prefix(character.size());
-    const auto found =
-        std::find_if(corrections.begin(), corrections.end(),
-                     [&](const Correction& correction) { return character == correction.character; });
-    if (found != corrections.end()) {
-      bytes += found->byte;
-      continue;
+    if (const Correction* correction = Find(corrections, &Correction::character, character)) {
+      bytes += correction->byte;
+    } else {
+      const std::string converted = converter.Convert(character);
+      bytes += Find(corrections, &Correction::byte, converted[0]) == nullptr ? converted : "?";
     }
-    const std::string converted = converter.Convert(character);
-    bytes += FindByte(corrections, converted[0]) == nullptr ? converted : "?";
   }
   return bytes;
 }

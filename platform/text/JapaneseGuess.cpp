@@ -1,3 +1,4 @@
+#include "platform/text/CharacterUnits.h"
 #include "platform/text/TextFunctions.h"
 #include "platform/text/Utf8.h"
 
@@ -9,31 +10,25 @@ bool IsIn(char c, unsigned char low, unsigned char high) {
   return byte >= low && byte <= high;
 }
 
-// Each of these tells how long the well-formed character at the front of `rest` is; 0 if there is none.
+// Whether a character, of the length that its first byte tells unless the text ends before, is well-formed.
 
-std::size_t EucJpLength(std::string_view rest) {
-  const char lead = rest[0];
-  if (IsIn(lead, 0, 0x7F)) return 1;
-  if (lead != '\x8E' && lead != '\x8F' && !IsIn(lead, 0xA1, 0xFE)) return 0;
-  const std::size_t length = lead == '\x8F' ? 3 : 2;
+bool IsEucJp(std::string_view character) {
+  const char lead = character[0];
+  if (character.size() == 1) return IsIn(lead, 0, 0x7F);
   const unsigned char last = lead == '\x8E' ? 0xDF : 0xFE;  // 8E goes before a half-width katakana
-  for (std::size_t i = 1; i < length; ++i) {
-    if (i >= rest.size() || !IsIn(rest[i], 0xA1, last)) return 0;
-  }
-  return length;
+  const bool is_whole = character.size() == (lead == '\x8F' ? 3 : 2);
+  return is_whole && IsIn(character[1], 0xA1, last) && IsIn(character.back(), 0xA1, last);
 }
 
-std::size_t ShiftJisLength(std::string_view rest) {
-  const char lead = rest[0];
-  if (IsIn(lead, 0, 0x7F) || IsIn(lead, 0xA1, 0xDF)) return 1;
-  const bool leads_two = IsIn(lead, 0x81, 0x9F) || IsIn(lead, 0xE0, 0xFC);
-  return leads_two && rest.size() > 1 && rest[1] != 0x7F && IsIn(rest[1], 0x40, 0xFC) ? 2 : 0;
+bool IsShiftJis(std::string_view character) {
+  if (character.size() == 1) return IsIn(character[0], 0, 0x7F) || IsIn(character[0], 0xA1, 0xDF);
+  return character[1] != 0x7F && IsIn(character[1], 0x40, 0xFC);
 }
 
-bool IsWholly(std::string_view rest, std::size_t (*length_of)(std::string_view)) {
+bool IsWholly(std::string_view rest, const Ref<TextEncoding>& encoding, bool (*is_sound)(std::string_view)) {
   while (!rest.empty()) {
-    const std::size_t length = length_of(rest);
-    if (length == 0) return false;
+    const std::size_t length = BytesOfCharacters(rest, encoding->units(), 1);
+    if (!is_sound(rest.substr(0, length))) return false;
     rest.remove_prefix(length);
   }
   return true;
@@ -42,13 +37,12 @@ bool IsWholly(std::string_view rest, std::size_t (*length_of)(std::string_view))
 }  // namespace
 
 Ref<TextEncoding> GuessJapaneseEncoding(const String& text) {
-  constexpr std::int32_t kEucJp = 2336;
-  constexpr std::int32_t kShiftJis = 2561;
+  const Ref<TextEncoding> euc_jp = GetTextEncoding(2336, 0, 0);
+  const Ref<TextEncoding> shift_jis = GetTextEncoding(2561, 0, 0);
   if (IsAscii(text.view())) return nil;
   if (IsUtf8(text.view())) return Encodings::UTF8();
-  if (IsWholly(text.view(), EucJpLength)) return GetTextEncoding(kEucJp, 0, 0);
-  if (IsWholly(text.view(), ShiftJisLength)) return GetTextEncoding(kShiftJis, 0, 0);
-  return nil;
+  if (IsWholly(text.view(), euc_jp, IsEucJp)) return euc_jp;
+  return IsWholly(text.view(), shift_jis, IsShiftJis) ? shift_jis : nil;
 }
 
 }  // namespace vantorel

@@ -4,10 +4,8 @@
 // toolkit.
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <memory>
-#include <string_view>
 #include <utility>
 #include <vector>
 

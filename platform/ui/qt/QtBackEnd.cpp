@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <utility>
 #include <vector>
 
 #include "platform/run/BackgroundTask.h"

@@ -59,8 +59,8 @@ class EditFieldView : public QtControl<QPlainTextEdit, EditField> {
     QObject::connect(this, &QWidget::customContextMenuRequested, &menu_,
                      [this](QPoint position) { menu_.popup(mapToGlobal(position)); });
     QPalette colors = palette();
-    colors.setColor(QPalette::Text, ToQColor(control.TextColor));
-    colors.setColor(QPalette::Base, ToQColor(control.BackColor));
+    colors.setColor(QPalette::Text, QColor::fromRgb(control.TextColor));
+    colors.setColor(QPalette::Base, QColor::fromRgb(control.BackColor));
     setPalette(colors);
     EditFieldView::Update();
   }

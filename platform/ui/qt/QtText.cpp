@@ -32,10 +32,6 @@ QString ToQString(const String& text) {
   return QString::fromUtf8(text.view().data(), static_cast<qsizetype>(text.size()));
 }
 
-QColor ToQColor(Color color) {
-  return QColor::fromRgb(color);
-}
-
 QFont ToQFont(const TextStyle& style) {
   QFont font = QApplication::font();
   if (!SameText(style.TextFont, "System")) font.setFamily(ToQString(style.TextFont));

@@ -1,7 +1,6 @@
-// From the models' texts, styles and colours to the toolkit's.
+// From the models' texts and styles to the toolkit's.
 #pragma once
 
-#include <QColor>
 #include <QFont>
 #include <QSize>
 #include <QString>
@@ -13,7 +12,6 @@ namespace vantorel {
 
 // The bytes read as UTF-8; what is none becomes replacement characters.
 QString ToQString(const String& text);
-QColor ToQColor(Color color);
 // The font of a style, with TextSize in points.
 QFont ToQFont(const TextStyle& style);
 

@@ -28,7 +28,7 @@ class StaticTextView : public QtControl<QLabel, StaticText> {
     setWordWrap(control.Multiline);
     if (control.TextColor) {
       QPalette colors = palette();
-      colors.setColor(QPalette::WindowText, ToQColor(*control.TextColor));
+      colors.setColor(QPalette::WindowText, QColor::fromRgb(*control.TextColor));
       setPalette(colors);
     }
     StaticTextView::Update();

@@ -7,7 +7,6 @@
 #include <QScreen>
 #include <QWindow>
 #include <algorithm>
-#include <utility>
 
 #include "platform/ui/EditField.h"
 #include "platform/ui/ProgressBar.h"
@@ -66,7 +65,7 @@ QRect BackdropPlace(QSize picture, QSize window) {
 
 QtWindow::QtWindow(Window& model, QWidget* parent)
     : QDialog(nullptr, FlagsOf(model)), model_(model), parent_(parent) {
-  if (model.HasBackColor) setPalette(PaletteOn(ToQColor(model.BackColor)));
+  if (model.HasBackColor) setPalette(PaletteOn(QColor::fromRgb(model.BackColor)));
   const QSize wanted(model.Width, model.Height);
   setFixedSize(wanted.boundedTo(Room().size()));
   QtWindow::Update();
@@ -153,7 +152,7 @@ void QtWindow::mousePressEvent(QMouseEvent* event) {
 
 void QtWindow::paintEvent(QPaintEvent* event) {
   QPainter painter(this);
-  if (model_.HasBackColor) painter.fillRect(event->rect(), ToQColor(model_.BackColor));
+  if (model_.HasBackColor) painter.fillRect(event->rect(), QColor::fromRgb(model_.BackColor));
   const Ref<Picture> backdrop = model_.Backdrop();
   if (const auto picture = Cast<QtPicture>(backdrop)) {
     picture->Paint(painter, BackdropPlace({picture->Width(), picture->Height()}, size()));
