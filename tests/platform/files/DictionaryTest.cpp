@@ -2,49 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
-
-namespace {
-int allocations_left = -1;  // negative: as many as there are
-}
-
-// Each takes memory from malloc, but for the one that is to fail.
-void* operator new(std::size_t size) {
-  void* memory = allocations_left-- == 0 ? nullptr : std::malloc(size);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
-  std::free(memory);
-}
-
 namespace vantorel {
 namespace {
-
-TEST(Dictionary, KeepsItsEntriesWhenMemoryRunsOut) {
-  for (int fails = 0; fails < 4; ++fails) {
-    Dictionary table;
-    const String key("key");
-    const String other("other");
-    const Variant value = StringToVariant(key);
-    const Variant other_value = StringToVariant(other);
-    try {
-      allocations_left = fails;
-      table.SetValue(key, value);
-    } catch (const std::bad_alloc&) {
-    }
-    allocations_left = -1;
-    const bool stored = table.HasKey(key);
-    table.SetValue(other, other_value);
-    EXPECT_EQ(table.Count(), stored ? 2 : 1) << fails;
-    EXPECT_TRUE(!stored || StrComp(VariantToString(table.Value(key)), "key", 0) == 0) << fails;
-    EXPECT_EQ(VariantToString(table.Value(other)).view(), "other") << fails;
-  }
-}
 
 TEST(Dictionary, KeysIgnoreCaseAndKeepTheirOrder) {
   const Ref<Dictionary> table = New<Dictionary>();

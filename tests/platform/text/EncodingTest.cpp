@@ -29,31 +29,17 @@ TEST(Encodings, Conversion) {
     EXPECT_EQ(result.view(), expected) << name;
     EXPECT_EQ(Encoding(result), to) << name;
   }
-}
-
-TEST(Encodings, LongTextsConvertWhole) {
-  std::string source;
-  std::string expected;
-  for (int i = 0; i < 100'000; ++i) {
-    source += i % 1000 == 0 ? "\xFF" : "\xB1";
-    expected += i % 1000 == 0 ? "?" : "\xEF\xBD\xB1";
-  }
-  const String text = String::Adopt(source, GetTextEncoding(1, 0, 0));
-  EXPECT_EQ(ConvertEncoding(text, Encodings::UTF8()).view(), expected);
+  const String longer_than_a_run = ReplaceAll(String::Bytes(std::string(5000, 'x')), "x", "\xC3\xBC");
+  EXPECT_EQ(ConvertEncoding(longer_than_a_run, Encodings::WindowsANSI()).view(), std::string(5000, '\xFC'));
 }
 
 TEST(Encodings, EachKnownOneConverts) {
   for (std::int32_t base = 0; base < 4096; ++base) {
     const Ref<TextEncoding> encoding = GetTextEncoding(base, 0, 0);
     if (!encoding || base == 1536) continue;  // plain ASCII has nothing to convert
-    bool any = false;
-    for (const char* sample : {"\xC3\xA6", "\xC4\x80", "\xD0\xB9", "\xE0\xB8\x81", "\xE4\xB8\x80"}) {
-      const String there = ConvertEncoding(sample, encoding);
-      if (there.view() == "?") continue;
-      any = true;
-      EXPECT_EQ(ConvertEncoding(there, Encodings::UTF8()).view(), sample) << base;
-    }
-    EXPECT_TRUE(any) << base;
+    const String letters =
+        ConvertEncoding(DefineEncoding(String::Bytes("\xE0\xE1"), encoding), Encodings::UTF8());
+    EXPECT_EQ(InStr(letters, "?"), 0) << base;
   }
 }
 

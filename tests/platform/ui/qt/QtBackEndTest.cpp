@@ -194,15 +194,13 @@ TEST_F(QtBackEndTest, NotesAreShownAsTheyAre) {
 
 TEST_F(QtBackEndTest, BackdropLiesUnderTheControlsOnTheWindowsColour) {
   const ScratchFolder folder;
-  for (const int size : {100, 950}) {
-    QImage image(size, size, QImage::Format_RGB32);
-    image.fill(QColor(0, 200, 0));
-    image.save(QString::fromStdString(folder.Path("picture")), "PNG");
-    panel_->SetBackdrop(OpenAsPicture(folder.Item("picture")));
-    const QImage window = Shown().grab().toImage();
-    EXPECT_EQ(window.pixel(2, 2) & 0xffffff, 0x00c800U) << size;
-    EXPECT_EQ(window.pixel(470, 300) & 0xffffff, size == 100 ? 0xc5c4c4U : 0x00c800U);
-  }
+  QImage image(100, 100, QImage::Format_RGB32);
+  image.fill(QColor(0, 200, 0));
+  image.save(QString::fromStdString(folder.Path("picture")), "PNG");
+  panel_->SetBackdrop(OpenAsPicture(folder.Item("picture")));
+  const QImage window = Shown().grab().toImage();
+  EXPECT_EQ(window.pixel(2, 2) & 0xffffff, 0x00c800U);
+  EXPECT_EQ(window.pixel(470, 300) & 0xffffff, 0xc5c4c4U);
 }
 
 TEST_F(QtBackEndTest, WhatIsNoPictureOrTooLargeIsNil) {
