@@ -37,8 +37,8 @@ bool IsWholly(std::string_view rest, const Ref<TextEncoding>& encoding, bool (*i
 }  // namespace
 
 Ref<TextEncoding> GuessJapaneseEncoding(const String& text) {
-  const Ref<TextEncoding> euc_jp = GetTextEncoding(2336, 0, 0);
-  const Ref<TextEncoding> shift_jis = GetTextEncoding(2561, 0, 0);
+  Ref<TextEncoding> euc_jp = GetTextEncoding(2336, 0, 0);
+  Ref<TextEncoding> shift_jis = GetTextEncoding(2561, 0, 0);
   if (IsAscii(text.view())) return nil;
   if (IsUtf8(text.view())) return Encodings::UTF8();
   if (IsWholly(text.view(), euc_jp, IsEucJp)) return euc_jp;
