@@ -15,6 +15,7 @@ namespace vantorel {
 
 namespace {
 
+// Seconds without progress, as HTTPSocketWaiting.cpp counts them.
 constexpr std::int32_t kVersionTimeout = 30;
 
 // The server has nothing to say: an installed target runs all the same.
