@@ -1,68 +1,56 @@
-"""What the tests that stop forkzip at every call share: running it with faults, from one archive."""
+"""What the tests share that stop forkzip at single calls, or make these fail."""
 
 import os
-import shutil
 import signal
 import subprocess
 import zipfile
 
-from forkzip import PROGRAM, UNIX_TIMES, WRITE_COUNTER, ForkzipTest, Member, apple_double, archive
-
-
-def mac(name, fork):
-    """A member with its data as a Mac stores them."""
-    folder, _, leaf = name.rstrip("/").rpartition("/")
-    companion = f"__MACOSX/{folder}{'/' if folder else ''}._{leaf}"
-    return [Member(name, b"" if name[-1] == "/" else b"data", extra=UNIX_TIMES),
-            Member(companion, apple_double(fork), extra=UNIX_TIMES)]
+from forkzip import PROGRAM, WRITE_COUNTER, ForkzipTest
 
 
 class FaultTest(ForkzipTest):
-    def setUp(self):
-        super().setUp()
-        self.old = archive(Member("first", b"1" * 40000), Member("hole", b"x" * 30000, hole=True),
-                           Member("second", b"2" * 50000), *mac("third", b"fork"),
-                           Member("__MACOSX/", extra=UNIX_TIMES))
-        self.write("new", os.urandom(70000))
-        os.utime(self.root / "new", (1, 1600000000))
+    """Runs begin with the archive `old`, if it is set, and with the files `before` in the folder `out`."""
+
+    old = None
+    before = {}
 
     def counted(self, **settings):
-        """The environment in which forkzip's writes are counted, with faults."""
+        """The environment in which forkzip's calls are counted, with faults."""
         return {**os.environ, "LD_PRELOAD": WRITE_COUNTER, "WRITE_COUNTER_LOG": str(self.root / "count"),
                 "ASAN_OPTIONS": "verify_asan_link_order=0",
                 **{f"WRITE_COUNTER_{key}": str(value) for key, value in settings.items()}}
 
-    def run_counted(self, *arguments, **settings):
+    def run_counted(self, *command, **settings):
         """Runs forkzip with its calls counted. Gives its result, and how many calls changed, read and closed files."""
         log = self.write("count", "0 0 0")
-        result = self.run_tool(*arguments, env=self.counted(**settings))
+        result = self.run_tool(*command, env=self.counted(**settings))
         return result, dict(zip(("KILL", "READ", "CLOSE"), map(int, log.read_text().split())))
 
-    def run_stopped(self, *arguments, meanwhile, **settings):
-        """Runs forkzip, which stops at a fault, calls `meanwhile`, and lets it go on. Gives its exit code."""
-        process = subprocess.Popen([PROGRAM, *map(str, arguments)], cwd=self.root, env=self.counted(**settings))
+    def run_stopped(self, *command, meanwhile, **settings):
+        """Runs forkzip, which stops at a fault, calls `meanwhile`, and lets it go on. Gives exit code and messages."""
+        process = subprocess.Popen([PROGRAM, *map(str, command)], cwd=self.root, env=self.counted(**settings),
+                                   stderr=subprocess.PIPE)
         os.waitid(os.P_PID, process.pid, os.WSTOPPED | os.WEXITED | os.WNOWAIT)
         try:
             self.assertIsNone(process.poll(), "it did not stop")
             meanwhile()
         finally:
             process.send_signal(signal.SIGCONT)
-        return process.wait()
+        errors = process.communicate()[1].decode()
+        return process.returncode, errors
 
-    def each_fault(self, kind, verb, arguments, way):
-        """Runs a verb with a fault at each of its calls in turn, from the old archive. Yields what each is and came to."""
-        self.put_back(*arguments)
-        result, calls = self.run_counted(verb, "-q", *way, self.zip, *arguments)
+    def each_fault(self, kind, *command):
+        """Runs forkzip with a fault at each of its calls in turn. Yields what each is and came to."""
+        self.put_back()
+        result, calls = self.run_counted(*command)
         self.assertEqual(result.returncode, 0, result.stderr)
         for n in range(1, calls.get(kind, calls["KILL"]) + 1):
-            self.put_back(*arguments)
-            result, _ = self.run_counted(verb, "-q", *way, self.zip, *arguments, **{kind: n})
-            yield f"{verb} {arguments} {way} {kind} {n}", result
+            self.put_back()
+            result, _ = self.run_counted(*command, **{kind: n})
+            yield f"{command} {kind} {n}", result
 
-    def put_back(self, *arguments):
-        shutil.rmtree(self.root / "out", ignore_errors=True)
-        if "--overwrite" in arguments:
-            shutil.copytree(self.root / "there", self.root / "out")
+    def put_back(self):
+        self.put("out", self.before)
         if self.old is None:
             self.zip.unlink(missing_ok=True)
         else:
@@ -74,11 +62,11 @@ class FaultTest(ForkzipTest):
             return {info.filename: other.read(info) for info in other.infolist()}
 
     def strays(self):
-        return [name for name in os.listdir(self.root) if "forkzip" in name]
+        """What is there of the tool's own, or unfinished."""
+        return [path for path in self.root.rglob("*")
+                if "forkzip" in path.name or path.lstat().st_mode & 0o7777 == 0o1000]
 
     def assert_told(self, result):
         self.assertEqual(result.returncode, 3, result.stderr)
-        self.assertRegex(result.stderr, b"Input/output error|No space left|something else or cannot be read|process")
-
-    def files_in(self, folder):
-        return {name: (self.root / folder / name).read_bytes() for name in self.files_below(self.root / folder)}
+        told = b"Input/output error|No space left|something else or cannot be read|process|read back"
+        self.assertRegex(result.stderr, told)

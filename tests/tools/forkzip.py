@@ -5,10 +5,12 @@ import json
 import os
 import pathlib
 import shlex
+import shutil
 import struct
 import subprocess
 import tempfile
 import unittest
+import zipfile
 import zlib
 
 PROGRAM = os.path.abspath(os.environ.get("FORKZIP", "build/dev/bin/forkzip"))
@@ -21,9 +23,10 @@ UNIX_TIMES = struct.pack("<HHII", 0x5855, 8, 1700000000, 1700000000)
 class Member:
     """One member as it is to stand in an archive; every field may be made wrong."""
 
-    def __init__(self, name, data=b"", method=STORED, mode=0o100644, **fields):
+    def __init__(self, name, data=b"", method=STORED, mode=None, **fields):
         self.name = name if isinstance(name, bytes) else name.encode()
-        self.data, self.method, self.mode = data, method, mode
+        self.data, self.method = data, method
+        self.mode = mode if mode is not None else 0o040755 if self.name.endswith(b"/") else 0o100644
         self.packed = data if method != DEFLATED else zlib.compress(data, wbits=-15)
         self.crc, self.size = zlib.crc32(data), len(data)
         self.flags = self.local_flags = self.attributes = 0
@@ -43,10 +46,11 @@ class Member:
         return header + self.packed + tail
 
     def central(self, offset):
-        return struct.pack("<IBBHHHHHIIIHHHHHII", 0x02014B50, 20, self.host, self.version, self.flags, self.method, 0, 0x5821,
-                           self.crc, len(self.packed), self.size, len(self.name), len(self.extra),
-                           len(self.comment), 0, 0, self.mode << 16 | self.attributes,
-                           offset if self.offset is None else self.offset) + self.name + self.extra + self.comment
+        texts = (self.name, self.extra, self.comment)
+        return struct.pack("<IBBHHHHHIIIHHHHHII", 0x02014B50, 20, self.host, self.version, self.flags, self.method, 0,
+                           0x5821, self.crc, len(self.packed), self.size, *map(len, texts), 0, 0,
+                           self.mode << 16 | self.attributes,
+                           offset if self.offset is None else self.offset) + b"".join(texts)
 
 
 def archive(*members, comment=b"", count=None, gap=b"", between=b"", zip64=False):
@@ -79,15 +83,6 @@ def mac_binary(data, fork, name=b"mac"):
     header[122:124] = bytes((129, 129))
     header[124:126] = binascii.crc_hqx(header[:124], 0).to_bytes(2, "big")
     return bytes(header) + data + bytes(-len(data) % 128) + fork + bytes(-len(fork) % 128)
-
-
-def read_by_lsar(side_file):
-    """Type and creator, and the resource fork, where lsar finds them."""
-    report = subprocess.run(["lsar", "-j", side_file], check=True, capture_output=True).stdout
-    fork = json.loads(report)["lsarContents"][0]
-    start = fork["XADDataOffset"]
-    kind = b"".join(fork[key].to_bytes(4, "big") for key in ("XADFileType", "XADFileCreator"))
-    return kind, side_file.read_bytes()[start:start + fork["XADDataLength"]]
 
 
 class ForkzipTest(unittest.TestCase):
@@ -141,15 +136,41 @@ class ForkzipTest(unittest.TestCase):
     def cat(self, name):
         return self.expect(0, "cat", self.zip, name)
 
-    def files_below(self, folder):
-        return sorted(str(path.relative_to(folder)) for path in folder.rglob("*") if not path.is_dir())
+    def put(self, folder, files):
+        """Makes a folder anew, with these files in it: bytes, or the path that a link holds."""
+        shutil.rmtree(self.root / folder, ignore_errors=True)
+        (self.root / folder).mkdir()
+        for name, content in files.items():
+            path = self.root / folder / name
+            path.symlink_to(content) if isinstance(content, pathlib.Path) else self.write(path, content)
+
+    def found(self, folder="out"):
+        """The files below a folder, in the same form; None for what may not be read."""
+        found = {}
+        for path in (self.root / folder).rglob("*"):
+            name = str(path.relative_to(self.root / folder))
+            if path.is_symlink():
+                found[name] = path.readlink()
+            elif path.is_file():
+                found[name] = path.read_bytes() if os.access(path, os.R_OK) else None
+        return found
+
+    def described(self, folder):
+        """All that is in a folder: modes, times if they are old, and contents; to be compared alone."""
+        found = {}
+        for path in sorted((self.root / folder).rglob("*")):
+            status = path.lstat()
+            old = status.st_mtime if status.st_mtime < 1.71e9 else None  # or as late as this run
+            found[str(path.relative_to(self.root / folder))] = (status.st_mode, old)
+        return found, self.found(folder)
 
     def assert_others_accept(self, path=None):
-        """unzip, 7zz, bsdtar, python and lsar can read the archive whole."""
+        """unzip, 7zz, bsdtar, python and lsar can read the archive whole, with a password for what is encrypted."""
         path = str(path or self.zip)
-        for command in (["unzip", "-tqq"], ["7zz", "t"], ["bsdtar", "-xOf"], ["lsar", "-t"]):
+        for command in (["unzip", "-P", "pw", "-tqq"], ["7zz", "t", "-ppw"], ["bsdtar", "--passphrase", "pw", "-xOf"],
+                        ["lsar", "-p", "pw", "-t"]):
             result = subprocess.run([*command, path], capture_output=True, check=False)
             self.assertEqual(result.returncode, 0, (command, result.stdout[-500:], result.stderr[-500:]))
-        result = subprocess.run(["python3", "-m", "zipfile", "-t", path], capture_output=True, check=False)
-        self.assertEqual((result.returncode, result.stdout), (0, b"Done testing\n"), result.stderr)
-
+        with zipfile.ZipFile(path) as other:
+            other.setpassword(b"pw")
+            self.assertIsNone(other.testzip())

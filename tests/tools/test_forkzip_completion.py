@@ -67,8 +67,9 @@ class Completion(ForkzipTest):
         for verb in [verb for verb in verbs if not verb.startswith("-")]:
             help_text = self.expect(0, verb, "--help").decode()
             options = sorted(re.findall(r"^  (?:-\w,)?(--[\w-]+)", help_text, re.MULTILINE))
-            for offered in self.offered(verb, "--"), self.offered_by_zsh(verb), self.offered_by_fish(f"forkzip {verb} --"):
-                self.assertEqual(offered, options, verb)
+            self.assertEqual(self.offered(verb, "--"), options)
+            self.assertEqual(self.offered_by_zsh(verb), options)
+            self.assertEqual(self.offered_by_fish(f"forkzip {verb} --"), options)
             self.assertEqual([option for option in options if option not in manual], [], verb)
 
     def inserted(self, shell, source):

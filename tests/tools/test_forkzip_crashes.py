@@ -1,47 +1,62 @@
 #!/usr/bin/env python3
-"""Every verb that makes or changes an archive meets a fault at every single call: killed, out of room, interrupted."""
+"""Every verb meets a fault at every single call: killed, out of room, interrupted, refused by the disk."""
 
-import itertools
+import os
 import resource
 import signal
 import unittest
 
 from faults import FaultTest
-from forkzip import apple_double, archive
+from forkzip import DEFLATED, UNIX_TIMES, Member, apple_double, archive
 
-# Verb, arguments: each is run on the same archive, with a gap and a Mac's data in it.
-EDITS = [
-    ("add", ["new"]),
-    ("add", ["new", "--as", "second"]),
-    ("delete", ["first"]),
-    ("delete", ["*"]),
-    ("duplicate", ["first", "copy"]),
-    ("rename", ["first", "other"]),
-    ("comment", ["a comment"]),
-    ("compact", []),
-]
+# Each of these edits is made on the same archive, with a gap and a Mac's data in it.
+EDITS = [["add", "new"], ["add", "new", "--as", "second"], ["delete", "first"], ["delete", "*"],
+         ["duplicate", "first", "copy"], ["rename", "first", "other"], ["comment", "a comment"], ["compact"]]
 WAYS = ([], ["--in-place"])
 # The faults, and the exit codes that they lead to.
 ENDS = {"KILL": -signal.SIGKILL, "TERM": -signal.SIGTERM, "FULL": 3, "FAIL": 3, "READ": 3, "CLOSE": 3}
+READERS = [["list"], ["list", "--json"], ["info"], ["info", "second"], ["test"], ["cat", "first"], ["test", "-j2"]]
+EXTRACT = ["extract", "-d", "out"]
 
 
-class Crashes(FaultTest):
+def mac(name, fork):
+    """A member with its data as a Mac stores them."""
+    folder, _, leaf = name.rstrip("/").rpartition("/")
+    companion = f"__MACOSX/{folder}{'/' if folder else ''}._{leaf}"
+    return [Member(name, b"" if name[-1] == "/" else b"data", extra=UNIX_TIMES),
+            Member(companion, apple_double(fork), extra=UNIX_TIMES)]
+
+
+class Writing(FaultTest):
+    def setUp(self):
+        super().setUp()
+        self.old = archive(Member("first", b"1" * 40000), Member("hole", b"x" * 30000, hole=True),
+                           Member("second", b"2" * 50000), *mac("third", b"fork"),
+                           Member("__MACOSX/", extra=UNIX_TIMES))
+        self.write("new", os.urandom(70000))
+        os.utime(self.root / "new", (1, 1600000000))
+
+    def commands(self):
+        """All edits, in both ways."""
+        return [(way, [verb, "-q", *way, self.zip, *arguments]) for way in WAYS for verb, *arguments in EDITS]
+
     def test_an_edit_leaves_the_old_archive_or_the_new_one(self):
-        """Code 0 stands for the new one alone. What a failed edit in place has moved by then may lie elsewhere."""
-        for way, (verb, arguments) in itertools.product(WAYS, EDITS):
+        """Code 0 stands for the new one alone. What a failed edit in place has moved by then may lie elsewhere, and
+        what a killed one leaves is no archive, from its first write to its last."""
+        for way, command in self.commands():
             self.put_back()
             old = self.content()
-            self.expect(0, verb, "-q", *way, self.zip, *arguments)
+            self.expect(0, *command)
             new, new_bytes = self.content(), self.zip.read_bytes()
             self.assertNotEqual(new_bytes, self.old)
             for kind, code in ENDS.items():
-                if way and kind in ("KILL", "FULL"):
-                    continue  # which are tested by themselves
-                seen = set()
-                for fault, result in self.each_fault(kind, verb, arguments, way):
+                if way and kind == "FULL":
+                    continue  # which is tested by itself
+                states = []
+                for fault, result in self.each_fault(kind, *command):
                     with self.subTest(fault):
                         found = self.zip.read_bytes()
-                        seen.add(found)
+                        states.append(found)
                         if result.returncode == 0 and kind != "KILL":
                             self.assertEqual(found, new_bytes)
                         elif code == 3:
@@ -49,91 +64,27 @@ class Crashes(FaultTest):
                             self.assertIn(self.content(), (old, new))
                         else:
                             self.assertEqual(result.returncode, code, result.stderr)
-                        if not way or kind == "TERM":
+                        if kind == "TERM" or not way:
                             self.assertIn(found, (self.old, new_bytes), "a third state")
-                        if not way and kind in ("KILL", "FAIL"):
+                        if kind in ("KILL", "FAIL") and not way:
                             self.expect(0, "comment", "-q", self.zip, "next run")
                         self.assertEqual(self.strays(), [], "this run or the next one cleans up")
-                if kind == "KILL" or kind == "TERM" and verb in ("add", "duplicate", "rename"):
-                    self.assertEqual(len(seen), 2, "the faults came too early or too late")
-
-    def test_no_fault_of_the_disk_gets_into_a_new_archive(self):
-        """What cannot be read is left out and told, with all that belongs to it; else there is no archive."""
-        for name in ("file", "other"):
-            self.write(f"t/{name}", name.encode() * 9000)
-        self.write("t/mac", "data")
-        self.write("t/._mac", apple_double(b"fork " * 9000))
-        (self.root / "t/link").symlink_to("file")
-        self.old = None
-        self.expect(0, "create", "-q", self.zip, "t")
-        new, new_bytes = self.content(), self.zip.read_bytes()
-        for kind, jobs in (("FAIL", "-j1"), ("READ", "-j1"), ("READ", "-j2"), ("CLOSE", "-j1")):
-            for fault, result in self.each_fault(kind, "create", ["t"], [jobs]):
-                with self.subTest(fault):
-                    if result.returncode == 0:
-                        self.assertEqual(self.zip.read_bytes(), new_bytes)
-                        continue
-                    self.assert_told(result)
-                    if self.zip.exists():
-                        self.assertLessEqual(self.content().items(), new.items())
-                        self.assertIn(b"left out", result.stderr)
-
-    def test_a_created_archive_is_whole_or_not_there(self):
-        self.write("t/a", b"a" * 100)
-        self.write("t/b", "2")
-        result, calls = self.run_counted("create", "-q", self.zip, "t", OLD=1)  # where renaming takes no flags
-        self.assertEqual(result.returncode, 0)
-        for kind in ("KILL", "LOSE"):
-            for n in range(1, calls["KILL"] + 1):
-                with self.subTest(kind, n=n):
-                    self.zip.unlink(missing_ok=True)
-                    self.run_counted("create", "-q", self.zip, "t", **{kind: n})
-                    if not self.zip.exists():
-                        self.expect(0, "create", "-q", self.zip, "t")
-                    self.assertEqual((self.names(), self.strays()), (["t/", "t/a", "t/b"], []))
-                    if kind == "KILL":
-                        self.expect(0, "test", "-q", self.zip)
-
-    def test_of_two_runs_that_create_one_archive_the_first_makes_it(self):
-        for n in (1, 2):
-            with self.subTest(n):
-                self.zip.unlink(missing_ok=True)
-                code = self.run_stopped("create", "-q", self.zip, "new", STOP=n, meanwhile=lambda: self.expect(
-                    3, "create", "-q", self.zip, "count", says="is being changed by another run"))
-                self.assertEqual((code, self.names()), (0, ["new"]))
-
-    def test_an_edit_sees_what_the_run_before_it_renamed(self):
-        self.write("first", "1")
-        for way in WAYS:
-            with self.subTest(way):
-                self.zip.write_bytes(self.old)
-                code = self.run_stopped("comment", "-q", *way, self.zip, "hello", LOCK=1,
-                                        meanwhile=lambda: self.expect(0, "add", "-q", self.zip, "first"))
-                self.assertEqual((code, self.names()), (0, ["second", "third", "first"]))
-                self.assertEqual((self.cat("first"), self.expect(0, "comment", self.zip)), (b"1", b"hello\n"))
-
-    def test_what_a_killed_edit_in_place_leaves(self):
-        """As docs/forkzip.md says: the old archive up to the first write, the new one after the last, and in between
-        mostly a file without a directory."""
-        for verb, arguments in EDITS:
-            states = []
-            for fault, result in self.each_fault("KILL", verb, arguments, ["--in-place"]):
-                with self.subTest(fault):
-                    whole = self.run_tool("test", "-q", self.zip).returncode == 0
-                    states.append("old" if self.zip.read_bytes() == self.old else "whole" if whole else "broken")
-            self.assertEqual((states[0], states[-1]), ("old", "whole"), (verb, arguments, states))
-            self.assertNotIn("old", states[1:])
+                if kind == "KILL":
+                    self.assertEqual((states[0], states[-1]), (self.old, new_bytes), (command, "too early or too late"))
+                    self.assertTrue(not way or self.old not in states[1:], command)
+                elif kind == "TERM" and command[0] in ("add", "duplicate", "rename"):
+                    self.assertEqual(len({*states}), 2, command)
 
     def test_an_edit_in_place_that_finds_no_room_is_taken_back(self):
         def limit():
             resource.setrlimit(resource.RLIMIT_FSIZE, (len(self.old), len(self.old)))
-        for verb, arguments in EDITS:
-            with self.subTest(verb, arguments=arguments):
-                self.zip.write_bytes(self.old)
-                if verb in ("delete", "compact"):
-                    self.expect(0, verb, "-q", "--in-place", self.zip, *arguments, preexec_fn=limit)
+        for _, command in self.commands()[len(EDITS):]:
+            with self.subTest(command):
+                self.put_back()
+                if command[0] in ("delete", "compact"):
+                    self.expect(0, *command, preexec_fn=limit)
                     continue
-                self.expect(3, verb, "--in-place", self.zip, *arguments, says="cannot be written", preexec_fn=limit)
+                self.expect(3, *command, says="cannot be written", preexec_fn=limit)
                 self.assertTrue(self.zip.read_bytes() == self.old)
         # Where the gap is a hole in the file, moving members into it takes room.
         with open(self.zip, "wb") as file:
@@ -143,6 +94,119 @@ class Crashes(FaultTest):
         sparse = self.zip.read_bytes()
         self.assertEqual(self.run_counted("compact", "--in-place", self.zip, FULL=1)[0].returncode, 3)
         self.assertTrue(self.zip.read_bytes() == sparse)
+
+    def test_a_created_archive_is_whole_or_not_there(self):
+        """What cannot be read is left out and told, with all that belongs to it."""
+        for name in ("file", "other"):
+            self.write(f"t/{name}", name.encode() * 9000)
+        self.write("t/mac", "data")
+        self.write("t/._mac", apple_double(b"fork " * 9000))
+        (self.root / "t/link").symlink_to("file")
+        self.old = None
+        self.expect(0, "create", "-q", self.zip, "t")
+        new, new_bytes = self.content(), self.zip.read_bytes()
+        for kind, jobs in (("KILL", 1), ("TERM", 3), ("FULL", 3), ("FAIL", 1), ("READ", 1), ("READ", 2), ("CLOSE", 1),
+                           ("LOSE", 1)):
+            for fault, result in self.each_fault(kind, "create", "-q", f"-j{jobs}", self.zip, "t"):
+                with self.subTest(fault):
+                    if self.zip.exists() and b"left out" in result.stderr:
+                        self.assertLessEqual(self.content().items(), new.items())
+                    elif self.zip.exists() and kind != "LOSE":
+                        self.assertEqual(self.zip.read_bytes(), new_bytes)
+                    elif self.zip.exists():
+                        self.assertEqual(self.names(), [*new])
+                    if ENDS.get(kind, 3) == 3 and result.returncode != 0:
+                        self.assert_told(result)
+                    if not self.zip.exists():
+                        self.assertEqual(self.strays() if kind != "KILL" else [], [])
+                        self.expect(0, "create", "-q", self.zip, "t")
+                    self.assertEqual(self.strays(), [])
+        self.zip.unlink()
+        result, _ = self.run_counted("create", "-q", self.zip, "t", OLD=1)
+        self.assertEqual(result.returncode, 0, "where renaming takes no flags")
+
+    def test_runs_that_meet(self):
+        """Of two that create one archive the first makes it; an edit sees what the run before it renamed."""
+        for n in (1, 2):
+            self.zip.unlink(missing_ok=True)
+            code, _ = self.run_stopped("create", "-q", self.zip, "new", STOP=n, meanwhile=lambda: self.expect(
+                3, "create", "-q", self.zip, "new", says="is being changed by another run"))
+            self.assertEqual((code, self.names()), (0, ["new"]))
+        self.write("first", "1")
+        for way in WAYS:
+            self.put_back()
+            code, _ = self.run_stopped("comment", "-q", *way, self.zip, "hello", LOCK=1,
+                                       meanwhile=lambda: self.expect(0, "add", "-q", self.zip, "first"))
+            self.assertEqual((code, self.names()), (0, ["second", "third", "first"]))
+            self.assertEqual((self.cat("first"), self.expect(0, "comment", self.zip)), (b"1", b"hello\n"))
+
+
+class Reading(FaultTest):
+    def setUp(self):
+        """Has the content of one archive on disk, and another as the one to extract."""
+        super().setUp()
+
+        def members(data):
+            fork = data * 300
+            return archive(Member("first", data * 40000, DEFLATED), Member("second", data * 50000), *mac("d/", fork),
+                           *mac("d/f", fork), *mac("e/", b""), *mac("e/f", b""))
+        self.zip.write_bytes(members(b"1"))
+        self.expect(0, *EXTRACT, "-q", self.zip)
+        self.extracted = self.found()
+        self.old = members(b"2")
+
+    def test_no_fault_of_the_disk_passes_for_what_an_archive_holds(self):
+        """Nor does it, or the end of a run, leave anything but old and new on disk under a name of the archive's. What
+        a run leaves that was killed outright, in files of mode 1000, the next one replaces."""
+        for verb, *arguments in [*READERS, EXTRACT, [*EXTRACT, "-j2"], [*EXTRACT, "--overwrite"]]:
+            self.before = self.extracted if "--overwrite" in arguments else {}
+            self.put_back()
+            command = [verb, "-q", self.zip, *arguments]
+            shown = self.expect(0, *command)
+            right = self.found()
+            kinds = ["READ"] if verb != "extract" else ["READ", "FAIL", "CLOSE"] if "-j2" in arguments else ENDS
+            for fault, result in (each for kind in kinds for each in self.each_fault(kind, *command)):
+                with self.subTest(fault):
+                    if result.returncode == 0:
+                        self.assertEqual((result.stdout, self.found()), (shown, right))
+                        continue
+                    killed = result.returncode == -signal.SIGKILL
+                    unfinished = {str(path.relative_to(self.root / "out")) for path in self.strays()}
+                    self.assertTrue(killed or not unfinished, unfinished)
+                    for name, data in self.found().items():
+                        if name not in unfinished and ".forkzip-" not in name:
+                            self.assertIn(data, (self.before.get(name), right[name]), name)
+                    if result.returncode > 0:
+                        self.assert_told(result)
+                    else:
+                        self.expect(0, *EXTRACT, "-q", "--overwrite", self.zip)
+                        self.assertEqual(self.found(), right)
+
+    def test_the_run_after_a_killed_extraction_completes_it(self):
+        for what, fields in (("a Unix mode", {}), ("none, as from other systems", {"mode": 0, "host": 0})):
+            self.old = archive(Member("small", b"1" * 60000, **fields))
+            for fault, _ in self.each_fault("KILL", *EXTRACT, self.zip):
+                with self.subTest(fault, what=what):
+                    self.assertIn(self.run_tool(*EXTRACT, self.zip).returncode, (0, 3))
+                    self.assertEqual(self.found(), {"small": b"1" * 60000})
+                    self.assertEqual((self.root / "out/small").stat().st_mode & 0o7777, 0o644)
+
+    def test_where_no_mode_is_stored_the_content_arrives(self):
+        self.put_back()
+        result, _ = self.run_counted(*EXTRACT, self.zip, MODES=1)
+        self.assertEqual((result.returncode, self.found()["first"]), (0, b"2" * 40000), result.stderr)
+        for name in ("first", "d/f"):
+            self.assertIn(f"{name}: its mode or time cannot be stored here: Operation not", str(result.stderr))
+
+    def test_no_run_clears_away_what_another_is_making(self):
+        self.old = archive(*(Member(name, b"1" * 70000) for name in ("a", "d/a", "b", "d/b")))
+        command = [*EXTRACT, "-qj1", self.zip, "a", "d/a"]
+        self.put_back()
+        for n in range(1, self.run_counted(*command)[1]["KILL"] + 1):
+            self.put_back()
+            code, _ = self.run_stopped(*command, STOP=n, meanwhile=lambda: self.expect(
+                0, *EXTRACT, "-qj1", self.zip, "b", "d/b", "--overwrite"))
+            self.assertEqual((code, len(self.found())), (0, 4), n)
 
 
 if __name__ == "__main__":

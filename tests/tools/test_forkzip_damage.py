@@ -5,7 +5,7 @@ import json
 import unittest
 import zlib
 
-from forkzip import DEFLATED, UNIX_TIMES, ForkzipTest, Member, apple_double, archive
+from forkzip import DEFLATED, ForkzipTest, Member, apple_double, archive
 
 
 class Damage(ForkzipTest):
@@ -13,15 +13,14 @@ class Damage(ForkzipTest):
         good = archive(Member("f", b"12345"))
         cases = [
             ("no archive", b"hello", "'PK' header missing"),
-            ("nothing", b"", "'PK' header missing"),
             ("cut off", good[:-30], "Central Directory not found"),
             ("one part of several", good[:-18] + b"\1" + good[-17:], "one part of a split"),
             ("the first of several", b"PK\7\10" + good[:-30], "one part of a split"),
         ]
         for what, content, message in cases:
-            with self.subTest(what):
-                self.zip.write_bytes(content)
-                for verb in ("list", "info", "test", "extract"):
+            self.zip.write_bytes(content)
+            for verb in ("list", "info", "test", "extract"):
+                with self.subTest(what, verb=verb):
                     self.expect(1, verb, self.zip, says=message)
         self.expect(1, "list", "missing.zip", says="forkzip: missing.zip: cannot be opened: No such file")
         self.expect(3, "list", ".", says="is a folder")
@@ -29,24 +28,18 @@ class Damage(ForkzipTest):
         self.expect(1, "test", self.zip, says="more members than it announces")
 
     def test_members_that_are_not_sound(self):
+        """All that is told of them beyond what the engine finds."""
         text = b"words " * 1000
-        flipped = bytearray(Member("f", text, DEFLATED).packed)
-        flipped[len(flipped) // 2] ^= 0xFF
+        part = {"size": 3000, "crc": zlib.crc32(text[:3000])}
         cases = [
             ("sum of deflated data", Member("f", text, DEFLATED, crc=1), "An error -3 occured while deflation"),
             ("sum of stored data", Member("f", text, crc=1), "the checksum of its data is wrong"),
-            ("deflated data", Member("f", text, DEFLATED, packed=bytes(flipped)), "An error"),
-            ("data that ends early", Member("f", text, DEFLATED, packed=bytes(flipped[:20])), "An error"),
-            ("more data than stated", Member("f", text, DEFLATED, size=3000), "it holds more data than the 3000 bytes"),
-            ("the same with a fitting sum", Member("f", text, DEFLATED, size=3000, crc=zlib.crc32(text[:3000])),
-             "it holds more data"),
+            ("more data than stated", Member("f", text, DEFLATED, **part), "it holds more data than the 3000 bytes"),
+            ("stored in more than stated", Member("f", text, **part), "it is stored, but"),
             ("data of a member stated as empty", Member("f", text, DEFLATED, size=0, crc=0), "it holds more data"),
             ("sum of an empty member", Member("f", b"", DEFLATED, crc=1), "the checksum of its data is wrong"),
             ("no end of an empty member", Member("f", b"", DEFLATED, packed=b""), "its data does not end soundly"),
-            ("stored in more than stated", Member("f", text, size=3000, crc=zlib.crc32(text[:3000])), "it is stored, but"),
-            ("headers that differ", Member("f", text, local_flags=2), "File Headers mismatch"),
             ("encrypted", Member("f", text, flags=1, local_flags=1), "Unsupported format (encrypted)"),
-            ("another method", Member("f", text, 12), "Unsupported compression method (12)"),
         ]
         for what, member, message in cases:
             with self.subTest(what):
@@ -57,18 +50,10 @@ class Damage(ForkzipTest):
                 self.expect(0, "test", self.zip, "good", "also good")
                 self.expect(1, "cat", self.zip, "f", says=message)
                 self.expect(1, "extract", self.zip, "-d", "out", "--overwrite", says=message)
-                self.assertEqual(self.files_below(self.root / "out"), ["also good", "good"])
+                self.assertEqual(sorted(self.found()), ["also good", "good"])
         self.zip.write_bytes(archive(*(member for _, member, _ in cases)))
         failed = json.loads(self.run_tool("test", "--json", self.zip).stdout)["failed"]
         self.assertEqual([(each["index"], each["name"]) for each in failed], [(i + 1, "f") for i in range(len(cases))])
-
-    def test_companions_are_tested_too(self):
-        for method in (0, DEFLATED):
-            bad = Member("__MACOSX/._f", apple_double(b"fork"), method, crc=1, extra=UNIX_TIMES)
-            self.zip.write_bytes(archive(Member("f", b"1", extra=UNIX_TIMES), bad))
-            self.expect(1, "test", self.zip, says="f: its companion: ")
-            self.expect(1, "extract", self.zip, "-d", "out", says="f: its companion: ")
-            self.assertEqual(self.files_below(self.root / "out"), [])
 
     def test_members_that_overlap(self):
         inner = Member("g", b"12345")
@@ -84,7 +69,7 @@ class Damage(ForkzipTest):
                 self.zip.write_bytes(archive(*members))
                 for verb in (["test"], ["extract", "-d", what]):
                     self.expect(code, *verb, "-q", self.zip, says="overlaps another member's" if code else "")
-                self.assertEqual(self.files_below(self.root / what), [] if code else ["f", "h"])
+                self.assertEqual(sorted(self.found(what)), [] if code else ["f", "h"])
         self.zip.write_bytes(archive(*cases[0][1]))
         self.expect(0, "test", "-q", "--allow-overlap", self.zip)
         self.zip.write_bytes(archive(Member("f", inner.local()), Member("g" * 60000, b"12345", offset=31)))

@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
-"""forkzip add, delete, duplicate, rename, comment, compact: nothing is lost, and other tools read what comes out."""
+"""forkzip add, delete, duplicate, rename, comment, compact: what they make of an archive, and what they refuse to."""
 
+import fcntl
 import os
+import stat
 import struct
 import subprocess
 import unittest
@@ -11,34 +13,230 @@ import zlib
 from forkzip import DEFLATED, UNIX_TIMES, ForkzipTest, Member, apple_double, archive
 
 WAYS = ([], ["--in-place"])
-TREE = {"t/a": "hello " * 50, "t/sub/日本.txt": "words " * 5000, "t/sub/😀": b"", "t/Größe": os.urandom(3000)}
+DRAFT = ".a.zip.forkzip-new"
 # As ditto stores a folder, with another that was unpacked from such an archive.
 DITTO = ["d/", "d/f", "__MACOSX/", "__MACOSX/._d", "__MACOSX/d/", "__MACOSX/d/._f", "__MACOSX/.___MACOSX"]
-
 SUB = ["__MACOSX/d/", "__MACOSX/__MACOSX/._d", "__MACOSX/__MACOSX/__MACOSX/._._d"]
+UMLAUT = "Größe".encode("cp437")
+PATH = struct.pack("<HHBI", 0x7075, 5 + 7, 1, zlib.crc32(UMLAUT)) + "Größe".encode()
+HOLE = Member("hole", b"x" * 50, hole=True)
+FILES = {"mac": "new", "new": "new", "üx": "new", "é": "new", "Ã©": "new", "ü日": "new"}
+
+
+def marked(name, data=b""):
+    return Member(name, data, flags=0x800, local_flags=0x800)
+
+
+def pair(name, companion, data=b"old", **fields):
+    """A member and its companion."""
+    fields = {"extra": UNIX_TIMES, **fields}
+    return [Member(name, data, extra=UNIX_TIMES), Member(companion, apple_double(b"f"), **fields)]
 
 
 class Editing(ForkzipTest):
-    def test_new_names_hold_the_right_data_in_both_ways(self):
-        edits = [
-            ("add", ["new", "t/a"], ["t/sub/😀", "t/Größe", "new", "t/a"], {"new": b"new"}),
-            ("duplicate", ["t/a", "ä/b"], ["t/a", "t/sub/😀", "t/Größe", "ä/b"], {"ä/b": TREE["t/a"].encode()}),
-            ("rename", ["t/a", "ä/b"], ["ä/b", "t/sub/😀", "t/Größe"], {"ä/b": TREE["t/a"].encode()}),
-            ("rename", ["t", "a"], ["a/a", "a/sub/😀", "a/Größe"], {"a/a": TREE["t/a"].encode()}),
-        ]
-        for name, content in {**TREE, "new": "new"}.items():
+    def setUp(self):
+        super().setUp()
+        for name, content in FILES.items():
             self.write(name, content)
-        for verb, arguments, names, contents in edits:
-            for way in WAYS:
-                with self.subTest((verb, arguments, way)):
-                    self.zip.unlink(missing_ok=True)
-                    self.expect(0, "create", "-q", self.zip, "t/sub/日本.txt", "t/a", "t/sub/😀", "t/Größe")
-                    self.expect(0, "delete", "-q", "--in-place", self.zip, "t/sub/日本.txt")  # leaves a gap in front
-                    self.expect(0, verb, "-q", *way, self.zip, *arguments)
-                    self.assertEqual(self.names(), names)
-                    for name, content in contents.items():
-                        self.assertEqual(self.cat(name), content)
+
+    def assert_no_strays(self):
+        self.assertEqual([name for name in os.listdir(self.root) if "forkzip" in name], [])
+
+    def edit(self, content, verb, *arguments):
+        """Has an archive changed, by way of a dry run that leaves it alone. Gives the exit code and the messages."""
+        self.zip.write_bytes(content)
+        told = b""
+        if verb in ("add", "delete"):
+            told = self.run_tool(verb, "-n", *arguments).stderr
+            self.assertEqual(self.zip.read_bytes(), content)
+        self.write(DRAFT, "left by a run that was killed")
+        result = self.run_tool(verb, "-q", *arguments)
+        self.assert_no_strays()
+        self.assertTrue(result.stderr.startswith(told), (told, result.stderr))
+        return result.returncode, result.stderr.decode()
+
+    def check(self, what, content, verb, arguments, outcome):
+        """`outcome` is why the edit is refused, or the names that other programs see afterwards, or names and data."""
+        for way in WAYS:
+            with self.subTest(what, way=way):
+                code, errors = self.edit(content, verb, *way, self.zip, *arguments)
+                if isinstance(outcome, str):
+                    self.assertIn(outcome, errors)
+                    self.assertIn(code, (1, 2, 3))
+                    self.assertEqual(self.zip.read_bytes(), content)
+                    continue
+                self.assertEqual((code, errors), (0, ""))
+                made = self.zip.read_bytes()
+                with zipfile.ZipFile(self.zip) as other:
+                    self.assertEqual([info.orig_filename for info in other.infolist()], [*outcome])
+                    if isinstance(outcome, dict):
+                        self.assertEqual({name: other.read(name) for name in outcome}, outcome)
+                if not outcome:
+                    self.assertEqual(made.count(b"PK"), 1)
+                elif "disagrees" not in what and not {"/", "", "short", "fake"} & {*outcome}:
                     self.assert_others_accept()
+                for lost in (b"\0" * 99, b"gap", PATH):
+                    self.assertNotIn(lost, made)
+
+    def test_archives_of_unusual_shape(self):
+        """What an edit makes of members that share data, have no name of their own, or look like the tool's own."""
+        mac = pair("mac", "__MACOSX/._mac")
+        foreign = archive(*pair("a", "__MACOSX/._a", extra=struct.pack("<HHI", 10, 4, 0)), Member("b"))
+        listed = archive(Member(UMLAUT, b"1", extra=PATH), Member("b"))
+        nameless = archive(Member("a"), Member(""), Member("b"))
+        plain = archive(Member("a"), gap=b"\0" * 99)
+        ditto = archive(HOLE, *(Member(name, b"" if name[-1] == "/" else apple_double(b"f") if "._" in name else b"1",
+                                       extra=UNIX_TIMES) for name in DITTO))
+        chain = archive(HOLE, *(Member(name, b"1", extra=UNIX_TIMES) for name in ("a", "._a", "._._a", "b")))
+        utf8 = archive(marked("é", b"1"))
+        moved = archive(Member("h", b"x" * 9000, hole=True), marked("t/a", b"words"), marked("t/Größe", b"more"))
+        self.write("secret", "secret " * 100)
+        subprocess.run(["zip", "-qP", "pw", "encrypted.zip", "secret"], cwd=self.root, check=True)
+        encrypted = (self.root / "encrypted.zip").read_bytes()
+        cases = [
+            ("an addition holds its data", moved, "add", ["new"], {"t/a": b"words", "t/Größe": b"more", "new": b"new"}),
+            ("a duplicate too", moved, "duplicate", ["t/a", "ä"], {"t/a": b"words", "t/Größe": b"more", "ä": b"words"}),
+            ("and what has a new name", moved, "rename", ["t", "ä"], {"ä/a": b"words", "ä/Größe": b"more"}),
+            ("encrypted data under a second name", encrypted, "duplicate", ["secret", "b"], ["secret", "b"]),
+            ("UTF-8 is marked", utf8, "duplicate", ["é", "ü"], ["é", "ü"]),
+            ("also when it replaces", utf8, "add", ["é"], ["é"]),
+            ("another encoding is not", utf8, "add", ["--encoding", "windows-1252", "Ã©"], ["├⌐"]),
+            ("nor in a duplicate", utf8, "duplicate", ["--encoding", "cp437", "*", "ü"], ["é", "ü"]),
+            ("letters that it lacks", utf8, "add", ["--encoding", "cp437", "ü日"], "letters that the archive's"),
+            ("in a duplicate", utf8, "duplicate", ["--encoding", "cp437", "*", "ü日"], "letters that the archive's"),
+            ("a replaced member's companion goes with it", archive(*mac), "add", ["mac"], {"mac": b"new"}),
+            ("another member's stays", archive(*mac, Member("b", extra=UNIX_TIMES)), "delete", ["b"],
+             ["mac", "__MACOSX/._mac"]),
+            ("what stands for no members gives way", archive(Member("/")), "add", ["mac"], ["mac"]),
+            ("but not if it holds data", archive(Member("/", b"data")), "add", ["mac"], ["/", "mac"]),
+            ("nor beside another", archive(Member("/"), Member("a")), "add", ["mac"], ["/", "a", "mac"]),
+            ("no name of its own", nameless, "delete", ["a"], ["b"]),
+            ("replaced by another", archive(Member("x"), Member("mac"), Member("")), "add", ["mac"], ["x", "mac"]),
+            ("and by its stored name", archive(Member(b"\x81x", b"old")), "add", ["--encoding", "cp437", "üx"], ["üx"]),
+            ("the same stays", nameless, "duplicate", ["b", "c"], ["a", "", "b", "c"]),
+            ("none of its own under a new name either", nameless, "rename", ["a", "c"], ["c", "", "b"]),
+            ("a folder stays one under a second name", archive(Member("d/")), "duplicate", ["d", "e"], ["d/", "e/"]),
+            ("bytes between members go", archive(Member("a"), Member("b"), gap=b"gap"), "compact", [], ["a", "b"]),
+            ("a descriptor moves with its data", archive(HOLE, Member("f", b"f" * 99, DEFLATED, descriptor=True)),
+             "compact", [], {"f": b"f" * 99}),
+            ("and so does a header that disagrees", archive(HOLE, Member("f", local_flags=2)), "compact", [], ["f"]),
+            ("data whose name is in its record alone", archive(Member("f"), Member("fake", flags=8, offset=0)),
+             "duplicate", ["fake", "copy"], ["f", "fake", "copy"]),
+            ("the last members", archive(Member("f", b"1"), Member("g", b"2")), "delete", ["*"], []),
+            ("and what is left of them", archive(Member("f", b"1", hole=True)), "compact", [], []),
+            ("a comment of nothing else", archive(), "comment", ["text"], []),
+            ("of what stands for no members", archive(Member("/")), "comment", ["text"], ["/"]),
+            ("the first member of all", archive(), "add", ["mac"], ["mac"]),
+            ("a Zip64 record", archive(Member("a", b"1"), zip64=True), "add", ["mac"], ["a", "mac"]),
+            ("what belongs to no member goes when one is added", plain, "add", ["mac"], ["a", "mac"]),
+            ("filling behind the end is cut off", archive(Member("a")) + b"\0" * 6000, "comment", [""], ["a"]),
+            ("a Mac's folders stay with what is added", ditto, "add", ["mac"], [*DITTO, "mac"]),
+            ("with a duplicate", ditto, "duplicate", ["d/f", "d/g"], [*DITTO, "d/g", "__MACOSX/d/._g"]),
+            ("where room is freed", ditto, "compact", [], DITTO),
+            ("where a member goes", ditto, "delete", ["d/f"], [name for name in DITTO if name[-1] != "f"]),
+            ("and go with the folder", ditto, "rename", ["d", "e"],
+             [name.replace("d/", "e/").replace("._d", "._e") for name in DITTO]),
+            ("with all in it, and nothing that only begins like it",
+             archive(HOLE, Member("d/"), *pair("d/mac", "__MACOSX/d/._mac"), Member("__MACOSX/d/"), Member("dx")),
+             "rename", ["d/", "new/e"], ["new/e/", "new/e/mac", "__MACOSX/new/e/._mac", "__MACOSX/new/e/", "dx"]),
+            ("unless there is one of its new name", archive(*(Member(name, extra=UNIX_TIMES) for name in
+             ("d/", "__MACOSX/d/", "__MACOSX/e/"))), "rename", ["d", "e"], ["e/", "__MACOSX/d/", "__MACOSX/e/"]),
+            ("or with companions' own", archive(*(Member(n, extra=UNIX_TIMES) for n in SUB)), "comment", ["x"], SUB),
+            ("a companion's companion goes with it", chain, "delete", ["a"], ["b"]),
+            ("gets its new name", chain, "rename", ["a", "c"], ["c", "._c", "._._c", "b"]),
+            ("and is duplicated", chain, "duplicate", ["a", "c"], ["a", "._a", "._._a", "b", "c", "._c", "._._c"]),
+            ("another archiver's companion goes with it", foreign, "delete", ["a"], ["b"]),
+            ("or gets its new name", foreign, "rename", ["a", "c"], ["c", "__MACOSX/._c", "b"]),
+            ("a companion keeps to its tree, however that is spelt", archive(*pair("a", "__MacOSX/._a")), "rename",
+             ["a", "b"], ["b", "__MacOSX/._b"]),
+            ("a member goes by the name that is listed", listed, "delete", ["Größe"], ["b"]),
+            ("is replaced by it", listed, "add", ["--as", "Größe", "mac"], ["b", "Größe"]),
+            ("and renamed, without the old name in its extra field", listed, "rename", ["Größe", "c"], ["c", "b"]),
+        ]
+        for case in cases:
+            self.check(*case)
+        shared = [Member("x"), Member("short", b"1" * 10), Member("long", b"2" * 1000, offset=31)]
+        self.check("a short member at a long one's data", archive(*shared), "delete", ["x"], ["short", "long"])
+        self.assertIn(archive(*shared)[66:1066], self.zip.read_bytes())
+
+    def test_edits_that_would_lose_something_are_refused(self):
+        good = archive(Member("f", b"12345"), Member("g", b"1"))
+        far = bytearray(good)
+        struct.pack_into("<I", far, good.find(b"PK\1\2") + 20, 50000)
+        long_name = "n" * 70000
+        deep = archive(Member("f"), Member("d/x"), Member("e/y"))
+        overlapping = archive(Member("hole", b"x", hole=True), Member("f", packed=Member("g").local()),
+                              Member("g", offset=66), Member("x"))
+        contrary = archive(Member("f", b"1", local_flags=2))
+        cases = [
+            ("a wrong count", archive(Member("f"), Member("g"), count=1), "delete", ["f"], "announces 1 member"),
+            ("what lies behind the end", good + b"\0" * 6000 + b"x", "add", ["new"], "6001 bytes behind the end"),
+            ("an archive of the same layout in front", good + archive(Member("f", b"54321"), Member("g", b"2")),
+             "comment", ["x"], "bytes between its directory and its end record"),
+            ("a Zip64 record that tells another story", archive(Member("f"), between=archive(zip64=True)[:76]),
+             "comment", ["x"], "76 bytes between"),
+            ("a mark of one part in front", b"PK00" + good, "delete", ["f"], "other data stands in front"),
+            ("too many members", archive(*map(Member, map(str, range(65535)))), "add", ["new"], "format ends at 65535"),
+            ("overlapping members", overlapping, "compact", [], "overlaps"),
+            ("a comment with a signature", good, "comment", ["PK\5\6"], "signature"),
+            ("a comment of 65536 bytes", good, "comment", ["x" * 65536], "65536 bytes"),
+            ("a name that is taken", good, "duplicate", ["f", "G"], "exists already"),
+            ("a name of nothing", good, "duplicate", ["f", "../"], "no name"),
+            ("a name too long for a duplicate", good, "duplicate", ["f", long_name], "the format ends at 65535"),
+            ("a name too long for a new member", good, "add", ["new", "--as", long_name], "longer than 65535 bytes"),
+            ("a duplicate of data that reaches too far", bytes(far), "duplicate", ["f", "x"], "into the directory"),
+            ("a duplicate of damaged data", archive(Member("f", b"1", crc=7)), "duplicate", ["f", "x"], "checksum"),
+            ("a duplicate with another local header", contrary, "duplicate", ["f", "x"], "contradicts"),
+            ("also if it is but a name", good.replace(b"f", b"F", 1), "duplicate", ["f", "x"], "contradicts"),
+            ("renaming with another local header", contrary, "rename", ["f", "x"], "contradicts"),
+            ("a new name that is taken", good, "rename", ["f", "g"], "exists already"),
+            ("a new name where a companion is", archive(Member("._g", b"x"), Member("d/"), *pair("mac", "._mac")),
+             "rename", ["mac", "g"], "exists already"),
+            ("a new name where only a folder's is right", archive(Member("f"), Member("d/")), "rename", ["f", "d"],
+             "exists already"),
+            ("a folder's new name where members lie in one", deep, "rename", ["e", "d"], "exists already, as a folder"),
+            ("a folder's new name where a file is", deep, "rename", ["e", "f"], "f: exists already, and is no folder"),
+            ("a duplicate's name where members lie in a folder", deep, "duplicate", ["f", "d"], "as a folder"),
+            ("a file that is added where a folder is", deep, "add", ["new", "--as", "d"], "exists already, as a folder"),
+            ("one that is added below a file", deep, "add", ["new", "--as", "f/g"], "f: exists already, and is no"),
+            ("letter case to rename", good, "rename", ["F", "x"], "F: no such member"),
+            ("letter case to delete", good, "delete", ["f", "F"], "nothing is deleted"),
+            ("letter case to duplicate", good, "duplicate", ["F", "x"], "F: no such member"),
+            ("the archive itself", good, "add", [self.zip], "it is the archive itself"),
+            ("no such file", good, "add", ["missing"], "No such file"),
+        ]
+        for case in cases:
+            self.check(*case)
+        self.zip.write_bytes(overlapping)
+        self.expect(1, "delete", "--dry-run", self.zip, "x", says="overlaps")
+
+    def test_a_dry_run_says_what_would_be_done(self):
+        self.zip.write_bytes(archive(Member("f", b"1"), Member("d/"), Member("d/g", b"2"), Member("é".encode("cp437"))))
+        cases = [  # arguments, exit code, what is said on standard output, on standard error
+            (["add", self.zip, "new", "--as", "f"], 0, "replace f\n", ""),
+            (["add", self.zip, "new", "missing"], 3, "add new\n", "No such file"),
+            (["add", "--encoding", "cp437", self.zip, "ü日", "é"], 3, "replace é\n", "letters that the archive's"),
+            (["delete", self.zip, "d"], 0, "delete d/\ndelete d/g\n2 members to be deleted\n", ""),
+        ]
+        for arguments, code, said, errors in cases:
+            with self.subTest(arguments):
+                self.assertEqual(self.expect(code, *arguments, "-n", says=errors).decode(), said)
+
+    def test_an_archive_of_no_members(self):
+        """It is an end record alone, as others write it."""
+        (self.root / "folder").mkdir()
+        self.expect(0, "create", "-q", self.zip, ".", cwd=self.root / "folder")
+        self.assertEqual(self.zip.read_bytes(), archive())
+        for tool in (["7zz", "t"], ["bsdtar", "-tf"], ["python3", "-m", "zipfile", "-t"]):
+            subprocess.run([*tool, self.zip], check=True, capture_output=True)
+        self.expect(1, "duplicate", self.zip, "f", "g", says="no such member")
+        before = self.root.stat()
+        for members in ([], [Member("/", mode=0o040500)]):
+            self.zip.write_bytes(archive(*members))
+            for verb in ("list", "test", "extract", "comment"):
+                self.expect(0, verb, self.zip)
+            self.assertIn(b"none", self.expect(0, "info", self.zip))
+            self.assertEqual(self.root.stat().st_mode, before.st_mode)
 
     def test_a_copy_keeps_every_byte_that_it_does_not_mean_to_change(self):
         first = Member("first", b"1" * 300, extra=b"\x99\x99\2\0ab", comment=b"a comment", descriptor=True)
@@ -57,136 +255,6 @@ class Editing(ForkzipTest):
         self.expect(0, "add", "-q", self.zip, "new")
         self.assert_others_accept()  # nor does a gap behind what was replaced stand in 7zz's way
 
-    def test_archives_of_unusual_shape(self):
-        """What an edit makes of members that share data, have no name of their own, or look like the tool's own."""
-        self.write("mac", "new")
-        self.write("üx", "new")
-        mac = [Member("mac", b"old", extra=UNIX_TIMES), Member("__MACOSX/._mac", apple_double(b"f"), extra=UNIX_TIMES)]
-        foreign = Member("__MACOSX/._a", apple_double(b"f"), extra=struct.pack("<HHI", 10, 4, 0))
-        path = struct.pack("<HHBI", 0x7075, 5 + 7, 1, zlib.crc32("Größe".encode("cp437"))) + "Größe".encode()
-        listed = archive(Member("Größe".encode("cp437"), b"1", extra=path), Member("b"))
-        hole = Member("hole", b"x" * 50, hole=True)
-        shared = [Member("x"), Member("short", b"1" * 10), Member("long", b"2" * 1000, offset=31)]
-        nameless = archive(Member("a"), Member(""), Member("b"))
-        ditto = archive(hole, *(Member(name, b"" if name[-1] == "/" else apple_double(b"f") if "._" in name else b"1",
-                                       extra=UNIX_TIMES) for name in DITTO))
-        chain = archive(hole, *(Member(name, b"1", extra=UNIX_TIMES) for name in ("a", "._a", "._._a", "b")))
-        cases = [
-            ("a replaced member's companion goes with it", archive(*mac), "add", ["mac"], ["mac"]),
-            ("another member's stays", archive(*mac, Member("b", extra=UNIX_TIMES)), "delete", ["b"],
-             ["mac", "__MACOSX/._mac"]),
-            ("what stands for no members gives way", archive(Member("/")), "add", ["mac"], ["mac"]),
-            ("but not if it holds data", archive(Member("/", b"data")), "add", ["mac"], ["/", "mac"]),
-            ("nor beside another", archive(Member("/"), Member("a")), "add", ["mac"], ["/", "a", "mac"]),
-            ("a short member at a long one's data", archive(*shared), "delete", ["x"], ["short", "long"]),
-            ("no name of its own", nameless, "delete", ["a"], ["b"]),
-            ("replaced by another", archive(Member("x"), Member("mac"), Member("")), "add", ["mac"], ["x", "mac"]),
-            ("and by its stored name", archive(Member(b"\x81x", b"old")), "add", ["--encoding", "cp437", "üx"], ["üx"]),
-            ("the same stays", nameless, "duplicate", ["b", "c"], ["a", "", "b", "c"]),
-            ("none of its own under a new name either", nameless, "rename", ["a", "c"], ["c", "", "b"]),
-            ("a folder stays one under a second name", archive(Member("d/")), "duplicate", ["d", "e"], ["d/", "e/"]),
-            ("three bytes between members go", archive(Member("a"), Member("b"), gap=b"gap"), "compact", [], ["a", "b"]),
-            ("a data descriptor moves with its member", archive(hole, Member("f", b"f" * 99, DEFLATED, descriptor=True)),
-             "compact", [], ["f"]),
-            ("and so does a header that disagrees", archive(hole, Member("f", local_flags=2)), "compact", [], ["f"]),
-            ("data under a name that only its record has", archive(Member("f", b"1"), Member("fake", b"1", flags=8, offset=0)),
-             "duplicate", ["fake", "copy"], ["f", "fake", "copy"]),
-            ("the last members", archive(Member("f", b"1"), Member("g", b"2")), "delete", ["*"], []),
-            ("and what is left of them", archive(Member("f", b"1", hole=True)), "compact", [], []),
-            ("a comment of nothing else", archive(), "comment", ["text"], []),
-            ("of what stands for no members", archive(Member("/")), "comment", ["text"], ["/"]),
-            ("the first member of all", archive(), "add", ["mac"], ["mac"]),
-            ("a Zip64 record", archive(Member("a", b"1"), zip64=True), "add", ["mac"], ["a", "mac"]),
-            ("what belongs to no member goes when one is added", archive(Member("a"), gap=b"\0" * 99), "add", ["mac"],
-             ["a", "mac"]),
-            ("or duplicated", archive(Member("a"), gap=b"\0" * 99), "duplicate", ["a", "b"], ["a", "b"]),
-            ("a Mac's folders stay with a comment", ditto, "comment", ["text"], DITTO),
-            ("with what is added", ditto, "add", ["mac"], [*DITTO, "mac"]),
-            ("with a duplicate", ditto, "duplicate", ["d/f", "d/g"], [*DITTO, "d/g", "__MACOSX/d/._g"]),
-            ("where room is freed", ditto, "compact", [], DITTO),
-            ("where a member goes", ditto, "delete", ["d/f"], [n for n in DITTO if n[-1] != "f"]),
-            ("a companion's companion goes with it", chain, "delete", ["a"], ["b"]),
-            ("another archiver's companion goes with it too", archive(Member("a"), foreign, Member("b")), "delete", ["a"], ["b"]),
-            ("or gets its new name", archive(Member("a"), foreign, Member("b")), "rename", ["a", "c"], ["c", "__MACOSX/._c", "b"]),
-            ("a folder of companions goes with the folder", ditto, "rename", ["d", "e"],
-             [name.replace("d/", "e/").replace("._d", "._e") for name in DITTO]),
-            ("with all in it, and nothing that only begins like it", archive(hole, Member("d/"), Member("d/mac", b"3", descriptor=True,
-             extra=UNIX_TIMES), Member("__MACOSX/d/"), Member("__MACOSX/d/._mac", apple_double(b"f"), extra=UNIX_TIMES),
-             Member("dx")), "rename", ["d/", "new/e"],
-             ["new/e/", "new/e/mac", "__MACOSX/new/e/", "__MACOSX/new/e/._mac", "dx"]),
-            ("unless there is one of its new name", archive(*(Member(name, extra=UNIX_TIMES) for name in
-             ("d/", "__MACOSX/d/", "__MACOSX/e/"))), "rename", ["d", "e"], ["e/", "__MACOSX/d/", "__MACOSX/e/"]),
-            ("a companion's companion gets its new name", chain, "rename", ["a", "c"], ["c", "._c", "._._c", "b"]),
-            ("and is duplicated", chain, "duplicate", ["a", "c"], ["a", "._a", "._._a", "b", "c", "._c", "._._c"]),
-            ("a dropped folder's companions may be companions' own", archive(*(Member(name, extra=UNIX_TIMES) for name in SUB)),
-             "comment", ["x"], SUB),
-            ("a companion keeps to its tree, however that is spelt", archive(Member("a"), Member("__MacOSX/._a",
-             extra=UNIX_TIMES)), "rename", ["a", "b"], ["b", "__MacOSX/._b"]),
-            ("a member goes by the name that is listed", listed, "delete", ["Größe"], ["b"]),
-            ("is replaced by it", listed, "add", ["--as", "Größe", "mac"], ["b", "Größe"]),
-            ("and renamed, without the old name in its extra field", listed, "rename", ["Größe", "c"], ["c", "b"]),
-            ("filling behind the end is cut off", archive(Member("a")) + b"\0" * 6000, "comment", [""], ["a"]),
-        ]
-        for what, content, verb, arguments, names in cases:
-            for way in WAYS:
-                with self.subTest(what, way=way):
-                    self.zip.write_bytes(content)
-                    self.expect(0, verb, "-q", *way, self.zip, *arguments)
-                    with zipfile.ZipFile(self.zip) as other:
-                        self.assertEqual([info.orig_filename for info in other.infolist()], names)
-                    if not names:
-                        self.assertEqual(self.zip.read_bytes().count(b"PK"), 1)
-                    elif "disagrees" not in what and not {"/", "", "short", "fake"} & {*names}:
-                        self.assert_others_accept()
-                    self.assertNotIn(b"\0" * 99, self.zip.read_bytes())
-                    self.assertNotIn(b"gap", self.zip.read_bytes())
-                    self.assertNotIn(path, self.zip.read_bytes())
-        self.zip.write_bytes(archive(*shared))
-        self.expect(0, "delete", "-q", self.zip, "x")
-        self.assertIn(archive(*shared)[66:1066], self.zip.read_bytes())
-
-    def test_an_archive_of_no_members(self):
-        """It is an end record alone, as others write it."""
-        (self.root / "folder").mkdir()
-        self.expect(0, "create", "-q", self.zip, ".", cwd=self.root / "folder")
-        self.assertEqual(self.zip.read_bytes(), archive())
-        for tool in (["7zz", "t"], ["bsdtar", "-tf"], ["python3", "-m", "zipfile", "-t"]):
-            subprocess.run([*tool, self.zip], check=True, capture_output=True)
-        for verb in ("list", "info", "test", "extract", "comment"):
-            self.expect(0, verb, self.zip)
-        self.expect(1, "duplicate", self.zip, "f", "g", says="no such member")
-
-    def test_names_in_the_encoding_of_the_archive(self):
-        """(encoding, a name, what is stored of it or None, whether it is marked as UTF-8)"""
-        cases = [("utf-8", "é", "é".encode(), True), ("windows-1252", "Ã©", b"\xc3\xa9", False),
-                 ("cp437", "ü", b"\x81", False), ("cp437", "ü日", None, False)]
-        content = archive(Member("é", b"1", flags=0x800, local_flags=0x800))
-        for encoding, name, stored, marked in cases:
-            self.write(name, "1")
-            for verb, arguments in (("add", [name]), ("duplicate", ["*", name + "2"])):
-                with self.subTest((encoding, verb, name)):
-                    self.zip.write_bytes(content)
-                    result = self.run_tool(verb, "--in-place", "--encoding", encoding, self.zip, *arguments)
-                    if stored is None:
-                        self.assertIn("letters that the archive's encoding lacks", result.stderr.decode())
-                        self.assertEqual(self.zip.read_bytes(), content)
-                        continue
-                    record = self.zip.read_bytes().rpartition(b"PK\1\2")[2]
-                    end = 42 + len(stored) + (verb == "duplicate")
-                    self.assertEqual(record[42:end], stored + b"2" * (verb == "duplicate"), result.stderr)
-                    self.assertEqual(record[5] & 8 != 0, marked)
-
-    def test_encrypted_members(self):
-        self.write("a", "secret " * 100)
-        subprocess.run(["zip", "-qP", "pw", "encrypted.zip", "a"], cwd=self.root, check=True)
-        for way in WAYS:
-            self.zip.write_bytes((self.root / "encrypted.zip").read_bytes())
-            self.expect(0, "duplicate", "-q", *way, self.zip, "a", "b")
-            self.expect(0, "delete", "-q", *way, self.zip, "a")
-            self.assertEqual(self.names(), ["b"])
-            for command in (["unzip", "-P", "pw", "-tqq"], ["7zz", "t", "-ppw"]):
-                subprocess.run([*command, self.zip], check=True, capture_output=True)
-
     def test_up_to_two_gibibytes(self):
         """A sparse archive grows in place until the format ends, and one beyond it is not touched."""
         self.write("new", os.urandom(5000))
@@ -203,6 +271,62 @@ class Editing(ForkzipTest):
                     self.assertEqual(self.cat("new"), (self.root / "new").read_bytes())
                 else:
                     self.assertEqual(self.zip.stat().st_size, length)
+
+    def test_the_new_archive_takes_the_place_of_the_old_one(self):
+        """Its owner as far as that can be."""
+        precious = self.write("precious", "of someone else")
+        root, nobody = os.geteuid() == 0, {"user": 65534, "group": 65534, "extra_groups": []}
+        if root:
+            os.chown(self.root, 65534, -1)
+        kept = "its owner cannot be kept"
+        cases = [  # the archive's mode, who runs forkzip, what it says; the new mode
+            ("mode and owner stay, and a link in the way is not written through", 0o640, {}, "", 0o640),
+            ("an owner that is lost is told, and lets no group in", 0o2666, nobody, kept, 0o606),
+            ("a group that can be kept keeps its rights", 0o4660, {**nobody, "group": 34}, kept, 0o660),
+        ]
+        (self.root / "links").mkdir()
+        (self.root / "links/l.zip").symlink_to("../a.zip")
+        for what, mode, user, says, new_mode in cases if root else cases[:1]:
+            with self.subTest(what):
+                self.zip.write_bytes(archive(Member("f", b"1")))
+                if root:
+                    os.chown(self.zip, 12, 34)
+                self.zip.chmod(mode)
+                old = self.zip.stat()
+                os.link(precious, self.root / DRAFT)
+                self.expect(0, "comment", "links/l.zip", "x", says=says, **user)
+                self.assertTrue((self.root / "links/l.zip").is_symlink())
+                new = self.zip.stat()
+                self.assertEqual((stat.S_IMODE(new.st_mode), new.st_uid, new.st_gid),
+                                 (new_mode, user.get("user", old.st_uid), user.get("group", old.st_gid)))
+                self.assertEqual(self.expect(0, "comment", self.zip), b"x\n")
+                self.assertEqual(precious.read_text(), "of someone else")
+                self.assert_no_strays()
+        self.zip.chmod(0o444)
+        user = nobody if root else {}
+        for way in WAYS:
+            self.expect(3, "comment", *way, self.zip, "read-only", says="cannot be opened for writing", **user)
+
+    def test_archives_of_long_names(self):
+        """Of which the draft's name is too long by one letter, and by as much as can be."""
+        names = ["n" * length + ".zip" for length in (239, 251)]
+        self.put("d", {})
+        for name in names:
+            self.expect(0, "create", "-q", f"d/{name}", "new")
+            self.expect(0, "comment", "-q", f"d/{name}", "x")
+        self.assertEqual(sorted(self.found("d")), names)
+
+    def test_two_runs_do_not_change_an_archive_at_once(self):
+        self.zip.write_bytes(archive(Member("f", b"1")))
+        draft = self.write(DRAFT, "of a run at work")
+        busy = "is being changed by another run"
+        for held, way, code, says in ((self.zip, [], 3, busy), (self.zip, ["--in-place"], 3, busy),
+                                      (draft, [], 3, busy), (draft, ["--in-place"], 0, "")):
+            with self.subTest(held=held, way=way), open(held, "rb") as file:
+                fcntl.flock(file, fcntl.LOCK_EX)
+                self.expect(code, "comment", *way, self.zip, "x", says=says)
+                self.expect(0, "list", self.zip)
+                self.assertEqual(draft.read_text(), "of a run at work")
 
 
 if __name__ == "__main__":
