@@ -55,11 +55,6 @@ class Completion(ForkzipTest):
     def offered_by_fish(self, line):
         return self.script("fish", "--no-config", "-c", f"source '{FISH}'; complete -C '{line}'")
 
-    def test_every_name_is_offered_and_expanded_by_nothing(self):
-        for typed, names in {"": {*NAMES.values()}, "no": [""], "k": ["k@2x:y=!a"]}.items():
-            self.assertEqual(self.offered("cat", "an\\ archive.zip", typed), sorted(names))
-        self.assertFalse((self.root / "RAN").exists())
-
     def test_completion_and_manual_know_the_options_of_each_verb(self):
         manual = MANUAL.read_text()
         verbs = self.offered("")

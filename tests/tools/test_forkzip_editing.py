@@ -15,7 +15,7 @@ from forkzip import DEFLATED, UNIX_TIMES, ForkzipTest, Member, apple_double, arc
 WAYS = ([], ["--in-place"])
 DRAFT = ".a.zip.forkzip-new"
 # As ditto stores a folder, with another that was unpacked from such an archive.
-DITTO = ["d/", "d/f", "__MACOSX/", "__MACOSX/._d", "__MACOSX/d/", "__MACOSX/d/._f", "__MACOSX/.___MACOSX"]
+DITTO = ["d/", "d/f", "dx", "__MACOSX/", "__MACOSX/._d", "__MACOSX/d/", "__MACOSX/d/._f", "__MACOSX/.___MACOSX"]
 SUB = ["__MACOSX/d/", "__MACOSX/__MACOSX/._d", "__MACOSX/__MACOSX/__MACOSX/._._d"]
 UMLAUT = "Größe".encode("cp437")
 PATH = struct.pack("<HHBI", 0x7075, 5 + 7, 1, zlib.crc32(UMLAUT)) + "Größe".encode()
@@ -42,31 +42,27 @@ class Editing(ForkzipTest):
     def assert_no_strays(self):
         self.assertEqual([name for name in os.listdir(self.root) if "forkzip" in name], [])
 
-    def edit(self, content, verb, *arguments):
-        """Has an archive changed, by way of a dry run that leaves it alone. Gives the exit code and the messages."""
-        self.zip.write_bytes(content)
-        told = b""
-        if verb in ("add", "delete"):
-            told = self.run_tool(verb, "-n", *arguments).stderr
-            self.assertEqual(self.zip.read_bytes(), content)
-        self.write(DRAFT, "left by a run that was killed")
-        result = self.run_tool(verb, "-q", *arguments)
-        self.assert_no_strays()
-        self.assertTrue(result.stderr.startswith(told), (told, result.stderr))
-        return result.returncode, result.stderr.decode()
-
     def check(self, what, content, verb, arguments, outcome):
-        """`outcome` is why the edit is refused, or the names that other programs see afterwards, or names and data."""
+        """`outcome` is why the edit is refused, or the names that other programs see afterwards, or names and data. A
+        dry run tells the same and leaves the archive alone."""
         for way in WAYS:
             with self.subTest(what, way=way):
-                code, errors = self.edit(content, verb, *way, self.zip, *arguments)
-                if isinstance(outcome, str):
-                    self.assertIn(outcome, errors)
-                    self.assertIn(code, (1, 2, 3))
+                self.zip.write_bytes(content)
+                if verb in ("add", "delete"):
+                    rehearsal = self.run_tool(verb, "-n", *way, self.zip, *arguments)
                     self.assertEqual(self.zip.read_bytes(), content)
-                    continue
-                self.assertEqual((code, errors), (0, ""))
+                self.write(DRAFT, "left by a run that was killed")
+                result = self.run_tool(verb, "-q", *way, self.zip, *arguments)
+                self.assert_no_strays()
                 made = self.zip.read_bytes()
+                if verb in ("add", "delete"):
+                    self.assertTrue(result.stderr.startswith(rehearsal.stderr), rehearsal.stderr)
+                if isinstance(outcome, str):
+                    self.assertIn(outcome, result.stderr.decode())
+                    self.assertIn(result.returncode, (1, 2, 3))
+                    self.assertEqual(made, content)
+                    continue
+                self.assertEqual((result.returncode, result.stderr), (0, b""))
                 with zipfile.ZipFile(self.zip) as other:
                     self.assertEqual([info.orig_filename for info in other.infolist()], [*outcome])
                     if isinstance(outcome, dict):
@@ -84,15 +80,15 @@ class Editing(ForkzipTest):
         foreign = archive(*pair("a", "__MACOSX/._a", extra=struct.pack("<HHI", 10, 4, 0)), Member("b"))
         listed = archive(Member(UMLAUT, b"1", extra=PATH), Member("b"))
         nameless = archive(Member("a"), Member(""), Member("b"))
-        plain = archive(Member("a"), gap=b"\0" * 99)
+        plain, streamed = archive(Member("a"), gap=b"\0" * 99), Member("f", b"f" * 99, DEFLATED, descriptor=True)
         ditto = archive(HOLE, *(Member(name, b"" if name[-1] == "/" else apple_double(b"f") if "._" in name else b"1",
                                        extra=UNIX_TIMES) for name in DITTO))
         chain = archive(HOLE, *(Member(name, b"1", extra=UNIX_TIMES) for name in ("a", "._a", "._._a", "b")))
-        utf8 = archive(marked("é", b"1"))
+        utf8, fake = archive(marked("é", b"1")), archive(Member("f"), Member("fake", flags=8, offset=0))
         moved = archive(Member("h", b"x" * 9000, hole=True), marked("t/a", b"words"), marked("t/Größe", b"more"))
         self.write("secret", "secret " * 100)
         subprocess.run(["zip", "-qP", "pw", "encrypted.zip", "secret"], cwd=self.root, check=True)
-        encrypted = (self.root / "encrypted.zip").read_bytes()
+        encrypted, folders = (self.root / "encrypted.zip").read_bytes(), ["d/", "__MACOSX/d/", "__MACOSX/e/"]
         cases = [
             ("an addition holds its data", moved, "add", ["new"], {"t/a": b"words", "t/Größe": b"more", "new": b"new"}),
             ("a duplicate too", moved, "duplicate", ["t/a", "ä"], {"t/a": b"words", "t/Größe": b"more", "ä": b"words"}),
@@ -105,8 +101,7 @@ class Editing(ForkzipTest):
             ("letters that it lacks", utf8, "add", ["--encoding", "cp437", "ü日"], "letters that the archive's"),
             ("in a duplicate", utf8, "duplicate", ["--encoding", "cp437", "*", "ü日"], "letters that the archive's"),
             ("a replaced member's companion goes with it", archive(*mac), "add", ["mac"], {"mac": b"new"}),
-            ("another member's stays", archive(*mac, Member("b", extra=UNIX_TIMES)), "delete", ["b"],
-             ["mac", "__MACOSX/._mac"]),
+            ("another member's stays", archive(*mac, Member("b")), "delete", ["b"], ["mac", "__MACOSX/._mac"]),
             ("what stands for no members gives way", archive(Member("/")), "add", ["mac"], ["mac"]),
             ("but not if it holds data", archive(Member("/", b"data")), "add", ["mac"], ["/", "mac"]),
             ("nor beside another", archive(Member("/"), Member("a")), "add", ["mac"], ["/", "a", "mac"]),
@@ -117,11 +112,9 @@ class Editing(ForkzipTest):
             ("none of its own under a new name either", nameless, "rename", ["a", "c"], ["c", "", "b"]),
             ("a folder stays one under a second name", archive(Member("d/")), "duplicate", ["d", "e"], ["d/", "e/"]),
             ("bytes between members go", archive(Member("a"), Member("b"), gap=b"gap"), "compact", [], ["a", "b"]),
-            ("a descriptor moves with its data", archive(HOLE, Member("f", b"f" * 99, DEFLATED, descriptor=True)),
-             "compact", [], {"f": b"f" * 99}),
+            ("a descriptor moves with its data", archive(HOLE, streamed), "compact", [], {"f": b"f" * 99}),
             ("and so does a header that disagrees", archive(HOLE, Member("f", local_flags=2)), "compact", [], ["f"]),
-            ("data whose name is in its record alone", archive(Member("f"), Member("fake", flags=8, offset=0)),
-             "duplicate", ["fake", "copy"], ["f", "fake", "copy"]),
+            ("data whose name is in its record alone", fake, "duplicate", ["fake", "copy"], ["f", "fake", "copy"]),
             ("the last members", archive(Member("f", b"1"), Member("g", b"2")), "delete", ["*"], []),
             ("and what is left of them", archive(Member("f", b"1", hole=True)), "compact", [], []),
             ("a comment of nothing else", archive(), "comment", ["text"], []),
@@ -134,13 +127,10 @@ class Editing(ForkzipTest):
             ("with a duplicate", ditto, "duplicate", ["d/f", "d/g"], [*DITTO, "d/g", "__MACOSX/d/._g"]),
             ("where room is freed", ditto, "compact", [], DITTO),
             ("where a member goes", ditto, "delete", ["d/f"], [name for name in DITTO if name[-1] != "f"]),
-            ("and go with the folder", ditto, "rename", ["d", "e"],
-             [name.replace("d/", "e/").replace("._d", "._e") for name in DITTO]),
-            ("with all in it, and nothing that only begins like it",
-             archive(HOLE, Member("d/"), *pair("d/mac", "__MACOSX/d/._mac"), Member("__MACOSX/d/"), Member("dx")),
-             "rename", ["d/", "new/e"], ["new/e/", "new/e/mac", "__MACOSX/new/e/._mac", "__MACOSX/new/e/", "dx"]),
-            ("unless there is one of its new name", archive(*(Member(name, extra=UNIX_TIMES) for name in
-             ("d/", "__MACOSX/d/", "__MACOSX/e/"))), "rename", ["d", "e"], ["e/", "__MACOSX/d/", "__MACOSX/e/"]),
+            ("and go with the folder, but nothing that only begins like it", ditto, "rename", ["d/", "new/e"],
+             [name.replace("d/", "new/e/").replace("._d", "new/._e") for name in DITTO]),
+            ("unless there is one of its new name", archive(*(Member(n, extra=UNIX_TIMES) for n in folders)), "rename",
+             ["d", "e"], ["e/", *folders[1:]]),
             ("or with companions' own", archive(*(Member(n, extra=UNIX_TIMES) for n in SUB)), "comment", ["x"], SUB),
             ("a companion's companion goes with it", chain, "delete", ["a"], ["b"]),
             ("gets its new name", chain, "rename", ["a", "c"], ["c", "._c", "._._c", "b"]),
@@ -192,12 +182,11 @@ class Editing(ForkzipTest):
             ("a new name that is taken", good, "rename", ["f", "g"], "exists already"),
             ("a new name where a companion is", archive(Member("._g", b"x"), Member("d/"), *pair("mac", "._mac")),
              "rename", ["mac", "g"], "exists already"),
-            ("a new name where only a folder's is right", archive(Member("f"), Member("d/")), "rename", ["f", "d"],
-             "exists already"),
+            ("where only a folder is", archive(Member("f"), Member("d/")), "rename", ["f", "d"], "exists already"),
             ("a folder's new name where members lie in one", deep, "rename", ["e", "d"], "exists already, as a folder"),
             ("a folder's new name where a file is", deep, "rename", ["e", "f"], "f: exists already, and is no folder"),
             ("a duplicate's name where members lie in a folder", deep, "duplicate", ["f", "d"], "as a folder"),
-            ("a file that is added where a folder is", deep, "add", ["new", "--as", "d"], "exists already, as a folder"),
+            ("a file that is added where one is", deep, "add", ["new", "--as", "d"], "exists already, as a folder"),
             ("one that is added below a file", deep, "add", ["new", "--as", "f/g"], "f: exists already, and is no"),
             ("letter case to rename", good, "rename", ["F", "x"], "F: no such member"),
             ("letter case to delete", good, "delete", ["f", "F"], "nothing is deleted"),
@@ -224,11 +213,9 @@ class Editing(ForkzipTest):
 
     def test_an_archive_of_no_members(self):
         """It is an end record alone, as others write it."""
-        (self.root / "folder").mkdir()
+        self.put("folder", {})
         self.expect(0, "create", "-q", self.zip, ".", cwd=self.root / "folder")
         self.assertEqual(self.zip.read_bytes(), archive())
-        for tool in (["7zz", "t"], ["bsdtar", "-tf"], ["python3", "-m", "zipfile", "-t"]):
-            subprocess.run([*tool, self.zip], check=True, capture_output=True)
         self.expect(1, "duplicate", self.zip, "f", "g", says="no such member")
         before = self.root.stat()
         for members in ([], [Member("/", mode=0o040500)]):

@@ -3,7 +3,6 @@
 
 import fcntl
 import os
-import resource
 import struct
 import unittest
 from pathlib import Path
@@ -199,15 +198,6 @@ class Extract(ForkzipTest):
         self.assertEqual(self.found(), {**dict.fromkeys(old, b"old"), **dict.fromkeys(new, b"new")})
         self.assertEqual((self.out / "twice").stat().st_mtime, 1002)
         self.assertEqual(self.extract(0, "--newer"), b"0 members extracted\n")
-
-    def test_a_full_disk_leaves_nothing_half_written(self):
-        def limit():
-            resource.setrlimit(resource.RLIMIT_FSIZE, (100000, 100000))
-        for data, says in ((bytes(300000), ""), (mac_binary(b"", bytes(300000)), "its Mac data ")):
-            self.zip.write_bytes(archive(Member("small", b"1"), Member("large", data, DEFLATED)))
-            self.extract(3, "--overwrite", says=f"large: {says}cannot be written", preexec_fn=limit)
-            self.extract(3, "--overwrite", says=": File too large", preexec_fn=limit)
-            self.assertEqual(self.found(), {"small": b"1"})
 
     def test_what_a_killed_run_leaves_is_in_no_ones_way(self):
         """A file of mode 1000 is one that it was making; one that is merely empty is a user's."""
