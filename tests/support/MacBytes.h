@@ -2,6 +2,7 @@
 // them. Where the fields lie is said in numbers, as the published formats have them.
 #pragma once
 
+#include "platform/compress/Crc16.h"
 #include "tests/support/ZipBytes.h"
 
 namespace vantorel::testing {
@@ -11,17 +12,11 @@ inline std::string BigEndian(std::uint32_t value, int size) {
   for (int shift = 8 * (size - 1); shift >= 0; shift -= 8) bytes += static_cast<char>(value >> shift & 0xFF);
   return bytes;
 }
-// The CRC of MacBinary II, bit by bit.
-inline std::uint32_t PlainCrc16(std::string_view bytes) {
-  std::uint32_t crc = 0;
-  for (const char c : bytes) {
-    crc ^= static_cast<std::uint32_t>(static_cast<std::uint8_t>(c)) << 8;
-    for (int bit = 0; bit < 8; ++bit) crc = (crc << 1 ^ ((crc & 0x8000U) != 0 ? 0x1021U : 0U)) & 0xFFFFU;
-  }
-  return crc;
-}
-inline void SealMacBinary(std::string& header) {
-  Put(header, 124, BigEndian(PlainCrc16(header.substr(0, 124)), 2));
+// Gives a MacBinary header its sum.
+inline void Seal(std::string& header) {
+  const auto block = New<MemoryBlock>(128);
+  block->SetStringValue(0, 128, String::Bytes(header));
+  Put(header, 124, BigEndian(static_cast<std::uint32_t>(Crc16_MemoryBlock(block, 0, 124, 0)), 2));
 }
 
 // A MacBinary III header; level II has no signature, level I no sum either.
@@ -37,7 +32,7 @@ inline std::string MacBinaryBytes(std::string_view name, std::uint32_t data_leng
   Put(header, 101, "\x80");
   if (level >= 3) Put(header, 102, "mBIN");
   Put(header, 123, BigEndian(level > 3 ? 131 : 129, 1));
-  if (level >= 2) SealMacBinary(header);
+  if (level >= 2) Seal(header);
   return header;
 }
 inline std::string FilledUp(std::string fork) {

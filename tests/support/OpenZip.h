@@ -1,71 +1,81 @@
-// Members and archives for tests that extract: data deflated, bytes opened as an archive.
+// What the tests of the Zip library share: bytes and members opened as archives, written ones read back.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "platform/compress/ZStream.h"
 #include "tests/support/ScratchFolder.h"
+#include "tests/support/StringStreams.h"
 #include "tests/support/ZipBytes.h"
 #include "zip/archive/ZipArchive.h"
 
 namespace vantorel::testing {
 
-// Raw deflate data.
-inline std::string Deflated(const std::string& plain) {
-  struct Collector : IStreamWriter {
-    void Write(const String& data) override { bytes += data.view(); }
-    std::int32_t LastError() override { return 0; }
-    std::string bytes;
-  };
-  const auto collector = New<Collector>();
-  const auto stream = New<ZStream>(true, collector, nil);
-  stream->Write(String::Bytes(plain));
-  stream->Close();
-  return collector->bytes.substr(10, collector->bytes.size() - 18);
+using Strings = std::vector<std::string>;
+
+inline std::string Text(const String& text) {
+  return std::string(text.view());
 }
+
+// `length` bytes that deflate a little.
+inline std::string Noise(std::size_t length, unsigned seed = 1) {
+  std::string bytes(length, '\0');
+  for (char& c : bytes) c = static_cast<char>('!' + ((seed = seed * 1103515245 + 12345) >> 16) % 40);
+  return bytes;
+}
+
 inline ZipMember DeflatedMember(const std::string& name, const std::string& plain) {
-  ZipMember member{.name = name, .data = Deflated(plain), .method = 8};
-  member.crc = PlainCrc32(plain);
+  const ScratchFolder folder;
+  folder.Write("plain", plain);
+  const std::string gzip = folder.Run("gzip -n < plain");  // a header of 10 bytes, a trailer of 8
+  ZipMember member{.name = name, .data = gzip.substr(10, gzip.size() - 18), .method = 8};
+  member.crc = Crc32Of(plain);
   member.uncompressed_size = static_cast<std::uint32_t>(plain.size());
   return member;
 }
 
-using Strings = std::vector<std::string>;
-
-// An archive in a folder of its own, opened.
-struct OpenedZip {
-  OpenedZip() = default;
-  explicit OpenedZip(std::string_view bytes, bool writable) : opened(Open(bytes, writable)) {}
-  explicit OpenedZip(const std::vector<ZipMember>& members) : OpenedZip(MakeZip(members), false) {}
-
-  bool Open(std::string_view bytes, bool writable = false) {
-    return archive->Open(folder.Write("a.zip", bytes), writable);
-  }
-  std::string Message() const { return std::string(archive->ErrorMessage().view()); }
-  Strings Names() const {
-    Strings names;
-    for (const String& name : archive->AllEntriesAsRawPaths()) names.emplace_back(name.view());
-    return names;
-  }
-  Ref<ZipEntry> First() const { return archive->Entry(1); }
-
-  ScratchFolder folder;
-  Ref<ZipArchive> archive = New<ZipArchive>();
-  bool opened = false;
-};
-
-// The archive `name` in a folder, opened for reading.
-inline Ref<ZipArchive> OpenZip(const ScratchFolder& folder, const std::string& name) {
-  const auto archive = New<ZipArchive>();
-  EXPECT_TRUE(archive->Open(folder.Item(name), false)) << archive->ErrorMessage().view();
+// The file a.zip in a folder.
+inline Ref<ZipArchive> Open(const ScratchFolder& folder, bool writable = true) {
+  auto archive = New<ZipArchive>();
+  EXPECT_TRUE(archive->Open(folder.Item("a.zip"), writable)) << Text(archive->errmsg);
   return archive;
 }
-inline Ref<ZipArchive> OpenZip(const ScratchFolder& folder, const std::vector<ZipMember>& members) {
-  folder.Write("a.zip", MakeZip(members));
-  return OpenZip(folder, "a.zip");
+// Archives to read, which stay open when their file is gone.
+inline Ref<ZipArchive> OpenBytes(std::string_view bytes) {
+  const ScratchFolder folder;
+  folder.Write("a.zip", bytes);
+  return Open(folder, false);
+}
+inline Ref<ZipArchive> OpenZip(const std::vector<ZipMember>& members) {
+  return OpenBytes(MakeZip(members));
+}
+
+inline std::int32_t Add(ZipArchive& archive, const std::string& name, const std::string& bytes) {
+  return archive.AddItemByStreams(New<StringSource>(bytes), static_cast<std::int32_t>(bytes.size()), nil, 0,
+                                  nil, name.c_str(), nil, nil);
+}
+
+inline Strings NamesOf(ZipArchive& archive) {
+  Strings names;
+  for (const String& name : archive.AllEntriesAsRawPaths()) names.push_back(Text(name));
+  return names;
+}
+// Names and contents in the order of the entries.
+using Members = std::vector<std::pair<std::string, std::string>>;
+
+inline Members MembersOf(ZipArchive& archive) {
+  Members members;
+  for (std::int32_t i = 1; i <= archive.EntryCount(); ++i) {
+    const Ref<ZipEntry> entry = archive.Entry(i);
+    const auto sink = New<StringSink>();
+    Ref<MemoryBlock> header;
+    EXPECT_TRUE(entry->Extract(false, sink, nil, header)) << Text(entry->errmsg);
+    members.emplace_back(Text(entry->RawPath()), sink->bytes);
+  }
+  return members;
 }
 
 }  // namespace vantorel::testing

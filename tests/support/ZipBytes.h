@@ -1,5 +1,5 @@
 // Archives made byte by byte, so that a test can say exactly what is wrong with one. The builder shares the
-// signatures with the program and nothing else.
+// signatures and the CRC with the program, and nothing else.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/compress/Crc32.h"
 #include "zip/records/ZipRecords.h"
 
 namespace vantorel::testing {
@@ -23,13 +24,8 @@ inline std::string Le32(std::uint32_t value) {
 inline void Put(std::string& record, std::int32_t offset, std::string_view bytes) {
   record.replace(static_cast<std::size_t>(offset), bytes.size(), bytes);
 }
-inline std::uint32_t PlainCrc32(std::string_view bytes) {
-  std::uint32_t crc = 0xFFFFFFFFU;
-  for (const char c : bytes) {
-    crc ^= static_cast<std::uint8_t>(c);
-    for (int bit = 0; bit < 8; ++bit) crc = crc >> 1 ^ ((crc & 1) != 0 ? 0xEDB88320U : 0);
-  }
-  return ~crc;
+inline std::uint32_t Crc32Of(std::string_view bytes) {
+  return static_cast<std::uint32_t>(Crc32OfBytes(bytes, 0));
 }
 
 // An extra-field record.
@@ -81,7 +77,7 @@ struct ZipEnd {
 inline std::string SharedFields(const ZipMember& m, std::uint32_t flags, const std::string& extra) {
   const auto length = static_cast<std::uint32_t>(m.data.size());
   return Le16(m.version_needed) + Le16(flags) + Le16(m.method) + Le16(m.time) + Le16(m.date) +
-         Le32(m.crc.value_or(PlainCrc32(m.data))) + Le32(m.compressed_size.value_or(length)) +
+         Le32(m.crc.value_or(Crc32Of(m.data))) + Le32(m.compressed_size.value_or(length)) +
          Le32(m.uncompressed_size.value_or(length)) + Le16(static_cast<std::uint32_t>(m.name.size())) +
          Le16(static_cast<std::uint32_t>(extra.size()));
 }

@@ -4,22 +4,20 @@
 namespace vantorel::testing {
 namespace {
 
-const std::string kUnix = UnixExtra(1, 2);
-
 // Members that all carry what Apple's tools put into the central extra field.
-std::vector<ZipMember> Ditto(const Strings& names) {
+std::string Ditto(const Strings& names) {
   std::vector<ZipMember> members;
-  for (const std::string& name : names) members.push_back({.name = name, .central_extra = kUnix});
-  return members;
+  for (const std::string& name : names) members.push_back({.name = name, .central_extra = UnixExtra(1, 2)});
+  return MakeZip(members);
 }
 
 // What the list shows: each name, with its companion's behind an arrow.
-Strings Shown(const OpenedZip& zip) {
+Strings Shown(ZipArchive& archive) {
   Strings shown;
-  for (std::int32_t i = 1; i <= zip.archive->EntryCount(); ++i) {
-    const Ref<ZipEntry> e = zip.archive->Entry(i);
-    shown.emplace_back(e->RawPath().view());
-    if (e->appleDoubleEntry) shown.back() += " <- " + std::string(e->appleDoubleEntry->RawPath().view());
+  for (std::int32_t i = 1; i <= archive.EntryCount(); ++i) {
+    const Ref<ZipEntry> e = archive.Entry(i);
+    shown.push_back(Text(e->RawPath()));
+    if (e->appleDoubleEntry) shown.back() += " <- " + Text(e->appleDoubleEntry->RawPath());
     EXPECT_FALSE(e->thisIsTheAppleDoubleEntry);
     EXPECT_TRUE(!e->appleDoubleEntry || e->appleDoubleEntry->thisIsTheAppleDoubleEntry);
   }
@@ -51,14 +49,11 @@ TEST(Companions, AreFolded) {
       {"of a companion", {"x", "._x", "._._x"}, {"x <- ._x"}},
   };
   for (const auto& [name, members, shown, ditto] : cases) {
-    const OpenedZip zip(Ditto(members));
-    EXPECT_EQ(Shown(zip), shown) << name;
-    EXPECT_EQ(zip.archive->UsesAppleDittoFormat(), ditto) << name;
+    const auto archive = OpenBytes(Ditto(members));
+    EXPECT_EQ(Shown(*archive), shown) << name;
+    EXPECT_EQ(archive->UsesAppleDittoFormat(), ditto) << name;
   }
-}
-
-TEST(Companions, NeedTheUnixRecord) {
-  EXPECT_EQ(OpenedZip({{"a"}, {"__MACOSX/"}, {"__MACOSX/._a"}}).archive->EntryCount(), 3);
+  EXPECT_EQ(OpenZip({{"a"}, {"__MACOSX/"}, {"__MACOSX/._a"}})->EntryCount(), 3) << "no Unix record";
 }
 
 // Hides one entry from the folding, and sees what that leaves in the index.
@@ -66,28 +61,35 @@ struct OwnCheck : ZipArchiveData {
   void checkDirectory(const Ref<Dictionary>& index) override {
     index->Remove(EncodeBase64("a", 76));
     ZipArchiveData::checkDirectory(index);
-    for (std::int32_t i = 0; i < index->Count(); ++i) keys.emplace_back(index->Key(i).view());
+    EXPECT_EQ(index->Count(), 2) << "the key of the main entry is used up";
   }
-  Strings keys;
+};
+struct OwnFields : ZipArchive {
+  using ZipArchive::MakeZipExtraField;
+  Ref<ZipExtraField> MakeZipExtraField(const String& block) override {
+    return last = ZipArchive::MakeZipExtraField(block);
+  }
+  Ref<ZipExtraField> last;
 };
 
-TEST(Companions, AreFoldedByTheIndexOfAClassOfItsOwn) {
-  OpenedZip zip;
-  const Ref<OwnCheck> own = New<OwnCheck>();
-  zip.archive->d = own;
-  ASSERT_TRUE(zip.Open(MakeZip(Ditto({"a", "._a", "d/", "__MACOSX/._d"}))));
-  EXPECT_EQ(Shown(zip), (Strings{"a", "._a", "d/ <- __MACOSX/._d"}));
-  EXPECT_EQ(own->keys, (Strings{"Ll9h", "X19NQUNPU1gvLl9k"})) << "the key of the main entry is used up";
+TEST(Companions, AreFoldedByClassesOfTheirOwn) {
+  const ScratchFolder folder;
+  const auto archive = New<OwnFields>();
+  archive->d = New<OwnCheck>();
+  ASSERT_TRUE(archive->Open(folder.Write("a.zip", Ditto({"a", "._a", "d/", "__MACOSX/._d"})), false));
+  EXPECT_EQ(Shown(*archive), (Strings{"a", "._a", "d/ <- __MACOSX/._d"}));
+  EXPECT_EQ(archive->Entry(3)->appleDoubleEntry->ExtraFieldInCentralDir(), archive->last);
 }
 
 // What a failed Open leaves in the list takes no part in what the next one reads.
 TEST(Companions, AreNotTakenByWhatIsLeftOver) {
-  std::vector<ZipMember> bad = Ditto({"a", "__MACOSX/", "bad"});
-  bad[2].central_magic = 1;
-  OpenedZip zip(bad);
-  EXPECT_FALSE(zip.opened);
-  ASSERT_TRUE(zip.Open(MakeZip(Ditto({"x", "._a"}))));
-  EXPECT_EQ(Shown(zip), (Strings{"a", "x", "._a"}));
+  const ScratchFolder folder;
+  const auto archive = New<ZipArchive>();
+  std::string bad = Ditto({"a", "__MACOSX/", "bad"});
+  bad[bad.rfind("PK\1\2")] = 'x';
+  EXPECT_FALSE(archive->Open(folder.Write("a.zip", bad), false));
+  ASSERT_TRUE(archive->Open(folder.Write("a.zip", Ditto({"x", "._a"})), false));
+  EXPECT_EQ(Shown(*archive), (Strings{"a", "x", "._a"}));
 }
 
 }  // namespace

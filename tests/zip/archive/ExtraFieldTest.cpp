@@ -96,20 +96,5 @@ TEST(ExtraField, IsBuiltOfTextsOrOfWhatTheFileKnows) {
   EXPECT_NE(Archive()->MakeZipExtraField(folder.Item(), "name").get(), nullptr);
 }
 
-// Puts a block of its own in place of each that the reader of a directory hands over.
-struct OwnFields : ZipArchive {
-  using ZipArchive::MakeZipExtraField;
-  Ref<ZipExtraField> MakeZipExtraField(const String& block) override {
-    return ZipArchive::MakeZipExtraField("own " + block);
-  }
-};
-
-TEST(ExtraField, IsMadeByAClassOfItsOwn) {
-  OpenedZip zip;
-  zip.archive = New<OwnFields>();
-  ASSERT_TRUE(zip.Open(MakeZip({{.name = "a", .central_extra = "block"}})));
-  EXPECT_EQ(zip.First()->ExtraFieldInCentralDir()->AsData().view(), "own block");
-}
-
 }  // namespace
 }  // namespace vantorel::testing

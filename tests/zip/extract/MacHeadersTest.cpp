@@ -44,7 +44,7 @@ TEST(MacBinaryHeader, Level) {
   for (const auto& [name, offset, bytes, sum, level, level_with_macbinary1] : cases) {
     std::string header = MacBinaryBytes("name", 1, 2);
     Put(header, offset, bytes);
-    if (sum == kRight) SealMacBinary(header);
+    if (sum == kRight) Seal(header);
     const auto block = New<MemoryBlock>(128, ByteOrder::kBig);
     block->SetStringValue(0, 128, String::Bytes(header));
     const Ref<ZipEntry> entry = NewEntry();

@@ -1,6 +1,5 @@
 // What the directory says, when it is written and when not, and what a read-only archive answers.
 #include "tests/support/OpenZip.h"
-#include "tests/zip/write/WriteSupport.h"
 
 namespace vantorel::testing {
 namespace {
@@ -55,7 +54,7 @@ TEST(Directory, WhatCannotBeWrittenIsToldAndTriedAgain) {
                                             : "Internal error (Exception in z_writeDirectory)");
     archive->Entry(2)->SetExtraFieldInCentralDir(extra);
     EXPECT_TRUE(archive->Close());
-    EXPECT_EQ(MembersOf(scratch), (Members{{"a", "text"}, {"b", "text"}}));
+    EXPECT_EQ(MembersOf(*Open(scratch, false)), (Members{{"a", "text"}, {"b", "text"}}));
   }
 }
 
@@ -77,9 +76,6 @@ TEST(Directory, StandsInTheFileByteForByte) {
                        .external_attributes = 1};
   const ZipMember old{.name = "d/", .os_made_by = 0, .date = 4 + 32 * 3, .external_attributes = 1};
   const ZipMember latin{.name = "\xFC", .os_made_by = 0};
-  ZipMember deflated = DeflatedMember("a", Noise(70000));
-  deflated.os_made_by = 0;
-  deflated.external_attributes = 1;
   const std::tuple<const char*, std::function<void(ZipArchive&)>, ZipMember, std::string> cases[] = {
       {"an archive closed empty holds the member /", [](ZipArchive&) {}, plain, ""},
       {"everything that a member can carry",
@@ -96,7 +92,6 @@ TEST(Directory, StandsInTheFileByteForByte) {
       {"no mark for a name in another encoding",
        [&](ZipArchive& a) { a.d->setArchiveEncoding(a.EncodedAsWinLatin1()), add(a, "ü", 0, nil); }, latin,
        ""},
-      {"a deflated member", [](ZipArchive& a) { Add(a, "a", Noise(70000)); }, deflated, ""},
   };
   for (const auto& [name, fill, member, comment] : cases) {
     const ScratchFolder scratch;
