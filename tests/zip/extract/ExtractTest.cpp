@@ -1,6 +1,5 @@
 // Extraction to disk: what is in the way, what a failure leaves, and the metadata that files get.
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "platform/base/Failures.h"
 #include "platform/text/TextFunctions.h"
@@ -13,19 +12,10 @@
 namespace vantorel::testing {
 namespace {
 
-// While this lives the process has no special rights.
-class WithoutRoot {
- public:
-  WithoutRoot() { EXPECT_TRUE(geteuid() != 0 || seteuid(65534) == 0); }
-  WithoutRoot(const WithoutRoot&) = delete;
-  WithoutRoot& operator=(const WithoutRoot&) = delete;
-  ~WithoutRoot() { EXPECT_EQ(seteuid(getuid()), 0); }
-};
-
 // Extracts the only member to `name`; gives its message, empty on success.
 std::string ExtractTo(const ScratchFolder& folder, const std::string& name, const ZipMember& member) {
   const Ref<ZipEntry> entry = OpenZip({member})->Entry(1);
-  const bool done = entry->Extract(name.empty() ? nil : folder.Item(name));
+  const bool done = entry->Extract(folder.Item(name));
   EXPECT_EQ(done, entry->ErrorMessage().empty());
   return Text(entry->ErrorMessage());
 }
@@ -36,16 +26,15 @@ std::string MacFacts(const ScratchFolder& folder, const std::string& name) {
   EXPECT_EQ(folder.Item(name)->GetMacData(data), 0);
   const FinderInfo& info = data.finder;
   return std::string(info.type.data(), 4) + std::string(info.creator.data(), 4) + " " +
-         std::string(Hex(info.flags).view()) + " " +
-         std::string(Hex(info.script << 8 | info.extended_flags).view()) + " " + ForkOf(folder.Item(name));
+         Text(Hex(info.flags) + " " + Hex(info.script << 8 | info.extended_flags)) + " " +
+         ForkOf(folder.Item(name));
 }
 
 TEST(Extract, WhatIsInTheWay) {
   const ScratchFolder folder;
   folder.Write("file", "old");
   folder.Write("locked", "old");
-  folder.Run(
-      "chmod 444 locked; mkdir folder; mkdir tree; ln -s ../file tree/link; chmod 555 tree; ln -s file link");
+  folder.Run("chmod 444 locked; mkdir folder; ln -s file link");
   const ZipMember file{.name = "f", .data = "new"};
   const ZipMember directory{.name = "f/"};
   const struct {
@@ -54,7 +43,6 @@ TEST(Extract, WhatIsInTheWay) {
     ZipMember member;
     const char* message;
   } cases[] = {
-      {"no destination", "", file, "No destination given"},
       {"a folder for a file", "folder", file,
        "Archive entry is a file but a folder exists at the destination already. Won't replace that."},
       {"a file for a folder", "file", directory,
@@ -64,18 +52,14 @@ TEST(Extract, WhatIsInTheWay) {
       {"a locked file", "locked", file, "Destination file is write protected"},
       {"a folder for a folder", "folder", directory, ""},
       {"a link", "link", file, ""},
+      {"a link that stays", "/proc/self/exe", file,
+       "Destination exists as an alias file that can't be deleted"},
   };
   for (const auto& [name, destination, member, message] : cases) {
     EXPECT_EQ(ExtractTo(folder, destination, member), message) << name;
   }
   EXPECT_EQ(folder.Read("file") + folder.Read("locked") + folder.Read("link"), "oldoldnew")
       << "what is there already stays, and a link is replaced and not followed";
-  folder.Run("chmod 755 .");
-  const auto archive = OpenZip({file});
-  const WithoutRoot limited;
-  EXPECT_FALSE(archive->Entry(1)->Extract(folder.Item("tree/link")));
-  EXPECT_EQ(archive->Entry(1)->ErrorMessage().view(),
-            "Destination exists as an alias file that can't be deleted");
 }
 
 TEST(Extract, AFailureLeavesNoFile) {
@@ -111,9 +95,9 @@ TEST(Extract, Permissions) {
   const mode_t before = umask(077);
   for (const auto& [name, os, attributes, mode, make_executable, is_text] : cases) {
     const ScratchFolder folder;
-    const auto archive = OpenZip(
-        {{.name = "f", .os_made_by = os, .internal_attributes = is_text, .external_attributes = attributes}});
-    EXPECT_TRUE(archive->Entry(1)->Extract(folder.Item("f"), true, make_executable)) << name;
+    const ZipMember member{
+        .name = "f", .os_made_by = os, .internal_attributes = is_text, .external_attributes = attributes};
+    EXPECT_TRUE(OpenZip({member})->Entry(1)->Extract(folder.Item("f"), true, make_executable)) << name;
     std::uint16_t found = 0;
     folder.Item("f")->GetUnixMode(found);
     EXPECT_EQ(found, mode) << name;
@@ -194,30 +178,27 @@ TEST(MakeDestination, WalksBelowTheRoot) {
       {"link", "f", "link/f", "link"},
   };
   for (const auto& [root, member, place, made, follow_links] : cases) {
-    const auto archive = OpenZip({{.name = member}});
-    const Ref<FolderItem> found = archive->Entry(1)->MakeDestination(folder.Item(root), follow_links);
+    const Ref<ZipEntry> entry = OpenZip({{.name = member}})->Entry(1);
+    const Ref<FolderItem> found = entry->MakeDestination(folder.Item(root), follow_links);
     EXPECT_EQ(found ? found->Path() : "", place.empty() ? "" : folder.Path(place)) << root << " " << member;
     EXPECT_TRUE(folder.Has(made)) << member;
     EXPECT_FALSE(!place.empty() && folder.Has(place)) << member;
   }
   EXPECT_EQ(folder.Run("ls target"), "") << "nothing was made behind the links";
-}
 
-TEST(MakeDestination, NoticesALinkInPlaceOfAFolder) {
-  const ScratchFolder folder;
   folder.Run("mkdir -p in/d/e target/e");
-  const auto archive = OpenZip({{.name = "d/e/f"}});
-  EXPECT_TRUE(archive->Entry(1)->MakeDestination(folder.Item("in"), false));
+  const Ref<ZipEntry> entry = OpenZip({{.name = "d/e/f"}})->Entry(1);
+  EXPECT_TRUE(entry->MakeDestination(folder.Item("in"), false));
   folder.Run("mv in/d was; ln -s ../target in/d");
-  EXPECT_EQ(archive->Entry(1)->MakeDestination(folder.Item("in"), false), nil);
+  EXPECT_EQ(entry->MakeDestination(folder.Item("in"), false), nil) << "a link came in place of a folder";
 }
 
 TEST(MakeDestination, TakesOneStepPerComponent) {
   std::string name = std::string(300, 'x') + "/";  // no folder that can be made
   for (int i = 0; i < 10000; ++i) name += "a/";
   const ScratchFolder folder;
-  const auto archive = OpenZip({{.name = name}});
-  EXPECT_EQ(archive->Entry(1)->MakeDestination(folder.Item(), false)->Path() + "/", folder.Path(name));
+  const Ref<ZipEntry> entry = OpenZip({{.name = name}})->Entry(1);
+  EXPECT_EQ(entry->MakeDestination(folder.Item(), false)->Path() + "/", folder.Path(name));
   EXPECT_LE(RecentFailures().size(), 3U) << "each folder that cannot be made is kept in mind";
 }
 
