@@ -1,6 +1,7 @@
 // Sequences of edits of a small archive against a plain model of it: a list of names, contents and comments.
 // What the archive holds is read back by this library on the way, and by libzip at the end.
 #include <unistd.h>
+#include <zip.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -8,6 +9,7 @@
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "fuzz/Choices.h"
 #include "fuzz/EditSequence.h"
@@ -19,6 +21,27 @@ namespace {
 using namespace vantorel;  // NOLINT(google-build-using-namespace): the harness is about nothing else
 using fuzzing::Choices;
 using testing::StringSource;
+
+void CheckByLibzip(const std::string& path, const std::vector<fuzzing::Member>& members) {
+  int error = 0;
+  zip_t* const archive = zip_open(path.c_str(), ZIP_RDONLY, &error);
+  fuzzing::Require(archive != nullptr, "libzip opens it");
+  fuzzing::Require(zip_get_num_entries(archive, 0) == static_cast<zip_int64_t>(members.size()),
+                   "libzip's count");
+  for (std::size_t i = 0; i < members.size(); ++i) {
+    const std::string& content = members[i].content;
+    fuzzing::Require(zip_get_name(archive, i, ZIP_FL_ENC_RAW) == members[i].name, "libzip's name");
+    zip_file_t* const file = zip_fopen_index(archive, i, 0);
+    fuzzing::Require(file != nullptr, "libzip opens a member");
+    std::string bytes(content.size() + 1, '\0');
+    const zip_int64_t got = zip_fread(file, bytes.data(), bytes.size());
+    fuzzing::Require(
+        got == static_cast<zip_int64_t>(content.size()) && bytes.compare(0, content.size(), content) == 0,
+        "libzip's content");
+    zip_fclose(file);
+  }
+  zip_discard(archive);
+}
 
 // Somebody else's archive, or a forged one: edits may fail, and no more.
 void EditForged(const std::string& path, std::string_view bytes, Choices& choices) {
@@ -56,6 +79,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   Choices choices(data, size);
-  fuzzing::Editing(path, choices).Run();
+  CheckByLibzip(path, fuzzing::Editing(path, choices).Run());
   return 0;
 }

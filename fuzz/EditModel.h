@@ -1,8 +1,5 @@
-// The plain model of an archive, and what is held against it: what this library reads back, and what libzip
-// reads.
+// The plain model of an archive, and what is held against it: what this library reads back.
 #pragma once
-
-#include <zip.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -59,25 +56,6 @@ inline void CheckFile(const std::string& path, const std::vector<Member>& member
     CheckEntry(*reader->Entry(static_cast<std::int32_t>(i) + 1), expected[i]);
   }
   reader->Close();
-}
-
-inline void CheckByLibzip(const std::string& path, const std::vector<Member>& members) {
-  int error = 0;
-  zip_t* const archive = zip_open(path.c_str(), ZIP_RDONLY, &error);
-  Require(archive != nullptr, "libzip opens it");
-  Require(zip_get_num_entries(archive, 0) == static_cast<zip_int64_t>(members.size()), "libzip's count");
-  for (std::size_t i = 0; i < members.size(); ++i) {
-    const std::string& content = members[i].content;
-    Require(zip_get_name(archive, i, ZIP_FL_ENC_RAW) == members[i].name, "libzip's name");
-    zip_file_t* const file = zip_fopen_index(archive, i, 0);
-    Require(file != nullptr, "libzip opens a member");
-    std::string bytes(content.size() + 1, '\0');
-    const zip_int64_t got = zip_fread(file, bytes.data(), bytes.size());
-    Require(got == static_cast<zip_int64_t>(content.size()) && bytes.compare(0, content.size(), content) == 0,
-            "libzip's content");
-    zip_fclose(file);
-  }
-  zip_discard(archive);
 }
 
 }  // namespace vantorel::fuzzing

@@ -34,7 +34,8 @@ class Editing {
  public:
   Editing(std::string path, Choices& choices) : path_(std::move(path)), choices_(choices) { Open(); }
 
-  void Run() {
+  // Gives the members as the directory was last written.
+  const std::vector<Member>& Run() {
     for (int step = 0; step < 40 && choices_.More(); ++step) {
       Step();
       Require(archive_->EntryCount() == Count(), "count of entries");
@@ -43,7 +44,7 @@ class Editing {
       CheckEntry(*EntryAt(i), members_[i]);
     }
     Close();
-    CheckByLibzip(path_, on_disk_);
+    return on_disk_;
   }
 
  private:

@@ -24,6 +24,10 @@ inline std::string Le32(std::uint32_t value) {
 inline void Put(std::string& record, std::int32_t offset, std::string_view bytes) {
   record.replace(static_cast<std::size_t>(offset), bytes.size(), bytes);
 }
+inline std::string Changed(std::string bytes, std::int32_t offset, std::string_view change) {
+  Put(bytes, offset, change);
+  return bytes;
+}
 inline std::uint32_t Crc32Of(std::string_view bytes) {
   return static_cast<std::uint32_t>(Crc32OfBytes(bytes, 0));
 }
@@ -57,20 +61,7 @@ struct ZipMember {
   std::optional<std::uint32_t> uncompressed_size{};
   std::optional<std::uint32_t> local_flags{};
   std::optional<std::uint32_t> local_magic{};
-  std::optional<std::uint32_t> central_magic{};
   std::optional<std::uint32_t> local_offset{};
-};
-
-// The end record and what surrounds it, by the same rule.
-struct ZipEnd {
-  std::string comment{};
-  std::optional<std::uint32_t> disk{};
-  std::optional<std::uint32_t> directory_disk{};
-  std::optional<std::uint32_t> entries_on_disk{};
-  std::optional<std::uint32_t> entries_total{};
-  std::optional<std::uint32_t> directory_size{};
-  std::optional<std::uint32_t> directory_offset{};
-  std::string tail{};  // behind the comment
 };
 
 // What both headers of a member hold, in the same order.
@@ -89,31 +80,25 @@ inline std::string LocalRecord(const ZipMember& m) {
 
 inline std::string CentralRecord(const ZipMember& m, std::uint32_t local_offset) {
   constexpr std::uint32_t kFirstDisk = 0;
-  return Le32(m.central_magic.value_or(CentralHeader::kMagic)) + Le16(20 | m.os_made_by << 8) +
+  return Le32(CentralHeader::kMagic) + Le16(20 | m.os_made_by << 8) +
          SharedFields(m, m.flags, m.central_extra) + Le16(static_cast<std::uint32_t>(m.comment.size())) +
          Le16(kFirstDisk) + Le16(m.internal_attributes) + Le32(m.external_attributes) +
          Le32(m.local_offset.value_or(local_offset)) + m.name + m.central_extra + m.comment;
 }
 
-inline std::string EndBytes(const ZipEnd& end, std::size_t entries, std::size_t directory_size,
-                            std::size_t directory_offset) {
-  const std::uint32_t on_disk = end.entries_on_disk.value_or(static_cast<std::uint32_t>(entries));
-  return Le32(EndRecord::kMagic) + Le16(end.disk.value_or(0)) + Le16(end.directory_disk.value_or(0)) +
-         Le16(on_disk) + Le16(end.entries_total.value_or(on_disk)) +
-         Le32(end.directory_size.value_or(static_cast<std::uint32_t>(directory_size))) +
-         Le32(end.directory_offset.value_or(static_cast<std::uint32_t>(directory_offset))) +
-         Le16(static_cast<std::uint32_t>(end.comment.size())) + end.comment + end.tail;
-}
-
 // A whole archive.
-inline std::string MakeZip(const std::vector<ZipMember>& members, const ZipEnd& end = {}) {
+inline std::string MakeZip(const std::vector<ZipMember>& members, std::string_view comment = "") {
   std::string file;
   std::string directory;
   for (const ZipMember& m : members) {
     directory += CentralRecord(m, static_cast<std::uint32_t>(file.size()));
     file += LocalRecord(m);
   }
-  return file + directory + EndBytes(end, members.size(), directory.size(), file.size());
+  const std::string disks(4, '\0');
+  const std::string count = Le16(static_cast<std::uint32_t>(members.size()));
+  return file + directory + Le32(EndRecord::kMagic) + disks + count + count +
+         Le32(static_cast<std::uint32_t>(directory.size())) + Le32(static_cast<std::uint32_t>(file.size())) +
+         Le16(static_cast<std::uint32_t>(comment.size())) + std::string(comment);
 }
 
 }  // namespace vantorel::testing

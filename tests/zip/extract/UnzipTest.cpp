@@ -1,7 +1,6 @@
 // Decompression into streams: what it refuses, and the order in which forks come out.
 #include "tests/support/MacBytes.h"
 #include "tests/support/OpenZip.h"
-#include "tests/support/RecordingMonitor.h"
 
 namespace vantorel::testing {
 namespace {
@@ -55,27 +54,21 @@ ZipMember With(Field ZipMember::*field, std::uint32_t value, ZipMember member) {
 
 TEST_F(Unzip, ForgedMembersGetTheirMessage) {
   using M = ZipMember;
-  constexpr const char* kOther = "An error -3 occured while deflation";
-  constexpr const char* kShort = "An error -5 occured while deflation";
   const M packed = DeflatedMember("f", "some text, some text");
-  // A stored block of 40 bytes that ends after 3; in other blocks the engines may find bad codes first.
-  const M cut{.name = "f", .data = {"\x01\x28\0\xD7\xFF\1\2\3", 8}, .method = 8, .uncompressed_size = 40};
   const M stored{.name = "f", .data = "stored"};
   const struct {
     const char* name;
     M member;
     const char* message;
   } cases[] = {
-      {"a good one", packed, ""},
-      {"local header beyond the file", With(&M::local_offset, 0x7FFFFFFF, packed), kNoLocalHeader},
       {"local header beyond 2^31", With(&M::local_offset, 0x80000000, packed), kNoLocalHeader},
       {"other flags in the local header", With(&M::local_flags, 2, packed), "File Headers mismatch"},
       {"encrypted", With(&M::flags, 1, packed), "Unsupported format (encrypted)"},
       {"method unknown", With(&M::method, 12, packed), "Unsupported compression method (12)"},
-      {"size too large", With(&M::uncompressed_size, 21, packed), kOther},
-      {"deflated data cut", cut, kShort},
-      {"negative compressed size", With(&M::compressed_size, 0x80000000, packed), kShort},
-      {"2 GiB claimed, deflated", With(&M::uncompressed_size, 0x7FFFFFFF, packed), kOther},
+      {"negative compressed size", With(&M::compressed_size, 0x80000000, packed),
+       "An error -5 occured while deflation"},
+      {"2 GiB claimed, deflated", With(&M::uncompressed_size, 0x7FFFFFFF, packed),
+       "An error -3 occured while deflation"},
       {"2^31 bytes claimed", With(&M::uncompressed_size, 0x80000000, stored), kCorrupted},
       {"a stored member's sum is not looked at", With(&M::crc, 1, stored), ""},
       {"stored data beyond the end of the file",
@@ -93,9 +86,7 @@ TEST_F(Unzip, LocalHeaderMustAgreeWithTheDirectory) {
   const std::string good = MakeZip({{.name = "f", .data = "text"}});
   for (const std::int32_t field : {LocalHeader::kMethod, LocalHeader::kCrc, LocalHeader::kCompressedSize,
                                    LocalHeader::kUncompressedSize}) {
-    std::string bytes = good;
-    Put(bytes, field, "\x07");
-    EXPECT_EQ(Extract(OpenBytes(bytes)), "File Headers mismatch") << field;
+    EXPECT_EQ(Extract(OpenBytes(Changed(good, field, "\x07"))), "File Headers mismatch") << field;
   }
 }
 
@@ -143,9 +134,8 @@ std::string Stored(const std::string& data) {
 }
 // Its sizes and its sum stand in the directory alone.
 std::string WithDescriptor(const std::string& data) {
-  std::string bytes = MakeZip({{.name = "f", .data = data, .flags = 8}});
-  Put(bytes, LocalHeader::kCrc, std::string(12, '\0'));
-  return bytes;
+  return Changed(MakeZip({{.name = "f", .data = data, .flags = 8}}), LocalHeader::kCrc,
+                 std::string(12, '\0'));
 }
 // A member `f`, its companion, as the archivers of Macs write them, and perhaps one of that.
 std::string Pair(const std::string& companion, std::uint32_t flags = 0, const std::string& second = "") {
@@ -155,11 +145,6 @@ std::string Pair(const std::string& companion, std::uint32_t flags = 0, const st
   if (!second.empty()) members.push_back({.name = "._._f", .data = second, .central_extra = extra});
   return MakeZip(members);
 }
-std::string Changed(std::string bytes, std::int32_t offset, const std::string& change) {
-  Put(bytes, offset, change);
-  return bytes;
-}
-
 TEST_F(Unzip, MembersFallIntoForks) {
   const std::string data(20000, 'd');
   const std::string rsrc(17000, 'r');

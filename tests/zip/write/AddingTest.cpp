@@ -2,7 +2,6 @@
 #include "tests/support/Forks.h"
 #include "tests/support/MacBytes.h"
 #include "tests/support/OpenZip.h"
-#include "tests/support/RecordingMonitor.h"
 #include "tests/support/ResourceLimit.h"
 
 namespace vantorel::testing {
@@ -92,6 +91,10 @@ TEST(AddingItems, RecordPermissionsWhereAskedTo) {
   EXPECT_EQ(archive->AddItemWithRawPath(scratch.Item("f"), "", 0), -50);
   EXPECT_EQ(archive->AddItemToRoot(nil, 0), 0);
   EXPECT_EQ(Text(archive->errmsg), "no file reference given");
+  std::int32_t mode = -1;
+  EXPECT_FALSE(archive->GetUnixPermissions(nil, mode) ||
+               archive->GetUnixPermissions(scratch.Item("none"), mode));
+  EXPECT_EQ(mode, -1);
   const std::uint32_t attributes[] = {1, 0100751U << 16 | 1, 0041700U << 16 | 1};
   for (std::int32_t i = 1; i <= 3; ++i) {
     EXPECT_EQ(static_cast<std::uint32_t>(archive->Entry(i)->ExternalFileAttributes()), attributes[i - 1]);

@@ -1,0 +1,213 @@
+// What is written of a member and of the directory, what is told on the way, and what is refused.
+#include "tests/support/MacBytes.h"
+#include "tests/support/OpenZip.h"
+#include "tests/support/ResourceLimit.h"
+
+namespace vantorel::testing {
+namespace {
+
+TEST(Directory, AReadOnlyArchiveRefusesEveryChange) {
+  const ScratchFolder scratch;
+  const std::string bytes = MakeZip({{.name = "a", .data = "x"}}) + "tail";
+  const Ref<FolderItem> item = scratch.Write("a.zip", bytes);
+  const auto archive = Open(scratch, false);
+  const std::pair<const char*, std::function<bool()>> changes[] = {
+      {"Flush", [&] { return archive->Flush(); }},
+      {"SetComment", [&] { return archive->SetComment("c"); }},
+      {"Compact", [&] { return archive->Compact(); }},
+      {"RemoveEntry", [&] { return archive->RemoveEntry(1); }},
+      {"ReplaceEntry", [&] { return archive->ReplaceEntry(1, nil) != nil; }},
+      {"AddFolderContents", [&] { return archive->AddFolderContents(scratch.Item(), "", 0, false); }},
+      {"AddItemByStreams", [&] { return Add(*archive, "n", "x") != 0; }},
+      {"AddFakeDuplicate", [&] { return archive->AddFakeDuplicate(archive->Entry(1), "n", nil, nil) != 0; }},
+      {"AddItemToRoot", [&] { return archive->AddItemToRoot(item, 0) != 0; }},
+  };
+  for (const auto& [name, change] : changes) {
+    archive->errmsg = "";
+    EXPECT_FALSE(change()) << name;
+    EXPECT_EQ(Text(archive->errmsg), "Archive was opened read-only") << name;
+  }
+  EXPECT_EQ(archive->CalcItemSize(item, 0), static_cast<std::int32_t>(bytes.size()));
+  EXPECT_TRUE(archive->Close() && archive->Close());
+  EXPECT_EQ(scratch.Read("a.zip"), bytes);
+}
+
+TEST(Directory, AForgedOffsetOverwritesNothing) {
+  for (const std::uint32_t offset : {0x80000000U, 0xFFFFFFFDU, 0xFFFFFFFFU}) {
+    const ScratchFolder scratch;
+    const std::string member = LocalRecord({.name = "a", .data = Noise(1000)});
+    const std::string bytes = member + Changed(MakeZip({}), EndRecord::kDirectoryOffset, Le32(offset));
+    scratch.Write("a.zip", bytes);
+    EXPECT_FALSE(Open(scratch)->Close()) << offset;
+    EXPECT_EQ(scratch.Read("a.zip"), bytes) << offset;
+  }
+}
+
+TEST(Directory, WhatCannotBeWrittenIsToldAndTriedAgain) {
+  for (const bool locked : {false, true}) {
+    const ScratchFolder scratch;
+    const auto archive = Open(scratch);
+    Add(*archive, "a", "text");
+    const auto extra = archive->MakeZipExtraField("TEXT", "ttxt", "");
+    if (locked) extra->Lock();
+    EXPECT_EQ(archive->AddFakeDuplicate(archive->Entry(1), "b", New<Date>(), extra), 2);
+    EXPECT_TRUE(archive->Flush()) << "a first failure answers true";
+    EXPECT_EQ(Text(archive->errmsg), locked ? "Internal error (extra field length mismatch)"
+                                            : "Internal error (Exception in z_writeDirectory)");
+    archive->Entry(2)->SetExtraFieldInCentralDir(extra);
+    EXPECT_TRUE(archive->Close());
+    EXPECT_EQ(MembersOf(*Open(scratch, false)), (Members{{"a", "text"}, {"b", "text"}}));
+  }
+}
+
+TEST(Directory, StandsInTheFileByteForByte) {
+  const auto add = [](ZipArchive& a, const char* name, double seconds, const Ref<ZipExtraField>& extra) {
+    const Ref<Date> date = seconds > 0 ? New<Date>() : nil;
+    if (date) date->SetTotalSeconds(seconds);
+    EXPECT_GE(a.AddItemByStreams(nil, 0, nil, 0, nil, name, extra, date), 1);
+  };
+  const ZipMember plain{.name = "/", .os_made_by = 0, .external_attributes = 1};
+  const std::string zpit = ExtraRecordBytes(0x2705, "ZPITTEXTttxt");
+  const ZipMember full{.name = "größe/日.txt",
+                       .central_extra = zpit,
+                       .local_extra = zpit,
+                       .comment = "Übung",
+                       .os_made_by = 7,
+                       .time = 29 + 32 * 59 + 2048 * 23,
+                       .date = 31 + 32 * 12 + 512 * 44,
+                       .external_attributes = 1};
+  const ZipMember old{.name = "d/", .os_made_by = 0, .date = 4 + 32 * 3, .external_attributes = 1};
+  const ZipMember latin{.name = "\xFC", .os_made_by = 0};
+  const std::tuple<const char*, std::function<void(ZipArchive&)>, ZipMember, std::string> cases[] = {
+      {"an archive closed empty holds the member /", [](ZipArchive&) {}, plain, ""},
+      {"everything that a member can carry",
+       [&](ZipArchive& a) {
+         a.SetDefaultOSMadeBy(7);
+         add(a, "/größe/日.txt", 3818534399.0,
+             a.MakeZipExtraField("TEXT", "ttxt", ""));  // 2024-12-31 23:59:59
+         a.Entry(1)->SetComment("Übung");
+         a.SetComment("end");
+       },
+       full, "end"},
+      {"the year 1975 is clamped, month and day stay",
+       [&](ZipArchive& a) { add(a, "d/", 2245968001.0, nil); }, old, ""},
+      {"no mark for a name in another encoding",
+       [&](ZipArchive& a) { a.d->setArchiveEncoding(a.EncodedAsWinLatin1()), add(a, "ü", 0, nil); }, latin,
+       ""},
+  };
+  for (const auto& [name, fill, member, comment] : cases) {
+    const ScratchFolder scratch;
+    const auto archive = Open(scratch);
+    fill(*archive);
+    EXPECT_TRUE(archive->Close());
+    const std::string expected = MakeZip({member}, comment);
+    EXPECT_EQ(scratch.Read("a.zip"), expected) << name;
+    scratch.Write("a.zip", expected + "junk");
+    EXPECT_TRUE(Open(scratch)->Close());
+    EXPECT_EQ(scratch.Read("a.zip"), expected) << "junk is cut off, " << name;
+  }
+}
+
+constexpr std::int32_t kNone = -1;
+
+Ref<MemoryBlock> Header(ZipArchive& archive, std::int32_t data_length, std::int32_t rsrc_length) {
+  return archive.MakeMacBinaryHeader(data_length, rsrc_length, "n", "TYPE", "CREA", nil, nil);
+}
+
+TEST(EntryWriter, RefusesWithoutATrace) {
+  constexpr const char* kUnexpected = "An unexpected error occured while storing an item";
+  enum Source { kOpen, kClosedData, kClosedFork };
+  struct Refusal {
+    const char* name;            // of the member
+    Source source;               // what it has and whether that opens
+    std::int32_t length;         // of the data as it is given; there are 3 bytes
+    std::int32_t header_length;  // as a MacBinary header states it
+    std::int32_t result;
+    const char* message;
+    bool dirty = true;  // the archive, afterwards
+  };
+  const Refusal cases[] = {
+      {"", kOpen, 3, kNone, -50, "Name must not be empty", false},
+      {"data", kClosedData, 3, kNone, -38, "Opening the source data stream failed"},
+      {"fork", kClosedFork, 3, 3, -38, "Opening the source rsrc stream failed"},
+      {"header of another length", kOpen, 3, 4, -2, kUnexpected, false},
+      {"negative", kOpen, -5, kNone, -2, kUnexpected},
+  };
+  for (const Refusal& c : cases) {
+    const ScratchFolder scratch;
+    const auto archive = Open(scratch);
+    archive->d->dirty = false;
+    const Ref<SeqDataInputStream> rsrc = c.source == kClosedFork ? New<StringSource>("abc", false) : nil;
+    const auto header = c.header_length == kNone ? nil : Header(*archive, c.header_length, rsrc ? 3 : 0);
+    const auto data = New<StringSource>("abc", c.source != kClosedData);
+    EXPECT_EQ(archive->AddItemByStreams(data, c.length, rsrc, 3, header, c.name, nil, nil), c.result)
+        << c.name;
+    EXPECT_EQ(Text(archive->errmsg), c.message) << c.name;
+    EXPECT_EQ(archive->d->dirty, c.dirty) << c.name;
+    EXPECT_EQ(Add(*archive, "next", "text"), 1) << c.name;
+    EXPECT_TRUE(archive->Close());
+    EXPECT_EQ(MembersOf(*Open(scratch, false)), (Members{{"next", "text"}})) << c.name;
+  }
+  const auto fork = New<StringSource>("abc");
+  EXPECT_THROW(New<ZipArchive>()->AddItemByStreams(nil, 0, fork, 3, nil, "n", nil, nil), RuntimeException);
+}
+
+TEST(EntryWriter, NoticesAFullDisk) {
+  for (const std::string& bytes : {std::string(), Noise(100), Noise(100000)}) {
+    const ScratchFolder scratch;
+    const auto archive = Open(scratch);
+    Add(*archive, "a", "text");
+    {
+      const ResourceLimit limit(RLIMIT_FSIZE, static_cast<rlim_t>(archive->startOfDirInArchive) + 10);
+      EXPECT_EQ(Add(*archive, "lost", bytes), -2) << bytes.size();
+      EXPECT_EQ(Text(archive->errmsg), "Write error, the archived item may be corrupted");
+    }
+    EXPECT_EQ(Add(*archive, "b", bytes), 2) << "there is room again";
+    const std::int32_t end = std::exchange(archive->startOfDirInArchive, INT32_MAX - 10);
+    EXPECT_EQ(Add(*archive, "too far", bytes), -2) << "the format has no room: " << bytes.size();
+    archive->startOfDirInArchive = end;
+    EXPECT_TRUE(archive->Close());
+    EXPECT_EQ(MembersOf(*Open(scratch, false)), (Members{{"a", "text"}, {"b", bytes}})) << bytes.size();
+  }
+}
+
+TEST(EntryWriter, TellsTheMonitorAndStopsWhenItSaysSo) {
+  struct Run {
+    const char* name;
+    std::int32_t length;                 // of the data fork
+    std::vector<std::int32_t> progress;  // what the monitor is told
+    std::size_t bytes_read;              // of the data fork
+    std::int32_t rsrc_length = kNone;    // with a MacBinary header
+    std::int32_t abort_at = INT32_MAX;   // where the monitor aborts
+  };
+  const Run cases[] = {
+      {"nothing to tell of an empty member", 0, {}, 0},
+      {"one call per chunk, the last one's is the end's", 32768, {0, 16384, 32768}, 32768},
+      {"header and first piece fill a chunk", 20000, {0, 16384, 20128, 20234, 20352}, 20000, 10},
+      {"whichever fork it is", 0, {0, 16384, 20128, 20224}, 0, 20000},
+      {"abort before the first read", 40000, {0, 40000}, 0, kNone, 0},
+      {"abort within a chunk", 40000, {0, 16384, 40000}, 16384, kNone, 1},
+      {"abort in the last call", 100, {0, 100}, 100, kNone, 100},
+  };
+  for (const Run& c : cases) {
+    const ScratchFolder scratch;
+    const auto archive = Open(scratch);
+    const auto monitor = New<RecordingMonitor>();
+    monitor->abort_at = c.abort_at;
+    archive->SetProgressMonitor(monitor);
+    const auto data = New<StringSource>(Noise(40000));
+    const Ref<SeqDataInputStream> rsrc = c.rsrc_length == kNone ? nil : New<StringSource>(Noise(40000));
+    const auto header = rsrc ? Header(*archive, c.length, c.rsrc_length) : nil;
+    const bool aborted = c.abort_at != INT32_MAX;
+    EXPECT_EQ(archive->AddItemByStreams(data, c.length, rsrc, c.rsrc_length, header, "n", nil, nil),
+              aborted ? 0 : 1)
+        << c.name;
+    EXPECT_EQ(Text(archive->errmsg), aborted ? "Aborted" : "") << c.name;
+    EXPECT_EQ(monitor->progress, c.progress) << c.name;
+    EXPECT_EQ(data->position, c.bytes_read) << c.name;
+    EXPECT_EQ(data->times_opened, data->times_closed) << c.name;
+  }
+}
+
+}  // namespace
+}  // namespace vantorel::testing
