@@ -78,6 +78,22 @@ inline Members MembersOf(ZipArchive& archive) {
   return members;
 }
 
+// An archive in a folder of its own, new or of these bytes, to be changed.
+struct OwnZip : ScratchFolder {
+  OwnZip() : archive(Open(*this)) {}
+  explicit OwnZip(std::string_view bytes) {
+    Write("a.zip", bytes);
+    archive = Open(*this);
+  }
+  ZipArchive* operator->() const { return archive.get(); }
+  // Closes it, and gives what it then holds.
+  Members Close() const {
+    EXPECT_TRUE(archive->Close());
+    return MembersOf(*Open(*this, false));
+  }
+  Ref<ZipArchive> archive;
+};
+
 // Keeps what it is told of a member's progress.
 struct RecordingMonitor : ZipProgressNotifier {
   void EntryProgress(const Ref<ZipEntry>& entry, std::int32_t total, std::int32_t done,

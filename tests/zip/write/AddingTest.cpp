@@ -33,17 +33,16 @@ TEST(AddingFolders, NamesOrderAndLinks) {
       {"p/", true, {"p/2", "p/b-c", "p/target", "p/a/1", "p/a/x/3", "p/z/4"}},
   };
   for (const auto& [prefix, follow, names] : cases) {
-    const ScratchFolder scratch;
-    scratch.Run(
+    const OwnZip zip;
+    zip.Run(
         "mkdir -p t/a/x t/z t/empty d; touch t/2 't/b\\c' t/a/1 t/a/x/3 t/z/4; echo data > target;"
         "ln -s ../target t/link; ln -s ../d t/folder; ln -s nowhere t/dangling; ln -s . t/loop");
-    const auto archive = Open(scratch);
-    EXPECT_EQ(archive->CalcFolderSize(scratch.Item("t"), follow, 0), follow ? 5 : 0);
-    EXPECT_TRUE(archive->AddFolderContents(scratch.Item("t"), prefix, 0, follow));
-    EXPECT_FALSE(archive->AddFolderContents(nil, "", 0, false));
-    EXPECT_EQ(Text(archive->errmsg), "no folder reference given");
-    EXPECT_TRUE(archive->Close());
-    EXPECT_EQ(NamesOf(*Open(scratch, false)), names);
+    EXPECT_EQ(zip->CalcFolderSize(zip.Item("t"), follow, 0), follow ? 5 : 0);
+    EXPECT_TRUE(zip->AddFolderContents(zip.Item("t"), prefix, 0, follow));
+    EXPECT_FALSE(zip->AddFolderContents(nil, "", 0, false));
+    EXPECT_EQ(Text(zip->errmsg), "no folder reference given");
+    EXPECT_TRUE(zip->Close());
+    EXPECT_EQ(NamesOf(*Open(zip, false)), names);
   }
 }
 
@@ -65,57 +64,53 @@ TEST(AddingFolders, TheMonitorDecidesBehindAFailure) {
   const std::tuple<const char*, Strings> cases[] = {
       {"no monitor", {"a"}}, {"", {"a", "c", "d/e"}}, {"b", {"a"}}, {"e", {"a", "c"}}};
   for (const auto& [stop_before, names] : cases) {
-    const ScratchFolder scratch;
-    scratch.Run("mkdir -p t/d; echo text | tee t/a t/c t/d/e");
-    scratch.Write("t/b", Noise(500000));
-    const auto archive = Open(scratch);
+    const OwnZip zip;
+    zip.Run("mkdir -p t/d; echo text | tee t/a t/c t/d/e");
+    zip.Write("t/b", Noise(500000));
     const auto monitor = New<WalkMonitor>();
     monitor->stop_before = stop_before;
-    if (monitor->stop_before != "no monitor") archive->SetProgressMonitor(monitor);
+    if (monitor->stop_before != "no monitor") zip->SetProgressMonitor(monitor);
     const ResourceLimit limit(RLIMIT_FSIZE, 100000);
     const bool whole = monitor->stop_before.empty();
-    EXPECT_EQ(archive->AddFolderContents(scratch.Item("t"), "", 0, false), whole) << stop_before;
-    EXPECT_TRUE(archive->Close());
-    EXPECT_EQ(NamesOf(*Open(scratch, false)), names) << stop_before;
+    EXPECT_EQ(zip->AddFolderContents(zip.Item("t"), "", 0, false), whole) << stop_before;
+    EXPECT_TRUE(zip->Close());
+    EXPECT_EQ(NamesOf(*Open(zip, false)), names) << stop_before;
   }
 }
 
 TEST(AddingItems, RecordPermissionsWhereAskedTo) {
-  const ScratchFolder scratch;
-  scratch.Run("echo x > f; chmod 751 f; mkdir d; chmod 1700 d");
-  const auto archive = Open(scratch);
-  EXPECT_EQ(archive->AddItemToRoot(scratch.Item("f"), 0), 1);
-  archive->PreserveUnixPermissions(true);
-  EXPECT_EQ(archive->AddItemToRoot(scratch.Item("f"), 0), 2);
-  EXPECT_EQ(archive->AddItemToRoot(scratch.Item("d"), 0), 3);
-  EXPECT_EQ(archive->AddItemWithRawPath(scratch.Item("f"), "", 0), -50);
-  EXPECT_EQ(archive->AddItemToRoot(nil, 0), 0);
-  EXPECT_EQ(Text(archive->errmsg), "no file reference given");
+  const OwnZip zip;
+  zip.Run("echo x > f; chmod 751 f; mkdir d; chmod 1700 d");
+  EXPECT_EQ(zip->AddItemToRoot(zip.Item("f"), 0), 1);
+  zip->PreserveUnixPermissions(true);
+  EXPECT_EQ(zip->AddItemToRoot(zip.Item("f"), 0), 2);
+  EXPECT_EQ(zip->AddItemToRoot(zip.Item("d"), 0), 3);
+  EXPECT_EQ(zip->AddItemWithRawPath(zip.Item("f"), "", 0), -50);
+  EXPECT_EQ(zip->AddItemToRoot(nil, 0), 0);
+  EXPECT_EQ(Text(zip->errmsg), "no file reference given");
   std::int32_t mode = -1;
-  EXPECT_FALSE(archive->GetUnixPermissions(nil, mode) ||
-               archive->GetUnixPermissions(scratch.Item("none"), mode));
+  EXPECT_FALSE(zip->GetUnixPermissions(nil, mode) || zip->GetUnixPermissions(zip.Item("none"), mode));
   EXPECT_EQ(mode, -1);
   const std::uint32_t attributes[] = {1, 0100751U << 16 | 1, 0041700U << 16 | 1};
   for (std::int32_t i = 1; i <= 3; ++i) {
-    EXPECT_EQ(static_cast<std::uint32_t>(archive->Entry(i)->ExternalFileAttributes()), attributes[i - 1]);
-    EXPECT_EQ(archive->Entry(i)->OSMadeBy(), i == 1 ? 0 : 3);
+    EXPECT_EQ(static_cast<std::uint32_t>(zip->Entry(i)->ExternalFileAttributes()), attributes[i - 1]);
+    EXPECT_EQ(zip->Entry(i)->OSMadeBy(), i == 1 ? 0 : 3);
   }
 }
 
 TEST(AddingItems, ForksTravelInMacBinary) {
-  const ScratchFolder scratch;
-  const Ref<FolderItem> file = WithFork(scratch.Write("Über", Noise(300)), Noise(1000, 2));
+  const OwnZip zip;
+  const Ref<FolderItem> file = WithFork(zip.Write("Über", Noise(300)), Noise(1000, 2));
   file->SetMacType("TEXT");
   file->SetMacCreator("ttxt");
-  const auto archive = Open(scratch);
-  for (const std::int32_t mode : {0, 1, 2}) EXPECT_EQ(archive->AddItemToRoot(file, mode), mode + 1);
-  EXPECT_EQ(archive->AddItemToRoot(scratch.Item(), 2), 4) << "a folder is wrapped too";
+  for (const std::int32_t mode : {0, 1, 2}) EXPECT_EQ(zip->AddItemToRoot(file, mode), mode + 1);
+  EXPECT_EQ(zip->AddItemToRoot(zip.Item(), 2), 4) << "a folder is wrapped too";
   const std::int32_t sizes[] = {300, 128 + 384 + 1024, 128 + 384 + 1024, 128};
-  for (std::int32_t i = 1; i <= 4; ++i) EXPECT_EQ(archive->Entry(i)->Size(), sizes[i - 1]) << i;
+  for (std::int32_t i = 1; i <= 4; ++i) EXPECT_EQ(zip->Entry(i)->Size(), sizes[i - 1]) << i;
   String type, creator, name;
-  EXPECT_TRUE(archive->Entry(2)->ExtraFieldInCentralDir()->GetTypeCreatorName(type, creator, name));
+  EXPECT_TRUE(zip->Entry(2)->ExtraFieldInCentralDir()->GetTypeCreatorName(type, creator, name));
   EXPECT_EQ(Text(type) + Text(creator) + Text(name), "TEXTttxtÜber");
-  EXPECT_TRUE(archive->Entry(1)->ExtraFieldInCentralDir()->GetTypeCreatorName(type, creator, name));
+  EXPECT_TRUE(zip->Entry(1)->ExtraFieldInCentralDir()->GetTypeCreatorName(type, creator, name));
   EXPECT_EQ(Text(name), "") << "an unwrapped file's record holds no name";
 }
 

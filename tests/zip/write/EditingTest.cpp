@@ -15,39 +15,34 @@ const Members& FiveMembers() {
 }
 
 std::string ArchiveOf(const Members& members) {
-  const ScratchFolder scratch;
-  const auto archive = Open(scratch);
-  for (const auto& [name, bytes] : members) Add(*archive, name, bytes);
-  EXPECT_TRUE(archive->Close());
-  return scratch.Read("a.zip");
+  const OwnZip zip;
+  for (const auto& [name, bytes] : members) Add(*zip.archive, name, bytes);
+  EXPECT_TRUE(zip->Close());
+  return zip.Read("a.zip");
 }
 
 TEST(Compact, GivesTheArchiveThatWouldHaveBeenMadeAtOnce) {
   const std::string whole = ArchiveOf(FiveMembers());
   for (const char* left : {"abcde", "bcde", "abde", "abcd", "bd", "ace", "e", ""}) {
-    const ScratchFolder scratch;
-    scratch.Write("a.zip", whole);
-    const auto archive = Open(scratch);
+    const OwnZip zip(whole);
     Members members;
     for (std::int32_t i = 5; i >= 1; --i) {
       const auto& member = FiveMembers()[static_cast<std::size_t>(i) - 1];
       if (std::string_view(left).find(member.first) != std::string_view::npos) {
         members.insert(members.begin(), member);
       } else {
-        EXPECT_TRUE(archive->RemoveEntry(i));
+        EXPECT_TRUE(zip->RemoveEntry(i));
       }
     }
-    EXPECT_TRUE(archive->Compact() && archive->Close());
-    EXPECT_EQ(scratch.Read("a.zip"), ArchiveOf(members)) << left;
+    EXPECT_TRUE(zip->Compact() && zip->Close());
+    EXPECT_EQ(zip.Read("a.zip"), ArchiveOf(members)) << left;
   }
 }
 
 TEST(Compact, WritesNothingWhereThereAreNoHoles) {
-  const ScratchFolder scratch;
-  scratch.Write("a.zip", ArchiveOf(FiveMembers()));
-  const auto archive = Open(scratch);
+  const OwnZip zip(ArchiveOf(FiveMembers()));
   const ResourceLimit full(RLIMIT_FSIZE, 0);
-  EXPECT_TRUE(archive->Compact() && archive->d->zipStream->Flush());
+  EXPECT_TRUE(zip->Compact() && zip->d->zipStream->Flush());
 }
 
 // What a fault costs is the space, and no member.
@@ -75,34 +70,30 @@ TEST(Compact, StopsAtADamagedMember) {
     for (const unsigned seed : {1U, 2U, 3U, 4U}) members.push_back({.name = "n", .data = Noise(100, seed)});
     std::string bytes = MakeZip(members);
     Put(bytes, 2 * (31 + 100) + field, change);
-    const ScratchFolder scratch;
-    scratch.Write("a.zip", bytes);
-    const auto archive = Open(scratch);
-    const std::int32_t end = archive->startOfDirInArchive;
-    archive->RemoveEntry(1);
+    const OwnZip zip(bytes);
+    const std::int32_t end = zip->startOfDirInArchive;
+    zip->RemoveEntry(1);
     const bool sound = message[0] == '\0';
-    EXPECT_EQ(archive->Compact(), sound) << name;
-    EXPECT_EQ(Text(archive->errmsg), message) << name;
-    EXPECT_EQ(archive->startOfDirInArchive, sound ? end - 131 : end) << name;
-    EXPECT_TRUE(archive->Close());
-    archive->Open(scratch.Item("a.zip"), true);
-    EXPECT_EQ(archive->Entry(1)->z_Header()->Long(CentralHeader::kLocalHeaderOffset), 0) << name;
-    archive->RemoveEntry(2);
-    EXPECT_EQ(MembersOf(*archive), (Members{{"n", Noise(100, 2)}, {"n", Noise(100, 4)}})) << name;
+    EXPECT_EQ(zip->Compact(), sound) << name;
+    EXPECT_EQ(Text(zip->errmsg), message) << name;
+    EXPECT_EQ(zip->startOfDirInArchive, sound ? end - 131 : end) << name;
+    EXPECT_TRUE(zip->Close());
+    zip->Open(zip.Item("a.zip"), true);
+    EXPECT_EQ(zip->Entry(1)->z_Header()->Long(CentralHeader::kLocalHeaderOffset), 0) << name;
+    zip->RemoveEntry(2);
+    EXPECT_EQ(MembersOf(*zip.archive), (Members{{"n", Noise(100, 2)}, {"n", Noise(100, 4)}})) << name;
   }
 }
 
 TEST(Compact, LeavesOverlappingMembersAlone) {
-  const ScratchFolder scratch;
   const std::string inner = LocalRecord({.name = "b", .data = "inner"});
-  scratch.Write("a.zip",
-                MakeZip({{.name = "a", .data = inner}, {.name = "b", .data = "inner", .local_offset = 31}}));
-  const auto archive = Open(scratch);
-  EXPECT_FALSE(archive->Compact());
-  EXPECT_EQ(MembersOf(*archive), (Members{{"a", inner}, {"b", "inner"}}));
-  archive->ReplaceEntry(1, nil);
-  EXPECT_FALSE(archive->Compact());
-  EXPECT_EQ(Text(archive->errmsg), "Compact() encountered an unexpected error") << "an entry that is none";
+  const OwnZip zip(
+      MakeZip({{.name = "a", .data = inner}, {.name = "b", .data = "inner", .local_offset = 31}}));
+  EXPECT_FALSE(zip->Compact());
+  EXPECT_EQ(MembersOf(*zip.archive), (Members{{"a", inner}, {"b", "inner"}}));
+  zip->ReplaceEntry(1, nil);
+  EXPECT_FALSE(zip->Compact());
+  EXPECT_EQ(Text(zip->errmsg), "Compact() encountered an unexpected error") << "an entry that is none";
 }
 
 TEST(Compact, GivesAMemberWithADescriptorAValidHeaderAndWrongBytes) {
@@ -147,19 +138,18 @@ TEST(Editing, KeepsToTheModel) {
 }
 
 TEST(FakeDuplicates, AreRecordsOfTheirOwn) {
-  const ScratchFolder scratch;
-  const auto archive = Open(scratch);
-  Add(*archive, "a", "text");
-  EXPECT_EQ(archive->AddFakeDuplicate(nil, "b", New<Date>(), nil), 0);
-  EXPECT_EQ(Text(archive->errmsg), "no entry reference given");
-  EXPECT_THROW(archive->AddFakeDuplicate(archive->Entry(1), "b", nil, nil), NilObjectException);
-  EXPECT_THROW(archive->RemoveEntry(0), OutOfBoundsException);
+  const OwnZip zip;
+  Add(*zip.archive, "a", "text");
+  EXPECT_EQ(zip->AddFakeDuplicate(nil, "b", New<Date>(), nil), 0);
+  EXPECT_EQ(Text(zip->errmsg), "no entry reference given");
+  EXPECT_THROW(zip->AddFakeDuplicate(zip->Entry(1), "b", nil, nil), NilObjectException);
+  EXPECT_THROW(zip->RemoveEntry(0), OutOfBoundsException);
   const auto date = New<Date>();
   date->SetTotalSeconds(3818534398.0);
-  EXPECT_EQ(archive->AddFakeDuplicate(archive->Entry(1), "/b", date, nil), 2);
-  EXPECT_EQ(archive->Entry(2)->Time()->TotalSeconds(), 3818534398.0);
-  EXPECT_TRUE(archive->Close());
-  const auto again = Open(scratch);
+  EXPECT_EQ(zip->AddFakeDuplicate(zip->Entry(1), "/b", date, nil), 2);
+  EXPECT_EQ(zip->Entry(2)->Time()->TotalSeconds(), 3818534398.0);
+  EXPECT_TRUE(zip->Close());
+  const auto again = Open(zip);
   EXPECT_TRUE(again->d->isFakeEntry(again->Entry(2)->z_Header(), -1));
   EXPECT_FALSE(again->d->isFakeEntry(again->Entry(1)->z_Header(), -1));
   EXPECT_EQ(MembersOf(*again), (Members{{"a", "text"}, {"/b", "text"}}));

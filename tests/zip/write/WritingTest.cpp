@@ -45,18 +45,16 @@ TEST(Directory, AForgedOffsetOverwritesNothing) {
 
 TEST(Directory, WhatCannotBeWrittenIsToldAndTriedAgain) {
   for (const bool locked : {false, true}) {
-    const ScratchFolder scratch;
-    const auto archive = Open(scratch);
-    Add(*archive, "a", "text");
-    const auto extra = archive->MakeZipExtraField("TEXT", "ttxt", "");
+    const OwnZip zip;
+    Add(*zip.archive, "a", "text");
+    const auto extra = zip->MakeZipExtraField("TEXT", "ttxt", "");
     if (locked) extra->Lock();
-    EXPECT_EQ(archive->AddFakeDuplicate(archive->Entry(1), "b", New<Date>(), extra), 2);
-    EXPECT_TRUE(archive->Flush()) << "a first failure answers true";
-    EXPECT_EQ(Text(archive->errmsg), locked ? "Internal error (extra field length mismatch)"
-                                            : "Internal error (Exception in z_writeDirectory)");
-    archive->Entry(2)->SetExtraFieldInCentralDir(extra);
-    EXPECT_TRUE(archive->Close());
-    EXPECT_EQ(MembersOf(*Open(scratch, false)), (Members{{"a", "text"}, {"b", "text"}}));
+    EXPECT_EQ(zip->AddFakeDuplicate(zip->Entry(1), "b", New<Date>(), extra), 2);
+    EXPECT_TRUE(zip->Flush()) << "a first failure answers true";
+    EXPECT_EQ(Text(zip->errmsg), locked ? "Internal error (extra field length mismatch)"
+                                        : "Internal error (Exception in z_writeDirectory)");
+    zip->Entry(2)->SetExtraFieldInCentralDir(extra);
+    EXPECT_EQ(zip.Close(), (Members{{"a", "text"}, {"b", "text"}}));
   }
 }
 
@@ -96,15 +94,14 @@ TEST(Directory, StandsInTheFileByteForByte) {
        ""},
   };
   for (const auto& [name, fill, member, comment] : cases) {
-    const ScratchFolder scratch;
-    const auto archive = Open(scratch);
-    fill(*archive);
-    EXPECT_TRUE(archive->Close());
+    const OwnZip zip;
+    fill(*zip.archive);
+    EXPECT_TRUE(zip->Close());
     const std::string expected = MakeZip({member}, comment);
-    EXPECT_EQ(scratch.Read("a.zip"), expected) << name;
-    scratch.Write("a.zip", expected + "junk");
-    EXPECT_TRUE(Open(scratch)->Close());
-    EXPECT_EQ(scratch.Read("a.zip"), expected) << "junk is cut off, " << name;
+    EXPECT_EQ(zip.Read("a.zip"), expected) << name;
+    zip.Write("a.zip", expected + "junk");
+    EXPECT_TRUE(Open(zip)->Close());
+    EXPECT_EQ(zip.Read("a.zip"), expected) << "junk is cut off, " << name;
   }
 }
 
@@ -134,19 +131,16 @@ TEST(EntryWriter, RefusesWithoutATrace) {
       {"negative", kOpen, -5, kNone, -2, kUnexpected},
   };
   for (const Refusal& c : cases) {
-    const ScratchFolder scratch;
-    const auto archive = Open(scratch);
-    archive->d->dirty = false;
+    const OwnZip zip;
+    zip->d->dirty = false;
     const Ref<SeqDataInputStream> rsrc = c.source == kClosedFork ? New<StringSource>("abc", false) : nil;
-    const auto header = c.header_length == kNone ? nil : Header(*archive, c.header_length, rsrc ? 3 : 0);
+    const auto header = c.header_length == kNone ? nil : Header(*zip.archive, c.header_length, rsrc ? 3 : 0);
     const auto data = New<StringSource>("abc", c.source != kClosedData);
-    EXPECT_EQ(archive->AddItemByStreams(data, c.length, rsrc, 3, header, c.name, nil, nil), c.result)
-        << c.name;
-    EXPECT_EQ(Text(archive->errmsg), c.message) << c.name;
-    EXPECT_EQ(archive->d->dirty, c.dirty) << c.name;
-    EXPECT_EQ(Add(*archive, "next", "text"), 1) << c.name;
-    EXPECT_TRUE(archive->Close());
-    EXPECT_EQ(MembersOf(*Open(scratch, false)), (Members{{"next", "text"}})) << c.name;
+    EXPECT_EQ(zip->AddItemByStreams(data, c.length, rsrc, 3, header, c.name, nil, nil), c.result) << c.name;
+    EXPECT_EQ(Text(zip->errmsg), c.message) << c.name;
+    EXPECT_EQ(zip->d->dirty, c.dirty) << c.name;
+    EXPECT_EQ(Add(*zip.archive, "next", "text"), 1) << c.name;
+    EXPECT_EQ(zip.Close(), (Members{{"next", "text"}})) << c.name;
   }
   const auto fork = New<StringSource>("abc");
   EXPECT_THROW(New<ZipArchive>()->AddItemByStreams(nil, 0, fork, 3, nil, "n", nil, nil), RuntimeException);
@@ -154,20 +148,18 @@ TEST(EntryWriter, RefusesWithoutATrace) {
 
 TEST(EntryWriter, NoticesAFullDisk) {
   for (const std::string& bytes : {std::string(), Noise(100), Noise(100000)}) {
-    const ScratchFolder scratch;
-    const auto archive = Open(scratch);
-    Add(*archive, "a", "text");
+    const OwnZip zip;
+    Add(*zip.archive, "a", "text");
     {
-      const ResourceLimit limit(RLIMIT_FSIZE, static_cast<rlim_t>(archive->startOfDirInArchive) + 10);
-      EXPECT_EQ(Add(*archive, "lost", bytes), -2) << bytes.size();
-      EXPECT_EQ(Text(archive->errmsg), "Write error, the archived item may be corrupted");
+      const ResourceLimit limit(RLIMIT_FSIZE, static_cast<rlim_t>(zip->startOfDirInArchive) + 10);
+      EXPECT_EQ(Add(*zip.archive, "lost", bytes), -2) << bytes.size();
+      EXPECT_EQ(Text(zip->errmsg), "Write error, the archived item may be corrupted");
     }
-    EXPECT_EQ(Add(*archive, "b", bytes), 2) << "there is room again";
-    const std::int32_t end = std::exchange(archive->startOfDirInArchive, INT32_MAX - 10);
-    EXPECT_EQ(Add(*archive, "too far", bytes), -2) << "the format has no room: " << bytes.size();
-    archive->startOfDirInArchive = end;
-    EXPECT_TRUE(archive->Close());
-    EXPECT_EQ(MembersOf(*Open(scratch, false)), (Members{{"a", "text"}, {"b", bytes}})) << bytes.size();
+    EXPECT_EQ(Add(*zip.archive, "b", bytes), 2) << "there is room again";
+    const std::int32_t end = std::exchange(zip->startOfDirInArchive, INT32_MAX - 10);
+    EXPECT_EQ(Add(*zip.archive, "too far", bytes), -2) << "the format has no room: " << bytes.size();
+    zip->startOfDirInArchive = end;
+    EXPECT_EQ(zip.Close(), (Members{{"a", "text"}, {"b", bytes}})) << bytes.size();
   }
 }
 
@@ -190,19 +182,18 @@ TEST(EntryWriter, TellsTheMonitorAndStopsWhenItSaysSo) {
       {"abort in the last call", 100, {0, 100}, 100, kNone, 100},
   };
   for (const Run& c : cases) {
-    const ScratchFolder scratch;
-    const auto archive = Open(scratch);
+    const OwnZip zip;
     const auto monitor = New<RecordingMonitor>();
     monitor->abort_at = c.abort_at;
-    archive->SetProgressMonitor(monitor);
+    zip->SetProgressMonitor(monitor);
     const auto data = New<StringSource>(Noise(40000));
     const Ref<SeqDataInputStream> rsrc = c.rsrc_length == kNone ? nil : New<StringSource>(Noise(40000));
-    const auto header = rsrc ? Header(*archive, c.length, c.rsrc_length) : nil;
+    const auto header = rsrc ? Header(*zip.archive, c.length, c.rsrc_length) : nil;
     const bool aborted = c.abort_at != INT32_MAX;
-    EXPECT_EQ(archive->AddItemByStreams(data, c.length, rsrc, c.rsrc_length, header, "n", nil, nil),
+    EXPECT_EQ(zip->AddItemByStreams(data, c.length, rsrc, c.rsrc_length, header, "n", nil, nil),
               aborted ? 0 : 1)
         << c.name;
-    EXPECT_EQ(Text(archive->errmsg), aborted ? "Aborted" : "") << c.name;
+    EXPECT_EQ(Text(zip->errmsg), aborted ? "Aborted" : "") << c.name;
     EXPECT_EQ(monitor->progress, c.progress) << c.name;
     EXPECT_EQ(data->position, c.bytes_read) << c.name;
     EXPECT_EQ(data->times_opened, data->times_closed) << c.name;
