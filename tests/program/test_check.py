@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
-"""The update check as a user meets it: the real launcher, a real window, a server that behaves or does not."""
+"""The update check and the update as a user meets them: the real launcher, a real window, a server that behaves or
+does not."""
 
 import contextlib
+import random
 import socket
 import subprocess
 import time
@@ -21,6 +23,10 @@ def request(path):
     """The bytes of a request, as they must come over the wire."""
     return (f"GET {path} HTTP/1.0\r\nAccept: */*\r\nAccept-Language: en\r\n"
             "Host: 127.0.0.1:47800\r\n\r\n").encode()
+
+
+def serving(update):
+    return UpdateServer({VERSION: page(b"18"), CHANGELOG: page(b""), UPDATE: update})
 
 
 class ProgramTest(unittest.TestCase):
@@ -107,8 +113,7 @@ class Notice(ProgramTest):
         ways = {"keyboard": lambda window: self.desktop.key(window, "Return"),
                 "mouse": lambda window: self.desktop.click(window, *BUTTON_ACCEPT)}
         for name, accept in ways.items():
-            with self.subTest(name), Launcher(self.desktop) as launcher, \
-                    UpdateServer({VERSION: page(b"18"), CHANGELOG: page(b""), UPDATE: page(update_archive("new"))}) as server:
+            with self.subTest(name), Launcher(self.desktop) as launcher, serving(page(update_archive("new"))) as server:
                 launcher.start()
                 accept(self.desktop.window(NOTICE_INSTALL, launcher.process))
                 self.assertEqual(launcher.finish(), 0, launcher.errors)
@@ -156,6 +161,46 @@ class Faults(ProgramTest):
                 self.desktop.key(self.message_box(launcher), "Return")
                 self.assertEqual(launcher.finish(), 1)
                 self.assertIn(f"{launcher.data}", launcher.errors)
+
+
+class FaultyUpdates(ProgramTest):
+    """The launcher is trusting by design: each run must still end by itself, with code 0."""
+
+    def test_any_download_counts_as_an_update(self):
+        good = update_archive("new")
+        noise = random.Random(7).randbytes(100000).hex()  # deflates to a little more than half
+        large = page(update_archive("new", [("Vantorel.app/big", noise)]))
+        self.assertLess(len(large), 190000)
+        cases = [
+            # what is wrong, the server's answer, the file size limit, the target that starts
+            ("cut download", page(good)[:-len(good) // 2], None, None),
+            ("error page", page(b"<html>oops</html>", "500 Oops"), None, None),
+            ("empty answer", page(b""), None, None),
+            ("no target inside", page(update_archive(None, [("splash", "a picture")])), None, None),
+            ("disk full while downloading", large, 4096, None),
+            ("disk full while unpacking", large, 190000, "new"),
+        ]
+        for name, update, limit, target in cases:
+            with self.subTest(name), Launcher(self.desktop) as launcher, serving(update):
+                self.accept(launcher, file_limit=limit)
+                self.assertEqual(launcher.finish(), 0, launcher.errors)
+                self.assertEqual(launcher.wait_started() if target else launcher.started(), target)
+                self.assertFalse((launcher.folder / "Vantorel.zip").exists())
+                self.assertEqual((launcher.folder / "version").read_text(), "mac_18")
+                self.assertEqual((launcher.folder / "splash").exists(), name == "no target inside")
+
+    def test_a_folder_that_cannot_be_written_leaves_the_splash_standing(self):
+        with Launcher(self.desktop) as launcher, serving(page(update_archive("new"))) as server:
+            launcher.install("17", "old")
+            launcher.folder.chmod(0o555)
+            self.accept(launcher, as_nobody=True)
+            # The download has no file to go to, so nothing more happens, not even a hand-over: by design.
+            wait_for(lambda: not self.desktop.windows(NOTICE_UPDATE), "the notice to go")
+            time.sleep(4)
+            self.assertIsNone(launcher.process.poll())
+            self.assertIsNone(launcher.started())
+            self.assertEqual(server.requests, [request(VERSION), request(CHANGELOG)])
+            self.assertEqual((launcher.folder / "version").read_text(), "mac_17")
 
 
 if __name__ == "__main__":

@@ -1,9 +1,11 @@
 """An update server that answers as it is told and keeps every request as it came over the wire."""
 
+import contextlib
 import ctypes
 import fcntl
 import os
 import socket
+import socketserver
 import struct
 import threading
 
@@ -30,61 +32,46 @@ def page(body, status="200 OK", headers=()):
     return "\r\n".join(lines).encode() + b"\r\n\r\n" + body
 
 
-class UpdateServer:
+class UpdateServer(socketserver.ThreadingTCPServer):
     """`answers` maps a path to the bytes of a response, or to a function that is given the connection. A path that is
     missing gets a 404 with an empty body. Port 0 is any that is free. Use as a context manager."""
 
+    allow_reuse_address = daemon_threads = True
+
     def __init__(self, answers, port=ADDRESS[1]):
-        self._port = port
+        super().__init__((ADDRESS[0], port), Answer, bind_and_activate=False)
         self.answers = dict(answers)
         self.requests = []
 
     def __enter__(self):
-        self._listener = socket.create_server((ADDRESS[0], self._port), backlog=20, reuse_port=False)
-        self.url = "http://{}:{}/".format(*self._listener.getsockname())
-        self._open = []
-        self._thread = threading.Thread(target=self._serve, daemon=True)
-        self._thread.start()
+        self.server_bind()
+        self.server_activate()
+        self.url = "http://{}:{}/".format(*self.server_address)
+        threading.Thread(target=self.serve_forever, args=(0.02,), daemon=True).start()
         return self
 
     def __exit__(self, *_):
-        self._listener.shutdown(socket.SHUT_RDWR)
-        self._listener.close()
-        for connection in self._open:
-            connection.close()
-        self._thread.join()
+        self.shutdown()
+        self.server_close()
 
-    def paths(self):
-        return [request.split(b" ")[1].decode() for request in self.requests]
 
-    def _serve(self):
-        while True:
-            try:
-                connection, _ = self._listener.accept()
-            except OSError:
-                return
-            self._open.append(connection)
-            threading.Thread(target=self._answer, args=(connection,), daemon=True).start()
-
-    def _answer(self, connection):
-        request = b""
-        while b"\r\n\r\n" not in request:
+class Answer(socketserver.BaseRequestHandler):
+    def handle(self):
+        connection, request = self.request, b""
+        while not request.endswith(b"\r\n\r\n"):
             data = connection.recv(65536)
             if not data:
                 return
             request += data
-        self.requests.append(request)
-        answer = self.answers.get(request.split(b" ")[1].decode(), page(b"", "404 Not Found"))
-        try:
+        self.server.requests.append(request)
+        answer = self.server.answers.get(request.split(b" ")[1].decode(), page(b"", "404 Not Found"))
+        with contextlib.suppress(OSError):
             if callable(answer):
                 answer(connection)
             else:
                 connection.sendall(answer)
                 connection.shutdown(socket.SHUT_WR)
-                connection.recv(65536)
-                connection.close()
-        except OSError:
-            pass
+            connection.recv(65536)  # until the other side has had enough
 
 
 def silent(_connection):
