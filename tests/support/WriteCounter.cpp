@@ -2,7 +2,7 @@
 // go wrong:
 //
 //   WRITE_COUNTER_KILL=n   the process is killed instead of the n-th changing call
-//   WRITE_COUNTER_FULL=n   from the n-th changing call on, what needs room fails as on a full disk
+//   WRITE_COUNTER_FULL=n   from the n-th changing call on, what makes a file longer fails as on a full disk
 //   WRITE_COUNTER_FAIL=n   the n-th changing call alone fails, as on a bad disk
 //   WRITE_COUNTER_READ=n   the n-th reading call alone fails, as on a bad disk
 //   WRITE_COUNTER_LOOK=n   the n-th lstat or fstatat alone fails, as on a bad disk
@@ -31,6 +31,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <type_traits>
 #include <utility>
 
 namespace {
@@ -40,29 +41,34 @@ long Setting(const char* name) {
   return value == nullptr ? 0 : std::atol(value);
 }
 
-long changes = 0;
-long reads = 0;
-long closes = 0;
+// Counted calls so far.
+long changes = 0, reads = 0, looks = 0, closes = 0;
 
 // Counts a call that changes files. Returns the error that it is to fail with, 0 if it is to be made. Where
 // there is no room, only what needs room fails.
 int CountChange(bool needs_room = true) {
-  static const long kill_at = Setting("WRITE_COUNTER_KILL");
-  static const long full_from = Setting("WRITE_COUNTER_FULL");
-  static const long fail_at = Setting("WRITE_COUNTER_FAIL");
-  static const long terminate_at = Setting("WRITE_COUNTER_TERM");
-  static const long stop_at = Setting("WRITE_COUNTER_STOP");
   ++changes;
-  if (changes == kill_at) kill(getpid(), SIGKILL);
-  if (changes == terminate_at) raise(SIGTERM);
-  if (changes == stop_at) raise(SIGSTOP);
-  if (changes == fail_at) return EIO;
+  if (changes == Setting("WRITE_COUNTER_KILL")) kill(getpid(), SIGKILL);
+  if (changes == Setting("WRITE_COUNTER_TERM")) raise(SIGTERM);
+  if (changes == Setting("WRITE_COUNTER_STOP")) raise(SIGSTOP);
+  if (changes == Setting("WRITE_COUNTER_FAIL")) return EIO;
+  const long full_from = Setting("WRITE_COUNTER_FULL");
   return needs_room && full_from != 0 && changes >= full_from ? ENOSPC : 0;
 }
 
+// Counts a call of another kind, of which one may be set to fail.
+int Count(long& calls, const char* failing) {
+  return ++calls == Setting(failing) ? EIO : 0;
+}
+
 int CountRead() {
-  static const long fail_at = Setting("WRITE_COUNTER_READ");
-  return ++reads == fail_at ? EIO : 0;
+  return Count(reads, "WRITE_COUNTER_READ");
+}
+
+// Whether a file ends before that, so that to write there takes room.
+bool EndsBefore(int file, off_t end) {
+  struct stat status {};
+  return fstat(file, &status) != 0 || status.st_size < end;
 }
 
 // Makes the call, or fails with an error.
@@ -70,13 +76,11 @@ template <typename Result, typename... Parameters, typename... Arguments>
 Result Call(int error, const char* name, Result (*)(Parameters...), Arguments... arguments) {
   if (error == 0) return reinterpret_cast<Result (*)(Parameters...)>(dlsym(RTLD_NEXT, name))(arguments...);
   errno = error;
-  return static_cast<Result>(-1);
-}
-
-int CountLook() {
-  static const long fail_at = Setting("WRITE_COUNTER_LOOK");
-  static long looks = 0;
-  return ++looks == fail_at ? EIO : 0;
+  if constexpr (std::is_pointer_v<Result>) {
+    return nullptr;
+  } else {
+    return static_cast<Result>(-1);
+  }
 }
 
 }  // namespace
@@ -96,18 +100,15 @@ ssize_t readlink(const char* path, char* target, size_t size) noexcept {
 }
 
 int lstat(const char* path, struct stat* status) noexcept {
-  return Call(CountLook(), "lstat", &lstat, path, status);
+  return Call(Count(looks, "WRITE_COUNTER_LOOK"), "lstat", &lstat, path, status);
 }
 
 int fstatat(int folder, const char* path, struct stat* status, int flags) noexcept {
-  return Call(CountLook(), "fstatat", &fstatat, folder, path, status, flags);
+  return Call(Count(looks, "WRITE_COUNTER_LOOK"), "fstatat", &fstatat, folder, path, status, flags);
 }
 
 dirent* readdir(DIR* folder) {
-  const int error = CountRead();
-  if (error == 0) return reinterpret_cast<dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir"))(folder);
-  errno = error;
-  return nullptr;
+  return Call(CountRead(), "readdir", &readdir, folder);
 }
 
 ssize_t write(int fd, const void* bytes, size_t count) {
@@ -115,9 +116,8 @@ ssize_t write(int fd, const void* bytes, size_t count) {
 }
 
 ssize_t pwrite(int fd, const void* bytes, size_t count, off_t offset) {
-  static const long lose_at = Setting("WRITE_COUNTER_LOSE");
-  const int error = CountChange();
-  if (changes == lose_at) return static_cast<ssize_t>(count);
+  const int error = CountChange(EndsBefore(fd, offset + static_cast<off_t>(count)));
+  if (changes == Setting("WRITE_COUNTER_LOSE")) return static_cast<ssize_t>(count);
   return Call(error, "pwrite", &pwrite, fd, bytes, count, offset);
 }
 
@@ -125,7 +125,7 @@ ssize_t pwrite(int fd, const void* bytes, size_t count, off_t offset) {
 ssize_t copy_file_range(int from, off64_t* from_offset, int to, off64_t* to_offset, size_t count,
                         unsigned flags) {
   const int read_error = CountRead();
-  const int error = CountChange();
+  const int error = CountChange(EndsBefore(to, *to_offset + static_cast<off_t>(count)));
   return Call(error != 0 ? error : read_error, "copy_file_range", &copy_file_range, from, from_offset, to,
               to_offset, count, flags);
 }
@@ -186,9 +186,8 @@ int unlinkat(int folder, const char* path, int flags) noexcept {
 
 // The file is closed all the same when it fails.
 int close(int fd) {
-  static const long fail_at = Setting("WRITE_COUNTER_CLOSE");
   const int result = Call(0, "close", &close, fd);
-  if (fd <= STDERR_FILENO || ++closes != fail_at) return result;
+  if (fd <= STDERR_FILENO || Count(closes, "WRITE_COUNTER_CLOSE") == 0) return result;
   errno = EIO;
   return -1;
 }

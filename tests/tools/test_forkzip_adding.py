@@ -4,13 +4,12 @@
 import os
 import random
 import stat
-import struct
 import subprocess
 import time
 import unittest
 import zipfile
 
-from forkzip import ForkzipTest, Member, apple_double, archive
+from forkzip import ForkzipTest, Member, apple_double, archive, changed_at
 
 
 def as_nobody():
@@ -68,9 +67,8 @@ class Adding(ForkzipTest):
             self.create("--files-from", bad, code=3, says=f"{bad}: cannot be read")
 
     def test_only_what_is_newer_is_added(self):
-        stamp = lambda age: struct.pack("<HHBI", 0x5455, 5, 1, age)
         dos = 1704067200 + time.timezone  # of the members: 2024-01-01, in local time
-        stamped = [Member(name, extra=stamp(1000)) for name in ("t/", "t/old", "t/new", "t/side")]
+        stamped = [Member(name, extra=changed_at(1000)) for name in ("t/", "t/old", "t/new", "t/side")]
         self.zip.write_bytes(archive(*stamped, Member("t/dos", b"1"), Member("t/dos newer", b"1")))
         before = self.zip.read_bytes()
         for name, age in (("old", 1000), ("new", 1001), ("side", 1000), ("._side", 1001), ("dos", dos + 1),

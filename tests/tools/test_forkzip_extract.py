@@ -3,19 +3,13 @@
 
 import fcntl
 import os
-import struct
 import unittest
 from pathlib import Path
 
-from forkzip import DEFLATED, UNIX_TIMES, ForkzipTest, Member, apple_double, archive, mac_binary
+from forkzip import DEFLATED, UNIX_TIMES, ForkzipTest, Member, apple_double, archive, changed_at, mac_binary
 
 LINK = 0o120777
 OVER = ["--overwrite"]
-
-
-def changed_at(age):
-    """The extra field of a member with that time."""
-    return struct.pack("<HHBI", 0x5455, 5, 1, age)
 
 
 def companion(name, fork=b"fork", **fields):
@@ -23,10 +17,6 @@ def companion(name, fork=b"fork", **fields):
 
 
 class Extract(ForkzipTest):
-    def setUp(self):
-        super().setUp()
-        self.out = self.root / "out"
-
     def extract(self, code=0, *arguments, says="", **options):
         return self.expect(code, "extract", self.zip, "-d", self.out, *arguments, says=says, **options)
 
