@@ -26,6 +26,11 @@ def changed_at(seconds):
     return struct.pack("<HHBI", 0x5455, 5, 1, seconds)
 
 
+def unicode_path(stored, name):
+    """The extra field of a member that has another name in UTF-8."""
+    return struct.pack("<HHBI", 0x7075, 5 + len(name.encode()), 1, zlib.crc32(stored)) + name.encode()
+
+
 class Member:
     """One member as it is to stand in an archive; every field may be made wrong."""
 

@@ -15,11 +15,11 @@ BASH, ZSH, FISH = (SOURCES / f"packaging/forkzip.{shell}-completion" for shell i
 MANUAL = SOURCES / "docs/man/forkzip.1"
 SOURCE = f". /usr/share/bash-completion/bash_completion; . '{BASH}'\n"
 
-# What is typed, and the name that it must come to.
+# What is typed, and the name that it must come to, with an option behind one of them.
 NAMES = {
     "a": "a plain one", "b": "b'h", "c": "c$HOME", "d": "d`touch${IFS}RAN`", "e": "e$(touch RAN)", "f": 'f"\\"',
     "g": "größe & Maß", "h": "h*", "i": "i;touch RAN", "k": "k@2x:y=!a", "k@2x:y": "k@2x:y=!a", "l\\ ": "l m/n\\o",
-    "'m": "m'$HOME`n", '"n\\$': 'n$HOME"`o!\\', "o\\ 'p": "o p{a,b}", "\\~": "~root",
+    "c\t--ra": "c$HOME", "'m": "m'$HOME`n", '"n\\$': 'n$HOME"`o!\\', "o\\ 'p": "o p{a,b}", "\\~": "~root",
 }
 
 
@@ -44,27 +44,12 @@ class Completion(ForkzipTest):
             _forkzip
             eval printf "'%s\n'" "${COMPREPLY[@]}" """, "bash", "forkzip", *words)
 
-    def offered_by_zsh(self, verb):
-        """The long options, as they are given to the shell's own function."""
-        specs = self.script("zsh", "-f", "-c", f"""
-            _arguments() {{ print -rl -- "$@" }}
-            words=(forkzip {verb} '') CURRENT=3
-            . '{ZSH}'""")
-        return sorted(re.findall(r"^(?:\*|\(.*\))(--[\w-]+)\[", "\n".join(specs), re.MULTILINE))
-
-    def offered_by_fish(self, line):
-        return self.script("fish", "--no-config", "-c", f"source '{FISH}'; complete -C '{line}'")
-
     def test_completion_and_manual_know_the_options_of_each_verb(self):
         manual = MANUAL.read_text()
-        verbs = self.offered("")
-        self.assertEqual(sorted(self.offered_by_fish("forkzip ") + ["-h"]), verbs)
-        for verb in [verb for verb in verbs if not verb.startswith("-")]:
+        for verb in [verb for verb in self.offered("") if not verb.startswith("-")]:
             help_text = self.expect(0, verb, "--help").decode()
             options = sorted(re.findall(r"^  (?:-\w,)?(--[\w-]+)", help_text, re.MULTILINE))
             self.assertEqual(self.offered(verb, "--"), options)
-            self.assertEqual(self.offered_by_zsh(verb), options)
-            self.assertEqual(self.offered_by_fish(f"forkzip {verb} --"), options)
             self.assertEqual([option for option in options if option not in manual], [], verb)
 
     def inserted(self, shell, source):

@@ -7,9 +7,8 @@ import struct
 import subprocess
 import unittest
 import zipfile
-import zlib
 
-from forkzip import DEFLATED, UNIX_TIMES, ForkzipTest, Member, apple_double, archive
+from forkzip import DEFLATED, UNIX_TIMES, ForkzipTest, Member, apple_double, archive, unicode_path
 
 WAYS = ([], ["--in-place"])
 DRAFT = ".a.zip.forkzip-new"
@@ -17,7 +16,7 @@ DRAFT = ".a.zip.forkzip-new"
 DITTO = ["d/", "d/f", "dx", "__MACOSX/", "__MACOSX/._d", "__MACOSX/d/", "__MACOSX/d/._f", "__MACOSX/.___MACOSX"]
 SUB = ["__MACOSX/d/", "__MACOSX/__MACOSX/._d", "__MACOSX/__MACOSX/__MACOSX/._._d"]
 UMLAUT = "Größe".encode("cp437")
-PATH = struct.pack("<HHBI", 0x7075, 5 + 7, 1, zlib.crc32(UMLAUT)) + "Größe".encode()
+PATH = unicode_path(UMLAUT, "Größe")
 HOLE = Member("hole", b"x" * 50, hole=True)
 FILES = {"mac": "new", "new": "new", "üx": "new", "é": "new", "Ã©": "new", "ü日": "new"}
 

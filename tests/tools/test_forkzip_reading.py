@@ -9,7 +9,7 @@ import unittest
 import zipfile
 import zlib
 
-from forkzip import DEFLATED, PROGRAM, ForkzipTest, Member, apple_double, archive, changed_at
+from forkzip import DEFLATED, PROGRAM, ForkzipTest, Member, apple_double, archive, changed_at, unicode_path
 
 
 def true_name(info):
@@ -67,7 +67,6 @@ class Reading(ForkzipTest):
         plain, umlaut = self.zip.read_bytes(), "Größe".encode("cp437")
         mac = Member("__MACOSX/._f", apple_double(b"fork"), extra=changed_at(1))
         latin, marked = "Größe".encode("cp1252"), Member("Maß", b"2", flags=0x800, local_flags=0x800)
-        path = lambda name, of: struct.pack("<HHBI", 0x7075, 5 + len(name), 1, zlib.crc32(of)) + name
         self.write("f", "words " * 100)
         self.run_shell("zip -q z.zip f; (echo '#!/bin/sh'; cat z.zip) | tee sfx.zip > sfxa.zip; zip -A sfxa.zip;"
                        "echo hi | zip -q stream.zip -")
@@ -79,8 +78,8 @@ class Reading(ForkzipTest):
             ("sizes in Zip64 form", stream, "utf-8", ["-"]),
             ("an archive in front", archive(Member("x", b"no")) + plain, "utf-8", ["f"]),
             ("a version without need", archive(Member("f", b"1", version=45), Member("g", b"2")), "utf-8", ["f", "g"]),
-            ("a Unicode Path", archive(Member(umlaut, b"1", extra=path("Größe".encode(), umlaut))), "utf-8", ["Größe"]),
-            ("one of another name", archive(Member("f", b"1", extra=path(b"g", b"x"))), "utf-8", ["f"]),
+            ("a Unicode Path", archive(Member(umlaut, b"1", extra=unicode_path(umlaut, "Größe"))), "utf-8", ["Größe"]),
+            ("one of another name", archive(Member("f", b"1", extra=unicode_path(b"x", "g"))), "utf-8", ["f"]),
             ("DOS", archive(Member(umlaut, b"1")), "cp437", ["Größe"]),
             ("Windows", archive(Member(latin, b"1")), "windows-1252", ["Größe"]),
             ("Mac", archive(Member("Größe".encode("mac-roman"), b"1")), "mac-roman", ["Größe"]),
@@ -102,9 +101,6 @@ class Reading(ForkzipTest):
                 self.assertNotEqual(self.expect(0, "cat", *options, names[-1]), b"")
                 self.expect(0, "extract", "-q", *options, "-d", what)
                 self.assertEqual({*self.found(what)} - {"._f"}, {name for name in names if name[-1] != "/"})
-                if "front" in what:
-                    self.expect(1, "delete", self.zip, names[0], says="not changed: ")
-                    self.assertEqual(self.zip.read_bytes(), content)
                 if what == "a guess at DOS":
                     self.assertIn(b"cp437, as a guess", self.expect(0, "info", *options))
         self.zip.write_bytes(archive(*map(Member, map(str, range(65536))), zip64=True))  # only Zip64 counts so far
@@ -195,8 +191,7 @@ class Reading(ForkzipTest):
         archives = {
             "nothing large": archive(Member("f", b"1")),
             "a record claims 2 GiB": archive(Member("f", b"words", DEFLATED, size=claim)),
-            "a stored record and its companion claim 2 GiB": archive(
-                Member("f", b"words", size=claim), Member("__MACOSX/._f", apple_double(b"fork"), size=claim)),
+            "a stored one does, and its companion": archive(Member("f", b"words", size=claim), Member("._f", size=claim)),
             "a bomb": archive(Member("f", bytes(80 << 20), DEFLATED)),
             "a long name that members take over": archive(Member(("a" * 200 + "/") * 320, crc=1),
                                                           *[Member("", crc=1)] * 500),
@@ -284,10 +279,8 @@ class Reading(ForkzipTest):
         self.assertEqual(json.loads(self.run_tool("test", "--json", self.zip, "y").stdout)["missing"], ["y"])
 
     def test_wrong_usage(self):
-        for arguments in ([], ["bla"], ["list"], ["list", "a", "--bla"], ["cat", "a"], ["list", "--encoding", "x", "a"],
-                          ["list", "--progress", "a"]):
-            with self.subTest(arguments):
-                self.expect(2, *arguments, says="forkzip: ")
+        for arguments in ([], ["bla"], ["list", "a", "--bla"], ["cat", "a"], ["list", "--encoding", "x", "a"]):
+            self.expect(2, *arguments, says="forkzip: ")
         for arguments in (["--help"], ["list", "--help"], ["extract", "--help"]):
             self.assertIn(b"Usage: forkzip", self.expect(0, *arguments))
 
