@@ -96,10 +96,9 @@ TEST_F(SideFileTest, MayBeReadByNoOneElseThanTheItemAndByItsOwner) {
 
 TEST_F(SideFileTest, IsThereOnlyWhileItHoldsSomething) {
   item_->SetMacType("");
-  WithFork(item_, "");
   EXPECT_FALSE(HasSideFile());
-  item_->SetMacType("TEXT");
   WithFork(item_, "fork");
+  item_->SetMacType("TEXT");
   item_->SetMacType("");
   EXPECT_TRUE(HasSideFile());
   WithFork(item_, "");

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/text/TextFunctions.h"
 
 namespace vantorel {
 namespace {
@@ -34,15 +33,6 @@ TEST(String, AppendingInPlaceDoesNotMoveTheBytesEachTime) {
   }
   EXPECT_EQ(text.size(), 100'001U);
   EXPECT_LT(moves, 40);
-}
-
-TEST(String, LabelOfASum) {
-  const String bytes = String::Bytes("b");
-  const String mac = DefineEncoding("m", Encodings::MacRoman());
-  EXPECT_EQ(Encoding(mac + "u"), Encodings::MacRoman());
-  EXPECT_EQ(Encoding(bytes + "u"), Encodings::UTF8());
-  EXPECT_EQ(Encoding(String() + mac), Encodings::MacRoman());
-  EXPECT_EQ(Encoding(bytes + bytes), nil);
 }
 
 }  // namespace

@@ -10,11 +10,8 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
-#include <chrono>
 #include <map>
-#include <thread>
 
-#include "platform/run/BackgroundTask.h"
 #include "platform/run/EventLoop.h"
 #include "platform/run/Runtime.h"
 #include "platform/ui/EditField.h"
@@ -218,9 +215,7 @@ TEST_F(QtBackEndTest, RepaintingRunsNoHandler) {
   EventLoop::Current().Queue([&] { handled = true; });
   QApplication::postEvent(Shown().findChildren<QPushButton*>().front(),
                           new QKeyEvent(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier));
-  std::this_thread::sleep_for(std::chrono::milliseconds(60));
-  background::AfterWait();
-  RuntimeBackgroundTask();
+  New<Application>()->SleepCurrentThread(100);
   EXPECT_FALSE(handled);
   EXPECT_EQ(panel_->pressed, "");
   Turn();
