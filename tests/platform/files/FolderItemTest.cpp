@@ -70,6 +70,17 @@ TEST(FolderItem, OpeningMakingAndRenaming) {
   EXPECT_EQ(scratch.Read("taken"), "y\n");
 }
 
+TEST(FolderItem, ModesAndLocks) {
+  const ScratchFolder scratch;
+  const Ref<FolderItem> item = scratch.Write("file", "");
+  std::uint16_t mode = 0;
+  EXPECT_TRUE(item->SetUnixMode(0100754) == 0 && !item->Locked());
+  item->SetLocked(true);
+  EXPECT_TRUE(item->GetUnixMode(mode) == 0 && item->Locked());
+  EXPECT_EQ(mode, 0100554);
+  EXPECT_EQ(scratch.Item("absent")->GetUnixMode(mode), -ENOENT);
+}
+
 TEST(FolderItem, ListingIsInByteOrderAndReadAnewFromTheFirst) {
   const ScratchFolder scratch;
   const Ref<FolderItem> folder = scratch.Item();

@@ -25,6 +25,7 @@ TEST(TextFunctions, PartsOfATextAndReplacement) {
       {"bytes of the same", MidB(umlauts, 2, 2), "\xA4x"},
       {"without a label a character is a byte", Mid(String::Bytes("\xC3\xBCz"), 2), "\xBCz"},
       {"double bytes", Mid(sjis, 2, 1), "\x83\\"},
+      {"in the other range", Left(Labelled("\xE0\\z", 1), 1), "\xE0\\"},
       {"a lead byte at the end", Right(Labelled("ab\x83", 1), 1), "\x83"},
       {"nothing but white space", LTrim("  "), ""},
       {"two halves of a character", MidB("\xC3\xBC", 1, 1) + MidB("\xC3\xBC", 2, 1), "\xC3\xBC"},

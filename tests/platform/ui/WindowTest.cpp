@@ -5,8 +5,6 @@
 #include <string>
 
 #include "platform/run/EventLoop.h"
-#include "platform/run/Runtime.h"
-#include "platform/run/Timer.h"
 #include "platform/ui/MsgBox.h"
 #include "platform/ui/PushButton.h"
 #include "tests/support/RecordingBackEnd.h"
@@ -18,48 +16,18 @@ class Dialog : public Window {
  public:
   Dialog() : Window("Dialog") {
     button = _AddControl("Button", New<PushButton>(Bounds{}));
-    button->Action = [this] { on_press ? on_press() : Close(); };
-    timer = _AddControl("Timer", New<Timer>());
-    timer->SetPeriod(0);
-    timer->SetMode(1);
-    timer->Action = [] { ++timers_fired; };
+    button->Action = [this] { ++actions; };
   }
-  static inline int timers_fired = 0;
-  std::function<void()> on_press;
   Ref<PushButton> button;
-  Ref<Timer> timer;
+  int actions = 0;
 };
 
 class WindowTest : public ::testing::Test {
  protected:
   ~WindowTest() override { CloseAllWindows(); }
 
-  static Ref<Dialog> Open() { return ImplicitWindow<Dialog>("Dialog"); }
-
   RecordingBackEnd& screen_ = RecordingBackEnd::Install();
 };
-
-TEST_F(WindowTest, ThereIsOneInstanceUntilItIsClosed) {
-  Dialog::timers_fired = 0;
-  const Ref<Dialog> first = Open();
-  EXPECT_TRUE(Open() == first);
-  first->Close();
-  EXPECT_TRUE(_GetImplicitWindow("Dialog") == nil);
-  EXPECT_FALSE(Open() == first);
-  CloseAllWindows();
-  EventLoop::Current().RunPending(20);
-  EXPECT_EQ(Dialog::timers_fired, 0) << "a timer outlives its window";
-}
-
-TEST_F(WindowTest, ShowModalReturnsWhenTheWindowClosesAndUnwindsOnQuit) {
-  screen_.on_modal = [](Window& window) { Press(Ref<Window>(&window), "Button"); };
-  Open()->ShowModal();
-  EXPECT_TRUE(screen_.shown.empty());
-  const Ref<Dialog> dialog = Open();
-  dialog->on_press = [] { Quit(3); };
-  EXPECT_THROW(dialog->ShowModal(), EndException);
-  EXPECT_TRUE(dialog->IsOpen());
-}
 
 TEST_F(WindowTest, PressesThatCountForNothing) {
   const std::tuple<const char*, std::function<void(Dialog&)>, std::function<void(Dialog&)>, int> cases[] = {
@@ -69,16 +37,13 @@ TEST_F(WindowTest, PressesThatCountForNothing) {
       {"its window closed before the action ran", [](auto&) {}, [](auto& dialog) { dialog.Close(); }, 0},
   };
   for (const auto& [name, before, after, expected] : cases) {
-    SCOPED_TRACE(name);
-    int actions = 0;
-    const Ref<Dialog> dialog = Open();
-    dialog->on_press = [&] { ++actions; };
+    const Ref<Dialog> dialog = ImplicitWindow<Dialog>("Dialog");
     before(*dialog.get());
     Press(dialog, "Button");
-    EXPECT_EQ(actions, 0) << "ran inside the press";
+    EXPECT_EQ(dialog->actions, 0) << name << ": ran inside the press";
     after(*dialog.get());
     EventLoop::Current().RunPending(0);
-    EXPECT_EQ(actions, expected);
+    EXPECT_EQ(dialog->actions, expected) << name;
     CloseAllWindows();
   }
 }
