@@ -101,9 +101,9 @@ class PieceReader : public IStreamReader {
 };
 
 // Reads to the end or to the first fault.
-std::pair<std::string, std::int32_t> Inflate(const std::string& member, std::size_t piece) {
+std::pair<std::string, std::int32_t> Inflate(const std::string& member) {
   constexpr std::int32_t kCount = 16256;
-  ZStream stream(false, nil, New<PieceReader>(member, piece));
+  ZStream stream(false, nil, New<PieceReader>(member, 1U << 30U));
   std::string all;
   while (stream.ErrorValue() == 0) {
     const String bytes = stream.Read(kCount);
@@ -116,26 +116,6 @@ std::pair<std::string, std::int32_t> Inflate(const std::string& member, std::siz
   EXPECT_TRUE(stream.Read(kCount).empty()) << "bytes behind the end";
   EXPECT_EQ(stream.ErrorValue(), error) << "the outcome does not last";
   return {all, error};
-}
-
-// Also where the data fills a window, and the trailer is still to come.
-TEST(Inflating, TheReadOfTheLastByteTellsTheEnd) {
-  for (const std::size_t size : {1000UL, 65536UL, 1'000'000UL}) {
-    const std::string contents = Words(size);
-    std::string member = Gzip(contents);
-    const auto half = static_cast<std::int32_t>(size / 2);
-    for (const std::int32_t expected : {1, -3}) {
-      SCOPED_TRACE(std::to_string(size) + (expected == 1 ? "" : " with a wrong checksum"));
-      for (const std::size_t piece : {member.size(), member.size() - 8}) {
-        ZStream stream(false, nil, New<PieceReader>(member, piece));
-        EXPECT_EQ(stream.Read(half).size(), size / 2);
-        EXPECT_EQ(stream.ErrorValue(), 0);
-        EXPECT_EQ(stream.Read(half).size(), size / 2);
-        EXPECT_EQ(stream.ErrorValue(), expected);
-      }
-      member[member.size() - 8] ^= 1;
-    }
-  }
 }
 
 TEST(Inflating, GivesBackWhatWasCompressedAndTellsFaultsApart) {
@@ -153,14 +133,19 @@ TEST(Inflating, GivesBackWhatWasCompressedAndTellsFaultsApart) {
       {"cut before the trailer", [](std::string m) { return m.substr(0, m.size() - 8); }, -5},
       {"cut in the trailer", [](std::string m) { return m.substr(0, m.size() - 3); }, -5},
   };
-  for (const std::string& contents : {std::string(), Noise(300'000), kLargeText}) {
+  // The third just fills a window; the trailer is still to come then.
+  for (const std::string& contents : {std::string("x"), Noise(300'000), Words(65536), kLargeText}) {
     const std::string member = Gzip(contents);
     for (const auto& [name, damage, error] : cases) {
       SCOPED_TRACE(std::string(name) + ", contents of " + std::to_string(contents.size()));
-      const auto [bytes, found] = Inflate(damage(member), 1U << 30U);
+      const auto [bytes, found] = Inflate(damage(member));
       EXPECT_EQ(found, error);
       EXPECT_TRUE(contents.starts_with(bytes)) << "bytes that were never compressed";
-      EXPECT_TRUE(Inflate(member, 777) == std::pair(contents, 1)) << "something is kept of the stream before";
+      for (const std::size_t piece : {std::size_t{777}, member.size() - 8}) {
+        ZStream stream(false, nil, New<PieceReader>(member, piece));
+        EXPECT_TRUE(stream.Read(static_cast<std::int32_t>(contents.size())).view() == contents);
+        EXPECT_EQ(stream.ErrorValue(), 1) << "the read of the last byte does not tell the end";
+      }
     }
   }
 }

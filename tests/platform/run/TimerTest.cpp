@@ -3,9 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <string>
-
-#include "platform/run/Runtime.h"
 
 namespace vantorel {
 namespace {
@@ -43,23 +40,6 @@ TEST(Timer, ArmedInAHandlerFiresAfterItsFullPeriod) {
   first->SetMode(1);
   EventLoop::Current().RunUntil([&] { return fired > armed; });
   EXPECT_GE(fired - armed, milliseconds(30));
-}
-
-TEST(Quit, EndsTheRunFromANestedLoopAndNothingAfterItRuns) {
-  _RuntimeRegisterAppObject(New<Application>());
-  std::string reached;
-  EventLoop::Current().Queue([&] {
-    EventLoop::Current().Queue([&] {
-      reached += "inner";
-      Quit(7);
-    });
-    EventLoop::Current().RunUntil([] { return false; });
-    reached += "after the loop";
-  });
-  RuntimeRun();
-  EXPECT_EQ(reached, "inner");
-  EXPECT_EQ(RuntimeExit(), 7);
-  EXPECT_TRUE(_GetAppObject() == nil);
 }
 
 }  // namespace
