@@ -1,3 +1,4 @@
+// What names mean: components, look-up, and which member is the companion of another.
 #include "platform/text/TextFunctions.h"
 #include "tests/support/OpenZip.h"
 
@@ -57,21 +58,6 @@ TEST(Names, AreFoundByTheirBytesIgnoringCase) {
   EXPECT_THROW(find("b", 1), RuntimeException);
 }
 
-TEST(Names, GoThroughTheEncodingOfTheArchive) {
-  const ScratchFolder folder;
-  const Ref<ZipArchive> archive = New<ZipArchive>();
-  folder.Write("a.zip", MakeZip({{"\x81.txt"}}));  // u with diaeresis
-  ASSERT_TRUE(archive->Open(folder.Item("a.zip"), false, archive->EncodedAsDOSLatinUS()));
-  EXPECT_EQ(archive->EntryIdxByRawPath("ü.txt", 1), 1);
-  EXPECT_EQ(archive->d->encodeForZip("ü").view(), "\x81");
-  EXPECT_EQ(archive->d->encodeForZip("α").view(), "?");  // DOS could write it, Windows cannot
-
-  const Ref<ZipEntry> entry = archive->Entry(1);
-  entry->sysEncName = DefineEncoding(entry->sysEncName, Encodings::MacRoman());
-  entry->z_checkRawPath();
-  EXPECT_EQ(Encoding(entry->Name()), Encodings::MacRoman()) << "the same bytes under a new label";
-}
-
 TEST(Names, AreCleanedAndJoined) {
   const Ref<ZipArchive> archive = New<ZipArchive>();
   EXPECT_EQ(archive->CleanName("a/b\\c").view(), "a-b-c");
@@ -90,6 +76,93 @@ TEST(Names, AreCleanedAndJoined) {
   }
   EXPECT_THROW(archive->RawPath(folder.Item("base"), folder.Item("other")), NilObjectException)
       << "the climb passes the root of the file system";
+}
+
+// Members that all carry what Apple's tools put into the central extra field.
+std::string Ditto(const Strings& names) {
+  std::vector<ZipMember> members;
+  for (const std::string& name : names) members.push_back({.name = name, .central_extra = UnixExtra(1, 2)});
+  return MakeZip(members);
+}
+
+// What the list shows: each name, with its companion's behind an arrow.
+Strings Shown(ZipArchive& archive) {
+  Strings shown;
+  for (std::int32_t i = 1; i <= archive.EntryCount(); ++i) {
+    const Ref<ZipEntry> e = archive.Entry(i);
+    shown.push_back(Text(e->RawPath()));
+    if (e->appleDoubleEntry) shown.back() += " <- " + Text(e->appleDoubleEntry->RawPath());
+    EXPECT_FALSE(e->thisIsTheAppleDoubleEntry);
+    EXPECT_TRUE(!e->appleDoubleEntry || e->appleDoubleEntry->thisIsTheAppleDoubleEntry);
+  }
+  return shown;
+}
+
+TEST(Companions, AreFolded) {
+  const struct {
+    const char* name;
+    Strings members;
+    Strings shown;
+    bool ditto = true;
+  } cases[] = {
+      {"a folder", {"d/", "__MACOSX/d/", "__MACOSX/._d"}, {"d/ <- __MACOSX/._d"}},
+      {"in front of its file", {"__MACOSX/._a", "a"}, {"a <- __MACOSX/._a"}},
+      {"a name with umlauts", {"ä/ö", "__MACOSX/ä/._ö"}, {"ä/ö <- __MACOSX/ä/._ö"}},
+      {"beside its file, without the folder", {"d/f", "d/._f"}, {"d/f <- d/._f"}},
+      {"in a folder of another case", {"a", "__macosx/._a"}, {"a <- __macosx/._a"}},
+      {"of two the one behind", {"a", "._a", "__MACOSX/._a"}, {"a <- __MACOSX/._a", "._a"}},
+      {"of two files with one name the later", {"a", "a", "._a"}, {"a", "a <- ._a"}},
+      {"without a file it stays", {"b", "__MACOSX/._a"}, {"b", "__MACOSX/._a"}, false},
+      {"the folder alone goes", {"a", "__MACOSX/"}, {"a"}, false},
+      {"the folder in another case stays", {"a", "__macosx/"}, {"a", "__macosx/"}, false},
+      {"the last mark in the name counts", {"x/._d/f", "x/._d/._f"}, {"x/._d/f <- x/._d/._f"}},
+      {"an empty rest of the name", {"d/", "d/._"}, {"d/", "d/._"}, false},
+      {"names that differ in case only", {"n", "N", "._N", "._n"}, {"n <- ._n", "N <- ._N"}},
+      {"of a folder that goes itself", {"a", "__MACOSX/__MACOSX/._d", "__MACOSX/d/"}, {"a"}},
+      {"of a companion", {"x", "._x", "._._x"}, {"x <- ._x"}},
+  };
+  for (const auto& [name, members, shown, ditto] : cases) {
+    const auto archive = OpenBytes(Ditto(members));
+    EXPECT_EQ(Shown(*archive), shown) << name;
+    EXPECT_EQ(archive->UsesAppleDittoFormat(), ditto) << name;
+  }
+  EXPECT_EQ(OpenZip({{"a"}, {"__MACOSX/"}, {"__MACOSX/._a"}})->EntryCount(), 3) << "no Unix record";
+}
+
+// Hides one entry from the folding, and sees what that leaves in the index.
+struct OwnCheck : ZipArchiveData {
+  void checkDirectory(const Ref<Dictionary>& index) override {
+    index->Remove(EncodeBase64("a", 76));
+    ZipArchiveData::checkDirectory(index);
+    EXPECT_EQ(index->Count(), 2) << "the key of the main entry is used up";
+  }
+};
+struct OwnFields : ZipArchive {
+  using ZipArchive::MakeZipExtraField;
+  Ref<ZipExtraField> MakeZipExtraField(const String& block) override {
+    return last = ZipArchive::MakeZipExtraField(block);
+  }
+  Ref<ZipExtraField> last;
+};
+
+TEST(Companions, AreFoldedByClassesOfTheirOwn) {
+  const ScratchFolder folder;
+  const auto archive = New<OwnFields>();
+  archive->d = New<OwnCheck>();
+  ASSERT_TRUE(archive->Open(folder.Write("a.zip", Ditto({"a", "._a", "d/", "__MACOSX/._d"})), false));
+  EXPECT_EQ(Shown(*archive), (Strings{"a", "._a", "d/ <- __MACOSX/._d"}));
+  EXPECT_EQ(archive->Entry(3)->appleDoubleEntry->ExtraFieldInCentralDir(), archive->last);
+}
+
+// What a failed Open leaves in the list takes no part in what the next one reads.
+TEST(Companions, AreNotTakenByWhatIsLeftOver) {
+  const ScratchFolder folder;
+  const auto archive = New<ZipArchive>();
+  std::string bad = Ditto({"a", "__MACOSX/", "bad"});
+  bad[bad.rfind("PK\1\2")] = 'x';
+  EXPECT_FALSE(archive->Open(folder.Write("a.zip", bad), false));
+  ASSERT_TRUE(archive->Open(folder.Write("a.zip", Ditto({"x", "._a"})), false));
+  EXPECT_EQ(Shown(*archive), (Strings{"a", "x", "._a"}));
 }
 
 }  // namespace

@@ -83,7 +83,6 @@ TEST(Extract, Permissions) {
     std::uint32_t is_text = 0;
   } cases[] = {
       {"Unix mode replaces the present one whole", 3, 0x81400000, 0100500},
-      {"Unix mode on a Mac", 7, 0x81ED0000, 0100755},
       {"Unix mode under DOS", 0, 0x89C00000, 0104700},
       {"Unix mode under another system is none", 1, 0x81ED0000, 0100600, false},
       {"no mode: execute bits", 1, 0x81ED0000, 0100711},

@@ -29,7 +29,6 @@ TEST(Sizes, CountWhatTheCompressorWouldBeFed) {
 TEST(AddingFolders, NamesOrderAndLinks) {
   const std::tuple<const char*, bool, Strings> cases[] = {
       {"", false, {"2", "b-c", "a/1", "a/x/3", "z/4"}},
-      {"p", false, {"p/2", "p/b-c", "p/a/1", "p/a/x/3", "p/z/4"}},
       {"p/", true, {"p/2", "p/b-c", "p/target", "p/a/1", "p/a/x/3", "p/z/4"}},
   };
   for (const auto& [prefix, follow, names] : cases) {
