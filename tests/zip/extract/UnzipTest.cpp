@@ -147,7 +147,8 @@ TEST_F(Unzip, MembersFallIntoForks) {
   const std::string rsrc(17000, 'r');
   const std::string wrapped = MacBinaryMember("name", data, rsrc, 1);
   const std::string apple = AppleDoubleBytes("rsrc");
-  const std::string far = Changed(apple, 42, BigEndian(3000000, 4)) + std::string(3000000 - 86, 'x') + "rsrc";
+  const std::string far = Changed(AppleDoubleBytes(""), 42, BigEndian(3000000, 4) + BigEndian(4, 4)) +
+                          std::string(3000000 - 82, 'x') + "rsrc";
   const struct {
     const char* name;
     std::string archive;
