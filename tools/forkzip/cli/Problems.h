@@ -40,13 +40,12 @@ class Problems {
   explicit Problems(std::string archive) : archive_(std::move(archive)) {}
   Problems(const Problems&) = delete;
   Problems& operator=(const Problems&) = delete;
-  virtual ~Problems() = default;
 
   void Add(ExitCode code, std::string_view message);
   // About one member. Long names are cut in the middle; where very many members have the same problem, only
   // the first are told one by one, and AddUp tells how many more there were.
-  virtual void Add(ExitCode code, std::string_view member, std::string_view message);
-  virtual void AddUp();
+  void Add(ExitCode code, std::string_view member, std::string_view message);
+  void AddUp();
   // Something worth knowing that leaves the exit code alone.
   void Note(std::string_view message) const;
 
@@ -57,6 +56,9 @@ class Problems {
   ExitCode code_ = ExitCode::kDone;
   std::map<std::string, std::size_t, std::less<>> told_;  // how often, by the beginning of the message
 };
+
+// How work that is shared out tells what is wrong with a member.
+using Tell = std::function<void(ExitCode code, std::string_view member, std::string_view message)>;
 
 // "forkzip: ", as all messages on standard error begin.
 std::string MessagePrefix();

@@ -55,30 +55,30 @@ int ReplaceByLink(const std::string& target, int folder, const std::string& name
 
 // Runs `work` for a member, turning a Failure into a problem.
 template <typename Work>
-std::size_t Guarded(const Ref<ZipEntry>& entry, Problems& problems, Work work) {
+std::size_t Guarded(const Ref<ZipEntry>& entry, const Tell& tell, Work work) {
   try {
     return work() ? 1 : 0;
   } catch (const Failure& failure) {
-    if (!Interruption::Requested()) problems.Add(failure.Code(), Utf8(entry->RawPath()), failure.what());
+    if (!Interruption::Requested()) tell(failure.Code(), Utf8(entry->RawPath()), failure.what());
   } catch (const RuntimeException& fault) {
-    problems.Add(ExitCode::kBadArchive, Utf8(entry->RawPath()), fault.what());
+    tell(ExitCode::kBadArchive, Utf8(entry->RawPath()), fault.what());
   }
   return 0;
 }
 
 }  // namespace
 
-std::size_t Extraction::Extract(const Ref<ZipEntry>& entry, Problems& problems) {
+std::size_t Extraction::Extract(const Ref<ZipEntry>& entry, const Tell& tell) {
   const ExtractionWays& ways = target_.ways;
   std::size_t extracted = 0;
   if (!IsPassedOver(entry, ways.strip)) {
-    extracted += Guarded(entry, problems, [&] { return Place(entry, problems); });
+    extracted += Guarded(entry, tell, [&] { return Place(entry, tell); });
   }
   const Ref<ZipEntry>& companion = entry->appleDoubleEntry;
   if (!ways.raw || !companion || IsPassedOver(companion, ways.strip)) return extracted;
   // As it stands it is a member like any other.
   companion->thisIsTheAppleDoubleEntry = false;
-  return extracted + Guarded(companion, problems, [&] { return Place(companion, problems); });
+  return extracted + Guarded(companion, tell, [&] { return Place(companion, tell); });
 }
 
 const Extraction::Components& Extraction::PathFor(const Ref<ZipEntry>& entry) {
@@ -91,7 +91,7 @@ const Extraction::Components& Extraction::PathFor(const Ref<ZipEntry>& entry) {
   return split_path_;
 }
 
-bool Extraction::Place(const Ref<ZipEntry>& entry, Problems& problems) {
+bool Extraction::Place(const Ref<ZipEntry>& entry, const Tell& tell) {
   const Components& path = PathFor(entry);
   if (entry->IsDirectory()) {
     target_.destination.Folder(path);
@@ -108,8 +108,7 @@ bool Extraction::Place(const Ref<ZipEntry>& entry, Problems& problems) {
   if (!IsWanted(entry, path)) return false;
   const int error = ExtractFile(entry, target_, path);
   if (error != 0) {
-    problems.Add(ExitCode::kDone, Utf8(entry->RawPath()),
-                 WithCause("its mode or time cannot be stored here", error));
+    tell(ExitCode::kDone, Utf8(entry->RawPath()), WithCause("its mode or time cannot be stored here", error));
   }
   return true;
 }
@@ -119,7 +118,7 @@ bool Extraction::IsWanted(const Ref<ZipEntry>& entry, const Components& path) {
          IsNewerThanThere(entry, target_.destination.Folder(FoldersOf(path)), path.back());
 }
 
-std::size_t Extraction::Finish(Problems& problems) {
+std::size_t Extraction::Finish(const Tell& tell) {
   std::size_t extracted = 0;
   // Links, then folders from the innermost out: what happens in a folder changes its time, and its mode may
   // close it.
@@ -127,8 +126,8 @@ std::size_t Extraction::Finish(Problems& problems) {
                    [](const Waiting& a, const Waiting& b) { return a.depth > b.depth; });
   for (const Waiting& each : waiting_) {
     const Ref<ZipEntry>& entry = each.entry;
-    extracted += Guarded(entry, problems,
-                         [&] { return entry->IsDirectory() ? FinishFolder(entry) : MakeLink(entry); });
+    extracted +=
+        Guarded(entry, tell, [&] { return entry->IsDirectory() ? FinishFolder(entry) : MakeLink(entry); });
   }
   return extracted;
 }

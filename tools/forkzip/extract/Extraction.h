@@ -19,8 +19,8 @@ class Extraction {
 
   // These give the number of members that are on disk now.
   // Extracts a member, or tells why not. Symbolic links, and the times and modes of folders, wait for Finish.
-  std::size_t Extract(const Ref<ZipEntry>& entry, Problems& problems);
-  std::size_t Finish(Problems& problems);
+  std::size_t Extract(const Ref<ZipEntry>& entry, const Tell& tell);
+  std::size_t Finish(const Tell& tell);
 
   // Takes away what killed runs left of members, and in the folders that these belong in.
   void Clear(const std::vector<Ref<ZipEntry>>& entries);
@@ -36,7 +36,7 @@ class Extraction {
   // Where a member belongs; valid until the next call. Members that share a name in a short archive come one
   // after another, and their common path is split once.
   const Components& PathFor(const Ref<ZipEntry>& entry);
-  bool Place(const Ref<ZipEntry>& entry, Problems& problems);
+  bool Place(const Ref<ZipEntry>& entry, const Tell& tell);
   // Whether --newer lets the member take the place of what is there.
   bool IsWanted(const Ref<ZipEntry>& entry, const Components& path);
   bool MakeLink(const Ref<ZipEntry>& entry);

@@ -15,9 +15,23 @@ class InOrder {
  public:
   explicit InOrder(const SharedWork& work) : work_(work), done_(work.sizes.size()) {}
 
-  void Tell(std::size_t unit, ExitCode code, std::string_view member, std::string_view message);
+  void Tell(std::size_t unit, ExitCode code, std::string_view member, std::string_view message) {
+    if (unit == next_) return work_.take(unit, code, member, message);
+    held_.emplace(unit, Told{code, std::string(member), std::string(message)});
+  }
+
   // Nothing more will be told of the unit.
-  void End(std::size_t unit);
+  void End(std::size_t unit) {
+    done_[unit] = true;
+    for (; next_ < done_.size() && done_[next_]; ++next_) {
+      const auto [begin, end] = held_.equal_range(next_ + 1);
+      for (auto told = begin; told != end; ++told) {
+        work_.take(told->first, told->second.code, told->second.member, told->second.message);
+      }
+      held_.erase(begin, end);
+    }
+  }
+
   bool HasEnded(std::size_t unit) const { return done_[unit]; }
 
  private:

@@ -3,34 +3,7 @@
 #include <numeric>
 #include <unordered_map>
 
-#include "tools/forkzip/cli/Interruption.h"
-
 namespace vantorel::forkzip {
-
-namespace {
-
-// Hands on what it is told of a unit.
-class TellOf : public Problems {
- public:
-  TellOf(std::uint32_t unit, const SharedWork::Take& tell) : Problems(""), unit_(unit), tell_(tell) {}
-  void Add(ExitCode code, std::string_view member, std::string_view message) override {
-    tell_(unit_, code, member, message);
-  }
-
- private:
-  std::uint32_t unit_;
-  const SharedWork::Take& tell_;
-};
-
-}  // namespace
-
-std::size_t DoUnit(const SharedWork& work, std::uint32_t unit, const SharedWork::Take& tell,
-                   Progress& progress) {
-  TellOf problems(unit, tell);
-  const std::size_t tally = work.run(unit, problems);
-  if (!Interruption::Requested()) progress.End(work.sizes[unit]);
-  return tally;
-}
 
 void ShareOut(SharedWork& work, const std::vector<std::optional<std::uint64_t>>& keys) {
   constexpr std::uint64_t kMostShares = 1000;

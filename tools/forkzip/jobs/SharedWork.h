@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -23,17 +22,13 @@ struct SharedWork {
   Units own;                  // for the calling process, which does them before all others
   std::vector<Units> shares;  // each done by one process, in order; begun in this order
 
-  // Does a unit, with what is wrong told to `problems`. The sum of what it returns is the result.
-  std::function<std::size_t(std::size_t unit, Problems& problems)> run;
+  // Does a unit, and tells what is wrong. The sum of what it returns is the result.
+  std::function<std::size_t(std::size_t unit, const Tell& tell)> run;
   // Takes what was told of a unit, in the calling process and in the order of the units.
   using Take =
       std::function<void(std::size_t unit, ExitCode code, std::string_view member, std::string_view message)>;
   Take take;
 };
-
-// Does one unit in this process. Without effect on the progress if a signal has come.
-std::size_t DoUnit(const SharedWork& work, std::uint32_t unit, const SharedWork::Take& tell,
-                   Progress& progress);
 
 // Puts units that follow one another into shares of about the same size. If there are `keys`, one for each
 // unit, then units of one key go together, and those that have none are for the calling process.

@@ -58,17 +58,17 @@ std::uint64_t SizeOfAll(const std::vector<Ref<ZipEntry>>& entries) {
 
 // Returns how many were extracted, or put aside until the end.
 std::size_t ExtractMembers(Extraction& extraction, const std::vector<Ref<ZipEntry>>& entries,
-                           const ExtractOptions& options, Progress& progress, Problems& problems) {
+                           const ExtractOptions& options, Progress& progress, const Tell& tell) {
   SharedWork work;
   for (const Ref<ZipEntry>& entry : entries) work.sizes.push_back(SizeOf(entry));
   const std::size_t jobs = JobCount(options.jobs, entries.size(), SizeOfAll(entries), kWorthAProcess);
   if (jobs > 1) ShareOutFiles(work, entries, options.ways);
-  work.run = [&](std::size_t unit, Problems& told) {
+  work.run = [&](std::size_t unit, const Tell& tell_of_unit) {
     progress.Begin(entries[unit]);
-    return extraction.Extract(entries[unit], told);
+    return extraction.Extract(entries[unit], tell_of_unit);
   };
   work.take = [&](std::size_t, ExitCode code, std::string_view member, std::string_view message) {
-    problems.Add(code, member, message);
+    tell(code, member, message);
   };
   try {
     return DoShared(jobs, work, progress);
@@ -124,9 +124,12 @@ void Extract(const ExtractOptions& options, Problems& problems) {
   archive->SetProgressMonitor(progress);
   Extraction extraction(options.destination, options.ways);
   if (options.ways.overwrite) extraction.Clear(entries);
-  std::size_t extracted = ExtractMembers(extraction, entries, options, *progress, problems);
+  const Tell tell = [&](ExitCode code, std::string_view member, std::string_view message) {
+    problems.Add(code, member, message);
+  };
+  std::size_t extracted = ExtractMembers(extraction, entries, options, *progress, tell);
   if (Interruption::Requested()) return;
-  extracted += extraction.Finish(problems);
+  extracted += extraction.Finish(tell);
   Progress::ClearLine();
   if (options.quiet) return;
   Output output;

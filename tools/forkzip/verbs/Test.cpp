@@ -86,13 +86,13 @@ void Test(const Options& options, Problems& problems) {
   archive->SetProgressMonitor(progress);
   Report report(options, selected, archive->centralDirCorrupted);
   ShareOut(work);
-  work.run = [&](std::size_t unit, Problems& told) -> std::size_t {
+  work.run = [&](std::size_t unit, const Tell& tell) -> std::size_t {
     const Ref<ZipEntry> entry = archive->Entry(selected.members[unit]);
     progress->Begin(entry);
     try {
       Verify(entry);
     } catch (const Failure& failure) {
-      if (!Interruption::Requested()) told.Add(failure.Code(), Utf8(entry->RawPath()), failure.what());
+      if (!Interruption::Requested()) tell(failure.Code(), Utf8(entry->RawPath()), failure.what());
     }
     return 0;
   };
