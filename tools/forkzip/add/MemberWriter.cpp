@@ -222,7 +222,7 @@ void MemberWriter::CheckArchive() const {
   const Ref<BinaryStream>& stream = archive_->d->zipStream;
   CheckReadFault(*archive_->d);
   if (stream->WriteError()) {
-    throw Failure(ExitCode::kFileError, WithCause("cannot be written", -stream->WriteErrorCode()));
+    throw SystemFailure("cannot be written", -stream->WriteErrorCode());
   }
   Preflight::CheckSize(std::max<std::uint64_t>(stream->Position(), End()));
 }

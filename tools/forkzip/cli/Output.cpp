@@ -17,7 +17,7 @@ Output::Output() : terminal_(isatty(STDOUT_FILENO) == 1), colored_(ShowsColors(S
 void Output::Flush() {
   const int error = WriteAll(STDOUT_FILENO, buffer_);
   buffer_.clear();
-  if (error != 0) throw Failure(ExitCode::kFileError, WithCause("writing to standard output", error));
+  if (error != 0) throw SystemFailure("writing to standard output", error);
 }
 
 void Output::WriteText(const String& text, const char* color) {

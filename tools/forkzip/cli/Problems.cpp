@@ -88,4 +88,8 @@ std::string WithCause(std::string_view what, int error) {
   return std::string(what) + ": " + std::generic_category().message(error);
 }
 
+Failure SystemFailure(std::string_view what, int error) {
+  return {ExitCode::kFileError, WithCause(what, error)};
+}
+
 }  // namespace vantorel::forkzip

@@ -64,5 +64,7 @@ using Tell = std::function<void(ExitCode code, std::string_view member, std::str
 std::string MessagePrefix();
 // "what: cause", with the text of a system error.
 std::string WithCause(std::string_view what, int error);
+// The Failure (kFileError) that says so.
+Failure SystemFailure(std::string_view what, int error);
 
 }  // namespace vantorel::forkzip

@@ -19,17 +19,13 @@ namespace vantorel::forkzip {
 
 namespace {
 
-[[noreturn]] void Fail(const std::string& what, int error) {
-  throw Failure(ExitCode::kFileError, WithCause(what, error));
-}
-
 void CopyAll(int from, int to) {
   std::string buffer(std::size_t{1} << 16U, '\0');
   while (const ssize_t got = read(from, buffer.data(), buffer.size())) {
-    if (got < 0 && errno != EINTR) Fail("cannot be read", errno);
+    if (got < 0 && errno != EINTR) throw SystemFailure("cannot be read", errno);
     if (got > 0) {
       const int error = WriteAll(to, std::string_view(buffer).substr(0, static_cast<std::size_t>(got)));
-      if (error != 0) Fail("cannot be written", error);
+      if (error != 0) throw SystemFailure("cannot be written", error);
     }
     Interruption::Check();
   }
@@ -40,9 +36,9 @@ void CopyAll(int from, int to) {
 Descriptor UnnamedFile() {
   std::error_code error;
   std::string path = std::filesystem::temp_directory_path(error) / "forkzip-XXXXXX";
-  if (error) Fail("TMPDIR is no folder for a temporary file", error.value());
+  if (error) throw SystemFailure("TMPDIR is no folder for a temporary file", error.value());
   Descriptor file(mkostemp(path.data(), O_CLOEXEC));
-  if (!file.IsOpen()) Fail("no temporary file can be made: " + path, errno);
+  if (!file.IsOpen()) throw SystemFailure("no temporary file can be made: " + path, errno);
   unlink(path.c_str());
   return file;
 }

@@ -165,7 +165,7 @@ void ArchiveEdit::TakeOverModeAndOwner() const {
   if (!owner_kept || !group_kept) mode &= ~kSetId;
   if (!group_kept) mode &= ~static_cast<mode_t>(S_IRWXG);
   if (fchmod(file, mode) != 0) {
-    throw Failure(ExitCode::kFileError, WithCause("the new file's mode cannot be set", errno));
+    throw SystemFailure("the new file's mode cannot be set", errno);
   }
   const Problems problems(options_.archive);
   if (!owner_kept) problems.Note("its owner cannot be kept; --in-place would keep it");

@@ -20,10 +20,6 @@ namespace vantorel::forkzip {
 
 namespace {
 
-[[noreturn]] void Fail(const std::string& what, int error) {
-  throw Failure(ExitCode::kFileError, WithCause(what, error));
-}
-
 [[noreturn]] void FailAsInUse() {
   throw Failure(ExitCode::kFileError, "is being changed by another run of forkzip");
 }
@@ -65,7 +61,7 @@ Draft::Draft(const std::string& path, mode_t mode) : target_(path), path_(DraftO
   }
   if (!RemoveStray(path)) FailAsInUse();
   file_ = Descriptor(open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-  if (!file_.IsOpen()) Fail("no new file can be made beside it: " + path_, errno);
+  if (!file_.IsOpen()) throw SystemFailure("no new file can be made beside it: " + path_, errno);
   if (!TryLock(file_.Number()) || !IsNamed(file_.Number(), path_)) FailAsInUse();
 }
 
@@ -80,7 +76,7 @@ void Draft::PutInPlace(bool replace) {
     throw Failure(ExitCode::kFileError, "another program took the new file away; nothing is changed");
   }
   const int error = Rename(AT_FDCWD, path_, target_, replace ? IfTaken::kReplace : IfTaken::kRefuse);
-  if (error != 0) Fail("the new archive cannot be put in its place", error);
+  if (error != 0) throw SystemFailure("the new archive cannot be put in its place", error);
   placed_ = true;
   SyncPath(std::filesystem::path(target_).parent_path());  // so that the new name lasts as well
 }
@@ -102,7 +98,7 @@ bool IsNamed(int file, const std::string& path) {
 }
 
 void Sync(int file) {
-  if (fsync(file) != 0) Fail("cannot be written", errno);
+  if (fsync(file) != 0) throw SystemFailure("cannot be written", errno);
 }
 
 }  // namespace vantorel::forkzip

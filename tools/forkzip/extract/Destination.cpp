@@ -26,7 +26,7 @@ Destination::Destination(const std::string& root) : root_path_(root) {
     if (!error && !root_.IsOpen()) root_ = Descriptor(open(root.c_str(), flags));
   }
   if (!root_.IsOpen()) {
-    throw Failure(ExitCode::kFileError, WithCause("destination " + root, error ? error.value() : errno));
+    throw SystemFailure("destination " + root, error ? error.value() : errno);
   }
   LockFolder(root_.Number());
 }
@@ -60,7 +60,7 @@ Descriptor Destination::Step(int parent, std::span<const std::string> components
   if (S_ISLNK(KindOf(parent, name))) {
     throw Failure(ExitCode::kBadArchive, "refused: a symbolic link is in the way: " + PathOf(components));
   }
-  throw Failure(ExitCode::kFileError, WithCause("folder " + PathOf(components), error));
+  throw SystemFailure("folder " + PathOf(components), error);
 }
 
 bool Destination::HasFolder(std::span<const std::string> components) const {

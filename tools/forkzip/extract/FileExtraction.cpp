@@ -44,8 +44,7 @@ class ForkSink : public RsrcForkWriter {
 // Raises Failure (kFileError) if the side file of `item` could not be written: `error` is negative then.
 void CheckMacData(std::int32_t error, const std::string& item) {
   if (error == 0) return;
-  throw Failure(ExitCode::kFileError,
-                WithCause("its Mac data cannot be written to " + SideFile::PathFor(item), -error));
+  throw SystemFailure("its Mac data cannot be written to " + SideFile::PathFor(item), -error);
 }
 
 // An item may bear its Mac name once it has its attributes.
@@ -216,7 +215,7 @@ void FailToPlace(int folder, const std::string& name, int error, bool overwrite)
   if (error == EEXIST && !overwrite) {
     throw Failure(ExitCode::kFileError, "exists already and is kept; --overwrite replaces it");
   }
-  throw Failure(ExitCode::kFileError, WithCause("cannot be written", error));
+  throw SystemFailure("cannot be written", error);
 }
 
 }  // namespace vantorel::forkzip

@@ -56,7 +56,7 @@ Staging::~Staging() {
 void Staging::Make(const std::string& path) {
   const std::string name = ProvisionalName();
   if (mkdirat(folder_, name.c_str(), S_IRWXU) != 0) {
-    throw Failure(ExitCode::kFileError, WithCause("cannot be written", errno));
+    throw SystemFailure("cannot be written", errno);
   }
   name_ = name;
   path_ = path + "/" + name;

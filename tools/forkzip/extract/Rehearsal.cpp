@@ -19,8 +19,7 @@ namespace vantorel::forkzip {
 Rehearsal::Rehearsal(const std::string& root, const ExtractionWays& ways) : root_(root), ways_(ways) {
   struct stat status {};
   const int error = stat(root.c_str(), &status) != 0 ? errno : S_ISDIR(status.st_mode) ? 0 : ENOTDIR;
-  if (error != 0 && error != ENOENT)
-    throw Failure(ExitCode::kFileError, WithCause("destination " + root, error));
+  if (error != 0 && error != ENOENT) throw SystemFailure("destination " + root, error);
 }
 
 bool Rehearsal::Check(const Ref<ZipEntry>& entry) {
@@ -42,7 +41,7 @@ bool Rehearsal::Check(const Ref<ZipEntry>& entry) {
     if (S_ISLNK(kind)) {
       throw Failure(ExitCode::kBadArchive, "refused: a symbolic link is in the way: " + at);
     }
-    if (kind != 0 && !S_ISDIR(kind)) throw Failure(ExitCode::kFileError, WithCause("folder " + at, ENOTDIR));
+    if (kind != 0 && !S_ISDIR(kind)) throw SystemFailure("folder " + at, ENOTDIR);
     taken_[at] = S_IFDIR;
   }
   return true;

@@ -59,8 +59,7 @@ bool Read(int pipe, char* bytes, std::size_t count) {
     const ssize_t got = read(pipe, bytes, count);
     if (got == 0) return false;
     if (got < 0 && errno == EINTR) continue;
-    if (got < 0)
-      throw Failure(ExitCode::kFileError, WithCause("one of its processes cannot be heard", errno));
+    if (got < 0) throw SystemFailure("one of its processes cannot be heard", errno);
     bytes += got;
     count -= static_cast<std::size_t>(got);
   }

@@ -96,7 +96,7 @@ Ref<ZipArchive> ReadDirectory(const Ref<BinaryStream>& stream, const std::string
 Ref<ZipArchive> ReadCorrected(int file, const std::string& path, const std::string& encoding,
                               CorrectedArchive corrected) {
   const Descriptor directory(memfd_create("directory", MFD_CLOEXEC));
-  if (!directory.IsOpen()) throw Failure(ExitCode::kFileError, WithCause("not enough memory", errno));
+  if (!directory.IsOpen()) throw SystemFailure("not enough memory", errno);
   WriteAt(directory.Number(), 0, LittleEndian32(LocalHeader::kMagic) + corrected.directory);
   Ref<ZipArchive> archive = ReadDirectory(StreamOver(directory.Number(), false), path, encoding);
   if (!archive->entriesRead) return nil;
@@ -162,7 +162,7 @@ Ref<BinaryStream> StreamOver(int file, bool writable) {
   const int shared = fcntl(file, F_DUPFD_CLOEXEC, 0);
   struct stat status {};
   if (shared < 0 || fstat(file, &status) != 0) {
-    throw Failure(ExitCode::kFileError, WithCause("cannot be opened", errno));
+    throw SystemFailure("cannot be opened", errno);
   }
   auto stream = New<BinaryStream>(shared, writable, static_cast<std::uint64_t>(status.st_size));
   stream->SetLittleEndian(true);
@@ -172,7 +172,7 @@ Ref<BinaryStream> StreamOver(int file, bool writable) {
 void CheckReadFault(const ZipArchiveData& archive) {
   const Ref<BinaryStream>& stream = archive.zipStream;
   if (stream && stream->ReadError()) {
-    throw Failure(ExitCode::kFileError, WithCause("cannot be read", -stream->ReadErrorCode()));
+    throw SystemFailure("cannot be read", -stream->ReadErrorCode());
   }
 }
 

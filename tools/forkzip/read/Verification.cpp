@@ -21,7 +21,7 @@ namespace {
   if (stream && stream->ReadError()) {
     const int error = -stream->ReadErrorCode();
     stream = StreamOver(stream->Descriptor(), false);
-    throw Failure(ExitCode::kFileError, WithCause("cannot be read", error));
+    throw SystemFailure("cannot be read", error);
   }
   throw Failure(ExitCode::kBadArchive, fault);
 }
