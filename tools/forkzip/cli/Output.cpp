@@ -31,4 +31,10 @@ void Output::WriteText(const String& text, const char* color) {
   }
 }
 
+void Print(std::string_view text) {
+  Output output;
+  output.Write(text);
+  output.Flush();
+}
+
 }  // namespace vantorel::forkzip

@@ -41,4 +41,7 @@ class Output {
   bool colored_;
 };
 
+// Writes a short text to standard output. Raises Failure as above.
+void Print(std::string_view text);
+
 }  // namespace vantorel::forkzip

@@ -68,13 +68,6 @@ void Progress::EntryProgress(const Ref<ZipEntry>& /*entry*/, std::int32_t /*tota
   Show(finished_ + static_cast<std::uint64_t>(std::max(done, 0)));
 }
 
-void Progress::ItemFailed(const Ref<FolderItem>& /*item*/, std::int32_t /*code*/, const String& /*message*/,
-                          bool& /*stop*/) {}
-
-void Progress::ItemStarting(const Ref<FolderItem>& /*item*/, bool& abort) {
-  if (Interruption::Requested()) abort = true;
-}
-
 void Progress::DivertTo(std::function<void(std::uint64_t)> take) {
   finished_ = 0;
   diverted_ = std::move(take);

@@ -27,8 +27,9 @@ class Progress : public ZipProgressNotifier {
   void End(std::uint64_t size);
 
   void EntryProgress(const Ref<ZipEntry>& entry, std::int32_t total, std::int32_t done, bool& abort) override;
-  void ItemFailed(const Ref<FolderItem>& item, std::int32_t code, const String& message, bool& stop) override;
-  void ItemStarting(const Ref<FolderItem>& item, bool& abort) override;
+  // No folders are added by the engine itself.
+  void ItemFailed(const Ref<FolderItem>&, std::int32_t, const String&, bool&) override {}
+  void ItemStarting(const Ref<FolderItem>&, bool&) override {}
 
   // `more` bytes beyond what has ended are done elsewhere by now.
   void ShowAhead(std::uint64_t more) { Show(finished_ + more); }

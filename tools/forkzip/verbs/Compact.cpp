@@ -25,10 +25,7 @@ void Compact(const Options& options) {
     edit.MoveTogether(directory);
     return directory;
   });
-  if (options.quiet) return;
-  Output output;
-  output.Write(unused == 0 ? "nothing to free\n" : HumanSize(unused) + " freed\n");
-  output.Flush();
+  if (!options.quiet) Print(unused == 0 ? "nothing to free\n" : HumanSize(unused) + " freed\n");
 }
 
 }  // namespace
