@@ -31,10 +31,10 @@ constexpr const char* kAbout =
     "classic Mac files.";
 
 constexpr const char* kFooter =
-    "Exit codes: 0 done; 1 the archive or a member is bad or missing; 2 wrong usage; 3 a file or\n"
-    "disk error.\n"
-    "As ARCHIVE `-` stands for standard input, or for standard output of `create`.\n"
-    "`forkzip VERB --help` explains a verb by examples.";
+    R"(Exit codes: 0 done; 1 the archive or a member is bad or missing; 2 wrong usage; 3 a file or
+disk error.
+As ARCHIVE `-` stands for standard input, or for standard output of `create`.
+`forkzip VERB --help` explains a verb by examples.)";
 
 int Main(int argc, char** argv) {
   ExitCode exit_code = ExitCode::kDone;
@@ -54,9 +54,7 @@ int Main(int argc, char** argv) {
   } catch (const CLI::Success& asked) {  // --help, --version
     std::ostringstream text;
     const int code = app.exit(asked, text);
-    Output output;
-    output.Write(text.str());
-    output.Flush();
+    Print(text.str());
     return code;
   } catch (const CLI::ParseError& error) {
     const std::string first = argc > 1 ? argv[1] : "-";

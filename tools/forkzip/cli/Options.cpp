@@ -90,13 +90,11 @@ void AddInPlaceOption(CLI::App& command, Options& options) {
 }
 
 const char* const kHelpOnEditing =
-    "The change is made in a new file beside the archive, which is checked, synced and renamed over it: "
-    "whenever the\n"
-    "run ends, even by a power cut, the old archive or the new one is there whole. It needs room for a "
-    "second copy.\n"
-    "With --in-place the archive itself is changed. What fails for want of room or is interrupted is taken "
-    "back, but a run\n"
-    "that is killed can leave it damaged: other programs may then not be able to open it.\n";
+    R"(The change is made in a new file beside the archive, which is checked, synced and renamed over it: whenever the
+run ends, even by a power cut, the old archive or the new one is there whole. It needs room for a second copy.
+With --in-place the archive itself is changed. What fails for want of room or is interrupted is taken back, but a run
+that is killed can leave it damaged: other programs may then not be able to open it.
+)";
 
 void Parse(CLI::App& app, int argc, char** argv) {
   constexpr char kMark = '\x01';

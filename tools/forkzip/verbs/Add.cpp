@@ -23,13 +23,12 @@ namespace vantorel::forkzip {
 
 namespace {
 
-constexpr const char* kHelp =
-    "A member of the same name is replaced, with its Mac data.\n"
-    "Examples:\n"
-    "  forkzip add photos.zip forest.jpg\n"
-    "  forkzip add site.zip build/index.html --as index.html\n"
-    "  forkzip add --newer backup.zip letters   what has changed since\n"
-    "  forkzip add --in-place logs.zip today.log";
+constexpr const char* kHelp = R"(A member of the same name is replaced, with its Mac data.
+Examples:
+  forkzip add photos.zip forest.jpg
+  forkzip add site.zip build/index.html --as index.html
+  forkzip add --newer backup.zip letters   what has changed since
+  forkzip add --in-place logs.zip today.log)";
 
 // Whether an item is newer than the member of its name, or there is none. Mac data that changed counts too.
 bool IsNewer(const PlannedItem& item, const std::unordered_map<std::string, std::time_t>& members) {
@@ -138,9 +137,7 @@ void Preview(const ArchiveEdit& edit, const AddPlan& plan, bool quiet, Problems&
 std::optional<RawDirectory> Add(ArchiveEdit& edit, const AddingOptions& options, Problems& problems) {
   const AddPlan plan = PlanOf(edit.Archive(), options, problems);
   if (plan.Items().empty()) {
-    Output output;
-    if (!options.quiet && !options.newer) output.Write("nothing to add\n");
-    output.Flush();
+    if (!options.quiet && !options.newer) Print("nothing to add\n");
     return std::nullopt;
   }
   Preflight::CheckCount(CountAfter(edit.Before(), plan));

@@ -9,12 +9,11 @@ namespace vantorel::forkzip {
 
 namespace {
 
-constexpr const char* kHelp =
-    "Examples:\n"
-    "  forkzip cat site.zip index.html | less\n"
-    "  forkzip cat logs.zip mon.log tue.log  one after the other\n"
-    "  forkzip cat mac.zip 'Read Me'         the data fork, if the member is wrapped in MacBinary\n"
-    "  forkzip cat --raw mac.zip 'Read Me'   the member as it stands, wrapping included";
+constexpr const char* kHelp = R"(Examples:
+  forkzip cat site.zip index.html | less
+  forkzip cat logs.zip mon.log tue.log  one after the other
+  forkzip cat mac.zip 'Read Me'         the data fork, if the member is wrapped in MacBinary
+  forkzip cat --raw mac.zip 'Read Me'   the member as it stands, wrapping included)";
 
 struct CatOptions : Options {
   bool raw = false;

@@ -11,11 +11,10 @@ namespace vantorel::forkzip {
 
 namespace {
 
-constexpr const char* kHelp =
-    "Examples:\n"
-    "  forkzip comment photos.zip                       shows the comment\n"
-    "  forkzip comment photos.zip 'Summer by the sea'\n"
-    "  forkzip comment photos.zip ''                    removes it";
+constexpr const char* kHelp = R"(Examples:
+  forkzip comment photos.zip                       shows the comment
+  forkzip comment photos.zip 'Summer by the sea'
+  forkzip comment photos.zip ''                    removes it)";
 
 struct CommentOptions : Options {
   std::optional<std::string> text;

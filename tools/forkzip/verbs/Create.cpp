@@ -14,17 +14,15 @@ namespace vantorel::forkzip {
 namespace {
 
 constexpr const char* kHelp =
-    "The archive appears under its name only when it is whole. One that exists already is left alone. What "
-    "cannot be\n"
-    "read is reported and left out (exit code 3); the rest is archived. Names are stored as given, less a "
-    "leading `/` or\n"
-    "`../`.\n"
-    "Examples:\n"
-    "  forkzip create photos.zip beach.jpg mountains/\n"
-    "  cd site && forkzip create ../site.zip .          without a folder in front of the names\n"
-    "  forkzip create src.zip src -x '*.o' -x '*/.git'  without object files, and the folders .git in src\n"
-    "  forkzip create - src | ssh host 'cat >src.zip'    to standard output, when the archive is whole\n"
-    "  forkzip create --macbinary always mac.zip Icon   type, creator and dates of classic Mac files as well";
+    R"(The archive appears under its name only when it is whole. One that exists already is left alone. What cannot be
+read is reported and left out (exit code 3); the rest is archived. Names are stored as given, less a leading `/` or
+`../`.
+Examples:
+  forkzip create photos.zip beach.jpg mountains/
+  cd site && forkzip create ../site.zip .          without a folder in front of the names
+  forkzip create src.zip src -x '*.o' -x '*/.git'  without object files, and the folders .git in src
+  forkzip create - src | ssh host 'cat >src.zip'    to standard output, when the archive is whole
+  forkzip create --macbinary always mac.zip Icon   type, creator and dates of classic Mac files as well)";
 
 RawDirectory Fill(ArchiveEdit& edit, const AddingOptions& options, Problems& problems) {
   AddPlan plan(options, problems);
@@ -55,10 +53,7 @@ void Create(const AddingOptions& options, Problems& problems) {
   };
   EditArchive(options, fill, ArchiveEdit::Target::kNew);
   Progress::ClearLine();
-  if (options.quiet || streaming) return;
-  Output output;
-  output.Write(Count(members, "member") + " archived\n");
-  output.Flush();
+  if (!options.quiet && !streaming) Print(Count(members, "member") + " archived\n");
 }
 
 }  // namespace

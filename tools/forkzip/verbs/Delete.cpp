@@ -11,12 +11,12 @@ namespace vantorel::forkzip {
 namespace {
 
 constexpr const char* kHelp =
-    "The space of the members is freed, but not with --in-place: `forkzip compact` does that.\n"
-    "If a name means no member, nothing is deleted. Letter case counts.\n"
-    "Examples:\n"
-    "  forkzip delete photos.zip blurred.jpg\n"
-    "  forkzip delete backup.zip '*.o' cache/           what matches a pattern; a folder and what is in it\n"
-    "  forkzip delete --in-place big.zip old.iso && forkzip compact --in-place big.zip";
+    R"(The space of the members is freed, but not with --in-place: `forkzip compact` does that.
+If a name means no member, nothing is deleted. Letter case counts.
+Examples:
+  forkzip delete photos.zip blurred.jpg
+  forkzip delete backup.zip '*.o' cache/           what matches a pattern; a folder and what is in it
+  forkzip delete --in-place big.zip old.iso && forkzip compact --in-place big.zip)";
 
 void Preview(const Ref<ZipArchive>& archive, const std::vector<std::int32_t>& members, bool quiet) {
   if (quiet) return;
@@ -52,10 +52,7 @@ void Delete(const Options& options, Problems& problems) {
     if (options.dry_run) directory.reset();
     return directory;
   });
-  if (options.quiet) return;
-  Output output;
-  output.Write(Count(deleted, "member") + (options.dry_run ? " to be deleted\n" : " deleted\n"));
-  output.Flush();
+  if (!options.quiet) Print(Count(deleted, "member") + (options.dry_run ? " to be deleted\n" : " deleted\n"));
 }
 
 }  // namespace

@@ -12,10 +12,9 @@ namespace vantorel::forkzip {
 namespace {
 
 constexpr const char* kHelp =
-    "The data is copied as it is stored; every program can read both members. A damaged member is not "
-    "copied.\n"
-    "Examples:\n"
-    "  forkzip duplicate site.zip index.html old/index.html";
+    R"(The data is copied as it is stored; every program can read both members. A damaged member is not copied.
+Examples:
+  forkzip duplicate site.zip index.html old/index.html)";
 
 struct DuplicateOptions : Options {
   std::string member;

@@ -23,27 +23,21 @@ namespace vantorel::forkzip {
 namespace {
 
 constexpr const char* kHelp =
-    "An existing file is kept, and reported; --overwrite replaces it once the new content is complete. A "
-    "member\n"
-    "whose name leads out of the destination, or through a symbolic link, is refused; the others are "
-    "extracted.\n"
-    "Files appear when they are complete. A run that is killed outright (kill -9, power cut) may leave a "
-    "file\n"
-    "`.forkzip-...`, which the next run with --overwrite removes, or a small file with mode 1000 and part of "
-    "its\n"
-    "content, which the next run replaces.\n"
-    "The resource fork and Finder data of `name` go to the AppleDouble file `._name` beside it. An existing "
-    "one is\n"
-    "kept, and the member left out, unless --overwrite is given; any other file of that name is always "
-    "kept.\n"
-    "Examples:\n"
-    "  forkzip extract site.zip                    all of it, into the present folder\n"
-    "  forkzip extract site.zip -d /tmp/site       into a folder, which is made if it is missing\n"
-    "  forkzip extract site.zip css 'img/*.png'    a folder, and what matches a pattern (`*` passes `/`)\n"
-    "  forkzip extract site.zip -x '*.psd' -x src    but not what matches, and nothing in the folder `src`\n"
-    "  forkzip extract site-1.2.zip --strip-components 1   without the folder that all is in\n"
-    "  forkzip extract --stdout logs.zip '*.log' | grep -i error\n"
-    "  forkzip extract --raw mac.zip               MacBinary wrapping and companions left as they are";
+    R"(An existing file is kept, and reported; --overwrite replaces it once the new content is complete. A member
+whose name leads out of the destination, or through a symbolic link, is refused; the others are extracted.
+Files appear when they are complete. A run that is killed outright (kill -9, power cut) may leave a file
+`.forkzip-...`, which the next run with --overwrite removes, or a small file with mode 1000 and part of its
+content, which the next run replaces.
+The resource fork and Finder data of `name` go to the AppleDouble file `._name` beside it. An existing one is
+kept, and the member left out, unless --overwrite is given; any other file of that name is always kept.
+Examples:
+  forkzip extract site.zip                    all of it, into the present folder
+  forkzip extract site.zip -d /tmp/site       into a folder, which is made if it is missing
+  forkzip extract site.zip css 'img/*.png'    a folder, and what matches a pattern (`*` passes `/`)
+  forkzip extract site.zip -x '*.psd' -x src    but not what matches, and nothing in the folder `src`
+  forkzip extract site-1.2.zip --strip-components 1   without the folder that all is in
+  forkzip extract --stdout logs.zip '*.log' | grep -i error
+  forkzip extract --raw mac.zip               MacBinary wrapping and companions left as they are)";
 
 struct ExtractOptions : Options {
   std::string destination = ".";
@@ -131,10 +125,7 @@ void Extract(const ExtractOptions& options, Problems& problems) {
   if (Interruption::Requested()) return;
   extracted += extraction.Finish(tell);
   Progress::ClearLine();
-  if (options.quiet) return;
-  Output output;
-  output.Write(Count(extracted, "member") + " extracted\n");
-  output.Flush();
+  if (!options.quiet) Print(Count(extracted, "member") + " extracted\n");
 }
 
 }  // namespace

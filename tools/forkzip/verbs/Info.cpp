@@ -12,11 +12,10 @@ namespace vantorel::forkzip {
 
 namespace {
 
-constexpr const char* kHelp =
-    "Examples:\n"
-    "  forkzip info photos.zip               counts, sizes and comment of the archive\n"
-    "  forkzip info photos.zip beach.jpg     all that is known of one member\n"
-    "  forkzip info --json photos.zip | jq .members";
+constexpr const char* kHelp = R"(Examples:
+  forkzip info photos.zip               counts, sizes and comment of the archive
+  forkzip info photos.zip beach.jpg     all that is known of one member
+  forkzip info --json photos.zip | jq .members)";
 
 constexpr const char* kDamage =
     "the directory holds more members than it announces; the archive is read-only";

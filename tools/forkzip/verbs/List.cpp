@@ -13,15 +13,14 @@ namespace vantorel::forkzip {
 
 namespace {
 
-constexpr const char* kHelp =
-    "Examples:\n"
-    "  forkzip list photos.zip               mode, size and date of each member on a terminal;\n"
-    "                                        names alone, one a line, into a pipe or file\n"
-    "  forkzip list photos.zip | grep -c jpg\n"
-    "  curl -s https://example.org/a.zip | forkzip list -\n"
-    "  forkzip list --long photos.zip | less\n"
-    "  forkzip list --json photos.zip | jq '.[].size'\n"
-    "  forkzip list --encoding cp437 old.zip names as old DOS programs wrote them";
+constexpr const char* kHelp = R"(Examples:
+  forkzip list photos.zip               mode, size and date of each member on a terminal;
+                                        names alone, one a line, into a pipe or file
+  forkzip list photos.zip | grep -c jpg
+  curl -s https://example.org/a.zip | forkzip list -
+  forkzip list --long photos.zip | less
+  forkzip list --json photos.zip | jq '.[].size'
+  forkzip list --encoding cp437 old.zip names as old DOS programs wrote them)";
 
 struct ListOptions : Options {
   bool long_form = false;

@@ -16,12 +16,11 @@ namespace vantorel::forkzip {
 namespace {
 
 constexpr const char* kHelp =
-    "Of a folder, all that is in it is renamed. Letter case counts, and a name that is taken is refused. "
-    "With\n"
-    "--in-place the data is written again at the end; `forkzip compact` frees the space of the old one.\n"
-    "Examples:\n"
-    "  forkzip rename site.zip index.htm index.html\n"
-    "  forkzip rename photos.zip 2024 'years/2024'    a folder";
+    R"(Of a folder, all that is in it is renamed. Letter case counts, and a name that is taken is refused. With
+--in-place the data is written again at the end; `forkzip compact` frees the space of the old one.
+Examples:
+  forkzip rename site.zip index.htm index.html
+  forkzip rename photos.zip 2024 'years/2024'    a folder)";
 
 constexpr std::string_view kCompanionTree = "__MACOSX/";
 

@@ -18,12 +18,11 @@ namespace vantorel::forkzip {
 
 namespace {
 
-constexpr const char* kHelp =
-    "Reads all data, and checks sizes and checksums. Nothing is written.\n"
-    "Examples:\n"
-    "  forkzip test backup.zip\n"
-    "  forkzip test backup.zip 'letters/*.txt' photos\n"
-    "  forkzip test -q backup.zip && echo good";
+constexpr const char* kHelp = R"(Reads all data, and checks sizes and checksums. Nothing is written.
+Examples:
+  forkzip test backup.zip
+  forkzip test backup.zip 'letters/*.txt' photos
+  forkzip test -q backup.zip && echo good)";
 
 // Tells what is tested as it goes, so that nothing is kept of an archive whose members are all bad.
 class Report {
