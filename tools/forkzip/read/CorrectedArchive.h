@@ -4,15 +4,19 @@
 // in a slash, and companions bear the extra field that the engine knows them by.
 #pragma once
 
+#include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 
 #include "platform/base/Ref.h"
-#include "tools/forkzip/read/PatchedStream.h"
 #include "zip/archive/ZipArchive.h"
 #include "zip/records/RawDirectory.h"
 
 namespace vantorel::forkzip {
+
+// By position: bytes to be read in place of those in a file.
+using Patches = std::map<std::uint64_t, std::string>;
 
 struct CorrectedArchive {
   std::string directory;  // behind the four bytes that an archive begins with

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <nlohmann/json.hpp>
 
 #include "platform/base/ByteOrder.h"
@@ -35,23 +36,12 @@ std::array<std::uint64_t, 3> SizesOf(const Ref<ZipEntry>& entry) {
 
 // The name of a compression method, and a program that knows it.
 std::string AboutMethod(std::int32_t method) {
-  struct Known {
-    std::int32_t method;
-    const char* text;
-  };
-  constexpr std::array<Known, 9> kKnown{{{1, "Shrink; unzip"},
-                                         {6, "Implode; unzip"},
-                                         {9, "Deflate64; 7zz"},
-                                         {12, "bzip2; 7zz"},
-                                         {14, "LZMA; 7zz"},
-                                         {93, "Zstandard; bsdtar"},
-                                         {95, "XZ; 7zz"},
-                                         {98, "PPMd; 7zz"},
-                                         {ZipMethod::kAes, "AES; 7zz"}}};
-  for (const Known& known : kKnown) {
-    if (known.method == method) return std::string(", ") + known.text + " unpacks it";
-  }
-  return {};
+  static const std::map<std::int32_t, std::string> kKnown = {
+      {1, "Shrink; unzip"}, {6, "Implode; unzip"}, {9, "Deflate64; 7zz"},
+      {12, "bzip2; 7zz"},   {14, "LZMA; 7zz"},     {93, "Zstandard; bsdtar"},
+      {95, "XZ; 7zz"},      {98, "PPMd; 7zz"},     {ZipMethod::kAes, "AES; 7zz"}};
+  const auto known = kKnown.find(method);
+  return known == kKnown.end() ? "" : ", " + known->second + " unpacks it";
 }
 
 // What keeps the data of a member from being had; empty if nothing does.

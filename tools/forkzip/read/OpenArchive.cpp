@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "platform/base/ByteOrder.h"
@@ -91,6 +92,33 @@ Ref<ZipArchive> ReadDirectory(const Ref<BinaryStream>& stream, const std::string
   CheckReadFault(*archive->d);
   return archive;
 }
+
+// A file of which some bytes are read otherwise than they stand there.
+class PatchedStream : public BinaryStream {
+ public:
+  PatchedStream(int descriptor, std::uint64_t length, Patches patches)
+      : BinaryStream(descriptor, false, length), patches_(std::move(patches)) {}
+
+ protected:
+  std::int64_t ReadAt(char* buffer, std::size_t count, std::uint64_t position) override {
+    const std::int64_t got = BinaryStream::ReadAt(buffer, count, position);
+    if (got <= 0 || patches_.empty()) return got;
+    const std::uint64_t end = position + static_cast<std::uint64_t>(got);
+    constexpr std::uint64_t kLongest = 8;
+    for (auto at = patches_.lower_bound(position - std::min(position, kLongest));
+         at != patches_.end() && at->first < end; ++at) {
+      const std::uint64_t first = std::max(at->first, position);
+      const std::uint64_t last = std::min(at->first + at->second.size(), end);
+      if (first < last) {
+        std::copy_n(at->second.data() + (first - at->first), last - first, buffer + (first - position));
+      }
+    }
+    return got;
+  }
+
+ private:
+  Patches patches_;
+};
 
 // The engine reads a directory that is put right, and then the members where they are. nil if that cannot be.
 Ref<ZipArchive> ReadCorrected(int file, const std::string& path, const std::string& encoding,
@@ -216,8 +244,7 @@ Ref<ZipArchive> OpenForReading(const std::string& path, const std::string& encod
   }
   // The process ends without its statics being taken apart, which takes a while with a large directory.
   static Ref<ZipArchive> until_the_end;
-  until_the_end = archive;
-  return archive;
+  return until_the_end = archive;
 }
 
 }  // namespace vantorel::forkzip
