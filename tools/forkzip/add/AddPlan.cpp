@@ -1,13 +1,12 @@
 #include "tools/forkzip/add/AddPlan.h"
 
-#include <dirent.h>
+#include <fcntl.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
-#include <memory>
-#include <utility>
 
+#include "platform/files/FileCalls.h"
 #include "platform/files/FolderItem.h"
 #include "platform/files/SideFile.h"
 #include "tools/forkzip/cli/Interruption.h"
@@ -22,19 +21,11 @@ namespace {
 constexpr std::string_view kSidePrefix = "._";
 
 // The names in a folder, sorted. On a fault `error` is set.
-std::vector<std::string> NamesIn(const std::string& path, int& error) {
+std::vector<std::string> NamesIn(const std::string& path, std::error_code& error) {
   std::vector<std::string> names;
-  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(path.c_str()), closedir);
-  if (folder == nullptr) {
-    error = errno;
-    return names;
+  for (std::filesystem::directory_iterator item(path, error), end; item != end; item.increment(error)) {
+    names.push_back(item->path().filename());
   }
-  errno = 0;
-  while (const dirent* entry = readdir(folder.get())) {
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") names.emplace_back(name);
-  }
-  error = errno;
   std::sort(names.begin(), names.end());
   return names;
 }
@@ -48,15 +39,7 @@ FileId IdOf(const struct stat& status) {
 }
 
 bool HasSideFile(const std::string& path) {
-  struct stat status {};
-  return lstat(SideFile::PathFor(path).c_str(), &status) == 0;
-}
-
-// Where the links of a path lead in the end.
-std::string TargetOf(const std::string& path) {
-  std::error_code error;
-  const std::filesystem::path target = std::filesystem::canonical(path, error);
-  return error ? path : target.string();
+  return KindOf(AT_FDCWD, SideFile::PathFor(path)) != 0;
 }
 
 }  // namespace
@@ -104,15 +87,9 @@ void AddPlan::AddItem(const std::string& path, const std::string& name, bool has
   if (link && !options_.follow_links && options_.no_permissions) {
     return problems_.Note(path + ": left out, a symbolic link; --follow-links adds what it points to");
   }
-  PlannedItem item = {PlannedItem::Kind::kFile,
-                      path,
-                      name,
-                      0,
-                      status.st_mtim,
-                      status.st_mode,
-                      IdOf(status),
-                      has_side_file && may_have_side_file,
-                      ""};
+  PlannedItem item = {.path = path, .name = name, .modified = status.st_mtim, .mode = status.st_mode};
+  item.id = IdOf(status);
+  item.has_side_file = has_side_file && may_have_side_file;
   if (S_ISDIR(status.st_mode)) {
     item.kind = PlannedItem::Kind::kFolder;
     item.name += '/';
@@ -126,7 +103,7 @@ void AddPlan::AddItem(const std::string& path, const std::string& name, bool has
   if (left_out_.contains(item.id)) return problems_.Note(path + ": left out, it is the archive itself");
   if (S_ISLNK(status.st_mode)) item.kind = PlannedItem::Kind::kLink;
   if (link && options_.follow_links) {
-    item.target = TargetOf(path);
+    item.target = RealPath(path);
     item.has_side_file = may_have_side_file && HasSideFile(item.target);
   }
   item.size = static_cast<std::uint64_t>(status.st_size);
@@ -137,10 +114,7 @@ bool AddPlan::GoesWithItsFile(const std::string& path_prefix, const std::vector<
                               const std::string& name) {
   if (options_.mac_binary == MacBinary::kNever || !name.starts_with(kSidePrefix)) return false;
   const std::string file = name.substr(kSidePrefix.size());
-  struct stat status {};
-  const bool wrappable =
-      IsIn(names, file) && lstat((path_prefix + file).c_str(), &status) == 0 && S_ISREG(status.st_mode);
-  if (!wrappable) return false;
+  if (!IsIn(names, file) || !S_ISREG(KindOf(AT_FDCWD, path_prefix + file))) return false;
   const auto item = GetFolderItem(String::Bytes(path_prefix + file));
   MacData data;
   if (const std::int32_t error = item->GetMacData(data)) {
@@ -151,12 +125,12 @@ bool AddPlan::GoesWithItsFile(const std::string& path_prefix, const std::vector<
 }
 
 void AddPlan::AddFolder(const std::string& path, const std::string& name) {
-  int error = 0;
+  std::error_code error;
   const std::vector<std::string> names = NamesIn(path, error);
-  if (error != 0) {
+  if (error) {
     // Of a part of the names it could not be told which files have side files.
     return problems_.Add(ExitCode::kFileError, path,
-                         WithCause("what is in it is left out, it cannot be read", error));
+                         WithCause("what is in it is left out, it cannot be read", error.value()));
   }
   const std::string path_prefix = path.back() == '/' ? path : path + "/";
   const std::string name_prefix = name.empty() ? "" : name + "/";

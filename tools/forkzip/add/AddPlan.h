@@ -24,15 +24,15 @@ using FileId = std::pair<dev_t, ino_t>;
 struct PlannedItem {
   enum class Kind { kFile, kFolder, kLink };
 
-  Kind kind;
+  Kind kind = Kind::kFile;
   std::string path;
   std::string name;  // in the archive; a folder's ends in "/"
-  std::uint64_t size;
+  std::uint64_t size = 0;
   struct timespec modified;
   std::uint32_t mode;
-  FileId id;
-  bool has_side_file;  // "._name" lies beside it, and is not excluded
-  std::string target;  // what a link leads to that is followed, else empty
+  FileId id{};
+  bool has_side_file = false;  // "._name" lies beside it, and is not excluded
+  std::string target{};        // what a link leads to that is followed, else empty
 
   // The path of what is to be read.
   const std::string& Source() const { return target.empty() ? path : target; }

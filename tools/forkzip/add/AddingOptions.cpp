@@ -7,11 +7,6 @@
 
 namespace vantorel::forkzip {
 
-// Only who asks for a level gets members that are stored: without one all of them are deflated.
-DeflateWays AddingOptions::Deflating() const {
-  return {level.value_or(kDefaultDeflateLevel), level.has_value()};
-}
-
 std::vector<std::string> PathsOf(const AddingOptions& options) {
   std::vector<std::string> paths = options.paths;
   if (!options.files_from.empty()) {

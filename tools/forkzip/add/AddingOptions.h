@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/compress/MemberDeflater.h"
 #include "tools/forkzip/cli/Options.h"
 
 namespace vantorel::forkzip {
@@ -20,10 +19,8 @@ struct AddingOptions : Options {
   MacBinary mac_binary = MacBinary::kSmart;
   bool follow_links = false;
   bool no_permissions = false;
-  bool newer = false;  // leave out what is no newer than its member
-  std::optional<int> level;
-
-  DeflateWays Deflating() const;
+  bool newer = false;        // leave out what is no newer than its member
+  std::optional<int> level;  // of compression; with one, what does not shrink is stored
 };
 
 // The paths given, and those that --files-from names. Raises Failure if there are none or it cannot be read.

@@ -108,7 +108,8 @@ class FilePacker::Deflater : public MemberDeflater {
 };
 
 FilePacker::FilePacker(const AddingOptions& options, std::vector<const PlannedItem*> files)
-    : ways_(options.Deflating()), files_(std::move(files)) {
+    : ways_{options.level.value_or(kDefaultDeflateLevel), options.level.has_value()},
+      files_(std::move(files)) {
   std::uint64_t bytes = 0;
   for (const PlannedItem* file : files_) bytes += file->size;
   jobs_ = ThreadCount(JobCount(options.jobs, files_.size(), bytes, kWorthAThread));

@@ -7,10 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdint>
 #include <utility>
-
-#include "platform/base/Ref.h"
 
 namespace vantorel::forkzip {
 
