@@ -54,17 +54,80 @@ std::string NameOf(const Ref<FolderItem>& item) {
 
 class FileExtraction {
  public:
-  FileExtraction(const Ref<ZipEntry>& entry, ExtractionTarget& target, std::span<const std::string> path);
+  FileExtraction(const Ref<ZipEntry>& entry, ExtractionTarget& target, std::span<const std::string> path)
+      : entry_(entry),
+        target_(target),
+        folders_(FoldersOf(path)),
+        folder_(target.destination.Folder(folders_)),
+        name_(path.back()),
+        staging_(folder_),
+        data_(New<FileSink>(folder_, name_, PermissionsOf(entry), target.WhatIsThere(), SizeOf(entry))) {
+    data_->SetSumming(entry->CompressionMethod() == ZipMethod::kStored);
+    const bool may_have_fork = entry->appleDoubleEntry || SizeOf(entry) >= MacBinaryHeader::kSize;
+    if (!target.ways.raw && may_have_fork) fork_ = New<ForkSink>([this] { return Stage(); });
+  }
 
-  void Run();
-  int AttributeError() const { return data_->AttributeError(); }
+  // Returns the system's error if the file system did not take the file's mode or time, else 0.
+  int Run() {
+    const ExtractionWays& ways = target_.ways;
+    if (!ways.raw) target_.side_files.CheckMember(folder_, name_);
+    try {
+      Stream();
+    } catch (const Failure&) {  // of a member that would not have got its place the content is no matter
+      const mode_t there = KindOf(folder_, name_);
+      if (S_ISDIR(there) || (there != 0 && !ways.overwrite)) FailToPlace(folder_, name_, EEXIST, false);
+      throw;
+    }
+    if (!ways.raw && entry_->HasMacAttributes(header_block_)) {
+      CheckMacData(entry_->ApplyMacAttributes(Stage(), header_block_), name_);
+      TakePlaces();
+    } else {
+      Expect(data_->Keep(TimeOf(entry_)));
+      if (!ways.raw) target_.side_files.NoteMember(folder_, name_);
+    }
+    return data_->AttributeError();
+  }
 
  private:
-  void Stream();
-  Ref<FolderItem> Stage();
-  void TakePlaces();
+  void Stream() {
+    const bool good = entry_->Extract(fork_ != nil, data_, fork_, header_block_);
+    Expect(data_->Error() == 0);
+    if (fork_) CheckMacData(fork_->errCode, name_);
+    const bool with_companion = fork_ && entry_->appleDoubleEntry;
+    const bool unwrapped = header_block_ && !with_companion;  // the sink did not get the bytes as they stand
+    CheckStreamed(entry_, good, unwrapped ? std::nullopt : std::optional(data_->Crc()));
+    if (with_companion) CheckCompanions(entry_);
+  }
+
+  // Completes the file in a folder of its own, if it is not there yet.
+  Ref<FolderItem> Stage() {
+    if (staged_) return staged_;
+    staging_.Make(target_.destination.PathOf(folders_));
+    Expect(data_->Keep(TimeOf(entry_), staging_.Below(name_)));
+    staged_ = staging_.Item(name_);
+    return staged_;
+  }
+
+  void TakePlaces() {
+    name_ = NameOf(staged_);
+    const std::string side_file = SideFile::PathFor(name_);
+    const bool has_side_file = KindOf(folder_, staging_.Below(side_file)) != 0;
+    if (has_side_file) {
+      target_.side_files.CheckSideFile(folder_, target_.destination.PathOf(folders_), name_);
+    }
+    if (const int error = Rename(folder_, staging_.Below(name_), name_, target_.WhatIsThere())) {
+      FailToPlace(folder_, name_, error, target_.ways.overwrite);
+    }
+    target_.side_files.NoteMember(folder_, name_);
+    if (!has_side_file) return;
+    CheckMacData(-Rename(folder_, staging_.Below(side_file), side_file, target_.WhatIsThere()), name_);
+    target_.side_files.NoteSideFile(folder_, name_);
+  }
+
   // A fault of the file's sink, told as a Failure.
-  void Expect(bool good) const;
+  void Expect(bool good) const {
+    if (!good) FailToPlace(folder_, name_, data_->Error(), target_.ways.overwrite);
+  }
 
   const Ref<ZipEntry>& entry_;
   ExtractionTarget& target_;
@@ -78,84 +141,10 @@ class FileExtraction {
   Ref<MemoryBlock> header_block_;
 };
 
-FileExtraction::FileExtraction(const Ref<ZipEntry>& entry, ExtractionTarget& target,
-                               std::span<const std::string> path)
-    : entry_(entry),
-      target_(target),
-      folders_(FoldersOf(path)),
-      folder_(target.destination.Folder(folders_)),
-      name_(path.back()),
-      staging_(folder_),
-      data_(New<FileSink>(folder_, name_, PermissionsOf(entry), target.WhatIsThere(), SizeOf(entry))) {
-  data_->SetSumming(entry->CompressionMethod() == ZipMethod::kStored);
-  const bool may_have_fork = entry->appleDoubleEntry || SizeOf(entry) >= MacBinaryHeader::kSize;
-  if (!target.ways.raw && may_have_fork) fork_ = New<ForkSink>([this] { return Stage(); });
-}
-
-void FileExtraction::Run() {
-  const ExtractionWays& ways = target_.ways;
-  if (!ways.raw) target_.side_files.CheckMember(folder_, name_);
-  try {
-    Stream();
-  } catch (const Failure&) {  // of a member that would not have got its place the content is no matter
-    const mode_t there = KindOf(folder_, name_);
-    if (S_ISDIR(there) || (there != 0 && !ways.overwrite)) FailToPlace(folder_, name_, EEXIST, false);
-    throw;
-  }
-  if (!ways.raw && entry_->HasMacAttributes(header_block_)) {
-    CheckMacData(entry_->ApplyMacAttributes(Stage(), header_block_), name_);
-    TakePlaces();
-  } else {
-    Expect(data_->Keep(TimeOf(entry_)));
-    if (!ways.raw) target_.side_files.NoteMember(folder_, name_);
-  }
-}
-
-void FileExtraction::Stream() {
-  const bool good = entry_->Extract(fork_ != nil, data_, fork_, header_block_);
-  Expect(data_->Error() == 0);
-  if (fork_) CheckMacData(fork_->errCode, name_);
-  const bool with_companion = fork_ && entry_->appleDoubleEntry;
-  const bool unwrapped = header_block_ && !with_companion;  // the sink did not get the bytes as they stand
-  CheckStreamed(entry_, good, unwrapped ? std::nullopt : std::optional(data_->Crc()));
-  if (with_companion) CheckCompanions(entry_);
-}
-
-// Completes the file in a folder of its own, if it is not there yet.
-Ref<FolderItem> FileExtraction::Stage() {
-  if (staged_) return staged_;
-  staging_.Make(target_.destination.PathOf(folders_));
-  Expect(data_->Keep(TimeOf(entry_), staging_.Below(name_)));
-  staged_ = staging_.Item(name_);
-  return staged_;
-}
-
-void FileExtraction::TakePlaces() {
-  name_ = NameOf(staged_);
-  const std::string side_file = SideFile::PathFor(name_);
-  const bool has_side_file = KindOf(folder_, staging_.Below(side_file)) != 0;
-  if (has_side_file) {
-    target_.side_files.CheckSideFile(folder_, target_.destination.PathOf(folders_), name_);
-  }
-  if (const int error = Rename(folder_, staging_.Below(name_), name_, target_.WhatIsThere())) {
-    FailToPlace(folder_, name_, error, target_.ways.overwrite);
-  }
-  target_.side_files.NoteMember(folder_, name_);
-  if (!has_side_file) return;
-  CheckMacData(-Rename(folder_, staging_.Below(side_file), side_file, target_.WhatIsThere()), name_);
-  target_.side_files.NoteSideFile(folder_, name_);
-}
-
-void FileExtraction::Expect(bool good) const {
-  if (!good) FailToPlace(folder_, name_, data_->Error(), target_.ways.overwrite);
-}
-
 }  // namespace
 
 int ExtractFile(const Ref<ZipEntry>& entry, ExtractionTarget& target, std::span<const std::string> path) {
-  FileExtraction extraction(entry, target, path);
-  extraction.Run();
-  return extraction.AttributeError();
+  return FileExtraction(entry, target, path).Run();
 }
 
 // The engine looks at nothing but a header in a folder's data, so the companion is streamed as a member of

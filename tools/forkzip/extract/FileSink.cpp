@@ -8,8 +8,6 @@
 #include <cerrno>
 #include <utility>
 
-#include "platform/compress/Crc32.h"
-#include "platform/files/FileCalls.h"
 #include "tools/forkzip/extract/Provisional.h"
 
 namespace vantorel::forkzip {
@@ -55,7 +53,7 @@ FileSink::~FileSink() {
 
 bool FileSink::Write(const String& data) {
   if (error_ != 0) return false;
-  if (summing_) crc_ = Crc32(data, crc_);
+  if (summing_) SummingSink::Write(data);
   if (!file_.IsOpen()) {
     if (pending_.size() + data.size() <= kMadeAtOnce) {
       pending_ += data.view();

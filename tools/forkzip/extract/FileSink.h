@@ -18,7 +18,7 @@ namespace vantorel::forkzip {
 // Whether something of that mode is a file that a killed run left unfinished, if no run is at work on it.
 bool IsUnfinished(mode_t kind);
 
-class FileSink : public PlainSink {
+class FileSink : public SummingSink {
  public:
   // The file `name` in an open folder, for about `size` bytes. What is there gives way to it if it is a file
   // or link that is to be replaced, or what a killed run left unfinished; else that is an error (EEXIST or,
@@ -37,8 +37,6 @@ class FileSink : public PlainSink {
   int Error() const { return error_; }
   // Why the file was kept without its time or mode, 0 if it has both.
   int AttributeError() const { return attribute_error_; }
-  // The sum of what was written.
-  std::uint32_t Crc() const { return static_cast<std::uint32_t>(crc_); }
   // Whether Write sums up.
   void SetSumming(bool summing) { summing_ = summing; }
 
@@ -60,7 +58,6 @@ class FileSink : public PlainSink {
   bool summing_ = false;
   int error_ = 0;
   int attribute_error_ = 0;
-  std::int32_t crc_ = 0;
 };
 
 }  // namespace vantorel::forkzip
