@@ -28,13 +28,14 @@ struct SharedWork {
   using Take =
       std::function<void(std::size_t unit, ExitCode code, std::string_view member, std::string_view message)>;
   Take take;
+
+  std::uint64_t TotalSize() const;
+  // With how many jobs it is done, going by JobCount, if `asked` are asked for.
+  std::size_t Jobs(std::size_t asked) const;
 };
 
 // Puts units that follow one another into shares of about the same size. If there are `keys`, one for each
 // unit, then units of one key go together, and those that have none are for the calling process.
 void ShareOut(SharedWork& work, const std::vector<std::optional<std::uint64_t>>& keys = {});
-
-// A process takes about a millisecond to start.
-inline constexpr std::uint64_t kWorthAProcess = 8U << 20U;
 
 }  // namespace vantorel::forkzip

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <numeric>
 
 #include "tools/forkzip/Verbs.h"
 #include "tools/forkzip/cli/Interruption.h"
@@ -11,7 +10,6 @@
 #include "tools/forkzip/extract/Rehearsal.h"
 #include "tools/forkzip/extract/SafePath.h"
 #include "tools/forkzip/jobs/Crew.h"
-#include "tools/forkzip/jobs/JobCount.h"
 #include "tools/forkzip/read/MemberFacts.h"
 #include "tools/forkzip/read/MemberOutput.h"
 #include "tools/forkzip/read/MemberSelection.h"
@@ -45,17 +43,11 @@ struct ExtractOptions : Options {
   bool to_stdout = false;
 };
 
-std::uint64_t SizeOfAll(const std::vector<Ref<ZipEntry>>& entries) {
-  return std::accumulate(entries.begin(), entries.end(), std::uint64_t{0},
-                         [](std::uint64_t sum, const Ref<ZipEntry>& entry) { return sum + SizeOf(entry); });
-}
-
 // Returns how many were extracted, or put aside until the end.
 std::size_t ExtractMembers(Extraction& extraction, const std::vector<Ref<ZipEntry>>& entries,
-                           const ExtractOptions& options, Progress& progress, const Tell& tell) {
-  SharedWork work;
-  for (const Ref<ZipEntry>& entry : entries) work.sizes.push_back(SizeOf(entry));
-  const std::size_t jobs = JobCount(options.jobs, entries.size(), SizeOfAll(entries), kWorthAProcess);
+                           const ExtractOptions& options, SharedWork& work, Progress& progress,
+                           const Tell& tell) {
+  const std::size_t jobs = work.Jobs(options.jobs);
   if (jobs > 1) ShareOutFiles(work, entries, options.ways);
   work.run = [&](std::size_t unit, const Tell& tell_of_unit) {
     progress.Begin(entries[unit]);
@@ -72,19 +64,8 @@ std::size_t ExtractMembers(Extraction& extraction, const std::vector<Ref<ZipEntr
   }
 }
 
-// Links come last, as they are made, though all are told in the archive's order.
 void Preview(const std::vector<Ref<ZipEntry>>& entries, const ExtractOptions& options, Problems& problems) {
-  Rehearsal rehearsal(options.destination, options.ways);
-  std::vector<bool> extracted(entries.size());
-  for (const bool links : {false, true}) {
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-      try {
-        if (IsSymbolicLink(entries[i]) == links) extracted[i] = rehearsal.Check(entries[i]);
-      } catch (const Failure& failure) {
-        problems.Add(failure.Code(), Utf8(entries[i]->RawPath()), failure.what());
-      }
-    }
-  }
+  const std::vector<bool> extracted = Rehearse(options.destination, options.ways, entries, problems);
   if (options.quiet) return;
   Output output;
   for (std::size_t i = 0; i < entries.size(); ++i) {
@@ -112,16 +93,17 @@ void Extract(const ExtractOptions& options, Problems& problems) {
   for (const std::int32_t i : members) entries.push_back(archive->Entry(i));
   if (options.to_stdout) return WriteOut(entries, options, problems);
   if (options.dry_run) return Preview(entries, options, problems);
-  const std::uint64_t total = SizeOfAll(entries);
+  SharedWork work;
+  for (const Ref<ZipEntry>& entry : entries) work.sizes.push_back(SizeOf(entry));
   Interruption::Watch();
-  const auto progress = New<Progress>(options.ShowProgress(), total);
+  const auto progress = New<Progress>(options.ShowProgress(), work.TotalSize());
   archive->SetProgressMonitor(progress);
   Extraction extraction(options.destination, options.ways);
   if (options.ways.overwrite) extraction.Clear(entries);
   const Tell tell = [&](ExitCode code, std::string_view member, std::string_view message) {
     problems.Add(code, member, message);
   };
-  std::size_t extracted = ExtractMembers(extraction, entries, options, *progress, tell);
+  std::size_t extracted = ExtractMembers(extraction, entries, options, work, *progress, tell);
   if (Interruption::Requested()) return;
   extracted += extraction.Finish(tell);
   Progress::ClearLine();

@@ -1,5 +1,4 @@
 #include <nlohmann/json.hpp>
-#include <numeric>
 
 #include "tools/forkzip/Verbs.h"
 #include "tools/forkzip/cli/Interruption.h"
@@ -7,7 +6,6 @@
 #include "tools/forkzip/cli/Output.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/jobs/Crew.h"
-#include "tools/forkzip/jobs/JobCount.h"
 #include "tools/forkzip/read/MemberFacts.h"
 #include "tools/forkzip/read/MemberSelection.h"
 #include "tools/forkzip/read/OpenArchive.h"
@@ -79,9 +77,8 @@ void Test(const Options& options, Problems& problems) {
   }
   SharedWork work;
   for (const std::int32_t i : selected.members) work.sizes.push_back(SizeOf(archive->Entry(i)));
-  const std::uint64_t total = std::accumulate(work.sizes.begin(), work.sizes.end(), std::uint64_t{0});
   Interruption::Watch();
-  const auto progress = New<Progress>(options.ShowProgress(), total);
+  const auto progress = New<Progress>(options.ShowProgress(), work.TotalSize());
   archive->SetProgressMonitor(progress);
   Report report(options, selected, archive->centralDirCorrupted);
   ShareOut(work);
@@ -99,7 +96,7 @@ void Test(const Options& options, Problems& problems) {
     problems.Add(code, member, message);
     report.Add(unit, member, message, message != WhyNotUnpacked(archive->Entry(selected.members[unit])));
   };
-  DoShared(JobCount(options.jobs, work.sizes.size(), total, kWorthAProcess), work, *progress);
+  DoShared(work.Jobs(options.jobs), work, *progress);
   if (Interruption::Requested()) return;
   Progress::ClearLine();
   report.End(options.quiet);
