@@ -3,12 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 
-#include "platform/base/Ref.h"
 #include "tools/forkzip/add/AddPlan.h"
 #include "tools/forkzip/cli/Problems.h"
-#include "zip/archive/ZipArchive.h"
 #include "zip/records/RawDirectory.h"
 
 namespace vantorel::forkzip {

@@ -2,8 +2,6 @@
 
 #include <unistd.h>
 
-#include <cerrno>
-
 #include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Problems.h"

@@ -5,7 +5,6 @@
 
 #include <sys/stat.h>
 
-#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>

@@ -1,7 +1,6 @@
 #include "tools/forkzip/edit/MemberCopy.h"
 
 #include <unordered_set>
-#include <utility>
 #include <vector>
 
 #include "platform/base/ByteOrder.h"
@@ -9,7 +8,6 @@
 #include "platform/text/TextFunctions.h"
 #include "tools/forkzip/cli/Interruption.h"
 #include "tools/forkzip/cli/Problems.h"
-#include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/edit/Preflight.h"
 #include "tools/forkzip/read/Verification.h"
 #include "zip/records/ExtraRecords.h"

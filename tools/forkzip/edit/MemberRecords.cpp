@@ -4,7 +4,6 @@
 
 #include "platform/text/TextFunctions.h"
 #include "platform/text/Utf8.h"
-#include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/cli/Problems.h"
 #include "zip/records/ZipRecords.h"
 

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/base/Ref.h"
 #include "platform/compress/Crc32.h"
 #include "zip/extract/SeqDataOutputStream.h"
 

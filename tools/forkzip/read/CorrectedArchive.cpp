@@ -13,7 +13,6 @@
 #include "tools/forkzip/cli/Printable.h"
 #include "zip/records/ExtraRecords.h"
 #include "zip/records/FormatError.h"
-#include "zip/records/RawDirectory.h"
 #include "zip/records/ZipRecords.h"
 
 namespace vantorel::forkzip {

@@ -12,7 +12,6 @@
 #include "tools/forkzip/Verbs.h"
 #include "tools/forkzip/add/MemberWriter.h"
 #include "tools/forkzip/cli/Output.h"
-#include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/edit/ArchiveEdit.h"
 #include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/edit/Preflight.h"
