@@ -21,6 +21,7 @@ namespace {
 
 constexpr std::uint32_t kDosFolder = 0x10;
 constexpr std::uint64_t kFarthest = 0x7FFFFFFF;
+constexpr std::uint32_t kDirectoryStart = sizeof LocalHeader::kMagic;
 constexpr std::string_view kCompanionTree = "__MACOSX/";
 
 // What of a record bears on how it is to be read.
@@ -165,14 +166,6 @@ class Correction {
   Patches& patches_;
 };
 
-std::string DirectoryOf(std::vector<RawRecord> records, std::string comment) {
-  RawDirectory directory;
-  directory.start = sizeof LocalHeader::kMagic;
-  directory.records = std::move(records);
-  directory.comment = std::move(comment);
-  return directory.Bytes();
-}
-
 }  // namespace
 
 bool CorrectedArchive::IsNeeded(const Ref<ZipArchive>& archive) {
@@ -193,7 +186,8 @@ CorrectedArchive CorrectedArchive::Make(int file, const Ref<TextEncoding>& encod
   corrected.count_is_wrong = found.announced < found.records.size();
   Correction correction(file, encoding, found.shift, corrected.patches);
   for (RawRecord& record : found.records) correction.Apply(record);
-  corrected.directory = DirectoryOf(std::move(found.records), std::move(found.comment));
+  const RawDirectory directory = {std::move(found.records), std::move(found.comment), kDirectoryStart};
+  corrected.directory = directory.Bytes();
   return corrected;
 }
 
@@ -210,9 +204,8 @@ CorrectedArchive CorrectedArchive::WithCompanions(RawDirectory directory) {
     if (!IsForeignCompanion(record.Name(), record.Extra())) continue;
     record.SetExtra(CompanionExtra(record.Extra()));
   }
-  CorrectedArchive corrected;
-  corrected.directory = DirectoryOf(std::move(directory.records), std::move(directory.comment));
-  return corrected;
+  directory.start = kDirectoryStart;
+  return {.directory = directory.Bytes()};
 }
 
 std::optional<std::string> CorrectedName(ZipEntry& entry) {

@@ -21,7 +21,7 @@ using Patches = std::map<std::uint64_t, std::string>;
 struct CorrectedArchive {
   std::string directory;  // behind the four bytes that an archive begins with
   bool count_is_wrong = false;
-  Patches patches;
+  Patches patches{};
 
   // Whether the engine, which has read this archive, has misread it.
   static bool IsNeeded(const Ref<ZipArchive>& archive);

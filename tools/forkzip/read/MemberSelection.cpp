@@ -70,19 +70,24 @@ class MemberIndex {
     return found.empty() ? Matching(argument) : found;
   }
 
-  // All members of that name, in order, with letter case as above, but then the first alone; else all that
-  // the pattern matches.
-  Found FindItself(const std::string& argument, bool& by_name) const {
+  // All members of that name, in order, with letter case as above, but then the first alone; else the one
+  // that the pattern matches. Raises Failure if there is none, or more than one.
+  Found FindItself(const std::string& argument) const {
     Found found = Named(argument);
     if (found.empty()) found = Named(argument + "/");
     if (found.empty()) {
       found = Caseless(argument, false);
       if (!found.empty()) found = {*std::min_element(found.begin(), found.end())};
     }
-    by_name = !found.empty();
+    const bool by_name = !found.empty();
     if (!by_name) found = Matching(argument);
     std::sort(found.begin(), found.end());
     found.erase(std::unique(found.begin(), found.end()), found.end());
+    if (found.empty()) throw Failure(ExitCode::kBadArchive, argument + ": no such member");
+    if (found.size() > 1 && !by_name) {
+      throw Failure(ExitCode::kBadArchive,
+                    argument + ": means " + Count(found.size(), "member") + ", not one");
+    }
     return found;
   }
 
@@ -191,18 +196,7 @@ bool IsExcluded(const std::string& name, const std::vector<std::string>& pattern
 
 std::vector<std::int32_t> SelectOneName(const Ref<ZipArchive>& archive, const std::string& argument,
                                         LetterCase letter_case) {
-  bool by_name = false;
-  Found found = MemberIndex(archive, letter_case).FindItself(argument, by_name);
-  if (found.empty()) throw Failure(ExitCode::kBadArchive, argument + ": no such member");
-  if (found.size() > 1 && !by_name) {
-    throw Failure(ExitCode::kBadArchive, argument + ": means " + Count(found.size(), "member") + ", not one");
-  }
-  return found;
-}
-
-std::int32_t SelectOneMember(const Ref<ZipArchive>& archive, const std::string& argument,
-                             LetterCase letter_case) {
-  return SelectOneName(archive, argument, letter_case).front();
+  return MemberIndex(archive, letter_case).FindItself(argument);
 }
 
 }  // namespace vantorel::forkzip

@@ -36,8 +36,5 @@ bool IsExcluded(const std::string& name, const std::vector<std::string>& pattern
 // as a pattern. Raises Failure if there is none, or a pattern matches more than one member.
 std::vector<std::int32_t> SelectOneName(const Ref<ZipArchive>& archive, const std::string& argument,
                                         LetterCase letter_case = LetterCase::kLenient);
-// The first of them.
-std::int32_t SelectOneMember(const Ref<ZipArchive>& archive, const std::string& argument,
-                             LetterCase letter_case = LetterCase::kLenient);
 
 }  // namespace vantorel::forkzip

@@ -35,7 +35,8 @@ std::string NameOfCopy(const Ref<ZipArchive>& archive, const DuplicateOptions& o
 // Looks for the member once no other run can change the archive any more.
 RawDirectory Duplicate(ArchiveEdit& edit, const DuplicateOptions& options) {
   const Ref<ZipArchive>& archive = edit.Archive();
-  const Ref<ZipEntry> entry = archive->Entry(SelectOneMember(archive, options.member, LetterCase::kExact));
+  const Ref<ZipEntry> entry =
+      archive->Entry(SelectOneName(archive, options.member, LetterCase::kExact).front());
   return DuplicateMember(edit, entry, NameOfCopy(archive, options, entry->IsDirectory()));
 }
 

@@ -101,7 +101,7 @@ void DescribeArchive(const Ref<ZipArchive>& archive, const Options& options, con
 }
 
 void DescribeMember(const Ref<ZipArchive>& archive, const InfoOptions& options, Output& output) {
-  const std::int32_t index = SelectOneMember(archive, options.member);
+  const std::int32_t index = SelectOneName(archive, options.member).front();
   const Ref<ZipEntry> entry = archive->Entry(index);
   if (options.json) {
     output.Write(JsonText(MemberAsJson(entry, index), 2) + "\n");

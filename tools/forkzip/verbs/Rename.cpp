@@ -45,7 +45,8 @@ std::string OldName(const Ref<ZipArchive>& archive, const std::string& argument)
   for (std::int32_t i = 1; i <= archive->EntryCount(); ++i) {
     if (Bears(ListedName(*archive->Entry(i)), name)) return name;
   }
-  return WithoutSlash(ListedName(*archive->Entry(SelectOneMember(archive, argument, LetterCase::kExact))));
+  return WithoutSlash(
+      ListedName(*archive->Entry(SelectOneName(archive, argument, LetterCase::kExact).front())));
 }
 
 // The new name of a member, or folder in the tree of companions, that bears the old one or lies below it.
