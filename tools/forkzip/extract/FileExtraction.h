@@ -18,6 +18,7 @@
 namespace vantorel::forkzip {
 
 struct ExtractionWays {
+  std::string root = ".";  // the destination
   bool overwrite = false;
   bool newer = false;     // what is there gives way to newer members alone
   bool raw = false;       // MacBinary and companions are left as they are
@@ -25,8 +26,6 @@ struct ExtractionWays {
 };
 
 struct ExtractionTarget {
-  ExtractionTarget(const std::string& root, const ExtractionWays& its_ways)
-      : destination(root), ways(its_ways), side_files(its_ways.overwrite) {}
   IfTaken WhatIsThere() const { return ways.overwrite ? IfTaken::kReplace : IfTaken::kRefuse; }
 
   Destination destination;

@@ -20,10 +20,10 @@ namespace {
 
 class Rehearsal {
  public:
-  Rehearsal(const std::string& root, const ExtractionWays& ways) : root_(root), ways_(ways) {
+  explicit Rehearsal(const ExtractionWays& ways) : ways_(ways) {
     struct stat status {};
-    const int error = stat(root.c_str(), &status) != 0 ? errno : S_ISDIR(status.st_mode) ? 0 : ENOTDIR;
-    if (error != 0 && error != ENOENT) throw SystemFailure("destination " + root, error);
+    const int error = stat(ways.root.c_str(), &status) != 0 ? errno : S_ISDIR(status.st_mode) ? 0 : ENOTDIR;
+    if (error != 0 && error != ENOENT) throw SystemFailure("destination " + ways.root, error);
   }
 
   // Raises Failure if a member would be refused or could not take its place; false if it would be passed
@@ -32,7 +32,7 @@ class Rehearsal {
     if (IsPassedOver(entry, ways_.strip)) return false;
     const std::vector<std::string> path = SafePath(entry, ways_.strip);
     if (!entry->IsDirectory()) RefuseIfNotUnpacked(entry);
-    std::string at = root_;
+    std::string at = ways_.root;
     for (std::size_t i = 0; i < path.size(); ++i) {
       const std::string folder = at;
       at += "/" + path[i];
@@ -76,16 +76,15 @@ class Rehearsal {
     return taken == taken_.end() ? KindOf(AT_FDCWD, place) : taken->second;
   }
 
-  const std::string& root_;
   const ExtractionWays& ways_;
   std::map<std::string, mode_t> taken_;  // places that members before have taken
 };
 
 }  // namespace
 
-std::vector<bool> Rehearse(const std::string& root, const ExtractionWays& ways,
-                           const std::vector<Ref<ZipEntry>>& entries, Problems& problems) {
-  Rehearsal rehearsal(root, ways);
+std::vector<bool> Rehearse(const ExtractionWays& ways, const std::vector<Ref<ZipEntry>>& entries,
+                           Problems& problems) {
+  Rehearsal rehearsal(ways);
   std::vector<bool> extracted(entries.size());
   for (const bool links : {false, true}) {  // in the order in which they are made
     for (std::size_t i = 0; i < entries.size(); ++i) {

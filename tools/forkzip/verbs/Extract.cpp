@@ -6,10 +6,8 @@
 #include "tools/forkzip/cli/Output.h"
 #include "tools/forkzip/cli/Printable.h"
 #include "tools/forkzip/extract/Extraction.h"
-#include "tools/forkzip/extract/FileShares.h"
 #include "tools/forkzip/extract/Rehearsal.h"
 #include "tools/forkzip/extract/SafePath.h"
-#include "tools/forkzip/jobs/Crew.h"
 #include "tools/forkzip/read/MemberFacts.h"
 #include "tools/forkzip/read/MemberOutput.h"
 #include "tools/forkzip/read/MemberSelection.h"
@@ -38,34 +36,12 @@ Examples:
   forkzip extract --raw mac.zip               MacBinary wrapping and companions left as they are)";
 
 struct ExtractOptions : Options {
-  std::string destination = ".";
   ExtractionWays ways;
   bool to_stdout = false;
 };
 
-// Returns how many were extracted, or put aside until the end.
-std::size_t ExtractMembers(Extraction& extraction, const std::vector<Ref<ZipEntry>>& entries,
-                           const ExtractOptions& options, SharedWork& work, Progress& progress,
-                           const Tell& tell) {
-  const std::size_t jobs = work.Jobs(options.jobs);
-  if (jobs > 1) ShareOutFiles(work, entries, options.ways);
-  work.run = [&](std::size_t unit, const Tell& tell_of_unit) {
-    progress.Begin(entries[unit]);
-    return extraction.Extract(entries[unit], tell_of_unit);
-  };
-  work.take = [&](std::size_t, ExitCode code, std::string_view member, std::string_view message) {
-    tell(code, member, message);
-  };
-  try {
-    return DoShared(jobs, work, progress);
-  } catch (const Failure&) {
-    extraction.Clear(entries);
-    throw;
-  }
-}
-
 void Preview(const std::vector<Ref<ZipEntry>>& entries, const ExtractOptions& options, Problems& problems) {
-  const std::vector<bool> extracted = Rehearse(options.destination, options.ways, entries, problems);
+  const std::vector<bool> extracted = Rehearse(options.ways, entries, problems);
   if (options.quiet) return;
   Output output;
   for (std::size_t i = 0; i < entries.size(); ++i) {
@@ -98,14 +74,9 @@ void Extract(const ExtractOptions& options, Problems& problems) {
   Interruption::Watch();
   const auto progress = New<Progress>(options.ShowProgress(), work.TotalSize());
   archive->SetProgressMonitor(progress);
-  Extraction extraction(options.destination, options.ways);
-  if (options.ways.overwrite) extraction.Clear(entries);
-  const Tell tell = [&](ExitCode code, std::string_view member, std::string_view message) {
-    problems.Add(code, member, message);
-  };
-  std::size_t extracted = ExtractMembers(extraction, entries, options, work, *progress, tell);
+  const std::size_t extracted =
+      ExtractAll(entries, options.ways, std::move(work), options.jobs, *progress, problems);
   if (Interruption::Requested()) return;
-  extracted += extraction.Finish(tell);
   Progress::ClearLine();
   if (!options.quiet) Print(Count(extracted, "member") + " extracted\n");
 }
@@ -125,7 +96,7 @@ void AddExtractVerb(CLI::App& app, ExitCode& exit_code) {
   AddJobsOption(command, options);
   command.add_option("MEMBER", options.members,
                      "Names, folders or shell patterns; all members if none is given");
-  command.add_option("-d,--destination", options.destination, "The folder to extract to")
+  command.add_option("-d,--destination", options.ways.root, "The folder to extract to")
       ->default_str(".")
       ->type_name("FOLDER");
   command.add_flag("--overwrite", options.ways.overwrite, "Replace existing files");
