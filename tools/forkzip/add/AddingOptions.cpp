@@ -29,6 +29,8 @@ std::vector<std::string> PathsOf(const AddingOptions& options) {
 }
 
 void DefineAddingOptions(CLI::App& command, AddingOptions& options) {
+  AddProgressOption(command, options);
+  AddJobsOption(command, options);
   command.add_option("PATH", options.paths, "Files and folders; folders with all that is in them");
   command
       .add_option(

@@ -6,20 +6,32 @@
 
 namespace vantorel::forkzip {
 
+namespace {
+
+constexpr const char* kHelpOnEditing =
+    R"(The change is made in a new file beside the archive, which is checked, synced and renamed over it: whenever the
+run ends, even by a power cut, the old archive or the new one is there whole. It needs room for a second copy.
+With --in-place the archive itself is changed. What fails for want of room or is interrupted is taken back, but a run
+that is killed can leave it damaged: other programs may then not be able to open it.
+)";
+
+}  // namespace
+
 Progress::When Options::ShowProgress() const {
   if (force_progress) return Progress::When::kAlways;
   return quiet ? Progress::When::kNever : Progress::When::kOnTerminal;
 }
 
-void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb) {
+void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, std::function<void(Problems&)> run) {
   command.add_option("ARCHIVE", options.archive, "The Zip archive")
       ->required()
       ->check([](const std::string& path) { return path.empty() ? "an empty name is no file's" : ""; });
   command.add_flag("-q,--quiet", options.quiet, "Leave out counts and summaries");
-  command.callback([&options, &exit_code, verb = std::move(verb)] {
+  command.callback([&command, &options, &exit_code, run = std::move(run)] {
+    options.command = &command;
     Problems problems(options.archive);
     try {
-      verb(problems);
+      run(problems);
     } catch (const Interrupted&) {
       // The process ends by the signal.
     } catch (...) {
@@ -31,9 +43,9 @@ void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb) 
   });
 }
 
-void RefuseTogether(const CLI::App& command, const char* option, std::initializer_list<const char*> others) {
+void RefuseTogether(const Options& options, const char* option, std::initializer_list<const char*> others) {
   for (const char* other : others) {
-    if (command.count(option) != 0 && command.count(other) != 0)
+    if (options.command->count(option) != 0 && options.command->count(other) != 0)
       throw Failure(ExitCode::kUsage, std::string(other) + " has no meaning with " + option);
   }
 }
@@ -58,11 +70,6 @@ void AddJsonOption(CLI::App& command, Options& options) {
   command.add_flag("--json", options.json, "Print JSON");
 }
 
-void AddOverlapOption(CLI::App& command, Options& options) {
-  command.add_flag("--allow-overlap", options.allow_overlap,
-                   "Accept members whose data overlaps, which is the mark of a zip bomb");
-}
-
 void AddExcludeOption(CLI::App& command, Options& options) {
   command
       .add_option("-x,--exclude", options.excluded,
@@ -81,20 +88,23 @@ void AddJobsOption(CLI::App& command, Options& options) {
       ->type_name("N");
 }
 
+void AddReadingOptions(CLI::App& command, Options& options) {
+  AddProgressOption(command, options);
+  command.add_flag("--allow-overlap", options.allow_overlap,
+                   "Accept members whose data overlaps, which is the mark of a zip bomb");
+  AddJobsOption(command, options);
+  command.add_option("MEMBER", options.members,
+                     "Names, folders or shell patterns; all members if none is given");
+}
+
 void AddDryRunOption(CLI::App& command, Options& options) {
   command.add_flag("-n,--dry-run", options.dry_run, "Say what would be done, and change nothing");
 }
 
 void AddInPlaceOption(CLI::App& command, Options& options) {
   command.add_flag("--in-place", options.in_place, "Change the archive itself: faster, but see below");
+  command.footer(kHelpOnEditing + command.get_footer());
 }
-
-const char* const kHelpOnEditing =
-    R"(The change is made in a new file beside the archive, which is checked, synced and renamed over it: whenever the
-run ends, even by a power cut, the old archive or the new one is there whole. It needs room for a second copy.
-With --in-place the archive itself is changed. What fails for want of room or is interrupted is taken back, but a run
-that is killed can leave it damaged: other programs may then not be able to open it.
-)";
 
 void Parse(CLI::App& app, int argc, char** argv) {
   constexpr char kMark = '\x01';

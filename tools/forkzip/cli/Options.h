@@ -8,6 +8,7 @@
 #include <functional>
 #include <initializer_list>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tools/forkzip/cli/Problems.h"
@@ -16,6 +17,7 @@
 namespace vantorel::forkzip {
 
 struct Options {
+  const CLI::App* command = nullptr;  // that is given
   std::string archive;
   std::vector<std::string> members;
   std::vector<std::string> excluded;  // patterns
@@ -31,27 +33,36 @@ struct Options {
   Progress::When ShowProgress() const;
 };
 
-// What a verb does. Raises Failure for what ends it at once.
-using Verb = std::function<void(Problems& problems)>;
-
-// Puts the verb's argument ARCHIVE and the option -q to `command`, and has `verb` run when the command is
+// Puts the verb's argument ARCHIVE and the option -q to `command`, and has `run` called when the command is
 // given. `options` and `exit_code` must live until then.
-void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, Verb verb);
+void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, std::function<void(Problems&)> run);
+
+// Puts a verb on the command line, with `help` behind its options, which are O and live to the end. What
+// `verb` raises as Failure ends it at once. `exit_code` must live until the command line is parsed.
+template <typename O>
+std::pair<CLI::App&, O&> AddVerb(CLI::App& app, ExitCode& exit_code, const char* name, const char* about,
+                                 const char* help, void (*verb)(const O& options, Problems& problems)) {
+  static O options;
+  CLI::App& command = *app.add_subcommand(name, about);
+  command.footer(help);
+  SetUp(command, options, exit_code, [verb](Problems& problems) { verb(options, problems); });
+  return {command, options};
+}
+
 // Raises Failure (kUsage) if `option` is given beside one of the others.
-void RefuseTogether(const CLI::App& command, const char* option, std::initializer_list<const char*> others);
+void RefuseTogether(const Options& options, const char* option, std::initializer_list<const char*> others);
 void AddProgressOption(CLI::App& command, Options& options);
 // Verbs that store no names may guess: "auto".
 enum class Guess { kRefused, kAllowed };
 void AddEncodingOption(CLI::App& command, Options& options, Guess guess = Guess::kRefused);
 void AddJsonOption(CLI::App& command, Options& options);
-void AddOverlapOption(CLI::App& command, Options& options);
 void AddExcludeOption(CLI::App& command, Options& options);
 void AddJobsOption(CLI::App& command, Options& options);
+// What verbs have in common that read the data of many members.
+void AddReadingOptions(CLI::App& command, Options& options);
 void AddDryRunOption(CLI::App& command, Options& options);
+// For verbs that change an archive. Their help says in front what the two ways to do so are.
 void AddInPlaceOption(CLI::App& command, Options& options);
-
-// What the help of every verb that changes an archive says about the two ways to do so.
-extern const char* const kHelpOnEditing;
 
 // Parses the command line, each argument taken as it stands: the parser by itself takes a name in brackets
 // for a list.

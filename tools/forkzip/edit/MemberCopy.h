@@ -10,6 +10,11 @@
 
 namespace vantorel::forkzip {
 
+struct NamingOptions : Options {
+  std::string member;
+  std::string new_name;
+};
+
 // Writes a member called `name` (as stored) with the data of `entry`, and likewise a second companion if
 // there is one, behind the old members. Returns the directory with their records. Raises Failure, with
 // nothing written if `entry` is damaged or the archive would become too large.

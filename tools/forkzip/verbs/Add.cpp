@@ -133,7 +133,7 @@ void Preview(const ArchiveEdit& edit, const AddPlan& plan, bool quiet, Problems&
   output.Flush();
 }
 
-std::optional<RawDirectory> Add(ArchiveEdit& edit, const AddingOptions& options, Problems& problems) {
+std::optional<RawDirectory> Added(ArchiveEdit& edit, const AddingOptions& options, Problems& problems) {
   const AddPlan plan = PlanOf(edit.Archive(), options, problems);
   if (plan.Items().empty()) {
     if (!options.quiet && !options.newer) Print("nothing to add\n");
@@ -150,32 +150,28 @@ std::optional<RawDirectory> Add(ArchiveEdit& edit, const AddingOptions& options,
   const RawDirectory added = WriteMembers(edit.To(), after.start, plan, options, problems);
   if (added.records.empty()) throw Failure(problems.Code(), "nothing was added");
   const std::vector<bool> replaced = Replaced(edit.Before(), edit.Archive(), added.records);
-  const std::vector<RawRecord> old = std::exchange(after.records, {});
-  for (std::size_t i = 0; i < old.size(); ++i) {
-    if (!replaced[i]) after.records.push_back(old[i]);
-  }
+  auto goes = replaced.begin();
+  std::erase_if(after.records, [&](const RawRecord&) { return *goes++; });
   after.records.insert(after.records.end(), added.records.begin(), added.records.end());
   after.start = added.start;
   return after;
 }
 
+void Add(const AddingOptions& options, Problems& problems) {
+  EditArchive(options, [&](ArchiveEdit& edit) { return Added(edit, options, problems); });
+}
+
 }  // namespace
 
 void AddAddVerb(CLI::App& app, ExitCode& exit_code) {
-  static AddingOptions options;
-  CLI::App& command = *app.add_subcommand("add", "Adds files and folders to an archive");
-  SetUp(command, options, exit_code, [](Problems& problems) {
-    EditArchive(options, [&](ArchiveEdit& edit) { return Add(edit, options, problems); });
-  });
-  AddProgressOption(command, options);
-  AddJobsOption(command, options);
+  const auto [command, options] =
+      AddVerb(app, exit_code, "add", "Adds files and folders to an archive", kHelp, Add);
   DefineAddingOptions(command, options);
   command.add_flag("--newer", options.newer, "Add files that are newer than their member, or have none yet");
   command.add_option("--as", options.name, "The name of the one PATH in the archive");
   AddDryRunOption(command, options);
   AddInPlaceOption(command, options);
   AddEncodingOption(command, options);
-  command.footer(std::string(kHelpOnEditing) + kHelp);
 }
 
 }  // namespace vantorel::forkzip

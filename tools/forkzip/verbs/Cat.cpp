@@ -47,14 +47,12 @@ void Cat(const CatOptions& options, Problems& problems) {
 }  // namespace
 
 void AddCatVerb(CLI::App& app, ExitCode& exit_code) {
-  static CatOptions options;
-  CLI::App& command = *app.add_subcommand("cat", "Writes members to standard output");
-  SetUp(command, options, exit_code, [](Problems& problems) { Cat(options, problems); });
+  const auto [command, options] =
+      AddVerb(app, exit_code, "cat", "Writes members to standard output", kHelp, Cat);
   command.add_option("MEMBER", options.members, "Names, or patterns that only one member matches")
       ->required();
   command.add_flag("--raw", options.raw, "Leave MacBinary as it is");
   AddEncodingOption(command, options, Guess::kAllowed);
-  command.footer(kHelp);
 }
 
 }  // namespace vantorel::forkzip

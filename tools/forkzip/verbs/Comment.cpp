@@ -29,7 +29,7 @@ void TellComment(const Options& options) {
   output.Flush();
 }
 
-void Comment(const CommentOptions& options) {
+void Comment(const CommentOptions& options, Problems& /*problems*/) {
   if (!options.text) return TellComment(options);
   EditArchive(options, [&](ArchiveEdit& edit) {
     Preflight::CheckComment(*options.text);
@@ -43,13 +43,11 @@ void Comment(const CommentOptions& options) {
 }  // namespace
 
 void AddCommentVerb(CLI::App& app, ExitCode& exit_code) {
-  static CommentOptions options;
-  CLI::App& command = *app.add_subcommand("comment", "Shows or sets an archive's comment");
-  SetUp(command, options, exit_code, [](Problems&) { Comment(options); });
+  const auto [command, options] =
+      AddVerb(app, exit_code, "comment", "Shows or sets an archive's comment", kHelp, Comment);
   command.add_option("TEXT", options.text,
                      "The new comment, or an empty text to remove it; without TEXT the comment is shown");
   AddInPlaceOption(command, options);
-  command.footer(std::string(kHelpOnEditing) + kHelp);
 }
 
 }  // namespace vantorel::forkzip

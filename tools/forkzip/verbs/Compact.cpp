@@ -16,7 +16,7 @@ constexpr const char* kHelp =
     "  forkzip compact backup.zip\n"
     "  forkzip compact --in-place big.zip               moves only what lies behind the first gap";
 
-void Compact(const Options& options) {
+void Compact(const Options& options, Problems& /*problems*/) {
   std::uint64_t unused = 0;
   EditArchive(options, [&](ArchiveEdit& edit) -> std::optional<RawDirectory> {
     RawDirectory directory = edit.Before();
@@ -31,11 +31,9 @@ void Compact(const Options& options) {
 }  // namespace
 
 void AddCompactVerb(CLI::App& app, ExitCode& exit_code) {
-  static Options options;
-  CLI::App& command = *app.add_subcommand("compact", "Frees the space of deleted members");
-  SetUp(command, options, exit_code, [](Problems&) { Compact(options); });
+  const auto [command, options] =
+      AddVerb(app, exit_code, "compact", "Frees the space of deleted members", kHelp, Compact);
   AddInPlaceOption(command, options);
-  command.footer(std::string(kHelpOnEditing) + kHelp);
 }
 
 }  // namespace vantorel::forkzip

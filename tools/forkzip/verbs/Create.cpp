@@ -59,13 +59,8 @@ void Create(const AddingOptions& options, Problems& problems) {
 }  // namespace
 
 void AddCreateVerb(CLI::App& app, ExitCode& exit_code) {
-  static AddingOptions options;
-  CLI::App& command = *app.add_subcommand("create", "Makes a new archive");
-  SetUp(command, options, exit_code, [](Problems& problems) { Create(options, problems); });
-  AddProgressOption(command, options);
-  AddJobsOption(command, options);
+  const auto [command, options] = AddVerb(app, exit_code, "create", "Makes a new archive", kHelp, Create);
   DefineAddingOptions(command, options);
-  command.footer(kHelp);
 }
 
 }  // namespace vantorel::forkzip

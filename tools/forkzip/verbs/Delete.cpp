@@ -58,15 +58,13 @@ void Delete(const Options& options, Problems& problems) {
 }  // namespace
 
 void AddDeleteVerb(CLI::App& app, ExitCode& exit_code) {
-  static Options options;
-  CLI::App& command = *app.add_subcommand("delete", "Deletes members from an archive");
-  SetUp(command, options, exit_code, [](Problems& problems) { Delete(options, problems); });
+  const auto [command, options] =
+      AddVerb(app, exit_code, "delete", "Deletes members from an archive", kHelp, Delete);
   command.add_option("MEMBER", options.members, "Names, folders or shell patterns")->required();
   AddExcludeOption(command, options);
   AddDryRunOption(command, options);
   AddInPlaceOption(command, options);
   AddEncodingOption(command, options);
-  command.footer(std::string(kHelpOnEditing) + kHelp);
 }
 
 }  // namespace vantorel::forkzip

@@ -16,13 +16,8 @@ constexpr const char* kHelp =
 Examples:
   forkzip duplicate site.zip index.html old/index.html)";
 
-struct DuplicateOptions : Options {
-  std::string member;
-  std::string new_name;
-};
-
 // The new name as it is to be stored. A folder's ends in "/".
-std::string NameOfCopy(const Ref<ZipArchive>& archive, const DuplicateOptions& options, bool folder) {
+std::string NameOfCopy(const Ref<ZipArchive>& archive, const NamingOptions& options, bool folder) {
   std::string name = MemberNameOf(options.new_name);
   if (name.empty()) throw Failure(ExitCode::kUsage, "NEWNAME is no name for a member");
   if (folder) name += '/';
@@ -33,26 +28,25 @@ std::string NameOfCopy(const Ref<ZipArchive>& archive, const DuplicateOptions& o
 }
 
 // Looks for the member once no other run can change the archive any more.
-RawDirectory Duplicate(ArchiveEdit& edit, const DuplicateOptions& options) {
-  const Ref<ZipArchive>& archive = edit.Archive();
-  const Ref<ZipEntry> entry =
-      archive->Entry(SelectOneName(archive, options.member, LetterCase::kExact).front());
-  return DuplicateMember(edit, entry, NameOfCopy(archive, options, entry->IsDirectory()));
+void Duplicate(const NamingOptions& options, Problems& /*problems*/) {
+  EditArchive(options, [&](ArchiveEdit& edit) {
+    const Ref<ZipArchive>& archive = edit.Archive();
+    const std::int32_t index = SelectOneName(archive, options.member, LetterCase::kExact).front();
+    const Ref<ZipEntry> entry = archive->Entry(index);
+    return DuplicateMember(edit, entry, NameOfCopy(archive, options, entry->IsDirectory()));
+  });
 }
 
 }  // namespace
 
 void AddDuplicateVerb(CLI::App& app, ExitCode& exit_code) {
-  static DuplicateOptions options;
-  CLI::App& command = *app.add_subcommand("duplicate", "Copies a member under a second name");
-  SetUp(command, options, exit_code,
-        [](Problems&) { EditArchive(options, [](ArchiveEdit& edit) { return Duplicate(edit, options); }); });
+  const auto [command, options] =
+      AddVerb(app, exit_code, "duplicate", "Copies a member under a second name", kHelp, Duplicate);
   command.add_option("MEMBER", options.member, "A member's name, or a pattern that only one matches")
       ->required();
   command.add_option("NEWNAME", options.new_name, "The second name")->required();
   AddInPlaceOption(command, options);
   AddEncodingOption(command, options);
-  command.footer(std::string(kHelpOnEditing) + kHelp);
 }
 
 }  // namespace vantorel::forkzip

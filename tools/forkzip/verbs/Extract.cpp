@@ -61,6 +61,7 @@ void WriteOut(const std::vector<Ref<ZipEntry>>& entries, const ExtractOptions& o
 }
 
 void Extract(const ExtractOptions& options, Problems& problems) {
+  RefuseTogether(options, "--stdout", {"--destination", "--overwrite", "--newer", "--dry-run"});
   const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
   if (!options.allow_overlap) RefuseOverlaps(archive);
   const std::vector<std::int32_t> members = SelectMembers(archive, options, problems).members;
@@ -84,24 +85,16 @@ void Extract(const ExtractOptions& options, Problems& problems) {
 }  // namespace
 
 void AddExtractVerb(CLI::App& app, ExitCode& exit_code) {
-  static ExtractOptions options;
-  CLI::App& command = *app.add_subcommand("extract", "Extracts members to disk");
-  SetUp(command, options, exit_code, [&command](Problems& problems) {
-    RefuseTogether(command, "--stdout", {"--destination", "--overwrite", "--newer", "--dry-run"});
-    if (options.ways.newer) options.ways.overwrite = true;
-    Extract(options, problems);
-  });
-  AddProgressOption(command, options);
-  AddOverlapOption(command, options);
-  AddJobsOption(command, options);
-  command.add_option("MEMBER", options.members,
-                     "Names, folders or shell patterns; all members if none is given");
+  const auto [command, options] =
+      AddVerb(app, exit_code, "extract", "Extracts members to disk", kHelp, Extract);
+  AddReadingOptions(command, options);
   command.add_option("-d,--destination", options.ways.root, "The folder to extract to")
       ->default_str(".")
       ->type_name("FOLDER");
   command.add_flag("--overwrite", options.ways.overwrite, "Replace existing files");
-  command.add_flag("--newer", options.ways.newer,
-                   "Extract members newer than the file on disk, which is replaced, or not on disk yet");
+  command.add_flag_callback(
+      "--newer", [&ways = options.ways] { ways.newer = ways.overwrite = true; },
+      "Extract members newer than the file on disk, which is replaced, or not on disk yet");
   command
       .add_option("--strip-components", options.ways.strip,
                   "Leave out the first N components of names; members that have no more are passed over")
@@ -113,7 +106,6 @@ void AddExtractVerb(CLI::App& app, ExitCode& exit_code) {
   command.add_flag("--stdout", options.to_stdout,
                    "Write the data to standard output, one member after the other, and no file");
   AddEncodingOption(command, options, Guess::kAllowed);
-  command.footer(kHelp);
 }
 
 }  // namespace vantorel::forkzip

@@ -126,7 +126,7 @@ void DescribeMember(const Ref<ZipArchive>& archive, const InfoOptions& options, 
              output);
 }
 
-void Info(const InfoOptions& options) {
+void Info(const InfoOptions& options, Problems& /*problems*/) {
   std::string guess;
   const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding, &guess);
   Output output;
@@ -141,13 +141,11 @@ void Info(const InfoOptions& options) {
 }  // namespace
 
 void AddInfoVerb(CLI::App& app, ExitCode& exit_code) {
-  static InfoOptions options;
-  CLI::App& command = *app.add_subcommand("info", "Describes an archive, or one of its members");
-  SetUp(command, options, exit_code, [](Problems&) { Info(options); });
+  const auto [command, options] =
+      AddVerb(app, exit_code, "info", "Describes an archive, or one of its members", kHelp, Info);
   command.add_option("MEMBER", options.member, "A member's name, or a pattern that only one matches");
   AddJsonOption(command, options);
   AddEncodingOption(command, options, Guess::kAllowed);
-  command.footer(kHelp);
 }
 
 }  // namespace vantorel::forkzip

@@ -119,6 +119,7 @@ void ListJson(const Ref<ZipArchive>& archive, const Members& members, Output& ou
 }
 
 void List(const ListOptions& options, Problems& problems) {
+  RefuseTogether(options, "--tree", {"--json", "--long"});
   const Ref<ZipArchive> archive = OpenForReading(options.archive, options.encoding);
   const Members members = SelectMembers(archive, options, problems).members;
   Output output;
@@ -137,19 +138,14 @@ void List(const ListOptions& options, Problems& problems) {
 }  // namespace
 
 void AddListVerb(CLI::App& app, ExitCode& exit_code) {
-  static ListOptions options;
-  CLI::App& command = *app.add_subcommand("list", "Lists the members of an archive");
-  SetUp(command, options, exit_code, [&command](Problems& problems) {
-    RefuseTogether(command, "--tree", {"--json", "--long"});
-    List(options, problems);
-  });
+  const auto [command, options] =
+      AddVerb(app, exit_code, "list", "Lists the members of an archive", kHelp, List);
   command.add_flag("-l,--long", options.long_form,
                    "Mode, size and date of each member, wherever the output goes");
   command.add_flag("--tree", options.tree, "Folders and what is in them, one below the other");
   AddJsonOption(command, options);
   AddExcludeOption(command, options);
   AddEncodingOption(command, options, Guess::kAllowed);
-  command.footer(kHelp);
 }
 
 }  // namespace vantorel::forkzip

@@ -24,11 +24,6 @@ Examples:
 
 constexpr std::string_view kCompanionTree = "__MACOSX/";
 
-struct RenameOptions : Options {
-  std::string member;
-  std::string new_name;
-};
-
 // Whether a member is called `name` or lies in the folder of that name.
 bool Bears(std::string_view member, std::string_view name) {
   return member.starts_with(name) && (member.size() == name.size() || member[name.size()] == '/');
@@ -77,34 +72,33 @@ void AddFoldersOfCompanions(NewNames& names, const ArchiveEdit& edit, const std:
 }
 
 // Looks for the members once no other run can change the archive any more.
-RawDirectory Rename(ArchiveEdit& edit, const RenameOptions& options) {
-  const Ref<ZipArchive>& archive = edit.Archive();
-  const std::string new_name = MemberNameOf(options.new_name);
-  if (new_name.empty()) throw Failure(ExitCode::kUsage, "NEWNAME is no name for a member");
-  const std::string old_name = OldName(archive, options.member);
-  NewNames names;
-  for (std::int32_t i = 1; i <= archive->EntryCount(); ++i) {
-    const Ref<ZipEntry> entry = archive->Entry(i);
-    const auto name = Renamed(ListedName(*entry), old_name, new_name);
-    if (name) AddNewName(names, entry, StoredName(archive, *name));
-  }
-  AddFoldersOfCompanions(names, edit, old_name, new_name);
-  return RenameMembers(edit, names, StoredName(archive, new_name));
+void Rename(const NamingOptions& options, Problems& /*problems*/) {
+  EditArchive(options, [&](ArchiveEdit& edit) {
+    const Ref<ZipArchive>& archive = edit.Archive();
+    const std::string new_name = MemberNameOf(options.new_name);
+    if (new_name.empty()) throw Failure(ExitCode::kUsage, "NEWNAME is no name for a member");
+    const std::string old_name = OldName(archive, options.member);
+    NewNames names;
+    for (std::int32_t i = 1; i <= archive->EntryCount(); ++i) {
+      const Ref<ZipEntry> entry = archive->Entry(i);
+      const auto name = Renamed(ListedName(*entry), old_name, new_name);
+      if (name) AddNewName(names, entry, StoredName(archive, *name));
+    }
+    AddFoldersOfCompanions(names, edit, old_name, new_name);
+    return RenameMembers(edit, names, StoredName(archive, new_name));
+  });
 }
 
 }  // namespace
 
 void AddRenameVerb(CLI::App& app, ExitCode& exit_code) {
-  static RenameOptions options;
-  CLI::App& command = *app.add_subcommand("rename", "Renames a member, or a folder with all that is in it");
-  SetUp(command, options, exit_code,
-        [](Problems&) { EditArchive(options, [](ArchiveEdit& edit) { return Rename(edit, options); }); });
+  const auto [command, options] = AddVerb(
+      app, exit_code, "rename", "Renames a member, or a folder with all that is in it", kHelp, Rename);
   command.add_option("MEMBER", options.member, "A member or folder, or a pattern that only one matches")
       ->required();
   command.add_option("NEWNAME", options.new_name, "Its new name")->required();
   AddInPlaceOption(command, options);
   AddEncodingOption(command, options);
-  command.footer(std::string(kHelpOnEditing) + kHelp);
 }
 
 }  // namespace vantorel::forkzip

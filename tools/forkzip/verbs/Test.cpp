@@ -105,18 +105,12 @@ void Test(const Options& options, Problems& problems) {
 }  // namespace
 
 void AddTestVerb(CLI::App& app, ExitCode& exit_code) {
-  static Options options;
-  CLI::App& command = *app.add_subcommand("test", "Checks that members are sound");
-  SetUp(command, options, exit_code, [](Problems& problems) { Test(options, problems); });
-  AddProgressOption(command, options);
-  AddOverlapOption(command, options);
-  AddJobsOption(command, options);
-  command.add_option("MEMBER", options.members,
-                     "Names, folders or shell patterns; all members if none is given");
+  const auto [command, options] =
+      AddVerb(app, exit_code, "test", "Checks that members are sound", kHelp, Test);
+  AddReadingOptions(command, options);
   AddJsonOption(command, options);
   AddExcludeOption(command, options);
   AddEncodingOption(command, options, Guess::kAllowed);
-  command.footer(kHelp);
 }
 
 }  // namespace vantorel::forkzip
