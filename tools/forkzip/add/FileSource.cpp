@@ -48,15 +48,6 @@ String FileSource::Read(std::int32_t count) {
   return String::Adopt(std::move(bytes), nil);
 }
 
-bool FileSource::Skip(std::int32_t count) {
-  return Read(count).size() == static_cast<std::size_t>(count);
-}
-
-void FileSource::GetErrorDescription(std::int32_t& code, String& text) {
-  code = -error_;
-  text = error_ == 0 ? String() : String("file error");
-}
-
 LinkSource::LinkSource(const std::string& path) : FileSource(std::uint64_t{0}) {
   std::array<char, 4096> target{};
   const ssize_t length = readlink(path.c_str(), target.data(), target.size());

@@ -21,8 +21,11 @@ class FileSource : public SeqDataInputStream {
   // Refuses a file that is too large for a member (EFBIG).
   bool Open() override;
   void Close() override;
-  void GetErrorDescription(std::int32_t& code, String& text) override;
-  bool Skip(std::int32_t count) override;
+  void GetErrorDescription(std::int32_t& code, String& text) override {
+    code = -error_;
+    text = error_ == 0 ? String() : String("file error");
+  }
+  bool Skip(std::int32_t count) override { return Read(count).size() == static_cast<std::size_t>(count); }
   void ClearError() override { error_ = 0; }
 
   // The file, once it is open.

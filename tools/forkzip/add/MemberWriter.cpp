@@ -68,7 +68,8 @@ class MemberWriter {
     archive_->d->new_deflater = [this] { return packer_->NewDeflater(); };
   }
 
-  void Add(const AddPlan& plan) {
+  // Returns the records of the members, and where the last one ends.
+  RawDirectory Write(const AddPlan& plan) {
     const auto progress = New<Progress>(options_.ShowProgress(), plan.TotalSize());
     archive_->SetProgressMonitor(progress);
     std::vector<const PlannedItem*> plain;
@@ -85,10 +86,13 @@ class MemberWriter {
       CheckArchive();
       progress->End(item.size);
     }
+    archive_->d->zipStream->Flush();
+    CheckArchive();
+    return Records();
   }
 
-  // Returns the records of the members, and where the last one ends.
-  RawDirectory Finish() {
+ private:
+  RawDirectory Records() const {
     RawDirectory made;
     for (std::int32_t i = 1; i <= archive_->EntryCount(); ++i) {
       const Ref<ZipEntry> entry = archive_->Entry(i);
@@ -96,13 +100,10 @@ class MemberWriter {
                                 std::string(entry->z_origEncodedName().view()) +
                                 std::string(entry->ExtraFieldInCentralDir()->AsData().view()));
     }
-    archive_->d->zipStream->Flush();
-    CheckArchive();
     made.start = End();
     return made;
   }
 
- private:
   // Whether there may be something to say of a file beyond its data.
   bool MayHaveMacData(const PlannedItem& item) const {
     return item.kind == PlannedItem::Kind::kFile &&
@@ -226,9 +227,7 @@ class MemberWriter {
 
 RawDirectory WriteMembers(int file, std::uint32_t begin, const AddPlan& plan, const AddingOptions& options,
                           Problems& problems) {
-  MemberWriter writer(file, begin, options, problems);
-  writer.Add(plan);
-  return writer.Finish();
+  return MemberWriter(file, begin, options, problems).Write(plan);
 }
 
 }  // namespace vantorel::forkzip

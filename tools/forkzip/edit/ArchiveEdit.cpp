@@ -35,8 +35,7 @@ std::optional<std::uint64_t> SizeBehind(const RawDirectory& directory, int file)
 
 // Where the last member ends. As a rule that is where the directory begins, and one look is enough.
 std::uint32_t EndOfMembers(int file, const RawDirectory& directory) {
-  const auto last = std::max_element(directory.records.begin(), directory.records.end(),
-                                     [](const auto& a, const auto& b) { return a.Offset() < b.Offset(); });
+  const auto last = std::ranges::max_element(directory.records, {}, &RawRecord::Offset);
   if (last == directory.records.end()) return 0;
   RawDirectory of_last;
   of_last.start = directory.start;

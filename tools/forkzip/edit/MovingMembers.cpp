@@ -49,8 +49,7 @@ std::uint32_t MoveTogether(int from, const std::vector<MemberExtent>& extents, i
   std::vector<RawRecord*> in_file_order;
   in_file_order.reserve(directory.records.size());
   for (RawRecord& record : directory.records) in_file_order.push_back(&record);
-  std::stable_sort(in_file_order.begin(), in_file_order.end(),
-                   [](const RawRecord* a, const RawRecord* b) { return a->Offset() < b->Offset(); });
+  std::ranges::stable_sort(in_file_order, {}, &RawRecord::Offset);
   auto record = in_file_order.begin();
   std::uint32_t target = 0;
   bool moving = false;

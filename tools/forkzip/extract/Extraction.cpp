@@ -94,8 +94,7 @@ class Extraction {
     std::size_t extracted = 0;
     // Links, then folders from the innermost out: what happens in a folder changes its time, and its mode may
     // close it.
-    std::stable_sort(waiting_.begin(), waiting_.end(),
-                     [](const Waiting& a, const Waiting& b) { return a.depth > b.depth; });
+    std::ranges::stable_sort(waiting_, std::greater(), &Waiting::depth);
     for (const Waiting& each : waiting_) {
       const Ref<ZipEntry>& entry = each.entry;
       extracted +=

@@ -127,8 +127,7 @@ class Crew {
     while (true) {
       std::vector<pollfd> waiting;
       for (const Process& process : processes_) waiting.push_back({process.reports.Number(), POLLIN, 0});
-      if (std::none_of(waiting.begin(), waiting.end(), [](const pollfd& each) { return each.fd >= 0; }))
-        break;
+      if (std::ranges::none_of(waiting, [](const pollfd& each) { return each.fd >= 0; })) break;
       // Not without end: a signal may come just before it.
       poll(waiting.data(), waiting.size(), 100);
       if (Interruption::Requested()) Stop();

@@ -24,36 +24,25 @@ constexpr std::uint64_t kFarthest = 0x7FFFFFFF;
 constexpr std::uint32_t kDirectoryStart = sizeof LocalHeader::kMagic;
 constexpr std::string_view kCompanionTree = "__MACOSX/";
 
-// What of a record bears on how it is to be read.
-struct Traits {
-  std::uint32_t host;
-  std::uint32_t flags;
-  std::uint32_t size;
-  std::uint32_t attributes;
-  std::string_view name;
-  std::string_view extra;
-};
-
 // The name in a Unicode Path record that belongs to this name; empty if there is none.
-std::string_view UnicodeName(const Traits& traits) {
+std::string_view UnicodeName(std::string_view stored, std::string_view extra) {
   namespace Path = UnicodePathRecord;
-  const std::string_view record = ExtraRecord::Find(traits.extra, Path::kId);
+  const std::string_view record = ExtraRecord::Find(extra, Path::kId);
   if (record.size() <= Path::kName || record[Path::kVersion] != 1) return {};
   const std::string_view name = record.substr(Path::kName);
-  const auto crc = static_cast<std::uint32_t>(Crc32OfBytes(traits.name, 0));
+  const auto crc = static_cast<std::uint32_t>(Crc32OfBytes(stored, 0));
   return crc == Get32(record, Path::kNameCrc) && IsUtf8(name) ? name : std::string_view();
 }
 
-bool IsMarkedUtf8(const Traits& traits) {
-  return (traits.flags & static_cast<std::uint32_t>(ZipFlags::kUtf8Name)) != 0;
+bool IsMarkedUtf8(std::uint32_t flags) {
+  return (flags & static_cast<std::uint32_t>(ZipFlags::kUtf8Name)) != 0;
 }
 
-bool IsFolderWithoutSlash(const Traits& traits) {
-  constexpr std::uint32_t kOs2 = 6, kNtfs = 10, kVfat = 14;
-  const bool dos = traits.host == static_cast<std::uint32_t>(ZipHost::kDos) || traits.host == kOs2 ||
-                   traits.host == kNtfs || traits.host == kVfat;
-  return dos && (traits.attributes & kDosFolder) != 0 && traits.size == 0 && !traits.name.empty() &&
-         !traits.name.ends_with('/');
+bool IsFolderWithoutSlash(std::int32_t host, std::uint32_t attributes, std::uint32_t size,
+                          std::string_view name) {
+  constexpr std::int32_t kOs2 = 6, kNtfs = 10, kVfat = 14;
+  const bool dos = host == ZipHost::kDos || host == kOs2 || host == kNtfs || host == kVfat;
+  return dos && (attributes & kDosFolder) != 0 && size == 0 && !name.empty() && !name.ends_with('/');
 }
 
 // A companion as archivers on other systems keep it, which add times and owners of their own.
@@ -63,20 +52,6 @@ bool IsForeignCompanion(std::string_view name, std::string_view extra) {
   return name.starts_with(kCompanionTree) && std::any_of(kIds.begin(), kIds.end(), [&](std::uint32_t id) {
            return !ExtraRecord::Find(extra, id).empty();
          });
-}
-
-Traits TraitsOf(const RawRecord& record) {
-  return {record.Field16(CentralHeader::kVersionMadeBy) >> 8U, record.Flags(), record.Size(),
-          record.Field32(CentralHeader::kExternalAttributes),  record.Name(),  record.Extra()};
-}
-
-Traits TraitsOf(ZipEntry& entry, const String& extra) {
-  return {static_cast<std::uint32_t>(entry.OSMadeBy()),
-          entry.HeaderUShort(CentralHeader::kFlags),
-          static_cast<std::uint32_t>(entry.Size()),
-          static_cast<std::uint32_t>(entry.ExternalFileAttributes()),
-          entry.zipEncName.view(),
-          extra.view()};
 }
 
 // At a glance: most members have no trait that calls for more.
@@ -117,10 +92,11 @@ class Correction {
     record.SetOffset(in_reach ? static_cast<std::uint32_t>(offset) : Zip64Record::kElsewhere);
     if (in_reach) PatchLocalSizes(offset);
     record.SetField16(CentralHeader::kVersionNeeded, kZipFormatVersion);
-    const Traits traits = TraitsOf(record);
-    const bool folder = IsFolderWithoutSlash(traits);
-    const bool companion = IsForeignCompanion(traits.name, traits.extra);
-    SetTexts(record, traits);
+    const auto host = static_cast<std::int32_t>(record.Field16(CentralHeader::kVersionMadeBy) >> 8U);
+    const bool folder = IsFolderWithoutSlash(host, record.Field32(CentralHeader::kExternalAttributes),
+                                             record.Size(), record.Name());
+    const bool companion = IsForeignCompanion(record.Name(), record.Extra());
+    SetTexts(record);
     if (folder) record.SetName(std::string(record.Name()) + "/");
     if (companion) record.SetExtra(CompanionExtra(record.Extra()));
   }
@@ -144,11 +120,11 @@ class Correction {
   }
 
   // Names and comments that fit no more stay as they are.
-  void SetTexts(RawRecord& record, const Traits& traits) const {
+  void SetTexts(RawRecord& record) const {
     constexpr std::size_t kLongest = 65535;
-    std::string name(UnicodeName(traits));
-    if (name.empty()) name = AsUtf8(traits.name, IsMarkedUtf8(traits));
-    const std::string comment = AsUtf8(record.Comment(), IsMarkedUtf8(traits));
+    std::string name(UnicodeName(record.Name(), record.Extra()));
+    if (name.empty()) name = AsUtf8(record.Name(), IsMarkedUtf8(record.Flags()));
+    const std::string comment = AsUtf8(record.Comment(), IsMarkedUtf8(record.Flags()));
     if (comment.size() <= kLongest) record.SetComment(comment);
     if (name.size() < kLongest) record.SetName(name);
   }
@@ -212,14 +188,16 @@ std::optional<std::string> CorrectedName(ZipEntry& entry) {
   const bool all_utf8 = entry.d->archiveEncoding->Equals(Encodings::UTF8());
   if (IsPlain(entry, all_utf8)) return std::nullopt;
   const String extra = entry.ExtraBytes();
-  const Traits traits = TraitsOf(entry, extra);
-  const std::string_view unicode_name = UnicodeName(traits);
-  const bool marked = !all_utf8 && IsMarkedUtf8(traits);
-  const bool folder = IsFolderWithoutSlash(traits);
+  const std::string_view encoded = entry.zipEncName.view();
+  const std::string_view unicode_name = UnicodeName(encoded, extra.view());
+  const bool marked = !all_utf8 && IsMarkedUtf8(entry.HeaderUShort(CentralHeader::kFlags));
+  const auto attributes = static_cast<std::uint32_t>(entry.ExternalFileAttributes());
+  const bool folder =
+      IsFolderWithoutSlash(entry.OSMadeBy(), attributes, static_cast<std::uint32_t>(entry.Size()), encoded);
   if (unicode_name.empty() && !marked && !folder) return std::nullopt;  // as nearly all are
   const std::string stored = Utf8(entry.RawPath());
   std::string name(unicode_name);
-  if (name.empty()) name = marked ? std::string(traits.name) : stored;
+  if (name.empty()) name = marked ? std::string(encoded) : stored;
   if (folder) name += '/';
   if (name == stored) return std::nullopt;
   return name;

@@ -32,9 +32,8 @@ std::vector<Extent> ExtentsInOrder(const Ref<ZipArchive>& archive) {
           {begin, std::uint64_t{begin} + LocalHeader::kSize + CompressedSizeOf(entry), &*entry});
     }
   }
-  const auto is_before = [](const Extent& a, const Extent& b) { return a.begin < b.begin; };
-  if (!std::is_sorted(extents.begin(), extents.end(), is_before)) {
-    std::stable_sort(extents.begin(), extents.end(), is_before);
+  if (!std::ranges::is_sorted(extents, {}, &Extent::begin)) {
+    std::ranges::stable_sort(extents, {}, &Extent::begin);
   }
   return extents;
 }
