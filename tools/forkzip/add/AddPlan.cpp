@@ -10,6 +10,7 @@
 #include "platform/files/FolderItem.h"
 #include "platform/files/SideFile.h"
 #include "tools/forkzip/cli/Interruption.h"
+#include "tools/forkzip/cli/StandardStreams.h"
 #include "tools/forkzip/edit/MemberRecords.h"
 #include "tools/forkzip/edit/Preflight.h"
 #include "tools/forkzip/read/MemberSelection.h"
@@ -64,6 +65,10 @@ AddPlan::AddPlan(const AddingOptions& options, Problems& problems) : options_(op
     excluded_.push_back(MemberNameOf(pattern) + (pattern.ends_with('/') ? "/" : ""));
   }
   std::erase(excluded_, "");
+  const std::string archive = options.archive == kStandardStream ? "/dev/stdout" : options.archive;
+  struct stat status {};
+  if (lstat(archive.c_str(), &status) == 0) left_out_.insert(IdOf(status));
+  if (S_ISLNK(status.st_mode) && stat(archive.c_str(), &status) == 0) left_out_.insert(IdOf(status));
 }
 
 void AddPlan::Add(const std::string& path, const std::string& name) {
@@ -159,12 +164,6 @@ void AddPlan::TakeUp(PlannedItem item) {
 
 bool AddPlan::HasSideFileOf(const PlannedItem& item) const {
   return item.has_side_file && by_name_.contains(SideFile::PathFor(item.name));
-}
-
-void AddPlan::LeaveOut(const std::string& path) {
-  struct stat status {};
-  if (lstat(path.c_str(), &status) == 0) left_out_.insert(IdOf(status));
-  if (S_ISLNK(status.st_mode) && stat(path.c_str(), &status) == 0) left_out_.insert(IdOf(status));
 }
 
 std::string WhyLeftOut(const PlannedItem& item, const Ref<ZipArchive>& archive) {

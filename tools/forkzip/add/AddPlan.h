@@ -40,11 +40,9 @@ struct PlannedItem {
 
 class AddPlan {
  public:
-  // REQUIRES: both outlive the plan.
+  // The archive itself, or what standard output goes to in its place, is not added to itself. There need be
+  // no such file yet. REQUIRES: both outlive the plan.
   AddPlan(const AddingOptions& options, Problems& problems);
-
-  // The archive itself, or what is to become it, is not added to itself. There need be no such file yet.
-  void LeaveOut(const std::string& path);
 
   // From now on items are passed over unless `wanted` says yes.
   void Restrict(std::function<bool(const PlannedItem& item)> wanted) { wanted_ = std::move(wanted); }

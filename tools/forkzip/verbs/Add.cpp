@@ -47,7 +47,6 @@ AddPlan PlanOf(const Ref<ZipArchive>& archive, const AddingOptions& options, Pro
     throw Failure(ExitCode::kUsage, "what --as gives is no name for a member");
   }
   AddPlan plan(options, problems);
-  plan.LeaveOut(options.archive);
   std::unordered_map<std::string, std::time_t> members;
   for (std::int32_t i = 1; options.newer && i <= archive->EntryCount(); ++i) {
     const Ref<ZipEntry> entry = archive->Entry(i);

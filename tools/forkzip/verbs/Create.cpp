@@ -26,7 +26,6 @@ Examples:
 
 RawDirectory Fill(ArchiveEdit& edit, const AddingOptions& options, Problems& problems) {
   AddPlan plan(options, problems);
-  if (options.archive == kStandardStream) plan.LeaveOut("/dev/stdout");
   for (const std::string& path : PathsOf(options)) plan.Add(path, "");
   Preflight::CheckCount(plan.Items().size());
   edit.KeepMembers();

@@ -25,31 +25,27 @@ void Preview(const Ref<ZipArchive>& archive, const std::vector<std::int32_t>& me
   output.Flush();
 }
 
-// Looks for the members once no other run can change the archive any more. Returns how many there were.
-std::size_t Delete(ArchiveEdit& edit, const Options& options, Problems& problems, RawDirectory& directory) {
-  const std::vector<std::int32_t> members =
-      SelectMembers(edit.Archive(), options, problems, LetterCase::kExact).members;
-  if (problems.Code() != ExitCode::kDone) throw Failure(problems.Code(), "nothing is deleted");
-  RecordSet doomed;
-  for (const std::int32_t i : members) doomed.Add(edit.Archive()->Entry(i));
-  std::erase_if(directory.records, [&](const RawRecord& record) { return doomed.Contains(record); });
-  if (options.dry_run) {
-    if (!options.in_place) ExtentsOf(edit.From(), directory);  // which the others must have to be moved
-    Preview(edit.Archive(), members, options.quiet);
-  } else if (options.in_place) {
-    edit.KeepMembers();
-  } else {
-    edit.MoveTogether(directory);
-  }
-  return members.size();
-}
-
+// Looks for the members once no other run can change the archive any more.
 void Delete(const Options& options, Problems& problems) {
   std::size_t deleted = 0;
   EditArchive(options, [&](ArchiveEdit& edit) {
+    const std::vector<std::int32_t> members =
+        SelectMembers(edit.Archive(), options, problems, LetterCase::kExact).members;
+    if (problems.Code() != ExitCode::kDone) throw Failure(problems.Code(), "nothing is deleted");
+    RecordSet doomed;
+    for (const std::int32_t i : members) doomed.Add(edit.Archive()->Entry(i));
     std::optional<RawDirectory> directory = edit.Before();
-    deleted = Delete(edit, options, problems, *directory);
-    if (options.dry_run) directory.reset();
+    std::erase_if(directory->records, [&](const RawRecord& record) { return doomed.Contains(record); });
+    if (options.dry_run) {
+      if (!options.in_place) ExtentsOf(edit.From(), *directory);  // which the others must have to be moved
+      Preview(edit.Archive(), members, options.quiet);
+      directory.reset();
+    } else if (options.in_place) {
+      edit.KeepMembers();
+    } else {
+      edit.MoveTogether(*directory);
+    }
+    deleted = members.size();
     return directory;
   });
   if (!options.quiet) Print(Count(deleted, "member") + (options.dry_run ? " to be deleted\n" : " deleted\n"));
