@@ -20,12 +20,7 @@ void Interruption::Watch() {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
     struct sigaction present {};
     sigaction(signal, nullptr, &present);
-    if (present.sa_handler == SIG_IGN) continue;
-    struct sigaction action {};
-    action.sa_handler = Note;
-    sigemptyset(&action.sa_mask);
-    action.sa_flags = SA_RESTART;
-    sigaction(signal, &action, nullptr);
+    if (present.sa_handler != SIG_IGN) std::signal(signal, Note);  // which restarts system calls
   }
 }
 

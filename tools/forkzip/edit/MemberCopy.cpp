@@ -146,10 +146,6 @@ void CheckSources(const ArchiveEdit& edit, const std::vector<Source>& sources) {
   ExtentsOf(edit.From(), of_sources);
 }
 
-std::string_view WithoutSlash(std::string_view name) {
-  return name.substr(0, name.size() - (name.ends_with('/') ? 1 : 0));
-}
-
 // The copies are called `name`, lie in that folder, or are companions. A folder of that name counts as taken
 // too, since the copies would mix with what lies in it.
 void CheckNamesAreFree(const std::vector<RawRecord>& kept, const std::vector<Source>& sources,

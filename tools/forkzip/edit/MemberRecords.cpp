@@ -37,6 +37,10 @@ bool IsFolderOfCompanions(std::string_view name) {
   return name.starts_with("__MACOSX/") && name.ends_with('/');
 }
 
+std::string_view WithoutSlash(std::string_view name) {
+  return name.substr(0, name.size() - (name.ends_with('/') ? 1 : 0));
+}
+
 const RawRecord& RecordOf(const RawDirectory& directory, const Ref<ZipEntry>& entry) {
   const auto found = std::find_if(directory.records.begin(), directory.records.end(),
                                   [&](const RawRecord& record) { return KeyOf(record) == KeyOf(entry); });

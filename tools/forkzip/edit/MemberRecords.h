@@ -24,6 +24,8 @@ RecordKey KeyOf(const Ref<ZipEntry>& entry);
 std::string_view NameInRecord(const Ref<ZipEntry>& entry);
 // Whether a stored name is that of a folder in the tree of companions, which the engine leaves out as a rule.
 bool IsFolderOfCompanions(std::string_view name);
+// The name of a folder without the slash at its end; any other as it is.
+std::string_view WithoutSlash(std::string_view name);
 // The record of a member. Raises Failure if there is none.
 const RawRecord& RecordOf(const RawDirectory& directory, const Ref<ZipEntry>& entry);
 

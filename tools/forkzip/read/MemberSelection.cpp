@@ -91,8 +91,17 @@ class MemberIndex {
     return found;
   }
 
-  Found Excluded(const std::vector<std::string>& patterns) const {
-    return Where([&](const std::string& name) { return IsExcluded(name, patterns); });
+  // The members whose names are meant.
+  Found Where(const std::function<bool(const std::string&)>& is_meant) const {
+    Found found;
+    std::string_view previous;
+    bool meant = false;
+    for (const auto& [candidate, index] : names_) {
+      if (!IsShared(candidate, previous)) meant = is_meant(std::string(candidate));
+      previous = candidate;
+      if (meant) found.push_back(index);
+    }
+    return found;
   }
 
  private:
@@ -135,18 +144,6 @@ class MemberIndex {
     return Where([&](const std::string& name) { return fnmatch(pattern.c_str(), name.c_str(), 0) == 0; });
   }
 
-  Found Where(const std::function<bool(const std::string&)>& is_meant) const {
-    Found found;
-    std::string_view previous;
-    bool meant = false;
-    for (const auto& [candidate, index] : names_) {
-      if (!IsShared(candidate, previous)) meant = is_meant(std::string(candidate));
-      previous = candidate;
-      if (meant) found.push_back(index);
-    }
-    return found;
-  }
-
   LetterCase letter_case_;
   std::deque<std::string> converted_;  // names that stand otherwise in the archive
   std::vector<Entry> names_;
@@ -173,7 +170,8 @@ MemberSelection SelectMembers(const Ref<ZipArchive>& archive, const Options& opt
     }
     for (const std::int32_t i : found) wanted[static_cast<std::size_t>(i)] = true;
   }
-  for (const std::int32_t i : index.Excluded(options.excluded)) wanted[static_cast<std::size_t>(i)] = false;
+  const auto is_excluded = [&](const std::string& name) { return IsExcluded(name, options.excluded); };
+  for (const std::int32_t i : index.Where(is_excluded)) wanted[static_cast<std::size_t>(i)] = false;
   for (std::int32_t i = 1; i <= count; ++i) {
     if (!wanted[static_cast<std::size_t>(i)]) continue;
     selected.members.push_back(i);

@@ -24,18 +24,6 @@ Examples:
   forkzip create - src | ssh host 'cat >src.zip'    to standard output, when the archive is whole
   forkzip create --macbinary always mac.zip Icon   type, creator and dates of classic Mac files as well)";
 
-RawDirectory Fill(ArchiveEdit& edit, const AddingOptions& options, Problems& problems) {
-  AddPlan plan(options, problems);
-  for (const std::string& path : PathsOf(options)) plan.Add(path, "");
-  Preflight::CheckCount(plan.Items().size());
-  edit.KeepMembers();
-  RawDirectory made = WriteMembers(edit.To(), 0, plan, options, problems);
-  if (made.records.empty() && problems.Code() != ExitCode::kDone) {
-    throw Failure(problems.Code(), "there is nothing to put into it");
-  }
-  return made;
-}
-
 void Create(const AddingOptions& options, Problems& problems) {
   struct stat status {};
   const bool streaming = options.archive == kStandardStream;
@@ -46,7 +34,14 @@ void Create(const AddingOptions& options, Problems& problems) {
   }
   std::size_t members = 0;
   const auto fill = [&](ArchiveEdit& edit) {
-    RawDirectory made = Fill(edit, options, problems);
+    AddPlan plan(options, problems);
+    for (const std::string& path : PathsOf(options)) plan.Add(path, "");
+    Preflight::CheckCount(plan.Items().size());
+    edit.KeepMembers();
+    RawDirectory made = WriteMembers(edit.To(), 0, plan, options, problems);
+    if (made.records.empty() && problems.Code() != ExitCode::kDone) {
+      throw Failure(problems.Code(), "there is nothing to put into it");
+    }
     members = made.records.size();
     return made;
   };

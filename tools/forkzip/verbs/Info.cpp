@@ -31,8 +31,7 @@ struct Totals {
 
 Totals AddUp(const Ref<ZipArchive>& archive) {
   Totals totals;
-  const std::int32_t count = archive->EntryCount();
-  for (std::int32_t i = 1; i <= count; ++i) {
+  for (std::int32_t i = 1; i <= archive->EntryCount(); ++i) {
     const Ref<ZipEntry> entry = archive->Entry(i);
     ++(entry->IsDirectory() ? totals.folders : totals.files);
     if (entry->IsEncrypted()) ++totals.encrypted;

@@ -29,19 +29,14 @@ bool Bears(std::string_view member, std::string_view name) {
   return member.starts_with(name) && (member.size() == name.size() || member[name.size()] == '/');
 }
 
-std::string WithoutSlash(std::string name) {
-  if (name.ends_with('/')) name.pop_back();
-  return name;
-}
-
 // The name of the one member or folder that is meant.
 std::string OldName(const Ref<ZipArchive>& archive, const std::string& argument) {
-  std::string name = WithoutSlash(argument);
+  const std::string name(WithoutSlash(argument));
   for (std::int32_t i = 1; i <= archive->EntryCount(); ++i) {
     if (Bears(ListedName(*archive->Entry(i)), name)) return name;
   }
-  return WithoutSlash(
-      ListedName(*archive->Entry(SelectOneName(archive, argument, LetterCase::kExact).front())));
+  const std::int32_t index = SelectOneName(archive, argument, LetterCase::kExact).front();
+  return std::string(WithoutSlash(ListedName(*archive->Entry(index))));
 }
 
 // The new name of a member, or folder in the tree of companions, that bears the old one or lies below it.
