@@ -37,7 +37,6 @@ As ARCHIVE `-` stands for standard input, or for standard output of `create`.
 `forkzip VERB --help` explains a verb by examples.)";
 
 int Main(int argc, char** argv) {
-  ExitCode exit_code = ExitCode::kDone;
   CLI::App app(kAbout, "forkzip");
   app.footer(kFooter);
   app.get_formatter()->label("SUBCOMMAND", "VERB");
@@ -46,11 +45,13 @@ int Main(int argc, char** argv) {
   for (const auto add_verb :
        {AddListVerb, AddInfoVerb, AddTestVerb, AddExtractVerb, AddCatVerb, AddCreateVerb, AddAddVerb,
         AddDeleteVerb, AddDuplicateVerb, AddRenameVerb, AddCommentVerb, AddCompactVerb}) {
-    add_verb(app, exit_code);
+    add_verb(app);
   }
   for (CLI::App* verb : app.get_subcommands([](CLI::App*) { return true; })) verb->group("Verbs");
   try {
-    Parse(app, argc, argv);
+    const ExitCode exit_code = Parse(app, argc, argv);
+    Interruption::Obey();
+    return static_cast<int>(exit_code);
   } catch (const CLI::Success& asked) {  // --help, --version
     std::ostringstream text;
     const int code = app.exit(asked, text);
@@ -65,8 +66,6 @@ int Main(int argc, char** argv) {
               << "\nTry `forkzip --help`, or `forkzip VERB --help`.\n";
     return static_cast<int>(ExitCode::kUsage);
   }
-  Interruption::Obey();
-  return static_cast<int>(exit_code);
 }
 
 }  // namespace

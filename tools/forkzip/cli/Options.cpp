@@ -15,6 +15,8 @@ With --in-place the archive itself is changed. What fails for want of room or is
 that is killed can leave it damaged: other programs may then not be able to open it.
 )";
 
+ExitCode outcome = ExitCode::kDone;  // of the verb that was carried out
+
 }  // namespace
 
 Progress::When Options::ShowProgress() const {
@@ -22,12 +24,12 @@ Progress::When Options::ShowProgress() const {
   return quiet ? Progress::When::kNever : Progress::When::kOnTerminal;
 }
 
-void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, std::function<void(Problems&)> run) {
+void SetUp(CLI::App& command, Options& options, std::function<void(Problems&)> run) {
   command.add_option("ARCHIVE", options.archive, "The Zip archive")
       ->required()
       ->check([](const std::string& path) { return path.empty() ? "an empty name is no file's" : ""; });
   command.add_flag("-q,--quiet", options.quiet, "Leave out counts and summaries");
-  command.callback([&command, &options, &exit_code, run = std::move(run)] {
+  command.callback([&command, &options, run = std::move(run)] {
     options.command = &command;
     Problems problems(options.archive);
     try {
@@ -39,7 +41,7 @@ void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, std::functi
       if (!Interruption::Requested()) problems.Add(failure.Code(), failure.what());
     }
     problems.AddUp();
-    exit_code = problems.Code();
+    outcome = problems.Code();
   });
 }
 
@@ -106,7 +108,7 @@ void AddInPlaceOption(CLI::App& command, Options& options) {
   command.footer(kHelpOnEditing + command.get_footer());
 }
 
-void Parse(CLI::App& app, int argc, char** argv) {
+ExitCode Parse(CLI::App& app, int argc, char** argv) {
   constexpr char kMark = '\x01';
   const auto take_mark_off = [](const std::string& value) {
     return value.substr(value.starts_with(kMark) ? 1 : 0);
@@ -121,6 +123,7 @@ void Parse(CLI::App& app, int argc, char** argv) {
     arguments.push_back(marked ? kMark + argument : argument);
   }
   app.parse(std::move(arguments));
+  return outcome;
 }
 
 }  // namespace vantorel::forkzip

@@ -34,18 +34,18 @@ struct Options {
 };
 
 // Puts the verb's argument ARCHIVE and the option -q to `command`, and has `run` called when the command is
-// given. `options` and `exit_code` must live until then.
-void SetUp(CLI::App& command, Options& options, ExitCode& exit_code, std::function<void(Problems&)> run);
+// given. `options` must live until then.
+void SetUp(CLI::App& command, Options& options, std::function<void(Problems&)> run);
 
 // Puts a verb on the command line, with `help` behind its options, which are O and live to the end. What
-// `verb` raises as Failure ends it at once. `exit_code` must live until the command line is parsed.
+// `verb` raises as Failure ends it at once.
 template <typename O>
-std::pair<CLI::App&, O&> AddVerb(CLI::App& app, ExitCode& exit_code, const char* name, const char* about,
-                                 const char* help, void (*verb)(const O& options, Problems& problems)) {
+std::pair<CLI::App&, O&> AddVerb(CLI::App& app, const char* name, const char* about, const char* help,
+                                 void (*verb)(const O& options, Problems& problems)) {
   static O options;
   CLI::App& command = *app.add_subcommand(name, about);
   command.footer(help);
-  SetUp(command, options, exit_code, [verb](Problems& problems) { verb(options, problems); });
+  SetUp(command, options, [verb](Problems& problems) { verb(options, problems); });
   return {command, options};
 }
 
@@ -64,8 +64,8 @@ void AddDryRunOption(CLI::App& command, Options& options);
 // For verbs that change an archive. Their help says in front what the two ways to do so are.
 void AddInPlaceOption(CLI::App& command, Options& options);
 
-// Parses the command line, each argument taken as it stands: the parser by itself takes a name in brackets
-// for a list.
-void Parse(CLI::App& app, int argc, char** argv);
+// Parses the command line, and carries out the verb that is given. Each argument is taken as it stands: the
+// parser by itself takes a name in brackets for a list.
+ExitCode Parse(CLI::App& app, int argc, char** argv);
 
 }  // namespace vantorel::forkzip

@@ -162,9 +162,8 @@ void Add(const AddingOptions& options, Problems& problems) {
 
 }  // namespace
 
-void AddAddVerb(CLI::App& app, ExitCode& exit_code) {
-  const auto [command, options] =
-      AddVerb(app, exit_code, "add", "Adds files and folders to an archive", kHelp, Add);
+void AddAddVerb(CLI::App& app) {
+  const auto [command, options] = AddVerb(app, "add", "Adds files and folders to an archive", kHelp, Add);
   DefineAddingOptions(command, options);
   command.add_flag("--newer", options.newer, "Add files that are newer than their member, or have none yet");
   command.add_option("--as", options.name, "The name of the one PATH in the archive");

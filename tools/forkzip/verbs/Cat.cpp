@@ -46,9 +46,8 @@ void Cat(const CatOptions& options, Problems& problems) {
 
 }  // namespace
 
-void AddCatVerb(CLI::App& app, ExitCode& exit_code) {
-  const auto [command, options] =
-      AddVerb(app, exit_code, "cat", "Writes members to standard output", kHelp, Cat);
+void AddCatVerb(CLI::App& app) {
+  const auto [command, options] = AddVerb(app, "cat", "Writes members to standard output", kHelp, Cat);
   command.add_option("MEMBER", options.members, "Names, or patterns that only one member matches")
       ->required();
   command.add_flag("--raw", options.raw, "Leave MacBinary as it is");

@@ -42,9 +42,9 @@ void Comment(const CommentOptions& options, Problems& /*problems*/) {
 
 }  // namespace
 
-void AddCommentVerb(CLI::App& app, ExitCode& exit_code) {
+void AddCommentVerb(CLI::App& app) {
   const auto [command, options] =
-      AddVerb(app, exit_code, "comment", "Shows or sets an archive's comment", kHelp, Comment);
+      AddVerb(app, "comment", "Shows or sets an archive's comment", kHelp, Comment);
   command.add_option("TEXT", options.text,
                      "The new comment, or an empty text to remove it; without TEXT the comment is shown");
   AddInPlaceOption(command, options);

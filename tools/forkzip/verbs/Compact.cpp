@@ -30,9 +30,9 @@ void Compact(const Options& options, Problems& /*problems*/) {
 
 }  // namespace
 
-void AddCompactVerb(CLI::App& app, ExitCode& exit_code) {
+void AddCompactVerb(CLI::App& app) {
   const auto [command, options] =
-      AddVerb(app, exit_code, "compact", "Frees the space of deleted members", kHelp, Compact);
+      AddVerb(app, "compact", "Frees the space of deleted members", kHelp, Compact);
   AddInPlaceOption(command, options);
 }
 

@@ -52,8 +52,8 @@ void Create(const AddingOptions& options, Problems& problems) {
 
 }  // namespace
 
-void AddCreateVerb(CLI::App& app, ExitCode& exit_code) {
-  const auto [command, options] = AddVerb(app, exit_code, "create", "Makes a new archive", kHelp, Create);
+void AddCreateVerb(CLI::App& app) {
+  const auto [command, options] = AddVerb(app, "create", "Makes a new archive", kHelp, Create);
   DefineAddingOptions(command, options);
 }
 

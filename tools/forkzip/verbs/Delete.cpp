@@ -53,9 +53,8 @@ void Delete(const Options& options, Problems& problems) {
 
 }  // namespace
 
-void AddDeleteVerb(CLI::App& app, ExitCode& exit_code) {
-  const auto [command, options] =
-      AddVerb(app, exit_code, "delete", "Deletes members from an archive", kHelp, Delete);
+void AddDeleteVerb(CLI::App& app) {
+  const auto [command, options] = AddVerb(app, "delete", "Deletes members from an archive", kHelp, Delete);
   command.add_option("MEMBER", options.members, "Names, folders or shell patterns")->required();
   AddExcludeOption(command, options);
   AddDryRunOption(command, options);

@@ -39,9 +39,9 @@ void Duplicate(const NamingOptions& options, Problems& /*problems*/) {
 
 }  // namespace
 
-void AddDuplicateVerb(CLI::App& app, ExitCode& exit_code) {
+void AddDuplicateVerb(CLI::App& app) {
   const auto [command, options] =
-      AddVerb(app, exit_code, "duplicate", "Copies a member under a second name", kHelp, Duplicate);
+      AddVerb(app, "duplicate", "Copies a member under a second name", kHelp, Duplicate);
   command.add_option("MEMBER", options.member, "A member's name, or a pattern that only one matches")
       ->required();
   command.add_option("NEWNAME", options.new_name, "The second name")->required();

@@ -84,9 +84,8 @@ void Extract(const ExtractOptions& options, Problems& problems) {
 
 }  // namespace
 
-void AddExtractVerb(CLI::App& app, ExitCode& exit_code) {
-  const auto [command, options] =
-      AddVerb(app, exit_code, "extract", "Extracts members to disk", kHelp, Extract);
+void AddExtractVerb(CLI::App& app) {
+  const auto [command, options] = AddVerb(app, "extract", "Extracts members to disk", kHelp, Extract);
   AddReadingOptions(command, options);
   command.add_option("-d,--destination", options.ways.root, "The folder to extract to")
       ->default_str(".")

@@ -139,9 +139,9 @@ void Info(const InfoOptions& options, Problems& /*problems*/) {
 
 }  // namespace
 
-void AddInfoVerb(CLI::App& app, ExitCode& exit_code) {
+void AddInfoVerb(CLI::App& app) {
   const auto [command, options] =
-      AddVerb(app, exit_code, "info", "Describes an archive, or one of its members", kHelp, Info);
+      AddVerb(app, "info", "Describes an archive, or one of its members", kHelp, Info);
   command.add_option("MEMBER", options.member, "A member's name, or a pattern that only one matches");
   AddJsonOption(command, options);
   AddEncodingOption(command, options, Guess::kAllowed);

@@ -137,9 +137,8 @@ void List(const ListOptions& options, Problems& problems) {
 
 }  // namespace
 
-void AddListVerb(CLI::App& app, ExitCode& exit_code) {
-  const auto [command, options] =
-      AddVerb(app, exit_code, "list", "Lists the members of an archive", kHelp, List);
+void AddListVerb(CLI::App& app) {
+  const auto [command, options] = AddVerb(app, "list", "Lists the members of an archive", kHelp, List);
   command.add_flag("-l,--long", options.long_form,
                    "Mode, size and date of each member, wherever the output goes");
   command.add_flag("--tree", options.tree, "Folders and what is in them, one below the other");

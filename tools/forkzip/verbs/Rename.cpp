@@ -86,9 +86,9 @@ void Rename(const NamingOptions& options, Problems& /*problems*/) {
 
 }  // namespace
 
-void AddRenameVerb(CLI::App& app, ExitCode& exit_code) {
-  const auto [command, options] = AddVerb(
-      app, exit_code, "rename", "Renames a member, or a folder with all that is in it", kHelp, Rename);
+void AddRenameVerb(CLI::App& app) {
+  const auto [command, options] =
+      AddVerb(app, "rename", "Renames a member, or a folder with all that is in it", kHelp, Rename);
   command.add_option("MEMBER", options.member, "A member or folder, or a pattern that only one matches")
       ->required();
   command.add_option("NEWNAME", options.new_name, "Its new name")->required();

@@ -104,9 +104,8 @@ void Test(const Options& options, Problems& problems) {
 
 }  // namespace
 
-void AddTestVerb(CLI::App& app, ExitCode& exit_code) {
-  const auto [command, options] =
-      AddVerb(app, exit_code, "test", "Checks that members are sound", kHelp, Test);
+void AddTestVerb(CLI::App& app) {
+  const auto [command, options] = AddVerb(app, "test", "Checks that members are sound", kHelp, Test);
   AddReadingOptions(command, options);
   AddJsonOption(command, options);
   AddExcludeOption(command, options);
