@@ -47,7 +47,6 @@ int Main(int argc, char** argv) {
         AddDeleteVerb, AddDuplicateVerb, AddRenameVerb, AddCommentVerb, AddCompactVerb}) {
     add_verb(app);
   }
-  for (CLI::App* verb : app.get_subcommands([](CLI::App*) { return true; })) verb->group("Verbs");
   try {
     const ExitCode exit_code = Parse(app, argc, argv);
     Interruption::Obey();

@@ -43,7 +43,7 @@ template <typename O>
 std::pair<CLI::App&, O&> AddVerb(CLI::App& app, const char* name, const char* about, const char* help,
                                  void (*verb)(const O& options, Problems& problems)) {
   static O options;
-  CLI::App& command = *app.add_subcommand(name, about);
+  CLI::App& command = *app.add_subcommand(name, about)->group("Verbs");
   command.footer(help);
   SetUp(command, options, [verb](Problems& problems) { verb(options, problems); });
   return {command, options};

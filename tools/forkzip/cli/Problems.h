@@ -57,8 +57,13 @@ class Problems {
   std::map<std::string, std::size_t, std::less<>> told_;  // how often, by the beginning of the message
 };
 
-// How work that is shared out tells what is wrong with a member.
-using Tell = std::function<void(ExitCode code, std::string_view member, std::string_view message)>;
+// What is wrong with a member, as work that is shared out tells it.
+struct Told {
+  ExitCode code;
+  std::string member;
+  std::string message;
+};
+using Tell = std::function<void(const Told& told)>;
 
 // "forkzip: ", as all messages on standard error begin.
 std::string MessagePrefix();

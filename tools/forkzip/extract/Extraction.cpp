@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <functional>
 #include <set>
-#include <string_view>
 
 #include "platform/files/FileCalls.h"
 #include "tools/forkzip/cli/Interruption.h"
@@ -63,9 +62,9 @@ std::size_t Guarded(const Ref<ZipEntry>& entry, const Tell& tell, Work work) {
   try {
     return work() ? 1 : 0;
   } catch (const Failure& failure) {
-    if (!Interruption::Requested()) tell(failure.Code(), Utf8(entry->RawPath()), failure.what());
+    if (!Interruption::Requested()) tell({failure.Code(), Utf8(entry->RawPath()), failure.what()});
   } catch (const RuntimeException& fault) {
-    tell(ExitCode::kBadArchive, Utf8(entry->RawPath()), fault.what());
+    tell({ExitCode::kBadArchive, Utf8(entry->RawPath()), fault.what()});
   }
   return 0;
 }
@@ -158,8 +157,8 @@ class Extraction {
     if (!IsWanted(entry, path)) return false;
     const int error = ExtractFile(entry, target_, path);
     if (error != 0) {
-      tell(ExitCode::kDone, Utf8(entry->RawPath()),
-           WithCause("its mode or time cannot be stored here", error));
+      tell({ExitCode::kDone, Utf8(entry->RawPath()),
+            WithCause("its mode or time cannot be stored here", error)});
     }
     return true;
   }
@@ -211,9 +210,7 @@ std::size_t ExtractAll(const std::vector<Ref<ZipEntry>>& entries, const Extracti
     progress.Begin(entries[unit]);
     return extraction.Extract(entries[unit], tell);
   };
-  work.take = [&](std::size_t, ExitCode code, std::string_view member, std::string_view message) {
-    problems.Add(code, member, message);
-  };
+  work.take = [&](std::size_t, const Told& told) { problems.Add(told.code, told.member, told.message); };
   std::size_t extracted = 0;
   try {
     extracted = DoShared(jobs, work, progress);

@@ -174,8 +174,8 @@ class Crew {
     while (!Interruption::Requested() && (share = board_->next_share++) < work_.shares.size()) {
       std::uint32_t tally = 0;
       for (const std::uint32_t unit : work_.shares[share]) {
-        const auto tell = [=](ExitCode code, std::string_view member, std::string_view message) {
-          Write(reports, {Report::Kind::kTold, code, unit}, member, message);
+        const auto tell = [=](const Told& told) {
+          Write(reports, {Report::Kind::kTold, told.code, unit}, told.member, told.message);
         };
         tally += static_cast<std::uint32_t>(work_.run(unit, tell));
         if (Interruption::Requested()) return;
@@ -196,7 +196,8 @@ class Crew {
       return CheckEnd(process);
     }
     if (report.kind == Report::Kind::kFault) throw Failure(report.code, message);
-    if (report.kind == Report::Kind::kTold) return in_order_.Tell(report.index, report.code, member, message);
+    if (report.kind == Report::Kind::kTold)
+      return in_order_.Tell(report.index, {report.code, member, message});
     tally_ += report.tally;
     for (const std::uint32_t unit : work_.shares.at(report.index)) in_order_.End(unit);
   }

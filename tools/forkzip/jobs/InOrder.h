@@ -2,8 +2,6 @@
 
 #include <cstddef>
 #include <map>
-#include <string>
-#include <string_view>
 #include <vector>
 
 #include "tools/forkzip/jobs/SharedWork.h"
@@ -15,9 +13,9 @@ class InOrder {
  public:
   explicit InOrder(const SharedWork& work) : work_(work), done_(work.sizes.size()) {}
 
-  void Tell(std::size_t unit, ExitCode code, std::string_view member, std::string_view message) {
-    if (unit == next_) return work_.take(unit, code, member, message);
-    held_.emplace(unit, Told{code, std::string(member), std::string(message)});
+  void Tell(std::size_t unit, const Told& told) {
+    if (unit == next_) return work_.take(unit, told);
+    held_.emplace(unit, told);
   }
 
   // Nothing more will be told of the unit.
@@ -25,9 +23,7 @@ class InOrder {
     done_[unit] = true;
     for (; next_ < done_.size() && done_[next_]; ++next_) {
       const auto [begin, end] = held_.equal_range(next_ + 1);
-      for (auto told = begin; told != end; ++told) {
-        work_.take(told->first, told->second.code, told->second.member, told->second.message);
-      }
+      for (auto held = begin; held != end; ++held) work_.take(held->first, held->second);
       held_.erase(begin, end);
     }
   }
@@ -35,12 +31,6 @@ class InOrder {
   bool HasEnded(std::size_t unit) const { return done_[unit]; }
 
  private:
-  struct Told {
-    ExitCode code;
-    std::string member;
-    std::string message;
-  };
-
   const SharedWork& work_;
   std::multimap<std::size_t, Told> held_;
   std::vector<bool> done_;

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <string_view>
 #include <vector>
 
 #include "tools/forkzip/cli/Problems.h"
@@ -25,9 +24,7 @@ struct SharedWork {
   // Does a unit, and tells what is wrong. The sum of what it returns is the result.
   std::function<std::size_t(std::size_t unit, const Tell& tell)> run;
   // Takes what was told of a unit, in the calling process and in the order of the units.
-  using Take =
-      std::function<void(std::size_t unit, ExitCode code, std::string_view member, std::string_view message)>;
-  Take take;
+  std::function<void(std::size_t unit, const Told& told)> take;
 
   std::uint64_t TotalSize() const;
   // With how many jobs it is done, going by JobCount, if `asked` are asked for.

@@ -37,10 +37,11 @@ class Report {
   }
 
   // `is_tested`: the member is damaged, and not only of a kind that cannot be unpacked here.
-  void Add(std::size_t unit, std::string_view name, std::string_view fault, bool is_tested) {
+  void Add(std::size_t unit, const Told& told, bool is_tested) {
     if (json_) {
       output_.Write(failed_ == 0 ? "\n    " : ",\n    ");
-      output_.Write(JsonText({{"index", selected_.members[unit]}, {"name", name}, {"error", fault}}));
+      output_.Write(
+          JsonText({{"index", selected_.members[unit]}, {"name", told.member}, {"error", told.message}}));
     }
     ++failed_;
     if (!is_tested) ++untested_;
@@ -88,13 +89,13 @@ void Test(const Options& options, Problems& problems) {
     try {
       Verify(entry);
     } catch (const Failure& failure) {
-      if (!Interruption::Requested()) tell(failure.Code(), Utf8(entry->RawPath()), failure.what());
+      if (!Interruption::Requested()) tell({failure.Code(), Utf8(entry->RawPath()), failure.what()});
     }
     return 0;
   };
-  work.take = [&](std::size_t unit, ExitCode code, std::string_view member, std::string_view message) {
-    problems.Add(code, member, message);
-    report.Add(unit, member, message, message != WhyNotUnpacked(archive->Entry(selected.members[unit])));
+  work.take = [&](std::size_t unit, const Told& told) {
+    problems.Add(told.code, told.member, told.message);
+    report.Add(unit, told, told.message != WhyNotUnpacked(archive->Entry(selected.members[unit])));
   };
   DoShared(work.Jobs(options.jobs), work, *progress);
   if (Interruption::Requested()) return;
