@@ -48,9 +48,8 @@ bool HeadersAgree(std::string_view local, const RawRecord& record) {
 }
 
 void CheckHeader(int file, const RawRecord& record) {
-  if (!HeadersAgree(ReadAt(file, record.Offset(), LocalHeader::kSize + record.Name().size()), record)) {
-    throw Failure(ExitCode::kBadArchive, "not changed: its local header contradicts the directory");
-  }
+  const std::string header = ReadAt(file, record.Offset(), LocalHeader::kSize + record.Name().size());
+  if (!HeadersAgree(header, record)) Preflight::Refuse("its local header contradicts the directory");
 }
 
 // What cannot be unpacked here, like encrypted data, is not looked into.
@@ -61,7 +60,7 @@ void CheckSound(const Ref<ZipEntry>& entry) {
     Verify(entry);
   } catch (const Failure& fault) {
     if (fault.Code() != ExitCode::kBadArchive) throw;
-    throw Failure(fault.Code(), std::string("not changed: the member is damaged: ") + fault.what());
+    Preflight::Refuse(std::string("the member is damaged: ") + fault.what());
   }
 }
 
@@ -155,9 +154,7 @@ void CheckNamesAreFree(const std::vector<RawRecord>& kept, const std::vector<Sou
   std::vector<std::string> names = {std::string(WithoutSlash(name))};
   for (const Source& source : sources) {
     if (source.name.empty()) continue;
-    if (taken.contains(WithoutSlash(source.name))) {
-      throw Failure(ExitCode::kBadArchive, "not changed: " + source.name + ": exists already");
-    }
+    if (taken.contains(WithoutSlash(source.name))) Preflight::Refuse(source.name + ": exists already");
     names.push_back(source.name);
   }
   Preflight::CheckPlaces(kept, names);

@@ -18,10 +18,6 @@ constexpr std::uint64_t kMostMembers = 65535;
 constexpr std::uint64_t kLargestArchive = 0x7FFFFFFF;
 constexpr std::size_t kLongestText = 65535;  // a name or a comment
 
-[[noreturn]] void Refuse(const std::string& why) {
-  throw Failure(ExitCode::kBadArchive, "not changed: " + why);
-}
-
 // "a/b/c" lies in "a" and "a/b", and "a/b/" stands for the latter.
 std::vector<std::string_view> FoldersOf(std::string_view name) {
   std::vector<std::string_view> folders;
@@ -32,6 +28,10 @@ std::vector<std::string_view> FoldersOf(std::string_view name) {
 }
 
 }  // namespace
+
+void Refuse(const std::string& why) {
+  throw Failure(ExitCode::kBadArchive, "not changed: " + why);
+}
 
 void CheckDirectory(int file, const RawDirectory& directory) {
   struct stat status {};

@@ -11,6 +11,9 @@
 
 namespace vantorel::forkzip::Preflight {
 
+// Raises that Failure.
+[[noreturn]] void Refuse(const std::string& why);
+
 // For every edit: the directory is what it claims to be, and nothing that lies behind it would be cut off.
 void CheckDirectory(int file, const RawDirectory& directory);
 

@@ -19,6 +19,10 @@ constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 constexpr mode_t kNewFolder = 0777;  // less the umask
 }  // namespace
 
+void Refuse(const std::string& why) {
+  throw Failure(ExitCode::kBadArchive, "refused: " + why);
+}
+
 Destination::Destination(const std::string& root) : root_path_(root) {
   std::error_code error;
   std::filesystem::create_directories(root, error);
@@ -57,9 +61,7 @@ Descriptor Destination::Step(int parent, std::span<const std::string> components
     return folder;
   }
   const int error = errno;
-  if (S_ISLNK(KindOf(parent, name))) {
-    throw Failure(ExitCode::kBadArchive, "refused: a symbolic link is in the way: " + PathOf(components));
-  }
+  if (S_ISLNK(KindOf(parent, name))) Refuse("a symbolic link is in the way: " + PathOf(components));
   throw SystemFailure("folder " + PathOf(components), error);
 }
 

@@ -15,6 +15,9 @@ inline std::span<const std::string> FoldersOf(std::span<const std::string> path)
   return path.first(path.size() - 1);
 }
 
+// Raises Failure (kBadArchive) about a member that might do harm.
+[[noreturn]] void Refuse(const std::string& why);
+
 class Destination {
  public:
   // Makes the folder, and those above it, if it is missing. Raises Failure (kFileError).

@@ -30,10 +30,7 @@ namespace {
 
 std::string LinkTargetOf(const Ref<ZipEntry>& entry) {
   constexpr std::uint32_t kLongest = 4095;
-  if (SizeOf(entry) > kLongest) {
-    throw Failure(ExitCode::kBadArchive,
-                  "refused: the target of the symbolic link is longer than 4095 bytes");
-  }
+  if (SizeOf(entry) > kLongest) Refuse("the target of the symbolic link is longer than 4095 bytes");
   const auto sink = New<KeepingSink>(kLongest);
   Ref<MemoryBlock> header_block;
   CheckStreamed(entry, entry->Extract(false, sink, nil, header_block));

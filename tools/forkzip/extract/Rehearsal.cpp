@@ -44,9 +44,7 @@ class Rehearsal {
         return true;
       }
       const mode_t kind = KindAt(at);
-      if (S_ISLNK(kind)) {
-        throw Failure(ExitCode::kBadArchive, "refused: a symbolic link is in the way: " + at);
-      }
+      if (S_ISLNK(kind)) Refuse("a symbolic link is in the way: " + at);
       if (kind != 0 && !S_ISDIR(kind)) throw SystemFailure("folder " + at, ENOTDIR);
       taken_[at] = S_IFDIR;
     }

@@ -4,17 +4,12 @@
 #include <cstddef>
 
 #include "tools/forkzip/cli/Printable.h"
-#include "tools/forkzip/cli/Problems.h"
 
 namespace vantorel::forkzip {
 
 namespace {
 
 constexpr const char* kNoFile = "its name cannot be that of a file";
-
-[[noreturn]] void Refuse(const std::string& why) {
-  throw Failure(ExitCode::kBadArchive, "refused: " + why);
-}
 
 // The components of a path that are not empty.
 std::vector<std::string> Split(std::string_view path) {

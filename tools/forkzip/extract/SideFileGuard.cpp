@@ -6,6 +6,7 @@
 #include "platform/files/FileCalls.h"
 #include "platform/files/SideFile.h"
 #include "tools/forkzip/cli/Problems.h"
+#include "tools/forkzip/extract/Destination.h"
 
 namespace vantorel::forkzip {
 
@@ -13,12 +14,8 @@ void SideFileGuard::CheckSideFile(int folder, const std::string& path, const std
   const std::string name = SideFile::PathFor(item);
   const mode_t kind = KindOf(folder, name);
   if (kind == 0) return;
-  if (S_ISLNK(kind)) {
-    throw Failure(ExitCode::kBadArchive, "refused: a symbolic link is in the way of its Mac data: " + name);
-  }
-  if (members_.contains(IdOf(folder, name))) {
-    throw Failure(ExitCode::kBadArchive, "refused: the member " + name + " is in the way of its Mac data");
-  }
+  if (S_ISLNK(kind)) Refuse("a symbolic link is in the way of its Mac data: " + name);
+  if (members_.contains(IdOf(folder, name))) Refuse("the member " + name + " is in the way of its Mac data");
   if (!overwrite_) {
     throw Failure(ExitCode::kFileError,
                   name + ", where its Mac data belong, exists already and is kept; --overwrite replaces it");
@@ -31,7 +28,7 @@ void SideFileGuard::CheckSideFile(int folder, const std::string& path, const std
 
 void SideFileGuard::CheckMember(int folder, const std::string& name) const {
   if (overwrite_ && SideFile::IsNamedLikeOne(name) && side_files_.contains(IdOf(folder, name))) {
-    throw Failure(ExitCode::kBadArchive, "refused: the Mac data of another member are in the way");
+    Refuse("the Mac data of another member are in the way");
   }
 }
 
