@@ -36,12 +36,12 @@ std::array<std::uint64_t, 3> SizesOf(const Ref<ZipEntry>& entry) {
 
 // The name of a compression method, and a program that knows it.
 std::string AboutMethod(std::int32_t method) {
-  static const std::map<std::int32_t, std::string> kKnown = {
+  static const std::map<std::int32_t, std::string> methods = {
       {1, "Shrink; unzip"}, {6, "Implode; unzip"}, {9, "Deflate64; 7zz"},
       {12, "bzip2; 7zz"},   {14, "LZMA; 7zz"},     {93, "Zstandard; bsdtar"},
       {95, "XZ; 7zz"},      {98, "PPMd; 7zz"},     {ZipMethod::kAes, "AES; 7zz"}};
-  const auto known = kKnown.find(method);
-  return known == kKnown.end() ? "" : ", " + known->second + " unpacks it";
+  const auto known = methods.find(method);
+  return known == methods.end() ? "" : ", " + known->second + " unpacks it";
 }
 
 // What keeps the data of a member from being had; empty if nothing does.
