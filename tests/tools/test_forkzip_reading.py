@@ -191,7 +191,7 @@ class Reading(ForkzipTest):
         archives = {
             "nothing large": archive(Member("f", b"1")),
             "a record claims 2 GiB": archive(Member("f", b"words", DEFLATED, size=claim)),
-            "a stored one does, and its companion": archive(Member("f", b"words", size=claim), Member("._f", size=claim)),
+            "a stored one, and its companion": archive(Member("f", b"words", size=claim), Member("._f", size=claim)),
             "a bomb": archive(Member("f", bytes(80 << 20), DEFLATED)),
             "a long name that members take over": archive(Member(("a" * 200 + "/") * 320, crc=1),
                                                           *[Member("", crc=1)] * 500),
