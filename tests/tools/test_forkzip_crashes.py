@@ -6,7 +6,8 @@ import os
 import signal
 import unittest
 
-from forkzip import DEFLATED, UNIX_TIMES, FaultTest, Member, apple_double, archive
+from faults import FaultTest
+from forkzip import DEFLATED, UNIX_TIMES, Member, apple_double, archive
 
 # Each of these edits is made on the same archive, with a gap and a Mac's data in it.
 EDITS = [["add", "new"], ["add", "new", "--as", "second"], ["delete", "first"], ["delete", "*"],

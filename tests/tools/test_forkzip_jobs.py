@@ -12,7 +12,8 @@ import subprocess
 import time
 import unittest
 
-from forkzip import DEFLATED, PROGRAM, STORED, UNIX_TIMES, FaultTest, Member, apple_double, archive, mac_binary
+from faults import FaultTest
+from forkzip import DEFLATED, PROGRAM, STORED, UNIX_TIMES, Member, apple_double, archive, mac_binary
 
 JOBS = ("-j1", "-j2", "-j7")
 
