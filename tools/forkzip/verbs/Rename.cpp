@@ -31,7 +31,7 @@ bool Bears(std::string_view member, std::string_view name) {
 
 // The name of the one member or folder that is meant.
 std::string OldName(const Ref<ZipArchive>& archive, const std::string& argument) {
-  const std::string name(WithoutSlash(argument));
+  std::string name(WithoutSlash(argument));
   for (std::int32_t i = 1; i <= archive->EntryCount(); ++i) {
     if (Bears(ListedName(*archive->Entry(i)), name)) return name;
   }
