@@ -28,21 +28,27 @@ std::int64_t Date::CalendarSeconds(const Fields& fields) {
   return std::clamp(seconds, -kFarthest, kFarthest);
 }
 
-Date::Fields Date::FieldsOf(const std::tm& time) {
-  return {time.tm_year + 1900, time.tm_mon + 1, time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec};
-}
-
-Date::Fields Date::FromCalendarSeconds(std::time_t seconds) {
-  std::tm calendar{};
-  gmtime_r(&seconds, &calendar);  // knows every year up to the farthest
-  return FieldsOf(calendar);
+Date::Fields Date::FromCalendarSeconds(std::int64_t seconds) {
+  const std::chrono::sys_seconds moment{std::chrono::seconds(seconds)};
+  const auto day = std::chrono::floor<std::chrono::days>(moment);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss time(moment - day);
+  const auto narrow = [](auto value) { return static_cast<std::int32_t>(value); };
+  return {static_cast<int>(date.year()),
+          narrow(static_cast<unsigned>(date.month())),
+          narrow(static_cast<unsigned>(date.day())),
+          narrow(time.hours().count()),
+          narrow(time.minutes().count()),
+          narrow(time.seconds().count())};
 }
 
 Date::Fields Date::LocalFields(std::time_t seconds) {
   std::tm local{};
   const bool tellable = seconds >= -kFarthest && seconds <= kFarthest;
-  if (tellable && localtime_r(&seconds, &local) != nullptr) return FieldsOf(local);
-  return FromCalendarSeconds(std::clamp(seconds, -kFarthest, kFarthest));
+  if (!tellable || localtime_r(&seconds, &local) == nullptr) {
+    return FromCalendarSeconds(std::clamp(seconds, -kFarthest, kFarthest));
+  }
+  return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec};
 }
 
 Date::Date() : set_(LocalFields(std::time(nullptr))) {}

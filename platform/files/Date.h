@@ -48,8 +48,7 @@ class Date : public Object {
 
   // Seconds from the start of 1970 to these fields, by the calendar alone.
   static std::int64_t CalendarSeconds(const Fields& fields);
-  static Fields FromCalendarSeconds(std::time_t seconds);
-  static Fields FieldsOf(const std::tm& time);
+  static Fields FromCalendarSeconds(std::int64_t seconds);
   static Fields LocalFields(std::time_t seconds);
 
   Fields set_;

@@ -17,6 +17,8 @@ const Variant& Dictionary::Value(const String& key) const {
 }
 
 void Dictionary::SetValue(const String& key, Variant value) {
+  // With room at hand the second step cannot fail after the first.
+  if (entries_.size() == entries_.capacity()) entries_.reserve(2 * entries_.size() + 8);
   const auto [found, added] = index_.try_emplace(key, entries_.size());
   if (added) {
     entries_.push_back({key, std::move(value)});
