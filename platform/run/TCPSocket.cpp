@@ -58,8 +58,9 @@ void TCPSocket::AbandonSending() {
 }
 
 void TCPSocket::Poll() {
+  constexpr std::chrono::milliseconds kPollWait(10);
   std::vector<pollfd> descriptors;
-  std::chrono::milliseconds limit(10);
+  std::chrono::milliseconds limit = kPollWait;
   if (connector_ != nullptr) connector_->DescribeWait(descriptors, limit);
   if (descriptor_.IsOpen()) {
     const int events = send_complete_due_ ? POLLIN | POLLOUT : POLLIN;

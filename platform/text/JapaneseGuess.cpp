@@ -37,11 +37,13 @@ bool IsWholly(std::string_view rest, const Ref<TextEncoding>& encoding, bool (*i
 }  // namespace
 
 Ref<TextEncoding> GuessJapaneseEncoding(const String& text) {
-  Ref<TextEncoding> euc_jp = GetTextEncoding(2336, 0, 0);
-  Ref<TextEncoding> shift_jis = GetTextEncoding(2561, 0, 0);
+  constexpr std::int32_t kEucJp = 2336;
+  constexpr std::int32_t kShiftJis = 2561;
   if (IsAscii(text.view())) return nil;
   if (IsUtf8(text.view())) return Encodings::UTF8();
+  Ref<TextEncoding> euc_jp = GetTextEncoding(kEucJp, 0, 0);
   if (IsWholly(text.view(), euc_jp, IsEucJp)) return euc_jp;
+  Ref<TextEncoding> shift_jis = GetTextEncoding(kShiftJis, 0, 0);
   return IsWholly(text.view(), shift_jis, IsShiftJis) ? shift_jis : nil;
 }
 

@@ -37,8 +37,9 @@ struct Options {
 // given. `options` must live until then.
 void SetUp(CLI::App& command, Options& options, std::function<void(Problems&)> run);
 
-// Puts a verb on the command line, with `help` behind its options, which are O and live to the end. What
-// `verb` raises as Failure ends it at once.
+// Puts a verb on the command line, with `help` behind its options. They live to the end, and are one object
+// for all verbs of that type, of which a run has one: set no defaults there. What `verb` raises as Failure
+// ends it at once.
 template <typename O>
 std::pair<CLI::App&, O&> AddVerb(CLI::App& app, const char* name, const char* about, const char* help,
                                  void (*verb)(const O& options, Problems& problems)) {

@@ -149,8 +149,10 @@ std::optional<RawDirectory> Added(ArchiveEdit& edit, const AddingOptions& option
   const RawDirectory added = WriteMembers(edit.To(), after.start, plan, options, problems);
   if (added.records.empty()) throw Failure(problems.Code(), "nothing was added");
   const std::vector<bool> replaced = Replaced(edit.Before(), edit.Archive(), added.records);
-  auto goes = replaced.begin();
-  std::erase_if(after.records, [&](const RawRecord&) { return *goes++; });
+  const std::vector<RawRecord> old = std::exchange(after.records, {});
+  for (std::size_t i = 0; i < old.size(); ++i) {
+    if (!replaced[i]) after.records.push_back(old[i]);
+  }
   after.records.insert(after.records.end(), added.records.begin(), added.records.end());
   after.start = added.start;
   return after;
